@@ -1,0 +1,42 @@
+#include "cli/CommandLine.h"
+
+#include "core/StandardOutput.h"
+
+namespace CommandLine {
+
+bool wantsHelp(const QStringList& arguments)
+{
+    return arguments.contains(QStringLiteral("--help")) || arguments.contains(QStringLiteral("-h"));
+}
+
+int printHelp(const Command& command)
+{
+    printLine(QStringLiteral("usage: tallyctl %1").arg(command.usage));
+    printLine(command.summary);
+    return exitOk;
+}
+
+int usageError(const Command& command, const QString& problem)
+{
+    printErrorLine(QStringLiteral("tallyctl %1: %2").arg(command.name, problem));
+    printErrorLine(QStringLiteral("usage: tallyctl %1").arg(command.usage));
+    return exitUsage;
+}
+
+ParsedArguments parse(const QStringList& arguments)
+{
+    ParsedArguments parsed;
+    bool onlyPositional = false;
+    for (const QString& argument : arguments) {
+        if (!onlyPositional && argument == QLatin1String("--")) {
+            onlyPositional = true;
+        } else if (!onlyPositional && argument.startsWith(QLatin1String("--"))) {
+            parsed.flags.append(argument);
+        } else {
+            parsed.positional.append(argument);
+        }
+    }
+    return parsed;
+}
+
+} // namespace CommandLine

@@ -1,0 +1,38 @@
+#pragma once
+
+#include <QString>
+#include <QStringList>
+
+// Shared plumbing of tallyctl's commands: help, usage errors and exit codes.
+namespace CommandLine {
+
+constexpr int exitOk = 0;
+constexpr int exitFailure = 1;
+constexpr int exitUsage = 2;
+
+struct Command {
+    QString name;
+    QString usage;   // "map show [--json] FILE"
+    QString summary; // one line for the command list
+    int (*run)(const QStringList& arguments);
+};
+
+bool wantsHelp(const QStringList& arguments);
+
+// Prints "usage: tallyctl <usage>" on standard output (for --help) and
+// returns exitOk.
+int printHelp(const Command& command);
+
+// Prints the problem and "usage: tallyctl <usage>" on standard error and
+// returns exitUsage.
+int usageError(const Command& command, const QString& problem);
+
+// Splits arguments into flags ("--json") and positional arguments. Unknown
+// flags are reported through usageError by the caller.
+struct ParsedArguments {
+    QStringList flags;
+    QStringList positional;
+};
+ParsedArguments parse(const QStringList& arguments);
+
+} // namespace CommandLine

@@ -1,0 +1,13 @@
+#pragma once
+
+#include <QtGlobal>
+
+// What one tally light shows. The value is what is stored (one byte) and is
+// the shared light mode of the whole program: the indicator draws it and the
+// light command bytes are derived from it. TallyState::Mode names the same
+// type on the widget side.
+enum class TallyMode : quint8 {
+    off = 0,
+    preview = 1,
+    live = 2,
+};
