@@ -12,7 +12,7 @@ constexpr int exitUsage = 2;
 
 struct Command {
     QString name;
-    QString usage;   // "map show [--json] FILE"
+    QString usage; // "map show [--json] FILE"
     QString summary; // one line for the command list
     int (*run)(const QStringList& arguments);
 };

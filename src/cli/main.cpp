@@ -12,7 +12,7 @@ namespace {
 
 using CommandLine::Command;
 
-const std::array<Command, 0> commands{};
+const std::array<Command, 0> commands {};
 
 int printCommandList()
 {

@@ -19,13 +19,13 @@ BytePair bytesForMode(TallyMode mode, qint64 lightNumber)
 {
     switch (mode) {
     case TallyMode::live:
-        return {combine(programOn, lightNumber), combine(previewOff, lightNumber)};
+        return { combine(programOn, lightNumber), combine(previewOff, lightNumber) };
     case TallyMode::preview:
-        return {combine(programOff, lightNumber), combine(previewOn, lightNumber)};
+        return { combine(programOff, lightNumber), combine(previewOn, lightNumber) };
     case TallyMode::off:
         break;
     }
-    return {combine(programOff, lightNumber), combine(previewOff, lightNumber)};
+    return { combine(programOff, lightNumber), combine(previewOff, lightNumber) };
 }
 
 int lightNumberFromTitle(const QString& title)
@@ -49,28 +49,28 @@ const QList<QList<quint8>>& testSequence()
     // All program lamps on, cleared; all preview lamps on, cleared; then one
     // light walks along the row, in program for a step and in preview for the
     // next, each step also clearing what the previous one left.
-    static const QList<QList<quint8>> steps{
-        {0xB0, 0xD0, 0xB1, 0xB2, 0xB3, 0xB4, 0xB5, 0xB6, 0xB7, 0xB8},
-        {0xB0},
-        {0xD1, 0xD2, 0xD3, 0xD4, 0xD5, 0xD6, 0xD7, 0xD8},
-        {0xD0},
-        {0xB1},
-        {0x01, 0xD1},
-        {0x21, 0xB2},
-        {0x02, 0xD2},
-        {0x22, 0xB3},
-        {0x03, 0xD3},
-        {0x23, 0xB4},
-        {0x04, 0xD4},
-        {0x24, 0xB5},
-        {0x05, 0xD5},
-        {0x25, 0xB6},
-        {0x06, 0xD6},
-        {0x26, 0xB7},
-        {0x07, 0xD7},
-        {0x27, 0xB8},
-        {0x08, 0xD8},
-        {0x28},
+    static const QList<QList<quint8>> steps {
+        { 0xB0, 0xD0, 0xB1, 0xB2, 0xB3, 0xB4, 0xB5, 0xB6, 0xB7, 0xB8 },
+        { 0xB0 },
+        { 0xD1, 0xD2, 0xD3, 0xD4, 0xD5, 0xD6, 0xD7, 0xD8 },
+        { 0xD0 },
+        { 0xB1 },
+        { 0x01, 0xD1 },
+        { 0x21, 0xB2 },
+        { 0x02, 0xD2 },
+        { 0x22, 0xB3 },
+        { 0x03, 0xD3 },
+        { 0x23, 0xB4 },
+        { 0x04, 0xD4 },
+        { 0x24, 0xB5 },
+        { 0x05, 0xD5 },
+        { 0x25, 0xB6 },
+        { 0x06, 0xD6 },
+        { 0x26, 0xB7 },
+        { 0x07, 0xD7 },
+        { 0x27, 0xB8 },
+        { 0x08, 0xD8 },
+        { 0x28 },
     };
     return steps;
 }

@@ -21,7 +21,7 @@ constexpr int previewOff = 0x20;
 quint8 combine(int command, qint64 lightNumber);
 
 struct BytePair {
-    quint8 first;  // program channel
+    quint8 first; // program channel
     quint8 second; // preview channel
 };
 

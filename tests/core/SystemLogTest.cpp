@@ -1,4 +1,5 @@
 #include "core/SystemLog.h"
+
 #include "support/QtPrinters.h"
 
 #include <gtest/gtest.h>
@@ -9,7 +10,7 @@ TEST(SystemLogTest, SinkReceivesTheMessageInsteadOfTheLog)
     const SystemLogSink previous = setSystemLogSink([&seen](const QString& line) { seen.append(line); });
     systemLog(QStringLiteral("set report failed status: -536870212"));
     setSystemLogSink(previous);
-    EXPECT_EQ(seen, QStringList{QStringLiteral("set report failed status: -536870212")});
+    EXPECT_EQ(seen, QStringList { QStringLiteral("set report failed status: -536870212") });
 }
 
 TEST(SystemLogTest, WithoutSinkTheMessageAlsoReachesStandardError)

@@ -1,11 +1,12 @@
 #include "core/Text.h"
+
 #include "support/QtPrinters.h"
 
 #include <gtest/gtest.h>
 
 namespace {
 
-const QString precomposed = QString::fromUtf8("Caf\xC3\xA9");  // é as one code point
+const QString precomposed = QString::fromUtf8("Caf\xC3\xA9"); // é as one code point
 const QString decomposed = QString::fromUtf8("Cafe\xCC\x81"); // e + combining acute
 
 } // namespace
