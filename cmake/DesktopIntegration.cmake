@@ -1,0 +1,17 @@
+# Desktop integration on Linux: launcher, tally map MIME type, icon and the
+# udev rule that gives the desktop user access to the tally box.
+if(APPLE)
+  return()
+endif()
+
+set(desktop_dir ${CMAKE_SOURCE_DIR}/resources/desktop)
+install(FILES ${desktop_dir}/mixdesk-tally.desktop DESTINATION ${CMAKE_INSTALL_DATADIR}/applications)
+install(FILES ${desktop_dir}/mixdesk-tally-mime.xml DESTINATION ${CMAKE_INSTALL_DATADIR}/mime/packages
+        RENAME mixdesk-tally.xml)
+install(FILES ${desktop_dir}/mixdesk-tally.svg DESTINATION ${CMAKE_INSTALL_DATADIR}/icons/hicolor/scalable/apps)
+install(FILES ${desktop_dir}/mixdesk-tally.svg DESTINATION ${CMAKE_INSTALL_DATADIR}/icons/hicolor/scalable/mimetypes
+        RENAME application-x-mixdesk-tally-map.svg)
+
+# udev reads rules from /usr/lib/udev/rules.d (or /lib/udev/rules.d): keep
+# them under lib/ of the prefix, outside the multiarch libdir.
+install(FILES ${desktop_dir}/70-mixdesk-tally.rules DESTINATION lib/udev/rules.d)
