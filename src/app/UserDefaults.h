@@ -1,0 +1,69 @@
+#pragma once
+
+#include <QString>
+#include <QVariant>
+#include <QVariantMap>
+
+#include <memory>
+
+class QSettings;
+
+// The user's preferences, kept by QSettings under organisation "Mixdesk",
+// application "Mixdesk Tally". Registered defaults live in memory only and
+// answer for keys the user has never set: they are never written, so a later
+// version can change a default without fighting values it wrote itself.
+// Main thread only.
+class UserDefaults {
+public:
+    // The process-wide preferences, opened on first use.
+    static UserDefaults& standardUserDefaults();
+
+    // Preferences in the user's usual settings location.
+    UserDefaults();
+    // Preferences kept in the given INI file instead, so that tests never
+    // touch the user's own settings.
+    explicit UserDefaults(const QString& settingsFilePath);
+    ~UserDefaults();
+
+    UserDefaults(const UserDefaults&) = delete;
+    UserDefaults& operator=(const UserDefaults&) = delete;
+
+    // Moves these preferences to another INI file, keeping the registered
+    // defaults. Tests point the standard preferences at a private file.
+    void useSettingsFile(const QString& settingsFilePath);
+
+    // Adds to the registered defaults; a key registered again takes the new
+    // default. Stored values are neither read nor changed.
+    void registerDefaults(const QVariantMap& defaults);
+
+    // The stored value, else the registered default, else an invalid value.
+    QVariant objectForKey(const QString& key) const;
+    // objectForKey as a boolean; false for a key nobody set or registered.
+    bool boolForKey(const QString& key) const;
+
+    // Stores a value at once, as a control bound to the key does when the
+    // user switches it.
+    void setBool(const QString& key, bool value);
+
+    QString settingsFilePath() const;
+
+private:
+    std::unique_ptr<QSettings> m_settings;
+    QVariantMap m_registeredDefaults;
+};
+
+// The two preferences of the program.
+namespace Preferences {
+
+// Keeps the main window above other windows (default false).
+inline const QString alwaysOnTop = QStringLiteral("AlwaysOnTop");
+// Lists shots named "... Clear Layer" in the shot editor (default true).
+inline const QString showEmptyLayers = QStringLiteral("ShowEmptyLayers");
+
+// Both preferences with their defaults, in one dictionary.
+QVariantMap registeredDefaults();
+
+// Registers registeredDefaults(); done once when the application has started.
+void registerDefaults(UserDefaults& defaults = UserDefaults::standardUserDefaults());
+
+} // namespace Preferences

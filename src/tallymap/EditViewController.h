@@ -1,0 +1,82 @@
+#pragma once
+
+#include "link/Mixdesk.h"
+
+#include <QList>
+#include <QPointer>
+#include <QWidget>
+
+#include <functional>
+#include <memory>
+
+class QCheckBox;
+class QCloseEvent;
+class QPushButton;
+class QTableWidget;
+
+namespace Ui {
+class EditViewController;
+}
+
+// The shot editor of one tally light: one check box per shot the production
+// application reports, ticked when the shot lights this light. It works on
+// its own copy of the light's list (the records themselves are shared) and
+// hands it back when it is dismissed; there is no cancel. The main window
+// shows it as a window-modal sheet so that the lights keep updating.
+class EditViewController : public QWidget {
+    Q_OBJECT
+
+public:
+    // The presenter's side of dismissal: called with the editor, which the
+    // presenter then closes (it must not delete it on the spot).
+    using DismissViewController = std::function<void(QObject* viewController)>;
+
+    explicit EditViewController(QWidget* parent = nullptr);
+    ~EditViewController() override;
+
+    // Element 0: the shots reported now, in their order. Element 1: the
+    // light's assigned records, in order.
+    QList<Mixdesk::ShotList> representedObject() const;
+    // Needs at least one list, and two before a row can be shown or toggled;
+    // fewer is a programming error that stops the program.
+    void setRepresentedObject(const QList<Mixdesk::ShotList>& lists);
+
+    void setPresentingViewController(DismissViewController dismissViewController);
+
+    int numberOfRowsInTableView(const QTableWidget* tableView) const;
+    // The check box of a row: titled with the shot's name, tagged with the
+    // row, on when the light holds a record with the shot's shotId.
+    QCheckBox* tableViewViewForTableColumnRow(QTableWidget* tableView, int column, int row);
+
+    // The light being edited; the editor only carries it back.
+    int lightIndex = 0;
+    QPointer<QTableWidget> table;
+    QPointer<QCheckBox> showEmptyCheckBox;
+    QPointer<QPushButton> doneButton;
+    // The rows, row r showing element r.
+    Mixdesk::ShotList usableShotList;
+    QList<Mixdesk::ShotList> shotLists;
+
+public Q_SLOTS:
+    void checkBoxToggleWithSender(QObject* sender);
+    // Rebuilds the rows from the stored "ShowEmptyLayers"; the check box has
+    // stored its new state before this runs.
+    void toggleShowEmptyWithSender(QObject* sender);
+    void finishEditingWithSender(QObject* sender);
+
+protected:
+    void viewDidLoad();
+    // Closing the sheet any other way ends editing like Done.
+    void closeEvent(QCloseEvent* event) override;
+
+private:
+    void rebuildRows();
+    void reloadTable();
+    Mixdesk::ShotList& assignedShots();
+    void bindToPreference(QCheckBox* checkBox, const QString& key);
+    void askPresenterToDismiss();
+
+    std::unique_ptr<Ui::EditViewController> m_ui;
+    DismissViewController m_dismissViewController;
+    bool m_dismissing = false;
+};

@@ -1,0 +1,123 @@
+#include "tallymap/ShotAssignment.h"
+
+#include "support/QtPrinters.h"
+
+#include <gtest/gtest.h>
+
+namespace {
+
+Mixdesk::ShotPtr makeShot(const QString& shotId, const QString& name)
+{
+    auto shot = std::make_shared<Mixdesk::Shot>(name);
+    shot->shotId = shotId;
+    return shot;
+}
+
+QStringList names(const Mixdesk::ShotList& shots)
+{
+    QStringList result;
+    for (const Mixdesk::ShotPtr& shot : shots) {
+        result.append(shot->name);
+    }
+    return result;
+}
+
+TEST(ShotAssignmentTest, ShowEmptyLayersOffHidesClearLayerNamesButNotBareClearLayer)
+{
+    const Mixdesk::ShotList all {
+        makeShot("1", "Cam 1"),
+        makeShot("2", "Cam 1 Clear Layer"),
+        makeShot("3", "Clear Layer"),
+        makeShot("4", "Cam 2 clear layer"),
+        makeShot("5", "Cam 3 Clear Layer "),
+        makeShot("6", "Cam 4Clear Layer"),
+        makeShot("7", " Clear Layer"),
+    };
+
+    const Mixdesk::ShotList usable = ShotAssignment::usableShots(all, false);
+
+    EXPECT_EQ(names(usable),
+        (QStringList { "Cam 1", "Clear Layer", "Cam 2 clear layer", "Cam 3 Clear Layer ", "Cam 4Clear Layer" }));
+    EXPECT_EQ(usable.at(0), all.at(0)); // the same records, not copies
+    EXPECT_EQ(usable.at(1), all.at(2));
+}
+
+TEST(ShotAssignmentTest, ShowEmptyLayersOnListsEveryShotInOrder)
+{
+    const Mixdesk::ShotList all { makeShot("2", "Cam 1 Clear Layer"), makeShot("1", "Cam 1") };
+
+    EXPECT_EQ(ShotAssignment::usableShots(all, true), all);
+}
+
+TEST(ShotAssignmentTest, NoShotsGiveNoRows)
+{
+    EXPECT_TRUE(ShotAssignment::usableShots({}, true).isEmpty());
+    EXPECT_TRUE(ShotAssignment::usableShots({}, false).isEmpty());
+}
+
+TEST(ShotAssignmentTest, FileRecordWithEmptyShotIdIsUntickedAndCannotBeUnassigned)
+{
+    const Mixdesk::ShotPtr fromFile = makeShot("", "Cam 1");
+    Mixdesk::ShotList assigned { fromFile };
+    const Mixdesk::ShotPtr current = makeShot("7", "Cam 1");
+
+    EXPECT_FALSE(ShotAssignment::isAssigned(assigned, *current));
+    EXPECT_FALSE(ShotAssignment::unassign(assigned, *current));
+    EXPECT_EQ(assigned, Mixdesk::ShotList { fromFile });
+}
+
+TEST(ShotAssignmentTest, CurrentShotWithEmptyShotIdMatchesFileRecord)
+{
+    const Mixdesk::ShotPtr fromFile = makeShot("", "Cam 1");
+    Mixdesk::ShotList assigned { fromFile };
+    const Mixdesk::ShotPtr current = makeShot("", "Something else");
+
+    EXPECT_TRUE(ShotAssignment::isAssigned(assigned, *current));
+    EXPECT_TRUE(ShotAssignment::unassign(assigned, *current));
+    EXPECT_TRUE(assigned.isEmpty());
+}
+
+TEST(ShotAssignmentTest, AssignAppendsTheSameRecordAtTheEndEvenTwice)
+{
+    const Mixdesk::ShotPtr first = makeShot("1", "Cam 1");
+    const Mixdesk::ShotPtr second = makeShot("2", "Cam 2");
+    Mixdesk::ShotList assigned { first };
+
+    ShotAssignment::assign(assigned, second);
+    ShotAssignment::assign(assigned, second);
+
+    EXPECT_EQ(assigned, (Mixdesk::ShotList { first, second, second }));
+}
+
+TEST(ShotAssignmentTest, UnassignRemovesOnlyTheFirstRecordWithThatShotId)
+{
+    const Mixdesk::ShotPtr a = makeShot("1", "Cam 1");
+    const Mixdesk::ShotPtr b = makeShot("2", "Cam 2");
+    const Mixdesk::ShotPtr aAgain = makeShot("1", "Cam 1 renamed");
+    const Mixdesk::ShotPtr c = makeShot("3", "Cam 3");
+    Mixdesk::ShotList assigned { b, a, c, aAgain };
+
+    EXPECT_TRUE(ShotAssignment::unassign(assigned, *makeShot("1", "whatever")));
+
+    EXPECT_EQ(assigned, (Mixdesk::ShotList { b, c, aAgain }));
+}
+
+TEST(ShotAssignmentTest, ShotIdsMatchUnderCanonicalEquivalenceAndCase)
+{
+    Mixdesk::ShotList assigned { makeShot(QStringLiteral("caf\u00e9"), "Cam 1") };
+
+    EXPECT_TRUE(ShotAssignment::isAssigned(assigned, *makeShot(QStringLiteral("cafe\u0301"), "Cam 1")));
+    EXPECT_FALSE(ShotAssignment::isAssigned(assigned, *makeShot(QStringLiteral("CAF\u00c9"), "Cam 1")));
+    EXPECT_TRUE(ShotAssignment::unassign(assigned, *makeShot(QStringLiteral("cafe\u0301"), "Cam 1")));
+    EXPECT_TRUE(assigned.isEmpty());
+}
+
+TEST(ShotAssignmentTest, EmptyLayerSuffixIsCaseSensitiveAndNeedsItsLeadingSpace)
+{
+    EXPECT_TRUE(ShotAssignment::isEmptyLayer(*makeShot("1", "Wide Clear Layer")));
+    EXPECT_FALSE(ShotAssignment::isEmptyLayer(*makeShot("1", "Wide CLEAR LAYER")));
+    EXPECT_FALSE(ShotAssignment::isEmptyLayer(*makeShot("1", "Clear Layer")));
+    EXPECT_FALSE(ShotAssignment::isEmptyLayer(*makeShot("1", "Wide Clear Layer 2")));
+}
+
+} // namespace
