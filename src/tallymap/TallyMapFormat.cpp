@@ -1,14 +1,17 @@
 #include "tallymap/TallyMapFormat.h"
 
 #include <QStringDecoder>
+#include <QStringEncoder>
 
+#include <algorithm>
 #include <limits>
 
 namespace TallyMapFormat {
 
 namespace {
 
-const QString lineEnd = QStringLiteral("\r\n");
+// A light index of up to 20 characters, its separator and CR LF.
+constexpr qsizetype indexAndBreakSpace = 24;
 constexpr QChar separator = u'|';
 
 bool isLineBreak(QChar character)
@@ -51,14 +54,38 @@ std::optional<QString> readLine(QStringView line, const LineVisitor& visitor, bo
 
 QByteArray write(const QList<QStringList>& namesPerLight)
 {
-    QString text;
-    for (qsizetype lightIndex = 0; lightIndex < namesPerLight.size(); ++lightIndex) {
-        text += QString::number(lightIndex);
-        text += separator;
-        text += namesPerLight[lightIndex].join(separator);
-        text += lineEnd;
+    // Encode straight into one buffer sized for the worst case, instead of
+    // building the whole text first and encoding it afterwards: a map with
+    // thousands of names would otherwise pass through three large buffers.
+    // Stateless, so that each name is encoded on its own and nothing carries
+    // over into the separators written between them.
+    QStringEncoder encoder(QStringConverter::Utf8, QStringConverter::Flag::Stateless);
+    qsizetype worstCase = 0;
+    for (const QStringList& names : namesPerLight) {
+        worstCase += indexAndBreakSpace;
+        for (const QString& name : names) {
+            worstCase += encoder.requiredSpace(name.size()) + 1;
+        }
     }
-    return text.toUtf8();
+    QByteArray bytes(worstCase, Qt::Uninitialized);
+    char* out = bytes.data();
+    for (qsizetype lightIndex = 0; lightIndex < namesPerLight.size(); ++lightIndex) {
+        const QByteArray index = QByteArray::number(lightIndex);
+        out = std::copy(index.cbegin(), index.cend(), out);
+        *out++ = '|';
+        bool first = true;
+        for (const QString& name : namesPerLight[lightIndex]) {
+            if (!first) {
+                *out++ = '|';
+            }
+            first = false;
+            out = encoder.appendToBuffer(out, name);
+        }
+        *out++ = '\r';
+        *out++ = '\n';
+    }
+    bytes.truncate(out - bytes.constData());
+    return bytes;
 }
 
 std::optional<QString> readLines(const QByteArray& data, const LineVisitor& visitor)
