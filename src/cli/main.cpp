@@ -2,17 +2,21 @@
 // and headless use. Each command lives in its own file and is listed here.
 
 #include "cli/CommandLine.h"
+#include "cli/MapCommand.h"
 #include "core/StandardOutput.h"
 
 #include <QCoreApplication>
 
-#include <array>
+#include <vector>
 
 namespace {
 
 using CommandLine::Command;
 
-const std::array<Command, 0> commands {};
+// One command per line, so that adding one touches one line.
+const std::vector<Command> commands{
+    mapCommand(),
+};
 
 int printCommandList()
 {

@@ -1,0 +1,132 @@
+#include "cli/MapCommand.h"
+
+#include "core/StandardOutput.h"
+#include "tallymap/TallyMapFile.h"
+#include "tallymap/TallyMapFormat.h"
+
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+
+namespace {
+
+using CommandLine::Command;
+
+int runMap(const QStringList& arguments);
+
+// Built on first use: main's command table is itself a static, and the order
+// in which statics of different files are made is not fixed.
+const Command& command()
+{
+    static const Command definition {
+        QStringLiteral("map"),
+        QStringLiteral("map show [--json] FILE"),
+        QStringLiteral("List the shot names assigned to each light of a tally map file"),
+        runMap,
+    };
+    return definition;
+}
+
+int readFailed(const QString& message)
+{
+    printErrorLine(QStringLiteral("Read of document failed: %1").arg(message));
+    return CommandLine::exitFailure;
+}
+
+// The program's reader stops the process on a line naming a light the map
+// does not have; a user's file deserves a message instead, so the indices are
+// checked before the reader sees the data.
+std::optional<TallyMap> readMap(const QString& path, QString* failure)
+{
+    Error error;
+    const std::optional<QByteArray> data = TallyMapFile::readData(path, &error);
+    if (!data) {
+        *failure = error.localizedDescription;
+        return std::nullopt;
+    }
+    if (const std::optional<qint64> outside = TallyMapFormat::firstIndexOutside(*data, TallyMap::numberOfLights)) {
+        *failure = QStringLiteral("Tally index %1 is outside the lights 0 to %2")
+                       .arg(*outside)
+                       .arg(TallyMap::numberOfLights - 1);
+        return std::nullopt;
+    }
+    TallyMap map;
+    if (!map.readFromData(*data, TallyMapFile::documentType, &error)) {
+        *failure = error.localizedDescription;
+        return std::nullopt;
+    }
+    return map;
+}
+
+QStringList namesOf(const Mixdesk::ShotList& records)
+{
+    QStringList names;
+    for (const Mixdesk::ShotPtr& record : records) {
+        names.append(record->name);
+    }
+    return names;
+}
+
+void printText(const TallyMap& map)
+{
+    const QList<Mixdesk::ShotList>& lights = map.shotSelections();
+    for (qsizetype lightIndex = 0; lightIndex < lights.size(); ++lightIndex) {
+        const QStringList names = namesOf(lights[lightIndex]);
+        const QString shown = names.isEmpty() ? QStringLiteral("(none)") : names.join(QStringLiteral(", "));
+        printLine(QStringLiteral("Light %1: %2").arg(lightIndex + 1).arg(shown));
+    }
+}
+
+void printJson(const TallyMap& map)
+{
+    QJsonArray lights;
+    for (const Mixdesk::ShotList& records : map.shotSelections()) {
+        lights.append(QJsonArray::fromStringList(namesOf(records)));
+    }
+    const QJsonDocument document(QJsonObject { { QStringLiteral("lights"), lights } });
+    printLine(QString::fromUtf8(document.toJson(QJsonDocument::Compact)));
+}
+
+int runShow(const CommandLine::ParsedArguments& parsed)
+{
+    bool json = false;
+    for (const QString& flag : parsed.flags) {
+        if (flag != QLatin1String("--json")) {
+            return CommandLine::usageError(command(), QStringLiteral("unknown option '%1'").arg(flag));
+        }
+        json = true;
+    }
+    if (parsed.positional.size() != 2) {
+        return CommandLine::usageError(command(), QStringLiteral("expected one FILE"));
+    }
+    QString failure;
+    const std::optional<TallyMap> map = readMap(parsed.positional[1], &failure);
+    if (!map) {
+        return readFailed(failure);
+    }
+    if (json) {
+        printJson(*map);
+    } else {
+        printText(*map);
+    }
+    return CommandLine::exitOk;
+}
+
+int runMap(const QStringList& arguments)
+{
+    const CommandLine::ParsedArguments parsed = CommandLine::parse(arguments);
+    if (parsed.positional.isEmpty()) {
+        return CommandLine::usageError(command(), QStringLiteral("missing subcommand"));
+    }
+    if (parsed.positional.first() == QLatin1String("show")) {
+        return runShow(parsed);
+    }
+    return CommandLine::usageError(command(), QStringLiteral("unknown subcommand '%1'").arg(parsed.positional.first()));
+}
+
+} // namespace
+
+Command mapCommand()
+{
+    return command();
+}

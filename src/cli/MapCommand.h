@@ -1,0 +1,7 @@
+#pragma once
+
+#include "cli/CommandLine.h"
+
+// tallyctl map show [--json] FILE: the lights of a tally map file and the
+// shot names assigned to each.
+CommandLine::Command mapCommand();

@@ -1,0 +1,45 @@
+#pragma once
+
+#include <QByteArray>
+#include <QList>
+#include <QString>
+#include <QStringList>
+
+#include <functional>
+#include <optional>
+
+// The text of a tally map file: one line per light, "<index>|<name>|<name>",
+// UTF-8, lines ended by CR LF when written and by any line break when read.
+// Names are kept as they are, with no escaping, so a name holding "|" or a
+// line break cannot survive a round trip.
+namespace TallyMapFormat {
+
+inline const QString decodeFailure = QStringLiteral("Unable to decode utf8 data");
+inline const QString indexMissing = QStringLiteral("Shot index missing from line");
+inline const QString indexUnreadable = QStringLiteral("Unable to parse tally index");
+
+// The whole file for the given lights, in light order.
+QByteArray write(const QList<QStringList>& namesPerLight);
+
+// Called for each well-formed line in file order with its light index (any
+// value that fits 64 bits, unchecked) and its names. Returning false stops
+// the walk there without a failure.
+using LineVisitor = std::function<bool(qint64 lightIndex, const QStringList& names)>;
+
+// Walks the lines of a file. Returns the message of the first failure, or
+// nothing when every line was visited (or the visitor stopped the walk).
+// Invalid UTF-8 fails before any line is visited.
+std::optional<QString> readLines(const QByteArray& data, const LineVisitor& visitor);
+
+// The light index of a line, if the piece is an optional sign followed by
+// ASCII digits whose value fits a signed 64-bit integer. Nothing else (no
+// blanks, no other digits) is accepted.
+std::optional<qint64> parseIndex(QStringView piece);
+
+// The first light index outside 0 to lightCount - 1 that reading would reach,
+// for callers that take files from users and must not hand the reader a line
+// it would stop the process for. Lines after a failing line are not looked
+// at, exactly as the reader does not look at them.
+std::optional<qint64> firstIndexOutside(const QByteArray& data, qint64 lightCount);
+
+} // namespace TallyMapFormat

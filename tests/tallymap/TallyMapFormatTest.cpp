@@ -1,0 +1,387 @@
+#include "tallymap/TallyMapFormat.h"
+
+#include "support/QtPrinters.h"
+#include "tallymap/TallyMap.h"
+
+#include <gtest/gtest.h>
+
+#include <limits>
+
+namespace {
+
+const QString type = QStringLiteral("tlx");
+
+QStringList namesOf(const TallyMap& map, qint64 lightIndex)
+{
+    QStringList names;
+    for (const Mixdesk::ShotPtr& record : map.shotSelection(lightIndex)) {
+        names.append(record->name);
+    }
+    return names;
+}
+
+QList<QStringList> allNames(const TallyMap& map)
+{
+    QList<QStringList> lights;
+    for (qint64 lightIndex = 0; lightIndex < TallyMap::numberOfLights; ++lightIndex) {
+        lights.append(namesOf(map, lightIndex));
+    }
+    return lights;
+}
+
+Mixdesk::ShotList records(const QStringList& names)
+{
+    Mixdesk::ShotList list;
+    for (const QString& name : names) {
+        list.append(std::make_shared<Mixdesk::Shot>(name));
+    }
+    return list;
+}
+
+// A map whose every light already holds something, to see which lights a
+// read replaces and which it leaves alone.
+TallyMap filledMap()
+{
+    TallyMap map;
+    for (qint64 lightIndex = 0; lightIndex < TallyMap::numberOfLights; ++lightIndex) {
+        map.setShotSelection(lightIndex, records({ QStringLiteral("before %1").arg(lightIndex) }));
+    }
+    return map;
+}
+
+struct ReadOutcome {
+    bool succeeded;
+    Error error;
+};
+
+ReadOutcome read(TallyMap& map, const QByteArray& data)
+{
+    ReadOutcome outcome { false, Error { QStringLiteral("untouched"), -1, QStringLiteral("untouched") } };
+    outcome.succeeded = map.readFromData(data, type, &outcome.error);
+    return outcome;
+}
+
+} // namespace
+
+TEST(TallyMapFormatTest, WritingANewMapGivesTheEightEmptyLinesIn32Bytes)
+{
+    const QByteArray data = TallyMap().dataOfType(type);
+    EXPECT_EQ(data, QByteArray("0|\r\n1|\r\n2|\r\n3|\r\n4|\r\n5|\r\n6|\r\n7|\r\n"));
+    EXPECT_EQ(data.size(), 32);
+}
+
+TEST(TallyMapFormatTest, WritingTheExampleMapGivesItsExactBytes)
+{
+    TallyMap map;
+    map.setShotSelection(0, records({ QStringLiteral("Camera 1"), QStringLiteral("Camera 2") }));
+    map.setShotSelection(2, records({ QStringLiteral("Wide Shot") }));
+    const QByteArray data = map.dataOfType(type);
+
+    EXPECT_EQ(data.left(21).toHex(' ').toUpper(),
+        QByteArray("30 7C 43 61 6D 65 72 61 20 31 7C 43 61 6D 65 72 61 20 32 0D 0A"));
+    EXPECT_EQ(data.mid(21, 4), QByteArray::fromHex("317C0D0A"));
+    EXPECT_EQ(data, QByteArray("0|Camera 1|Camera 2\r\n1|\r\n2|Wide Shot\r\n3|\r\n4|\r\n5|\r\n6|\r\n7|\r\n"));
+}
+
+TEST(TallyMapFormatTest, WritingPutsNoByteOrderMarkAndEncodesNamesAsUtf8)
+{
+    TallyMap map;
+    map.setShotSelection(0, records({ QStringLiteral("Cam\u00e9ra") }));
+    const QByteArray data = map.dataOfType(type);
+    EXPECT_TRUE(data.startsWith("0|Cam\xc3\xa9ra\r\n"));
+}
+
+TEST(TallyMapFormatTest, ReadingWhatWasWrittenGivesTheSameNamesInOrderWithEmptyIds)
+{
+    TallyMap written;
+    const QList<QStringList> names {
+        { QStringLiteral("Camera 1"), QStringLiteral("Camera 2"), QStringLiteral("Camera 1") },
+        {},
+        { QStringLiteral(" spaced  name "), QStringLiteral("Cam\u00e9ra"), QStringLiteral("Came\u0301ra") },
+        { QStringLiteral("\u30ab\u30e1\u30e9"), QStringLiteral("\U0001F3A5 Studio") },
+        {},
+        { QStringLiteral("Z"), QStringLiteral("A") },
+        { QStringLiteral("tab\there") },
+        { QStringLiteral("Last") },
+    };
+    for (qint64 lightIndex = 0; lightIndex < names.size(); ++lightIndex) {
+        Mixdesk::ShotList list = records(names[lightIndex]);
+        for (const Mixdesk::ShotPtr& record : list) {
+            record->shotId = QStringLiteral("id of ") + record->name;
+            record->isLive = true;
+        }
+        written.setShotSelection(lightIndex, list);
+    }
+
+    TallyMap reread;
+    const ReadOutcome outcome = read(reread, written.dataOfType(type));
+    ASSERT_TRUE(outcome.succeeded) << outcome.error.localizedDescription.toStdString();
+    EXPECT_EQ(allNames(reread), names);
+    for (const Mixdesk::ShotList& light : reread.shotSelections()) {
+        for (const Mixdesk::ShotPtr& record : light) {
+            EXPECT_EQ(record->shotId, QString());
+            EXPECT_FALSE(record->isLive);
+            EXPECT_FALSE(record->isPreview);
+        }
+    }
+}
+
+TEST(TallyMapFormatTest, ALaterLineForTheSameLightWins)
+{
+    TallyMap map;
+    ASSERT_TRUE(read(map, "3|A|B\r\n3|C\r\n").succeeded);
+    EXPECT_EQ(namesOf(map, 3), QStringList { QStringLiteral("C") });
+}
+
+TEST(TallyMapFormatTest, EmptyPiecesAroundAndBetweenSeparatorsAreDropped)
+{
+    TallyMap map;
+    ASSERT_TRUE(read(map, "|3||A|").succeeded);
+    EXPECT_EQ(namesOf(map, 3), QStringList { QStringLiteral("A") });
+}
+
+TEST(TallyMapFormatTest, SignedAndZeroPaddedIndexesNameTheSameLight)
+{
+    TallyMap plus;
+    ASSERT_TRUE(read(plus, "+3|A").succeeded);
+    EXPECT_EQ(namesOf(plus, 3), QStringList { QStringLiteral("A") });
+
+    TallyMap padded;
+    ASSERT_TRUE(read(padded, "03|A").succeeded);
+    EXPECT_EQ(namesOf(padded, 3), QStringList { QStringLiteral("A") });
+
+    TallyMap negativeZero;
+    ASSERT_TRUE(read(negativeZero, "-0|A").succeeded);
+    EXPECT_EQ(namesOf(negativeZero, 0), QStringList { QStringLiteral("A") });
+}
+
+TEST(TallyMapFormatTest, ASpaceBeforeTheIndexMakesItUnreadable)
+{
+    TallyMap map;
+    const ReadOutcome outcome = read(map, " 3|A");
+    EXPECT_FALSE(outcome.succeeded);
+    EXPECT_EQ(outcome.error.localizedDescription, QStringLiteral("Unable to parse tally index"));
+}
+
+TEST(TallyMapFormatTest, ACommentLineFailsWithAnUnreadableIndex)
+{
+    TallyMap map;
+    const ReadOutcome outcome = read(map, "; lights of studio B\r\n0|A\r\n");
+    EXPECT_FALSE(outcome.succeeded);
+    EXPECT_EQ(outcome.error.localizedDescription, QStringLiteral("Unable to parse tally index"));
+}
+
+TEST(TallyMapFormatTest, AnEmptyLineFailsWithIndexMissing)
+{
+    TallyMap map;
+    const ReadOutcome outcome = read(map, "0|A\r\n\r\n1|B\r\n");
+    EXPECT_FALSE(outcome.succeeded);
+    EXPECT_EQ(outcome.error.localizedDescription, QStringLiteral("Shot index missing from line"));
+}
+
+TEST(TallyMapFormatTest, ALineOfSeparatorsOnlyFailsWithIndexMissing)
+{
+    TallyMap map;
+    const ReadOutcome outcome = read(map, "|||\n");
+    EXPECT_FALSE(outcome.succeeded);
+    EXPECT_EQ(outcome.error.localizedDescription, QStringLiteral("Shot index missing from line"));
+}
+
+TEST(TallyMapFormatTest, FailuresAreInTheStatusDomainWithCodeZero)
+{
+    TallyMap map;
+    const ReadOutcome outcome = read(map, "x|A");
+    ASSERT_FALSE(outcome.succeeded);
+    EXPECT_EQ(outcome.error.domain, QStringLiteral("NSOSStatusErrorDomain"));
+    EXPECT_EQ(outcome.error.code, 0);
+    EXPECT_FALSE(map.readFromData("x|A", type, nullptr));
+}
+
+TEST(TallyMapFormatTest, LfOnlyAndCrOnlyLineBreaksReadTheSameAsCrLf)
+{
+    const QByteArray crLf = "0|Camera 1|Camera 2\r\n2|Wide Shot\r\n7|Last\r\n";
+    TallyMap expected;
+    ASSERT_TRUE(read(expected, crLf).succeeded);
+
+    for (const QByteArray& data : { QByteArray("0|Camera 1|Camera 2\n2|Wide Shot\n7|Last\n"),
+             QByteArray("0|Camera 1|Camera 2\r2|Wide Shot\r7|Last\r"),
+             QByteArray("0|Camera 1|Camera 2\r2|Wide Shot\n7|Last"),
+             QByteArray("0|Camera 1|Camera 2\r\n2|Wide Shot\r\n7|Last") }) {
+        TallyMap map;
+        ASSERT_TRUE(read(map, data).succeeded) << data.toStdString();
+        EXPECT_EQ(allNames(map), allNames(expected)) << data.toStdString();
+    }
+}
+
+TEST(TallyMapFormatTest, ALoneCrFollowedByCrLfIsABlankLine)
+{
+    TallyMap map;
+    const ReadOutcome outcome = read(map, "0|A\r\r\n1|B");
+    EXPECT_FALSE(outcome.succeeded);
+    EXPECT_EQ(outcome.error.localizedDescription, QStringLiteral("Shot index missing from line"));
+}
+
+TEST(TallyMapFormatTest, BytesThatAreNotUtf8FailBeforeAnyLightChanges)
+{
+    TallyMap map = filledMap();
+    const QList<QStringList> before = allNames(map);
+    const ReadOutcome outcome = read(map, "0|A\r\n1|B\xff\r\n");
+    EXPECT_FALSE(outcome.succeeded);
+    EXPECT_EQ(outcome.error.localizedDescription, QStringLiteral("Unable to decode utf8 data"));
+    EXPECT_EQ(outcome.error.domain, QStringLiteral("NSOSStatusErrorDomain"));
+    EXPECT_EQ(outcome.error.code, 0);
+    EXPECT_EQ(allNames(map), before);
+}
+
+TEST(TallyMapFormatTest, MalformedUtf8SequencesAreAllRejected)
+{
+    const QList<QByteArray> malformed {
+        QByteArray("0|\xc0\x80"), // overlong encoding of NUL
+        QByteArray("0|\xed\xa0\x80"), // an encoded surrogate
+        QByteArray("0|\xf4\x90\x80\x80"), // above U+10FFFF
+        QByteArray("0|\x80"), // a lone continuation byte
+        QByteArray("0|A\xe2\x82"), // cut off at the end of the file
+    };
+    for (const QByteArray& data : malformed) {
+        TallyMap map;
+        const ReadOutcome outcome = read(map, data);
+        EXPECT_FALSE(outcome.succeeded) << data.toHex().toStdString();
+        EXPECT_EQ(outcome.error.localizedDescription, QStringLiteral("Unable to decode utf8 data"))
+            << data.toHex().toStdString();
+    }
+}
+
+TEST(TallyMapFormatTest, AnEmptyFileReadsAndLeavesEveryLightAsItWas)
+{
+    TallyMap map = filledMap();
+    const QList<QStringList> before = allNames(map);
+    EXPECT_TRUE(read(map, QByteArray()).succeeded);
+    EXPECT_EQ(allNames(map), before);
+}
+
+TEST(TallyMapFormatTest, AFileHoldingOnlyALineBreakFailsWithIndexMissing)
+{
+    for (const QByteArray& data : { QByteArray("\r\n"), QByteArray("\n"), QByteArray("\r") }) {
+        TallyMap map;
+        const ReadOutcome outcome = read(map, data);
+        EXPECT_FALSE(outcome.succeeded);
+        EXPECT_EQ(outcome.error.localizedDescription, QStringLiteral("Shot index missing from line"));
+    }
+}
+
+TEST(TallyMapFormatTest, ASecondLineBreakAtTheEndFailsWithIndexMissing)
+{
+    TallyMap map;
+    const ReadOutcome outcome = read(map, "0|A\r\n\r\n");
+    EXPECT_FALSE(outcome.succeeded);
+    EXPECT_EQ(outcome.error.localizedDescription, QStringLiteral("Shot index missing from line"));
+}
+
+TEST(TallyMapFormatTest, LightsNoLineNamesKeepTheirLists)
+{
+    TallyMap map = filledMap();
+    ASSERT_TRUE(read(map, "5|New\r\n1|\r\n").succeeded);
+    EXPECT_EQ(namesOf(map, 5), QStringList { QStringLiteral("New") });
+    EXPECT_TRUE(namesOf(map, 1).isEmpty());
+    for (qint64 lightIndex : { 0, 2, 3, 4, 6, 7 }) {
+        EXPECT_EQ(namesOf(map, lightIndex), QStringList { QStringLiteral("before %1").arg(lightIndex) });
+    }
+}
+
+TEST(TallyMapFormatTest, AFailedReadKeepsTheLinesBeforeTheFailureAndLooksAtNothingAfter)
+{
+    TallyMap map = filledMap();
+    const ReadOutcome outcome = read(map, "1|First\r\n2|Second\r\nnot an index|X\r\n3|Third\r\n\r\n");
+    EXPECT_FALSE(outcome.succeeded);
+    EXPECT_EQ(outcome.error.localizedDescription, QStringLiteral("Unable to parse tally index"));
+    EXPECT_EQ(namesOf(map, 1), QStringList { QStringLiteral("First") });
+    EXPECT_EQ(namesOf(map, 2), QStringList { QStringLiteral("Second") });
+    EXPECT_EQ(namesOf(map, 3), QStringList { QStringLiteral("before 3") });
+}
+
+TEST(TallyMapFormatTest, AnEmptyNameIsWrittenAsAnEmptyPieceAndLostOnReading)
+{
+    TallyMap map;
+    map.setShotSelection(0, records({ QStringLiteral("A"), QString(), QStringLiteral("B") }));
+    const QByteArray data = map.dataOfType(type);
+    EXPECT_TRUE(data.startsWith("0|A||B\r\n"));
+    TallyMap reread;
+    ASSERT_TRUE(read(reread, data).succeeded);
+    EXPECT_EQ(namesOf(reread, 0), (QStringList { QStringLiteral("A"), QStringLiteral("B") }));
+}
+
+TEST(TallyMapFormatTest, ANameHoldingTheSeparatorComesBackAsSeveralNames)
+{
+    TallyMap map;
+    map.setShotSelection(4, records({ QStringLiteral("Left|Right") }));
+    const QByteArray data = map.dataOfType(type);
+    EXPECT_TRUE(data.contains("4|Left|Right\r\n"));
+    TallyMap reread;
+    ASSERT_TRUE(read(reread, data).succeeded);
+    EXPECT_EQ(namesOf(reread, 4), (QStringList { QStringLiteral("Left"), QStringLiteral("Right") }));
+}
+
+TEST(TallyMapFormatTest, ANameHoldingALineBreakBreaksTheFile)
+{
+    TallyMap map;
+    map.setShotSelection(4, records({ QStringLiteral("Two\nLines") }));
+    TallyMap reread;
+    const ReadOutcome outcome = read(reread, map.dataOfType(type));
+    EXPECT_FALSE(outcome.succeeded);
+    EXPECT_EQ(outcome.error.localizedDescription, QStringLiteral("Unable to parse tally index"));
+}
+
+TEST(TallyMapFormatTest, AByteOrderMarkIsSkippedByTheDecoder)
+{
+    TallyMap map;
+    ASSERT_TRUE(read(map,
+        "\xef\xbb\xbf"
+        "2|A")
+                    .succeeded);
+    EXPECT_EQ(namesOf(map, 2), QStringList { QStringLiteral("A") });
+}
+
+TEST(TallyMapFormatTest, TheIndexIsAnOptionalSignAndAsciiDigitsThatFit64Bits)
+{
+    using TallyMapFormat::parseIndex;
+    EXPECT_EQ(parseIndex(u"0"), 0);
+    EXPECT_EQ(parseIndex(u"+7"), 7);
+    EXPECT_EQ(parseIndex(u"-1"), -1);
+    EXPECT_EQ(parseIndex(u"0007"), 7);
+    EXPECT_EQ(parseIndex(u"9223372036854775807"), std::numeric_limits<qint64>::max());
+    EXPECT_EQ(parseIndex(u"-9223372036854775808"), std::numeric_limits<qint64>::min());
+    EXPECT_EQ(parseIndex(u"9223372036854775808"), std::nullopt);
+    EXPECT_EQ(parseIndex(u"-9223372036854775809"), std::nullopt);
+    EXPECT_EQ(parseIndex(u"99999999999999999999"), std::nullopt);
+    for (const char16_t* unreadable :
+        { u"", u"+", u"-", u"+-3", u"--3", u"3 ", u" 3", u"3a", u"0x3", u"3.0", u"\u0663", u"\uff13", u"\u00b3" }) {
+        EXPECT_EQ(parseIndex(unreadable), std::nullopt) << QString::fromUtf16(unreadable).toStdString();
+    }
+}
+
+TEST(TallyMapFormatTest, ThePreCheckFindsTheFirstIndexOutsideTheLightsThatReadingWouldReach)
+{
+    using TallyMapFormat::firstIndexOutside;
+    EXPECT_EQ(firstIndexOutside("0|A\r\n7|B\r\n", 8), std::nullopt);
+    EXPECT_EQ(firstIndexOutside("0|A\r\n8|B\r\n-1|C\r\n", 8), 8);
+    EXPECT_EQ(firstIndexOutside("-1|C\r\n8|B\r\n", 8), -1);
+    EXPECT_EQ(firstIndexOutside("+9223372036854775807", 8), std::numeric_limits<qint64>::max());
+    // The reader stops at a failing line, so a bad index after it is never
+    // reached, and neither is anything in a file that is not UTF-8.
+    EXPECT_EQ(firstIndexOutside("0|A\r\n\r\n8|B\r\n", 8), std::nullopt);
+    EXPECT_EQ(firstIndexOutside("x|A\r\n8|B\r\n", 8), std::nullopt);
+    EXPECT_EQ(firstIndexOutside("8|B\xff", 8), std::nullopt);
+}
+
+TEST(TallyMapFormatDeathTest, ALineForLight8Stops)
+{
+    TallyMap map;
+    EXPECT_DEATH(
+        map.readFromData("0|A\r\n8|A\r\n", type, nullptr), "fatal error: tally map light index 8 is outside 0 to 7");
+}
+
+TEST(TallyMapFormatDeathTest, ALineForLightMinus1Stops)
+{
+    TallyMap map;
+    EXPECT_DEATH(map.readFromData("-1|A", type, nullptr), "fatal error: tally map light index -1 is outside 0 to 7");
+}
