@@ -2,6 +2,7 @@
 // and headless use. Each command lives in its own file and is listed here.
 
 #include "cli/CommandLine.h"
+#include "cli/DigestCommand.h"
 #include "core/StandardOutput.h"
 
 #include <QCoreApplication>
@@ -12,7 +13,9 @@ namespace {
 
 using CommandLine::Command;
 
-const std::array<Command, 0> commands{};
+const std::array<Command, 1> commands {
+    digestCommand(),
+};
 
 int printCommandList()
 {
