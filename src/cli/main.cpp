@@ -2,6 +2,7 @@
 // and headless use. Each command lives in its own file and is listed here.
 
 #include "cli/CommandLine.h"
+#include "cli/DigestCommand.h"
 #include "cli/MapCommand.h"
 #include "core/StandardOutput.h"
 
@@ -15,6 +16,7 @@ using CommandLine::Command;
 
 // One command per line, so that adding one touches one line.
 const std::vector<Command> commands{
+    digestCommand(),
     mapCommand(),
 };
 

@@ -1,0 +1,32 @@
+#include "cli/DigestCommand.h"
+
+#include "core/StandardOutput.h"
+#include "views/PasswordDigest.h"
+
+namespace {
+
+int runDigest(const QStringList& arguments)
+{
+    const CommandLine::Command command = digestCommand();
+    const CommandLine::ParsedArguments parsed = CommandLine::parse(arguments);
+    if (!parsed.flags.isEmpty()) {
+        return CommandLine::usageError(command, QStringLiteral("unknown option '%1'").arg(parsed.flags.first()));
+    }
+    if (parsed.positional.size() != 1) {
+        return CommandLine::usageError(command, QStringLiteral("expected exactly one TEXT"));
+    }
+    printLine(passwordDigest(parsed.positional.first()));
+    return CommandLine::exitOk;
+}
+
+} // namespace
+
+CommandLine::Command digestCommand()
+{
+    return {
+        QStringLiteral("digest"),
+        QStringLiteral("digest [--] TEXT"),
+        QStringLiteral("Print the unlock-password digest of TEXT: SHA-256 of its UTF-8 bytes, lower-case hex."),
+        runDigest,
+    };
+}

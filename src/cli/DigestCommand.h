@@ -1,0 +1,7 @@
+#pragma once
+
+#include "cli/CommandLine.h"
+
+// tallyctl digest TEXT: the digest the editing lock keeps for TEXT as its
+// unlock password.
+CommandLine::Command digestCommand();
