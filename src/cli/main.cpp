@@ -1,7 +1,11 @@
 // tallyctl: the command-line companion of Mixdesk Tally, for troubleshooting
 // and headless use. Each command lives in its own file and is listed here.
 
+#include "cli/ChaseCommand.h"
 #include "cli/CommandLine.h"
+#include "cli/DevicesCommand.h"
+#include "cli/OffCommand.h"
+#include "cli/SendCommand.h"
 #include "core/StandardOutput.h"
 
 #include <QCoreApplication>
@@ -12,7 +16,7 @@ namespace {
 
 using CommandLine::Command;
 
-const std::array<Command, 0> commands{};
+const std::array<Command, 4> commands { devicesCommand(), sendCommand(), offCommand(), chaseCommand() };
 
 int printCommandList()
 {
