@@ -1,9 +1,13 @@
 // tallyctl: the command-line companion of Mixdesk Tally, for troubleshooting
 // and headless use. Each command lives in its own file and is listed here.
 
+#include "cli/ChaseCommand.h"
 #include "cli/CommandLine.h"
+#include "cli/DevicesCommand.h"
 #include "cli/DigestCommand.h"
 #include "cli/MapCommand.h"
+#include "cli/OffCommand.h"
+#include "cli/SendCommand.h"
 #include "core/StandardOutput.h"
 
 #include <QCoreApplication>
@@ -15,9 +19,13 @@ namespace {
 using CommandLine::Command;
 
 // One command per line, so that adding one touches one line.
-const std::vector<Command> commands{
+const std::vector<Command> commands {
     digestCommand(),
     mapCommand(),
+    devicesCommand(),
+    sendCommand(),
+    offCommand(),
+    chaseCommand(),
 };
 
 int printCommandList()

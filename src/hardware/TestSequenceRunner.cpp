@@ -1,0 +1,98 @@
+#include "hardware/TestSequenceRunner.h"
+
+#include "core/ModalSession.h"
+#include "hardware/LightCommand.h"
+#include "hardware/USBHIDAppDelegate.h"
+
+void TestSequenceRunner::sendToSharedDevice(quint8 byte)
+{
+    USBHIDAppDelegate::shared().sendControl(byte);
+}
+
+TestSequenceRunner::TestSequenceRunner(SendFunction send, StepPolicy policy, QObject* parent)
+    : QObject(parent)
+    , m_send(std::move(send))
+    , m_policy(policy)
+    , m_testSequence(LightCommand::testSequence())
+    , m_timer(new QTimer(this))
+{
+}
+
+void TestSequenceRunner::testAll()
+{
+    m_testStep = 0;
+    // Chase timers belong to the runner and are never deleted early: a
+    // restarted chase leaves the earlier one ticking until it stops itself.
+    auto* timer = new QTimer(this);
+    timer->setInterval(stepInterval);
+    connect(timer, &QTimer::timeout, this, [this, timer] { timerTicked(timer); });
+    timer->start();
+    m_timer = timer;
+    runTestWithTimer(timer);
+}
+
+void TestSequenceRunner::runTestWithTimer(QTimer* timer)
+{
+    if (m_testStep >= m_testSequence.size()) {
+        timer->stop();
+        Q_EMIT timerInvalidated(timer);
+        return;
+    }
+    const qint64 step = m_testStep;
+    const QList<quint8>& bytes = m_testSequence.at(step);
+    send(bytes);
+    m_testStep = step + 1;
+    Q_EMIT stepPerformed(step, bytes);
+}
+
+void TestSequenceRunner::timerTicked(QTimer* timer)
+{
+    if (m_policy == StepPolicy::whileModalSessionActive && !ModalSession::isActive()) {
+        return;
+    }
+    runTestWithTimer(timer);
+}
+
+void TestSequenceRunner::turnOffAll()
+{
+    send({ LightCommand::programOn, LightCommand::previewOn });
+}
+
+quint8 TestSequenceRunner::programBoxByte(const QString& title, bool on)
+{
+    return LightCommand::panelByte(
+        on ? LightCommand::programOn : LightCommand::programOff, LightCommand::lightNumberFromTitle(title));
+}
+
+quint8 TestSequenceRunner::previewBoxByte(const QString& title, bool on)
+{
+    return LightCommand::panelByte(
+        on ? LightCommand::previewOn : LightCommand::previewOff, LightCommand::lightNumberFromTitle(title));
+}
+
+void TestSequenceRunner::programBoxToggled(const QString& title, bool on)
+{
+    m_send(programBoxByte(title, on));
+}
+
+void TestSequenceRunner::previewBoxToggled(const QString& title, bool on)
+{
+    m_send(previewBoxByte(title, on));
+}
+
+qint64 TestSequenceRunner::testStep() const
+{
+    return m_testStep;
+}
+
+QTimer* TestSequenceRunner::timer() const
+{
+    return m_timer;
+}
+
+void TestSequenceRunner::send(const QList<quint8>& bytes)
+{
+    for (const quint8 byte : bytes) {
+        m_send(byte);
+    }
+}

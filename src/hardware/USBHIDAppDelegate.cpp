@@ -1,0 +1,88 @@
+#include "hardware/USBHIDAppDelegate.h"
+
+#include "core/SystemLog.h"
+#include "hardware/HidBackendFactory.h"
+
+namespace {
+
+// A plain pointer, never deleted by the program: the shared instance lives
+// until the process ends, with no tear-down at exit. The lazy creation is a
+// plain null check, safe because only the main thread ever gets here.
+USBHIDAppDelegate*& sharedInstance()
+{
+    static USBHIDAppDelegate* instance = nullptr;
+    return instance;
+}
+
+} // namespace
+
+USBHIDAppDelegate& USBHIDAppDelegate::shared()
+{
+    if (sharedInstance() == nullptr) {
+        sharedInstance() = new USBHIDAppDelegate(makeHidBackendFromEnvironment());
+    }
+    return *sharedInstance();
+}
+
+void USBHIDAppDelegate::setSharedBackendForTesting(std::unique_ptr<HidBackend> backend)
+{
+    delete sharedInstance();
+    sharedInstance() = nullptr;
+    sharedInstance() = new USBHIDAppDelegate(std::move(backend));
+}
+
+USBHIDAppDelegate::USBHIDAppDelegate(std::unique_ptr<HidBackend> backend)
+    : m_backend(std::move(backend))
+{
+    const bool started = m_backend->start([this](const HidDevicePtr& device) { handleMatch(device); },
+        [this](const HidDevicePtr& device) { handleRemove(device); });
+    if (!started) {
+        systemLog(QStringLiteral("IOHIDManagerOpen failed."));
+    }
+}
+
+// Sends nothing: the lights keep whatever they show when the program ends.
+USBHIDAppDelegate::~USBHIDAppDelegate() = default;
+
+const HidDevicePtr& USBHIDAppDelegate::controller() const
+{
+    return m_controller;
+}
+
+void USBHIDAppDelegate::setController(HidDevicePtr device)
+{
+    m_controller = std::move(device);
+}
+
+void USBHIDAppDelegate::handleMatch(const HidDevicePtr& device)
+{
+    setController(device);
+    if (m_controller) {
+        m_controller->open();
+    }
+}
+
+void USBHIDAppDelegate::handleRemove(const HidDevicePtr& device)
+{
+    if (device && device == m_controller) {
+        setController(nullptr);
+    }
+}
+
+void USBHIDAppDelegate::sendControl(quint8 command)
+{
+    HidReport report {};
+    report[0] = command;
+    if (!m_controller) {
+        return;
+    }
+    const qint32 status = m_controller->setReport(command, report);
+    if (status != 0) {
+        systemLog(QStringLiteral("set report failed status: %1").arg(status));
+    }
+}
+
+QList<HidDevicePtr> USBHIDAppDelegate::attachedDevices() const
+{
+    return m_backend->devices();
+}
