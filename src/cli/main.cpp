@@ -8,17 +8,23 @@
 
 #include <array>
 
+CommandLine::Command decodeCommand();
+
 namespace {
 
 using CommandLine::Command;
 
-const std::array<Command, 0> commands{};
+const std::array<Command, 1>& commands()
+{
+    static const std::array<Command, 1> all { decodeCommand() };
+    return all;
+}
 
 int printCommandList()
 {
     printLine(QStringLiteral("usage: tallyctl COMMAND [ARGUMENTS...]"));
     printLine(QStringLiteral("commands:"));
-    for (const Command& command : commands) {
+    for (const Command& command : commands()) {
         printLine(QStringLiteral("  %1\n      %2").arg(command.usage, command.summary));
     }
     printLine(QStringLiteral("Run 'tallyctl COMMAND --help' for one command."));
@@ -39,7 +45,7 @@ int main(int argc, char* argv[])
     if (name == QLatin1String("--help") || name == QLatin1String("-h") || name == QLatin1String("help")) {
         return printCommandList();
     }
-    for (const Command& command : commands) {
+    for (const Command& command : commands()) {
         if (command.name == name) {
             if (CommandLine::wantsHelp(arguments)) {
                 return CommandLine::printHelp(command);
