@@ -111,6 +111,20 @@ AppleEventDescriptor AppleEventDescriptor::record(const QList<Field>& keywordFie
     return AppleEventDescriptor(std::move(data));
 }
 
+AppleEventDescriptor AppleEventDescriptor::recordFromParts(
+    QStringList keywordLabels, QList<AppleEventDescriptor> keywordValues, QList<AppleEventDescriptor> userFieldList)
+{
+    auto data = std::make_shared<Data>();
+    data->kind = Kind::Record;
+    data->keywordLabels = std::move(keywordLabels);
+    data->items = std::move(keywordValues);
+    if (!userFieldList.isEmpty()) {
+        data->items.append(list(std::move(userFieldList)));
+        data->hasUserFieldList = true;
+    }
+    return AppleEventDescriptor(std::move(data));
+}
+
 AppleEventDescriptor AppleEventDescriptor::text(const QString& text)
 {
     auto data = std::make_shared<Data>();

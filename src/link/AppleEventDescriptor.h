@@ -31,6 +31,10 @@ public:
     static AppleEventDescriptor list(QList<AppleEventDescriptor> items);
     static AppleEventDescriptor record(const QList<Field>& keywordFields, const QList<Field>& userFields);
     static AppleEventDescriptor userRecord(const QList<Field>& userFields) { return record({}, userFields); }
+    // The same from its parts, for readers that build the user-field list
+    // (alternating text labels and values) as they go.
+    static AppleEventDescriptor recordFromParts(QStringList keywordLabels, QList<AppleEventDescriptor> keywordValues,
+        QList<AppleEventDescriptor> userFieldList);
     static AppleEventDescriptor text(const QString& text);
     static AppleEventDescriptor boolean(bool value);
     static AppleEventDescriptor integer(qint64 value);

@@ -4,6 +4,7 @@
 
 #include <charconv>
 #include <cmath>
+#include <vector>
 
 namespace {
 
@@ -31,6 +32,16 @@ bool isWordChar(char c)
     return isWordStart(c) || (c >= '0' && c <= '9');
 }
 
+bool isAscii(QByteArrayView bytes)
+{
+    for (const char c : bytes) {
+        if (static_cast<unsigned char>(c) >= 0x80) {
+            return false;
+        }
+    }
+    return true;
+}
+
 bool isDigit(char c)
 {
     return c >= '0' && c <= '9';
@@ -50,8 +61,8 @@ bool isTermWord(QByteArrayView word)
 }
 
 struct Label {
-    QString text;
-    bool userDefined = true;
+    QString text; // keyword items
+    std::optional<AppleEventDescriptor> userLabel; // user-defined labels, as the text item of the user-field list
 };
 
 class Parser {
@@ -105,6 +116,9 @@ private:
 
     QString decode(QByteArrayView bytes, const QString& what, qsizetype offset) const
     {
+        if (isAscii(bytes)) {
+            return QString::fromLatin1(bytes);
+        }
         QStringDecoder decoder(QStringDecoder::Utf8, QStringDecoder::Flag::Stateless);
         QString text = decoder.decode(bytes);
         if (decoder.hasError()) {
@@ -164,14 +178,22 @@ private:
 
     AppleEventDescriptor parseRecordFrom(Label label, qsizetype open, int depth)
     {
-        QList<AppleEventDescriptor::Field> keywordFields;
-        QList<AppleEventDescriptor::Field> userFields;
+        QStringList keywordLabels;
+        QList<AppleEventDescriptor> keywordValues;
+        QList<AppleEventDescriptor> userFieldList;
         for (;;) {
             skipSpace();
             AppleEventDescriptor value = parseValue(depth);
-            (label.userDefined ? userFields : keywordFields).append({ std::move(label.text), std::move(value) });
+            if (label.userLabel) {
+                userFieldList.append(std::move(*label.userLabel));
+                userFieldList.append(std::move(value));
+            } else {
+                keywordLabels.append(std::move(label.text));
+                keywordValues.append(std::move(value));
+            }
             if (closeOrContinue(open)) {
-                return AppleEventDescriptor::record(keywordFields, userFields);
+                return AppleEventDescriptor::recordFromParts(
+                    std::move(keywordLabels), std::move(keywordValues), std::move(userFieldList));
             }
             skipSpace();
             std::optional<Label> next = tryLabel();
@@ -206,14 +228,16 @@ private:
         const qsizetype start = m_pos;
         Label label;
         if (peek() == '|') {
-            label.text = readBarLabel();
+            label.userLabel = AppleEventDescriptor::text(readBarLabel());
         } else if (startsRawCode()) {
             label.text = decode(readRawCode(), QStringLiteral("raw code"), start);
-            label.userDefined = false;
         } else if (isWordStart(peek())) {
             const QByteArrayView words = readWords();
-            label.text = QString::fromLatin1(words);
-            label.userDefined = !words.contains(' ') && !isTermWord(words);
+            if (!words.contains(' ') && !isTermWord(words)) {
+                label.userLabel = userWordLabel(words);
+            } else {
+                label.text = QString::fromLatin1(words);
+            }
         } else {
             return std::nullopt;
         }
@@ -223,6 +247,22 @@ private:
             return std::nullopt;
         }
         ++m_pos;
+        return label;
+    }
+
+    // An answer repeats the same few labels in every record: they share one
+    // text node each.
+    AppleEventDescriptor userWordLabel(QByteArrayView word)
+    {
+        for (const auto& [bytes, label] : m_labelCache) {
+            if (bytes == word) {
+                return label;
+            }
+        }
+        AppleEventDescriptor label = AppleEventDescriptor::text(QString::fromLatin1(word));
+        if (m_labelCache.size() < labelCacheSize) {
+            m_labelCache.emplace_back(word.toByteArray(), label);
+        }
         return label;
     }
 
@@ -301,10 +341,16 @@ private:
         const qsizetype start = m_pos;
         ++m_pos;
         QByteArray bytes;
-        for (;;) {
+        for (bool firstRun = true;; firstRun = false) {
             qsizetype runEnd = m_pos;
             while (runEnd < m_input.size() && m_input[runEnd] != '"' && m_input[runEnd] != '\\') {
                 ++runEnd;
+            }
+            if (firstRun && runEnd < m_input.size() && m_input[runEnd] == '"') {
+                // Most texts have no escapes: decode them where they stand.
+                const QByteArrayView run = m_input.sliced(m_pos, runEnd - m_pos);
+                m_pos = runEnd + 1;
+                return decode(run, QStringLiteral("text"), start);
             }
             bytes.append(m_input.sliced(m_pos, runEnd - m_pos));
             m_pos = runEnd;
@@ -442,9 +488,12 @@ private:
         return AppleEventDescriptor::opaque(decode(source, QStringLiteral("value"), start));
     }
 
+    static constexpr size_t labelCacheSize = 32;
+
     QByteArrayView m_input;
     qsizetype m_pos = 0;
     QByteArray m_normalisedWords;
+    std::vector<std::pair<QByteArray, AppleEventDescriptor>> m_labelCache;
 };
 
 } // namespace

@@ -15,31 +15,38 @@ struct Problem {
     QString what;
 };
 
-AppleEventDescriptor itemOf(const AppleEventDescriptor& descriptor, qsizetype index, const QString& what)
+// Problem messages are spelled out only when there is a problem: building
+// them for every item would cost more than the whole decoding.
+[[noreturn]] void stop(const char* what, qsizetype item, qsizetype shot)
 {
-    std::optional<AppleEventDescriptor> item = descriptor.descriptorAtIndex(index);
-    if (!item) {
-        throw Problem { what };
-    }
-    return std::move(*item);
+    throw Problem { QString::fromLatin1(what).arg(item).arg(QStringLiteral("shot %1 of the query answer").arg(shot)) };
 }
 
-QString textOf(const AppleEventDescriptor& descriptor, const QString& what)
+AppleEventDescriptor itemOf(const AppleEventDescriptor& descriptor, qsizetype item, qsizetype shot, const char* what)
+{
+    std::optional<AppleEventDescriptor> found = descriptor.descriptorAtIndex(item);
+    if (!found) {
+        stop(what, item, shot);
+    }
+    return std::move(*found);
+}
+
+QString textOf(const AppleEventDescriptor& descriptor, qsizetype item, qsizetype shot, const char* what)
 {
     std::optional<QString> text = descriptor.stringValue();
     if (!text) {
-        throw Problem { what };
+        stop(what, item, shot);
     }
     return std::move(*text);
 }
 
-void setField(Mixdesk::Shot& shot, const QString& label, const AppleEventDescriptor& value, const QString& where,
-    const std::function<void(const QString&)>& unexpectedLabel)
+void setField(Mixdesk::Shot& shot, const QString& label, const AppleEventDescriptor& value, qsizetype valueItem,
+    qsizetype index, const std::function<void(const QString&)>& unexpectedLabel)
 {
     if (Text::equal(label, shotIdLabel)) {
-        shot.shotId = textOf(value, QStringLiteral("the shotId value of %1 has no text value").arg(where));
+        shot.shotId = textOf(value, valueItem, index, "the shotId value (item %1) of %2 has no text value");
     } else if (Text::equal(label, shotNameLabel)) {
-        shot.name = textOf(value, QStringLiteral("the shotName value of %1 has no text value").arg(where));
+        shot.name = textOf(value, valueItem, index, "the shotName value (item %1) of %2 has no text value");
     } else if (Text::equal(label, isLiveLabel)) {
         shot.isLive = value.booleanValue();
     } else if (Text::equal(label, isPreviewLabel)) {
@@ -52,11 +59,10 @@ void setField(Mixdesk::Shot& shot, const QString& label, const AppleEventDescrip
 Mixdesk::ShotPtr decodeShot(
     const AppleEventDescriptor& result, qsizetype index, const std::function<void(const QString&)>& unexpectedLabel)
 {
-    const QString where = QStringLiteral("shot %1 of the query answer").arg(index);
     auto shot = std::make_shared<Mixdesk::Shot>(QString());
-    const AppleEventDescriptor record = itemOf(result, index, QStringLiteral("%1 is missing").arg(where));
-    const AppleEventDescriptor fields = itemOf(
-        record, 1, QStringLiteral("%1 has no item 1 (a record of user-defined labels was expected)").arg(where));
+    const AppleEventDescriptor record = itemOf(result, index, index, "item %1 of the query answer (%2) is missing");
+    const AppleEventDescriptor fields
+        = itemOf(record, 1, index, "%2 has no item %1 (a record of user-defined labels was expected)");
     const qsizetype count = fields.numberOfItems();
     if (count < 2) {
         return shot;
@@ -64,12 +70,10 @@ Mixdesk::ShotPtr decodeShot(
     // Label and value alternate; an odd last label has no value and is ignored.
     qsizetype j = 1;
     do {
-        const AppleEventDescriptor label
-            = itemOf(fields, j, QStringLiteral("label %1 of %2 is missing").arg(j).arg(where));
-        const AppleEventDescriptor value
-            = itemOf(fields, j + 1, QStringLiteral("value %1 of %2 is missing").arg(j + 1).arg(where));
-        const QString labelText = textOf(label, QStringLiteral("label %1 of %2 has no text value").arg(j).arg(where));
-        setField(*shot, labelText, value, where, unexpectedLabel);
+        const AppleEventDescriptor label = itemOf(fields, j, index, "label %1 of %2 is missing");
+        const AppleEventDescriptor value = itemOf(fields, j + 1, index, "value %1 of %2 is missing");
+        const QString labelText = textOf(label, j, index, "label %1 of %2 has no text value");
+        setField(*shot, labelText, value, j + 1, index, unexpectedLabel);
         j += 2;
     } while (j < count);
     return shot;

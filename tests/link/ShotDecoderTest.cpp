@@ -199,13 +199,13 @@ TEST(ShotDecoderDeathTest, LabelWithoutATextValueStopsTheProgram)
 TEST(ShotDecoderDeathTest, ShotIdWithoutATextValueStopsTheProgram)
 {
     EXPECT_DEATH(decodeShots(answer("{" + cam2 + ", {shotId:missing value}}")),
-        "fatal error: the shotId value of shot 2 of the query answer has no text value");
+        "fatal error: the shotId value \\(item 2\\) of shot 2 of the query answer has no text value");
 }
 
 TEST(ShotDecoderDeathTest, ShotNameWithoutATextValueStopsTheProgram)
 {
     EXPECT_DEATH(decodeShots(answer("{{shotName:true}, " + cam2 + "}")),
-        "fatal error: the shotName value of shot 1 of the query answer has no text value");
+        "fatal error: the shotName value \\(item 2\\) of shot 1 of the query answer has no text value");
 }
 
 TEST(ShotDecoderDeathTest, PlainValueInPlaceOfARecordStopsTheProgram)

@@ -106,7 +106,8 @@ TEST(TallyctlDecodeTest, AnswerOfTheWrongShapeExitsOneInsteadOfStopping)
     EXPECT_EQ(run.exitStatus, QProcess::NormalExit);
     EXPECT_EQ(run.exitCode, 1);
     EXPECT_EQ(run.err,
-        "tallyctl decode: not a shot list: the shotId value of shot 2 of the query answer has no text value\n");
+        "tallyctl decode: not a shot list: the shotId value (item 2) of shot 2 of the query answer has no text "
+        "value\n");
 }
 
 TEST(TallyctlDecodeTest, MissingFileExitsOne)
