@@ -7,6 +7,8 @@
 #include <QFileInfo>
 
 #include <dirent.h>
+#include <fcntl.h>
+#include <unistd.h>
 
 namespace {
 
@@ -23,13 +25,21 @@ bool isProcessId(const char* name)
     return true;
 }
 
-QByteArray processCommand(const QString& processRoot, const char* pid)
+// comm holds at most 15 bytes and a line break.
+QByteArray processCommand(const QByteArray& processRoot, const char* pid)
 {
-    QFile comm(processRoot + QLatin1Char('/') + QLatin1String(pid) + QLatin1String("/comm"));
-    if (!comm.open(QIODevice::ReadOnly)) {
+    const QByteArray path = processRoot + '/' + pid + "/comm";
+    const int fd = ::open(path.constData(), O_RDONLY | O_CLOEXEC);
+    if (fd < 0) {
         return {}; // the process ended meanwhile
     }
-    return comm.readAll().trimmed();
+    char buffer[64];
+    const ssize_t length = ::read(fd, buffer, sizeof buffer);
+    ::close(fd);
+    if (length <= 0) {
+        return {};
+    }
+    return QByteArray(buffer, length).trimmed();
 }
 
 QString executableDirectory()
@@ -48,14 +58,15 @@ int LinuxMixdeskPlatform::runningApplicationCount(const QString&) const
 {
     // Asked twice per tick, so read the directory directly rather than
     // through a listing of every process's details.
-    DIR* directory = ::opendir(QFile::encodeName(m_processRoot).constData());
+    const QByteArray root = QFile::encodeName(m_processRoot);
+    DIR* directory = ::opendir(root.constData());
     if (directory == nullptr) {
         return 0;
     }
     const QByteArray wanted = processName.toUtf8();
     int count = 0;
     while (const dirent* entry = ::readdir(directory)) {
-        if (isProcessId(entry->d_name) && processCommand(m_processRoot, entry->d_name) == wanted) {
+        if (isProcessId(entry->d_name) && processCommand(root, entry->d_name) == wanted) {
             ++count;
         }
     }
