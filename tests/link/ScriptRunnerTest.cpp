@@ -225,3 +225,18 @@ TEST_F(ScriptRunnerTest, ScriptGetsNoStandardInput)
     const ScriptResult result = run("cat >/dev/null; echo '{1, 2}'");
     ASSERT_FALSE(result.isError());
 }
+
+TEST_F(ScriptRunnerTest, ScriptThatClosesItsOutputEarlyIsWaitedForUntilItExits)
+{
+    const ScriptResult result = run("echo '{1, 2}'; exec >&-; sleep 0.3; exit 5");
+    ASSERT_TRUE(result.isError());
+    EXPECT_EQ(numberOf(result), QVariant(5));
+}
+
+TEST_F(ScriptRunnerTest, FloodingOutputIsStoppedAtTheLimit)
+{
+    const ScriptResult result = run("exec yes '{1, 2}'");
+    ASSERT_TRUE(result.isError());
+    EXPECT_EQ(messageOf(result), QString("output larger than %1 bytes").arg(ScriptRunner::outputLimitBytes));
+    EXPECT_EQ(numberOf(result), QVariant(-1));
+}
