@@ -3,6 +3,7 @@
 
 #include "cli/ChaseCommand.h"
 #include "cli/CommandLine.h"
+#include "cli/DecodeCommand.h"
 #include "cli/DevicesCommand.h"
 #include "cli/DigestCommand.h"
 #include "cli/MapCommand.h"
@@ -18,21 +19,27 @@ namespace {
 
 using CommandLine::Command;
 
-// One command per line, so that adding one touches one line.
-const std::vector<Command> commands {
-    digestCommand(),
-    mapCommand(),
-    devicesCommand(),
-    sendCommand(),
-    offCommand(),
-    chaseCommand(),
-};
+// One command per line, so that adding one touches one line. Built on first
+// use, once every command's own file has been initialised.
+const std::vector<Command>& commands()
+{
+    static const std::vector<Command> all {
+        digestCommand(),
+        mapCommand(),
+        decodeCommand(),
+        devicesCommand(),
+        sendCommand(),
+        offCommand(),
+        chaseCommand(),
+    };
+    return all;
+}
 
 int printCommandList()
 {
     printLine(QStringLiteral("usage: tallyctl COMMAND [ARGUMENTS...]"));
     printLine(QStringLiteral("commands:"));
-    for (const Command& command : commands) {
+    for (const Command& command : commands()) {
         printLine(QStringLiteral("  %1\n      %2").arg(command.usage, command.summary));
     }
     printLine(QStringLiteral("Run 'tallyctl COMMAND --help' for one command."));
@@ -53,7 +60,7 @@ int main(int argc, char* argv[])
     if (name == QLatin1String("--help") || name == QLatin1String("-h") || name == QLatin1String("help")) {
         return printCommandList();
     }
-    for (const Command& command : commands) {
+    for (const Command& command : commands()) {
         if (command.name == name) {
             if (CommandLine::wantsHelp(arguments)) {
                 return CommandLine::printHelp(command);

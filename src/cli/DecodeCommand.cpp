@@ -1,0 +1,159 @@
+// tallyctl decode: what the shot query would make of an answer of the query
+// script, without the production application. Useful to check a script, or a
+// bridge that writes answers, by hand.
+
+#include "cli/DecodeCommand.h"
+
+#include "core/StandardOutput.h"
+#include "link/AppleScriptNotationParser.h"
+#include "link/ShotDecoder.h"
+
+#include <QFile>
+
+#include <cstdio>
+
+namespace {
+
+CommandLine::Command decode();
+
+// C-style quoting, as JSON wants it and readable enough for people.
+QString quoted(const QString& text)
+{
+    QString out = QStringLiteral("\"");
+    for (const QChar c : text) {
+        switch (c.unicode()) {
+        case u'"':
+            out.append(QLatin1String("\\\""));
+            break;
+        case u'\\':
+            out.append(QLatin1String("\\\\"));
+            break;
+        case u'\n':
+            out.append(QLatin1String("\\n"));
+            break;
+        case u'\r':
+            out.append(QLatin1String("\\r"));
+            break;
+        case u'\t':
+            out.append(QLatin1String("\\t"));
+            break;
+        default:
+            if (c.unicode() < 0x20) {
+                out.append(QStringLiteral("\\u%1").arg(c.unicode(), 4, 16, QLatin1Char('0')));
+            } else {
+                out.append(c);
+            }
+        }
+    }
+    out.append(QLatin1Char('"'));
+    return out;
+}
+
+QString jsonBool(bool value)
+{
+    return value ? QStringLiteral("true") : QStringLiteral("false");
+}
+
+void printJson(const Mixdesk::ShotList& shots)
+{
+    QStringList objects;
+    for (const Mixdesk::ShotPtr& shot : shots) {
+        objects.append(
+            QStringLiteral("{\"shotId\":%1,\"name\":%2,\"isLive\":%3,\"isPreview\":%4}")
+                .arg(quoted(shot->shotId), quoted(shot->name), jsonBool(shot->isLive), jsonBool(shot->isPreview)));
+    }
+    printLine(QLatin1Char('[') + objects.join(QLatin1Char(',')) + QLatin1Char(']'));
+}
+
+QString stateOf(const Mixdesk::Shot& shot)
+{
+    if (shot.isLive && shot.isPreview) {
+        return QStringLiteral("live, preview");
+    }
+    if (shot.isLive) {
+        return QStringLiteral("live");
+    }
+    return shot.isPreview ? QStringLiteral("preview") : QStringLiteral("off");
+}
+
+void printReadable(const Mixdesk::ShotList& shots)
+{
+    if (shots.isEmpty()) {
+        printLine(QStringLiteral("no shots"));
+    }
+    for (qsizetype i = 0; i < shots.size(); ++i) {
+        const Mixdesk::Shot& shot = *shots.at(i);
+        printLine(
+            QStringLiteral("%1. %2 (id %3): %4").arg(i + 1).arg(quoted(shot.name), quoted(shot.shotId), stateOf(shot)));
+    }
+}
+
+std::optional<QByteArray> readInput(const QStringList& positional)
+{
+    QFile file;
+    bool opened = false;
+    if (positional.isEmpty()) {
+        opened = file.open(stdin, QIODevice::ReadOnly);
+    } else {
+        file.setFileName(positional.first());
+        opened = file.open(QIODevice::ReadOnly);
+    }
+    if (!opened) {
+        printErrorLine(
+            QStringLiteral("tallyctl decode: cannot read %1: %2")
+                .arg(positional.isEmpty() ? QStringLiteral("standard input") : positional.first(), file.errorString()));
+        return std::nullopt;
+    }
+    return file.readAll();
+}
+
+int run(const QStringList& arguments)
+{
+    const CommandLine::ParsedArguments parsed = CommandLine::parse(arguments);
+    bool json = false;
+    for (const QString& flag : parsed.flags) {
+        if (flag != QLatin1String("--json")) {
+            return CommandLine::usageError(decode(), QStringLiteral("unknown option %1").arg(flag));
+        }
+        json = true;
+    }
+    if (parsed.positional.size() > 1) {
+        return CommandLine::usageError(decode(), QStringLiteral("one FILE at most"));
+    }
+    const std::optional<QByteArray> input = readInput(parsed.positional);
+    if (!input) {
+        return CommandLine::exitFailure;
+    }
+    const AppleScriptNotationParser::Result answer = AppleScriptNotationParser::parse(QByteArrayView(*input));
+    if (!answer.ok()) {
+        printErrorLine(QStringLiteral("tallyctl decode: unreadable answer: %1").arg(answer.error));
+        return CommandLine::exitFailure;
+    }
+    // The decoder stops the program on an answer of the wrong shape; here the
+    // answer comes from the user, so the shape is checked and reported.
+    const ShotDecoding decoding = decodeShotsChecked(*answer.value, [json](const QString& label) {
+        const QString line = QStringLiteral("unexpected record attribute ") + label;
+        json ? printErrorLine(line) : printLine(line);
+    });
+    if (decoding.problem) {
+        printErrorLine(QStringLiteral("tallyctl decode: not a shot list: %1").arg(*decoding.problem));
+        return CommandLine::exitFailure;
+    }
+    json ? printJson(decoding.shots) : printReadable(decoding.shots);
+    return CommandLine::exitOk;
+}
+
+CommandLine::Command decode()
+{
+    return { QStringLiteral("decode"), QStringLiteral("decode [--json] [FILE]"),
+        QStringLiteral("Decodes a query answer in AppleScript notation (standard input without FILE) and prints the "
+                       "shots"),
+        &run };
+}
+
+} // namespace
+
+CommandLine::Command decodeCommand()
+{
+    return decode();
+}

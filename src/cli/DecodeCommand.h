@@ -1,0 +1,7 @@
+#pragma once
+
+#include "cli/CommandLine.h"
+
+// tallyctl decode [--json] [FILE]: decodes a query answer in AppleScript
+// source notation and prints the shots.
+CommandLine::Command decodeCommand();

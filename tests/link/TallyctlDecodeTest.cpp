@@ -1,0 +1,133 @@
+// tallyctl decode, end to end: the built program with its real input and
+// output streams.
+
+#include "support/QtPrinters.h"
+
+#include <QFile>
+#include <QProcess>
+#include <QTemporaryDir>
+
+#include <gtest/gtest.h>
+
+namespace {
+
+struct Outcome {
+    int exitCode = -1;
+    QProcess::ExitStatus exitStatus = QProcess::CrashExit;
+    QString out;
+    QString err;
+};
+
+Outcome tallyctl(const QStringList& arguments, const QByteArray& input = QByteArray())
+{
+    QProcess process;
+    process.start(TALLY_BINARY_DIR "/bin/tallyctl", QStringList { "decode" } + arguments);
+    EXPECT_TRUE(process.waitForStarted());
+    process.write(input);
+    process.closeWriteChannel();
+    EXPECT_TRUE(process.waitForFinished(10000));
+    return { process.exitCode(), process.exitStatus(), QString::fromUtf8(process.readAllStandardOutput()),
+        QString::fromUtf8(process.readAllStandardError()) };
+}
+
+const QByteArray twoShots = "{{shotId:\"1\", shotName:\"Cam 1\", isLive:true, isPreview:false}, "
+                            "{shotId:\"2\", shotName:\"Cam 2\", isLive:false, isPreview:true}}\n";
+
+} // namespace
+
+TEST(TallyctlDecodeTest, DecodesStandardInputIntoOneReadableLinePerShot)
+{
+    const Outcome run = tallyctl({}, twoShots);
+    EXPECT_EQ(run.exitCode, 0);
+    EXPECT_EQ(run.out, "1. \"Cam 1\" (id \"1\"): live\n2. \"Cam 2\" (id \"2\"): preview\n");
+    EXPECT_EQ(run.err, "");
+}
+
+TEST(TallyctlDecodeTest, DecodesAFile)
+{
+    QTemporaryDir dir;
+    QFile file(dir.filePath("answer.txt"));
+    ASSERT_TRUE(file.open(QIODevice::WriteOnly));
+    file.write("{{shotId:\"a\", shotName:\"Wide\", isLive:true, isPreview:true}, {shotId:\"b\"}}");
+    file.close();
+    const Outcome run = tallyctl({ file.fileName() });
+    EXPECT_EQ(run.exitCode, 0);
+    EXPECT_EQ(run.out, "1. \"Wide\" (id \"a\"): live, preview\n2. \"\" (id \"b\"): off\n");
+}
+
+TEST(TallyctlDecodeTest, JsonPrintsOneLineOfShots)
+{
+    const Outcome run = tallyctl({ "--json" }, twoShots);
+    EXPECT_EQ(run.exitCode, 0);
+    EXPECT_EQ(run.out,
+        "[{\"shotId\":\"1\",\"name\":\"Cam 1\",\"isLive\":true,\"isPreview\":false},"
+        "{\"shotId\":\"2\",\"name\":\"Cam 2\",\"isLive\":false,\"isPreview\":true}]\n");
+}
+
+TEST(TallyctlDecodeTest, JsonEscapesQuotesBackslashesAndControlCharacters)
+{
+    const Outcome run = tallyctl({ "--json" }, "{{shotName:\"a \\\"b\\\" \\\\ c\td\"}, {shotName:\"é\"}}");
+    EXPECT_EQ(run.out,
+        QString::fromUtf8("[{\"shotId\":\"\",\"name\":\"a \\\"b\\\" \\\\ c\\td\",\"isLive\":false,"
+                          "\"isPreview\":false},{\"shotId\":\"\",\"name\":\"é\",\"isLive\":false,"
+                          "\"isPreview\":false}]\n"));
+}
+
+TEST(TallyctlDecodeTest, UnexpectedLabelsGoToStandardOutputAndWithJsonToStandardError)
+{
+    const QByteArray answer = "{{shotId:\"1\", camera:3}, {shotId:\"2\"}}";
+    const Outcome readable = tallyctl({}, answer);
+    EXPECT_EQ(readable.out, "unexpected record attribute camera\n1. \"\" (id \"1\"): off\n2. \"\" (id \"2\"): off\n");
+    const Outcome json = tallyctl({ "--json" }, answer);
+    EXPECT_EQ(json.err, "unexpected record attribute camera\n");
+    EXPECT_TRUE(json.out.startsWith("[{\"shotId\":\"1\""));
+}
+
+TEST(TallyctlDecodeTest, AnswerOfOneShotDecodesToNoShots)
+{
+    EXPECT_EQ(tallyctl({ "--json" }, "{{shotId:\"1\"}}").out, "[]\n");
+    const Outcome readable = tallyctl({}, "{{shotId:\"1\"}}");
+    EXPECT_EQ(readable.exitCode, 0);
+    EXPECT_EQ(readable.out, "no shots\n");
+}
+
+TEST(TallyctlDecodeTest, UnreadableInputExitsOneWithWhatAndWhere)
+{
+    const Outcome run = tallyctl({}, "{{shotId:\"1\"}, {shotId:\"2}}");
+    EXPECT_EQ(run.exitStatus, QProcess::NormalExit);
+    EXPECT_EQ(run.exitCode, 1);
+    EXPECT_EQ(run.out, "");
+    EXPECT_EQ(run.err, "tallyctl decode: unreadable answer: text is never closed at offset 23\n");
+}
+
+TEST(TallyctlDecodeTest, AnswerOfTheWrongShapeExitsOneInsteadOfStopping)
+{
+    const Outcome run = tallyctl({}, "{{shotId:\"1\"}, {shotId:missing value}}");
+    EXPECT_EQ(run.exitStatus, QProcess::NormalExit);
+    EXPECT_EQ(run.exitCode, 1);
+    EXPECT_EQ(run.err,
+        "tallyctl decode: not a shot list: the shotId value (item 2) of shot 2 of the query answer has no text "
+        "value\n");
+}
+
+TEST(TallyctlDecodeTest, MissingFileExitsOne)
+{
+    const Outcome run = tallyctl({ "/nonexistent/answer.txt" });
+    EXPECT_EQ(run.exitCode, 1);
+    EXPECT_TRUE(run.err.startsWith("tallyctl decode: cannot read /nonexistent/answer.txt: ")) << run.err.toStdString();
+}
+
+TEST(TallyctlDecodeTest, UnknownOptionOrTwoFilesIsAUsageError)
+{
+    const Outcome option = tallyctl({ "--yaml" });
+    EXPECT_EQ(option.exitCode, 2);
+    EXPECT_EQ(option.err, "tallyctl decode: unknown option --yaml\nusage: tallyctl decode [--json] [FILE]\n");
+    EXPECT_EQ(tallyctl({ "a", "b" }).exitCode, 2);
+}
+
+TEST(TallyctlDecodeTest, HelpPrintsUsage)
+{
+    const Outcome run = tallyctl({ "--help" });
+    EXPECT_EQ(run.exitCode, 0);
+    EXPECT_TRUE(run.out.startsWith("usage: tallyctl decode [--json] [FILE]\n"));
+}
