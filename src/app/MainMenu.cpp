@@ -1,0 +1,102 @@
+#include "app/MainMenu.h"
+
+#include "app/RecentDocuments.h"
+#include "app/UserDefaults.h"
+#include "app/ViewController.h"
+
+#include <QApplication>
+#include <QFileInfo>
+#include <QKeySequence>
+#include <QMenu>
+#include <QMenuBar>
+#include <QUrl>
+
+MainMenu::MainMenu(QMenuBar& menuBar, ViewController& controller)
+    : QObject(&menuBar)
+    , m_controller(controller)
+{
+    buildFileMenu(menuBar);
+    buildEditMenu(menuBar);
+    buildViewMenu(menuBar);
+}
+
+void MainMenu::buildFileMenu(QMenuBar& menuBar)
+{
+    m_fileMenu = menuBar.addMenu(tr("&File"));
+    QAction* open = m_fileMenu->addAction(tr("&Open…"));
+    open->setShortcut(QKeySequence::Open);
+    connect(open, &QAction::triggered, &m_controller, [this, open] { m_controller.openDocument(open); });
+
+    m_openRecentMenu = m_fileMenu->addMenu(tr("Open &Recent"));
+    connect(m_openRecentMenu, &QMenu::aboutToShow, this, &MainMenu::rebuildOpenRecentMenu);
+    rebuildOpenRecentMenu();
+
+    m_fileMenu->addSeparator();
+    QAction* save = m_fileMenu->addAction(tr("&Save"));
+    save->setShortcut(QKeySequence::Save);
+    connect(save, &QAction::triggered, &m_controller, [this, save] { m_controller.saveDocument(save); });
+    QAction* saveAs = m_fileMenu->addAction(tr("Save &As…"));
+    saveAs->setShortcut(QKeySequence::SaveAs);
+    connect(saveAs, &QAction::triggered, &m_controller, [this, saveAs] { m_controller.saveDocumentAs(saveAs); });
+
+    m_fileMenu->addSeparator();
+    QAction* quit = m_fileMenu->addAction(tr("&Quit"));
+    quit->setShortcut(QKeySequence::Quit);
+    quit->setMenuRole(QAction::QuitRole);
+    connect(quit, &QAction::triggered, qApp, &QApplication::quit, Qt::QueuedConnection);
+}
+
+void MainMenu::buildEditMenu(QMenuBar& menuBar)
+{
+    m_editMenu = menuBar.addMenu(tr("&Edit"));
+    // Shows whether unlocking needs the password; the controller switches
+    // the check mark itself, since a dialog may decide otherwise.
+    m_requirePassword = m_editMenu->addAction(tr("Require Password to Unlock"));
+    m_requirePassword->setCheckable(true);
+    connect(m_requirePassword, &QAction::triggered, &m_controller, [this] {
+        // The controller owns the state: undo Qt's own flip and let it set
+        // the mark.
+        m_requirePassword->setChecked(!m_requirePassword->isChecked());
+        m_controller.togglePasswordRequirement(m_requirePassword);
+    });
+}
+
+void MainMenu::buildViewMenu(QMenuBar& menuBar)
+{
+    m_viewMenu = menuBar.addMenu(tr("&View"));
+    m_alwaysOnTop = m_viewMenu->addAction(tr("Always on &Top"));
+    m_alwaysOnTop->setCheckable(true);
+    m_alwaysOnTop->setChecked(UserDefaults::standardUserDefaults().boolForKey(Preferences::alwaysOnTop));
+    connect(m_alwaysOnTop, &QAction::toggled, this, &MainMenu::alwaysOnTopToggled);
+}
+
+void MainMenu::alwaysOnTopToggled(bool checked)
+{
+    UserDefaults::standardUserDefaults().setBool(Preferences::alwaysOnTop, checked);
+    m_controller.toggleAlwaysOnTopWithSender(m_alwaysOnTop);
+}
+
+void MainMenu::rebuildOpenRecentMenu()
+{
+    m_openRecentMenu->clear();
+    const QStringList paths = m_controller.recentDocuments().recentDocuments();
+    for (const QString& path : paths) {
+        QAction* item = m_openRecentMenu->addAction(QFileInfo(path).fileName());
+        item->setToolTip(path);
+        item->setStatusTip(path);
+        // A file that has gone stays listed (its disk may come back) but
+        // cannot be chosen.
+        item->setEnabled(QFileInfo::exists(path));
+        connect(item, &QAction::triggered, &m_controller,
+            [this, path] { m_controller.loadTallyMap(QUrl::fromLocalFile(path)); });
+    }
+    if (!paths.isEmpty()) {
+        m_openRecentMenu->addSeparator();
+    }
+    QAction* clear = m_openRecentMenu->addAction(tr("Clear Menu"));
+    clear->setEnabled(!paths.isEmpty());
+    connect(clear, &QAction::triggered, this, [this] {
+        m_controller.recentDocuments().clearRecentDocuments();
+        rebuildOpenRecentMenu();
+    });
+}

@@ -1,0 +1,46 @@
+#pragma once
+
+#include <QAction>
+#include <QMenu>
+#include <QMenuBar>
+#include <QObject>
+#include <QPointer>
+
+class ViewController;
+
+// The main window's menu bar: File (Open, Open Recent, Save, Save As, Quit),
+// Edit (the editing lock's commands) and View (Always on Top). The commands go to
+// the main screen controller; Open Recent is rebuilt from the recent
+// documents each time it opens.
+class MainMenu : public QObject {
+    Q_OBJECT
+
+public:
+    MainMenu(QMenuBar& menuBar, ViewController& controller);
+
+    QMenu* fileMenu() const { return m_fileMenu; }
+    QMenu* openRecentMenu() const { return m_openRecentMenu; }
+    // Left for the editing-lock and test-panel commands.
+    QMenu* editMenu() const { return m_editMenu; }
+    QMenu* viewMenu() const { return m_viewMenu; }
+    QAction* alwaysOnTopAction() const { return m_alwaysOnTop; }
+    QAction* requirePasswordAction() const { return m_requirePassword; }
+
+    // Fills Open Recent from the list: missing files disabled, then Clear.
+    void rebuildOpenRecentMenu();
+
+private:
+    void buildFileMenu(QMenuBar& menuBar);
+    void buildEditMenu(QMenuBar& menuBar);
+    void buildViewMenu(QMenuBar& menuBar);
+    // The item stores the preference itself, then tells the controller.
+    void alwaysOnTopToggled(bool checked);
+
+    ViewController& m_controller;
+    QPointer<QMenu> m_fileMenu;
+    QPointer<QMenu> m_openRecentMenu;
+    QPointer<QMenu> m_editMenu;
+    QPointer<QMenu> m_viewMenu;
+    QPointer<QAction> m_alwaysOnTop;
+    QPointer<QAction> m_requirePassword;
+};

@@ -1,0 +1,524 @@
+#include "app/ViewController.h"
+
+#include "app/DocumentPanels.h"
+#include "app/FileDialogPanels.h"
+#include "app/RecentDocuments.h"
+#include "app/UserDefaults.h"
+#include "core/FatalError.h"
+#include "core/ModalSession.h"
+#include "core/StandardOutput.h"
+#include "hardware/USBHIDAppDelegate.h"
+#include "tallymap/EditViewController.h"
+#include "tallymap/TallyMapFile.h"
+#include "ui_ViewController.h"
+#include "views/PasswordViewController.h"
+#include "views/TallyState.h"
+
+#include <QAction>
+#include <QDir>
+#include <QFileInfo>
+#include <QPushButton>
+#include <QStandardPaths>
+#include <QTimer>
+
+#include <algorithm>
+#include <chrono>
+
+namespace {
+
+const QString untitledDocumentName = QStringLiteral("Untitled.tlx");
+const QString notAssignedTitle = QStringLiteral("Not Assigned");
+const QString multipleShotsTitle = QStringLiteral("Multiple shots assigned...(Click to View)");
+constexpr int firstAssignmentTag = 10;
+
+// The dynamic property "tag" of a widget, when it has one.
+std::optional<int> tagOf(const QObject* object)
+{
+    const QVariant tag = object->property("tag");
+    bool isNumber = false;
+    const int value = tag.toInt(&isNumber);
+    if (!tag.isValid() || !isNumber) {
+        return std::nullopt;
+    }
+    return value;
+}
+
+QString assignmentTitle(const Mixdesk::ShotList& shots)
+{
+    if (shots.isEmpty()) {
+        return notAssignedTitle;
+    }
+    if (shots.size() == 1) {
+        return shots.first()->name;
+    }
+    return multipleShotsTitle;
+}
+
+ViewController::Dependencies withDefaults(ViewController::Dependencies dependencies)
+{
+    if (!dependencies.documentPanels) {
+        dependencies.documentPanels = std::make_unique<FileDialogPanels>();
+    }
+    if (!dependencies.recentDocuments) {
+        dependencies.recentDocuments = std::make_unique<RecentDocuments>();
+    }
+    return dependencies;
+}
+
+} // namespace
+
+ViewController::ViewController(QWidget* parent)
+    : ViewController(Dependencies {}, parent)
+{
+}
+
+ViewController::ViewController(Dependencies dependencies, QWidget* parent)
+    : QWidget(parent)
+    , m_ui(std::make_unique<Ui::ViewController>())
+    , m_cycle(Mixdesk::shared(), *this)
+    , m_editingLock(*this)
+{
+    dependencies = withDefaults(std::move(dependencies));
+    m_documentPanels = std::move(dependencies.documentPanels);
+    m_recentDocuments = std::move(dependencies.recentDocuments);
+    m_ui->setupUi(this);
+    lockTallyCheckBox = m_ui->lockTallyCheckBox;
+    mixdeskWarning = m_ui->mixdeskWarning;
+    viewDidLoad();
+}
+
+ViewController::~ViewController() = default;
+
+void ViewController::viewDidLoad()
+{
+    connectControls();
+    // Until the first tick knows better, no warning: it would flash for a
+    // quarter of a second on every start beside a running Mixdesk.
+    if (mixdeskWarning) {
+        mixdeskWarning->hide();
+    }
+    collectTallyStateDisplays();
+    // The first answer comes before the timer exists, so the first tick
+    // compares against it.
+    shotList = Mixdesk::shared().queryShots();
+    timer = new QTimer(this);
+    timer->setInterval(std::chrono::milliseconds(static_cast<int>(timerInterval * 1000)));
+    connect(timer, &QTimer::timeout, this, [this] { queryMixdeskWithTimer(timer); });
+    timer->start();
+}
+
+void ViewController::collectTallyStateDisplays()
+{
+    // Only the view's own children count: an indicator inside some other
+    // panel of the window belongs to that panel.
+    for (QObject* child : children()) {
+        if (!QString::fromLatin1(child->metaObject()->className()).contains(QLatin1String("TallyState"))) {
+            continue;
+        }
+        auto* display = qobject_cast<TallyState*>(child);
+        if (display == nullptr) {
+            fatalError(
+                QStringLiteral("view %1 is named like an indicator but is not a TallyState").arg(child->objectName()));
+        }
+        if (display->objectName().isEmpty()) {
+            fatalError(QStringLiteral("a light indicator of the main window has no identifier"));
+        }
+        tallyStateDisplays.append(display);
+    }
+    // Plain string order, as the identifiers are written: "tallyState10"
+    // comes before "tallyState2".
+    std::stable_sort(tallyStateDisplays.begin(), tallyStateDisplays.end(),
+        [](const QPointer<TallyState>& a, const QPointer<TallyState>& b) {
+            return QString::compare(a->objectName(), b->objectName(), Qt::CaseSensitive) < 0;
+        });
+}
+
+void ViewController::connectControls()
+{
+    for (QAbstractButton* button : assignmentButtons()) {
+        button->setEnabled(m_enableEditing);
+        connect(this, &ViewController::enableEditingChanged, button, &QWidget::setEnabled);
+        connect(button, &QAbstractButton::clicked, this,
+            [this, button] { performSegueWithIdentifier(editorSegueIdentifier, button); });
+    }
+    if (lockTallyCheckBox) {
+        connect(lockTallyCheckBox, &QCheckBox::clicked, this, [this] { toggleLockSelection(lockTallyCheckBox); });
+    }
+}
+
+QList<QAbstractButton*> ViewController::assignmentButtons() const
+{
+    QList<QAbstractButton*> buttons;
+    for (QAbstractButton* button : findChildren<QAbstractButton*>()) {
+        const std::optional<int> tag = tagOf(button);
+        if (tag && *tag >= firstAssignmentTag && *tag < firstAssignmentTag + TallyMap::numberOfLights) {
+            buttons.append(button);
+        }
+    }
+    return buttons;
+}
+
+void ViewController::showEvent(QShowEvent* event)
+{
+    QWidget::showEvent(event);
+    viewDidAppear();
+}
+
+void ViewController::viewDidAppear()
+{
+    // Device discovery starts with the window, not before.
+    USBHIDAppDelegate::shared();
+    if (QFileInfo(currentDocumentUrl.path()).fileName().isEmpty()) {
+        const QString documents = QStandardPaths::writableLocation(QStandardPaths::DocumentsLocation);
+        if (documents.isEmpty()) {
+            fatalError(QStringLiteral("no documents folder for the untitled tally map"));
+        }
+        // Only the window shows the untitled file: currentDocumentUrl stays
+        // empty, so that the first save asks where to put the map.
+        window()->setWindowFilePath(QDir(documents).filePath(untitledDocumentName));
+        window()->setWindowTitle(untitledDocumentName);
+    }
+    applyAlwaysOnTop();
+}
+
+void ViewController::setEnableEditing(bool enabled)
+{
+    if (m_enableEditing == enabled) {
+        return;
+    }
+    m_enableEditing = enabled;
+    Q_EMIT enableEditingChanged(enabled);
+}
+
+QPushButton* ViewController::assignmentButton(qsizetype lightIndex) const
+{
+    const int wanted = firstAssignmentTag + static_cast<int>(lightIndex);
+    QWidget* view = nullptr;
+    for (QWidget* candidate : findChildren<QWidget*>()) {
+        if (tagOf(candidate) == wanted) {
+            view = candidate;
+            break;
+        }
+    }
+    if (view == nullptr) {
+        fatalError(QStringLiteral("the main window has no view tagged %1").arg(wanted));
+    }
+    auto* button = qobject_cast<QPushButton*>(view);
+    if (button == nullptr) {
+        fatalError(QStringLiteral("the view tagged %1 is a %2, not a button")
+                       .arg(wanted)
+                       .arg(QString::fromLatin1(view->metaObject()->className())));
+    }
+    return button;
+}
+
+void ViewController::refreshAssignmentTitles()
+{
+    const QList<Mixdesk::ShotList>& lights = tallyMap.shotSelections();
+    for (qsizetype lightIndex = 0; lightIndex < lights.size(); ++lightIndex) {
+        QPushButton* button = assignmentButton(lightIndex);
+        button->setText(assignmentTitle(lights[lightIndex]));
+        // Long names are cut in the button; the whole title is a hover away.
+        button->setToolTip(button->text());
+    }
+}
+
+void ViewController::applyAlwaysOnTop()
+{
+    const bool onTop = UserDefaults::standardUserDefaults().boolForKey(Preferences::alwaysOnTop);
+    QWidget* window = this->window();
+    if (window->windowFlags().testFlag(Qt::WindowStaysOnTopHint) == onTop) {
+        return;
+    }
+    // Changing a window flag re-creates the native window, which hides it;
+    // a window that was up comes straight back.
+    const bool wasVisible = window->isVisible();
+    window->setWindowFlag(Qt::WindowStaysOnTopHint, onTop);
+    if (wasVisible) {
+        window->show();
+    }
+}
+
+void ViewController::toggleAlwaysOnTopWithSender(QObject* /*sender*/)
+{
+    applyAlwaysOnTop();
+}
+
+void ViewController::queryMixdeskWithTimer(QTimer* /*timer*/)
+{
+    // An application-modal panel (password dialog, file panel) holds the
+    // cycle back; so does a tick still under way, should anything inside it
+    // ever run the event loop.
+    if (ModalSession::isActive() || m_inTick) {
+        return;
+    }
+    m_inTick = true;
+    updateTallyLights();
+    m_inTick = false;
+}
+
+void ViewController::updateTallyLights()
+{
+    m_cycle.updateTallyLights(shotList, tallyMap);
+}
+
+void ViewController::setMixdeskWarningHidden(bool hidden)
+{
+    if (mixdeskWarning) {
+        mixdeskWarning->setHidden(hidden);
+    }
+}
+
+qsizetype ViewController::indicatorCount() const
+{
+    return tallyStateDisplays.size();
+}
+
+void ViewController::showLightMode(qsizetype lightIndex, TallyMode mode)
+{
+    TallyState* display = tallyStateDisplays.at(lightIndex);
+    if (display == nullptr) {
+        fatalError(QStringLiteral("the indicator of light %1 has gone").arg(lightIndex + 1));
+    }
+    display->mode = mode;
+    display->setNeedsDisplayInRect(display->rect());
+}
+
+// Documents.
+
+void ViewController::openDocument(QObject* /*sender*/)
+{
+    const std::optional<QUrl> url = runOpenPanel();
+    if (url && !url->isEmpty()) {
+        loadTallyMap(*url);
+    }
+}
+
+void ViewController::saveDocument(QObject* /*sender*/)
+{
+    if (currentDocumentUrl.path().isEmpty()) {
+        saveTallyMap(std::nullopt);
+    } else {
+        saveTallyMap(currentDocumentUrl);
+    }
+}
+
+void ViewController::saveDocumentAs(QObject* /*sender*/)
+{
+    saveTallyMap(std::nullopt);
+}
+
+std::optional<QUrl> ViewController::runOpenPanel()
+{
+    return m_documentPanels->runOpenPanel(window());
+}
+
+std::optional<QUrl> ViewController::runSavePanel()
+{
+    return m_documentPanels->runSavePanel(window());
+}
+
+void ViewController::loadTallyMap(const QUrl& url)
+{
+    Error error;
+    std::optional<TallyMap> loaded = TallyMapFile::open(url.toLocalFile(), TallyMapFile::documentType, &error);
+    if (!loaded) {
+        printLine(QStringLiteral("Read of document failed: ") + error.localizedDescription);
+        return;
+    }
+    tallyMap = std::move(*loaded);
+    if (!shotList.isEmpty()) {
+        tallyMap.resolveShotIds(shotList);
+    }
+    refreshAssignmentTitles();
+    currentDocumentUrl = url;
+    showDocument(url);
+    m_recentDocuments->noteNewRecentDocument(url.toLocalFile());
+    Q_EMIT recentDocumentsChanged();
+}
+
+void ViewController::saveTallyMap(const std::optional<QUrl>& requested)
+{
+    std::optional<QUrl> url = requested;
+    if (!url) {
+        url = runSavePanel();
+        if (!url || url->isEmpty()) {
+            return;
+        }
+    }
+    Error error;
+    if (!TallyMapFile::write(tallyMap, url->toLocalFile(), TallyMapFile::documentType, &error)) {
+        printLine(QStringLiteral("Save of document failed: ") + error.localizedDescription);
+        return;
+    }
+    if (*url == currentDocumentUrl) {
+        return;
+    }
+    currentDocumentUrl = *url;
+    showDocument(*url);
+    m_recentDocuments->noteNewRecentDocument(url->toLocalFile());
+    Q_EMIT recentDocumentsChanged();
+}
+
+void ViewController::showDocument(const QUrl& url)
+{
+    // The represented file first: a title set afterwards takes precedence
+    // over the one Qt derives from it.
+    QWidget* window = this->window();
+    window->setWindowFilePath(url.toLocalFile());
+    window->setWindowTitle(QFileInfo(url.path()).fileName());
+}
+
+// Editing lock.
+
+void ViewController::toggleLockSelection(QObject* /*sender*/)
+{
+    m_editingLock.updateLockAfterToggle();
+}
+
+void ViewController::togglePasswordRequirement(QObject* sender)
+{
+    auto* menuItem = qobject_cast<QAction*>(sender);
+    if (menuItem == nullptr) {
+        fatalError(QStringLiteral("togglePasswordRequirement needs its menu item as sender"));
+    }
+    m_requirementMenuItem = menuItem;
+    m_editingLock.updatePasswordRequirement();
+}
+
+std::optional<bool> ViewController::lockCheckBoxState() const
+{
+    if (!lockTallyCheckBox) {
+        return std::nullopt;
+    }
+    return lockTallyCheckBox->isChecked();
+}
+
+void ViewController::setLockCheckBoxState(bool locked)
+{
+    if (lockTallyCheckBox) {
+        lockTallyCheckBox->setChecked(locked);
+    }
+}
+
+void ViewController::setRequirementMenuItemState(bool on)
+{
+    if (m_requirementMenuItem) {
+        m_requirementMenuItem->setChecked(on);
+    }
+}
+
+void ViewController::openPasswordDialog()
+{
+    performSegueWithIdentifier(passwordSegueIdentifier, nullptr);
+}
+
+// Segues.
+
+bool ViewController::shouldPerformSegueWithIdentifier(const QString& identifier, QObject* /*sender*/) const
+{
+    if (identifier == passwordSegueIdentifier || identifier == testSegueIdentifier) {
+        return true;
+    }
+    // The editor stays shut while editing is locked.
+    return !lockTallyCheckBox || !lockTallyCheckBox->isChecked();
+}
+
+void ViewController::performSegueWithIdentifier(const QString& identifier, QObject* sender)
+{
+    if (!shouldPerformSegueWithIdentifier(identifier, sender)) {
+        return;
+    }
+    if (identifier == passwordSegueIdentifier) {
+        // Application-modal: the tick waits while a password is typed.
+        auto* dialog = new PasswordViewController(window());
+        dialog->setAttribute(Qt::WA_DeleteOnClose);
+        dialog->setWindowModality(Qt::ApplicationModal);
+        prepareForSegue(identifier, dialog, sender);
+        dialog->setPresentingViewController(this);
+        dialog->exec();
+        return;
+    }
+    if (identifier == testSegueIdentifier) {
+        fatalError(QStringLiteral("this build has no light test panel"));
+    }
+    // A window-modal sheet: the lights go on following Mixdesk meanwhile.
+    auto* editor = new EditViewController(window());
+    editor->setAttribute(Qt::WA_DeleteOnClose);
+    prepareForSegue(identifier, editor, sender);
+    editor->setPresentingViewController([this](QObject* viewController) { dismissViewController(viewController); });
+    editor->show();
+}
+
+void ViewController::prepareForSegue(const QString& identifier, QObject* destination, QObject* sender)
+{
+    if (identifier == passwordSegueIdentifier) {
+        auto* dialog = qobject_cast<PasswordViewController*>(destination);
+        if (dialog == nullptr) {
+            fatalError(QStringLiteral("the password segue leads to something other than the password dialog"));
+        }
+        const EditingLock::DialogSetup setup = m_editingLock.preparePasswordDialog();
+        dialog->mode = setup.mode == PasswordDialogMode::set ? PasswordViewController::Mode::set
+                                                             : PasswordViewController::Mode::collect;
+        dialog->updateFieldVisibility();
+        if (setup.matchPassword) {
+            dialog->matchPassword = *setup.matchPassword;
+        }
+        return;
+    }
+    if (identifier == testSegueIdentifier) {
+        return;
+    }
+    auto* button = qobject_cast<QPushButton*>(sender);
+    const std::optional<int> tag = button ? tagOf(button) : std::nullopt;
+    if (!tag) {
+        fatalError(QStringLiteral("the shot editor was asked for by something other than an assignment button"));
+    }
+    auto* editor = qobject_cast<EditViewController*>(destination);
+    if (editor == nullptr) {
+        fatalError(QStringLiteral("the editor segue leads to something other than the shot editor"));
+    }
+    const int lightIndex = *tag - firstAssignmentTag;
+    const Mixdesk::ShotList& assigned = tallyMap.shotSelection(lightIndex);
+    editor->setRepresentedObject({ shotList, assigned });
+    editor->lightIndex = lightIndex;
+}
+
+void ViewController::dismissViewController(QObject* viewController)
+{
+    if (auto* widget = qobject_cast<QWidget*>(viewController)) {
+        widget->close();
+    }
+    if (QString::fromLatin1(viewController->metaObject()->className())
+            .contains(QLatin1String("PasswordViewController"))) {
+        passwordDialogDidClose(viewController);
+        return;
+    }
+    editorDidClose(viewController);
+}
+
+void ViewController::passwordDialogDidClose(QObject* dialogObject)
+{
+    auto* dialog = qobject_cast<PasswordViewController*>(dialogObject);
+    if (dialog == nullptr) {
+        fatalError(QStringLiteral("a dismissed password dialog is not a PasswordViewController"));
+    }
+    m_editingLock.passwordDialogDidClose(
+        dialog->mode == PasswordViewController::Mode::set ? PasswordDialogMode::set : PasswordDialogMode::collect,
+        dialog->passwordMatched, dialog->passwordHash);
+}
+
+void ViewController::editorDidClose(QObject* editorObject)
+{
+    auto* editor = qobject_cast<EditViewController*>(editorObject);
+    if (editor == nullptr) {
+        fatalError(QStringLiteral("%1 was dismissed as if it were the shot editor")
+                       .arg(QString::fromLatin1(editorObject->metaObject()->className())));
+    }
+    const QList<Mixdesk::ShotList> lists = editor->representedObject();
+    if (lists.size() < 2) {
+        fatalError(QStringLiteral("the shot editor came back with %1 lists instead of two").arg(lists.size()));
+    }
+    tallyMap.setShotSelection(editor->lightIndex, lists.at(1));
+    refreshAssignmentTitles();
+}

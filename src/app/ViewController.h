@@ -1,0 +1,146 @@
+#pragma once
+
+#include "app/DocumentPanels.h"
+#include "app/EditingLock.h"
+#include "app/RecentDocuments.h"
+#include "app/TallyCycle.h"
+#include "link/Mixdesk.h"
+#include "tallymap/TallyMap.h"
+
+#include <QCheckBox>
+#include <QLabel>
+#include <QList>
+#include <QPointer>
+#include <QUrl>
+#include <QWidget>
+
+#include <memory>
+#include <optional>
+
+class QAbstractButton;
+class QAction;
+class QPushButton;
+class QTimer;
+class TallyState;
+
+namespace Ui {
+class ViewController;
+}
+
+// The main screen: a row of light indicators over a row of assignment
+// buttons, the lock check box and the "Mixdesk is not running" warning. It
+// owns the current tally map, the latest shot list and the 0.25 s timer of
+// the update cycle, and handles the document commands itself.
+class ViewController : public QWidget, private TallyCycle::Observer, private EditingLock::Window {
+    Q_OBJECT
+    Q_PROPERTY(bool enableEditing READ enableEditing WRITE setEnableEditing NOTIFY enableEditingChanged)
+
+public:
+    // What the controller works with besides the process-wide objects
+    // (Mixdesk::shared(), USBHIDAppDelegate::shared(), the standard user
+    // defaults). Left empty, the program's own are made.
+    struct Dependencies {
+        std::unique_ptr<DocumentPanels> documentPanels;
+        std::unique_ptr<RecentDocuments> recentDocuments;
+    };
+
+    explicit ViewController(QWidget* parent = nullptr);
+    explicit ViewController(Dependencies dependencies, QWidget* parent = nullptr);
+    ~ViewController() override;
+
+    // Outlets made by the layout.
+    QPointer<QCheckBox> lockTallyCheckBox;
+    QPointer<QLabel> mixdeskWarning;
+
+    // The indicators, in light order: element i shows light i + 1.
+    QList<QPointer<TallyState>> tallyStateDisplays;
+    TallyMap tallyMap;
+    // Where the map was loaded from or last saved to; an empty path while
+    // there is no file yet.
+    QUrl currentDocumentUrl { QStringLiteral("file://") };
+    static constexpr double timerInterval = 0.25;
+    Mixdesk::ShotList shotList;
+    // The repeating update timer; it runs for the life of the controller.
+    QPointer<QTimer> timer;
+
+    bool enableEditing() const { return m_enableEditing; }
+    void setEnableEditing(bool enabled) override;
+
+    // Titles the assignment buttons (tags 10 to 17) from the tally map.
+    void refreshAssignmentTitles() override;
+    // Keeps the window above the others while "AlwaysOnTop" is on.
+    void applyAlwaysOnTop();
+
+    // One tick of the update cycle.
+    void updateTallyLights();
+
+    // The document commands.
+    void loadTallyMap(const QUrl& url);
+    void saveTallyMap(const std::optional<QUrl>& url);
+    std::optional<QUrl> runOpenPanel();
+    std::optional<QUrl> runSavePanel();
+
+    RecentDocuments& recentDocuments() const { return *m_recentDocuments; }
+    const EditingLock& editingLock() const { return m_editingLock; }
+
+    // Segues to the other screens. Every identifier other than
+    // passwordSegueIdentifier and testSegueIdentifier opens the shot editor
+    // of the light of the sending assignment button.
+    static inline const QString passwordSegueIdentifier = QStringLiteral("ShowPasswordModal");
+    static inline const QString testSegueIdentifier = QStringLiteral("Test");
+    static inline const QString editorSegueIdentifier = QStringLiteral("EditShots");
+    bool shouldPerformSegueWithIdentifier(const QString& identifier, QObject* sender) const;
+    void prepareForSegue(const QString& identifier, QObject* destination, QObject* sender);
+
+public Q_SLOTS:
+    void queryMixdeskWithTimer(QTimer* timer);
+    void toggleAlwaysOnTopWithSender(QObject* sender);
+    void openDocument(QObject* sender);
+    void saveDocument(QObject* sender);
+    void saveDocumentAs(QObject* sender);
+    void toggleLockSelection(QObject* sender);
+    // The sender must be the "Require Password to Unlock" menu action.
+    void togglePasswordRequirement(QObject* sender);
+    void performSegueWithIdentifier(const QString& identifier, QObject* sender);
+    // The shot editor and the password dialog come back through here.
+    void dismissViewController(QObject* viewController);
+
+Q_SIGNALS:
+    void enableEditingChanged(bool enableEditing);
+    // A file was opened or saved under a new name: the recent list changed.
+    void recentDocumentsChanged();
+
+protected:
+    void viewDidLoad();
+    void viewDidAppear();
+    void showEvent(QShowEvent* event) override;
+
+private:
+    // TallyCycle::Observer
+    void setMixdeskWarningHidden(bool hidden) override;
+    qsizetype indicatorCount() const override;
+    void showLightMode(qsizetype lightIndex, TallyMode mode) override;
+
+    // EditingLock::Window
+    std::optional<bool> lockCheckBoxState() const override;
+    void setLockCheckBoxState(bool locked) override;
+    void setRequirementMenuItemState(bool on) override;
+    void openPasswordDialog() override;
+
+    void collectTallyStateDisplays();
+    QList<QAbstractButton*> assignmentButtons() const;
+    QPushButton* assignmentButton(qsizetype lightIndex) const;
+    void connectControls();
+    void showDocument(const QUrl& url);
+    void passwordDialogDidClose(QObject* dialog);
+    void editorDidClose(QObject* editor);
+
+    std::unique_ptr<Ui::ViewController> m_ui;
+    std::unique_ptr<DocumentPanels> m_documentPanels;
+    std::unique_ptr<RecentDocuments> m_recentDocuments;
+    TallyCycle m_cycle;
+    EditingLock m_editingLock;
+    QPointer<QAction> m_requirementMenuItem;
+    bool m_enableEditing = false;
+    bool m_inTick = false;
+};
