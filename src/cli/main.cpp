@@ -9,6 +9,7 @@
 #include "cli/MapCommand.h"
 #include "cli/OffCommand.h"
 #include "cli/SendCommand.h"
+#include "cli/WatchCommand.h"
 #include "core/StandardOutput.h"
 
 #include <QCoreApplication>
@@ -31,6 +32,7 @@ const std::vector<Command>& commands()
         sendCommand(),
         offCommand(),
         chaseCommand(),
+        watchCommand(),
     };
     return all;
 }
