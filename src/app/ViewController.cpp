@@ -97,7 +97,7 @@ void ViewController::viewDidLoad()
     if (mixdeskWarning) {
         mixdeskWarning->hide();
     }
-    collectTallyStateDisplays();
+    tallyStateDisplays = collectTallyStateDisplays(*this);
     // The first answer comes before the timer exists, so the first tick
     // compares against it.
     shotList = Mixdesk::shared().queryShots();
@@ -107,11 +107,12 @@ void ViewController::viewDidLoad()
     timer->start();
 }
 
-void ViewController::collectTallyStateDisplays()
+QList<QPointer<TallyState>> ViewController::collectTallyStateDisplays(const QWidget& view)
 {
+    QList<QPointer<TallyState>> displays;
     // Only the view's own children count: an indicator inside some other
     // panel of the window belongs to that panel.
-    for (QObject* child : children()) {
+    for (QObject* child : view.children()) {
         if (!QString::fromLatin1(child->metaObject()->className()).contains(QLatin1String("TallyState"))) {
             continue;
         }
@@ -123,14 +124,15 @@ void ViewController::collectTallyStateDisplays()
         if (display->objectName().isEmpty()) {
             fatalError(QStringLiteral("a light indicator of the main window has no identifier"));
         }
-        tallyStateDisplays.append(display);
+        displays.append(display);
     }
     // Plain string order, as the identifiers are written: "tallyState10"
     // comes before "tallyState2".
-    std::stable_sort(tallyStateDisplays.begin(), tallyStateDisplays.end(),
-        [](const QPointer<TallyState>& a, const QPointer<TallyState>& b) {
+    std::stable_sort(
+        displays.begin(), displays.end(), [](const QPointer<TallyState>& a, const QPointer<TallyState>& b) {
             return QString::compare(a->objectName(), b->objectName(), Qt::CaseSensitive) < 0;
         });
+    return displays;
 }
 
 void ViewController::connectControls()

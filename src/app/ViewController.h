@@ -80,6 +80,11 @@ public:
     std::optional<QUrl> runOpenPanel();
     std::optional<QUrl> runSavePanel();
 
+    // The TallyState children of a view (its direct children only), sorted
+    // by identifier as plain strings: "tallyState10" before "tallyState2".
+    // An indicator without an identifier stops the process.
+    static QList<QPointer<TallyState>> collectTallyStateDisplays(const QWidget& view);
+
     RecentDocuments& recentDocuments() const { return *m_recentDocuments; }
     const EditingLock& editingLock() const { return m_editingLock; }
 
@@ -127,7 +132,6 @@ private:
     void setRequirementMenuItemState(bool on) override;
     void openPasswordDialog() override;
 
-    void collectTallyStateDisplays();
     QList<QAbstractButton*> assignmentButtons() const;
     QPushButton* assignmentButton(qsizetype lightIndex) const;
     void connectControls();

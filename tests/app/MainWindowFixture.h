@@ -1,0 +1,130 @@
+#pragma once
+
+// A main window built for a widget test: Mixdesk::shared() answers from a
+// FakeMixdeskPlatform, USBHIDAppDelegate::shared() drives a FakeDevice, the
+// preferences and the recent documents live in a private temporary folder,
+// and the file panels are answered by the test.
+
+#include "app/DocumentPanels.h"
+#include "app/MainMenu.h"
+#include "app/MainWindow.h"
+#include "app/ModalPanelProbe.h"
+#include "app/RecentDocuments.h"
+#include "app/UserDefaults.h"
+#include "hardware/HardwareFakes.h"
+#include "hardware/USBHIDAppDelegate.h"
+#include "support/FakeMixdeskPlatform.h"
+#include "support/ShotNotation.h"
+#include "views/TallyState.h"
+
+#include <QFile>
+#include <QPushButton>
+#include <QSettings>
+#include <QTemporaryDir>
+#include <QTimer>
+
+#include <gtest/gtest.h>
+
+// Answers the open and save panels from queues; an empty queue is Cancel.
+class FakeDocumentPanels : public DocumentPanels {
+public:
+    QList<std::optional<QUrl>> openAnswers;
+    QList<std::optional<QUrl>> saveAnswers;
+    int openRuns = 0;
+    int saveRuns = 0;
+
+    std::optional<QUrl> runOpenPanel(QWidget*) override
+    {
+        ++openRuns;
+        return openAnswers.isEmpty() ? std::nullopt : openAnswers.takeFirst();
+    }
+
+    std::optional<QUrl> runSavePanel(QWidget*) override
+    {
+        ++saveRuns;
+        return saveAnswers.isEmpty() ? std::nullopt : saveAnswers.takeFirst();
+    }
+};
+
+class MainWindowFixture : public testing::Test {
+protected:
+    void SetUp() override
+    {
+        ASSERT_TRUE(directory.isValid());
+        UserDefaults::standardUserDefaults().useSettingsFile(directory.filePath(QStringLiteral("preferences.ini")));
+        Preferences::registerDefaults();
+        Mixdesk::shared().setPlatform(platform);
+        Mixdesk::shared().authorizationChecked = false;
+        auto backend = std::make_unique<FakeBackend>();
+        FakeBackend* plugged = backend.get();
+        USBHIDAppDelegate::setSharedBackendForTesting(std::move(backend));
+        plugged->plug(device);
+        installModalPanelProbe();
+    }
+
+    void TearDown() override
+    {
+        main.window.reset();
+        Mixdesk::shared().setPlatform(std::make_shared<FakeMixdeskPlatform>());
+    }
+
+    // Builds the window; the update timer is stopped so that a test decides
+    // when ticks happen.
+    void makeWindow()
+    {
+        auto panelsOwned = std::make_unique<FakeDocumentPanels>();
+        panels = panelsOwned.get();
+        ViewController::Dependencies dependencies;
+        dependencies.documentPanels = std::move(panelsOwned);
+        dependencies.recentDocuments = std::make_unique<RecentDocuments>(
+            std::make_unique<QSettings>(directory.filePath(QStringLiteral("recent.ini")), QSettings::IniFormat));
+        main = MainWindow::make(std::move(dependencies));
+        controller = main.controller;
+        controller->timer->stop();
+    }
+
+    // An answer of fewer than two records counts as none, so a shot that no
+    // light uses is always added.
+    void answer(QList<ShotSpec> shots)
+    {
+        shots.append({ "99", "Unused", false, false });
+        platform->answerWithNotation(shotsNotation(shots));
+    }
+
+    void tick() { controller->queryMixdeskWithTimer(controller->timer); }
+
+    QPushButton* button(int lightNumber) const
+    {
+        for (QPushButton* candidate : controller->findChildren<QPushButton*>()) {
+            if (candidate->property("tag").toInt() == lightNumber + 9) {
+                return candidate;
+            }
+        }
+        return nullptr;
+    }
+
+    QString writeFile(const QString& name, const QByteArray& bytes) const
+    {
+        const QString path = directory.filePath(name);
+        QFile file(path);
+        EXPECT_TRUE(file.open(QIODevice::WriteOnly | QIODevice::Truncate));
+        file.write(bytes);
+        return path;
+    }
+
+    QByteArray readFile(const QString& path) const
+    {
+        QFile file(path);
+        EXPECT_TRUE(file.open(QIODevice::ReadOnly)) << path.toStdString();
+        return file.readAll();
+    }
+
+    static Mixdesk::ShotPtr record(const QString& name) { return std::make_shared<Mixdesk::Shot>(name); }
+
+    QTemporaryDir directory;
+    std::shared_ptr<FakeMixdeskPlatform> platform = std::make_shared<FakeMixdeskPlatform>();
+    std::shared_ptr<FakeDevice> device = std::make_shared<FakeDevice>();
+    MainWindow main;
+    ViewController* controller = nullptr;
+    FakeDocumentPanels* panels = nullptr;
+};
