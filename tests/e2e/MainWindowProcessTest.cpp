@@ -1,0 +1,136 @@
+// The built mixdesk-tally beside the built stand-in, both as real processes
+// with a private runtime folder, home and capture tally box.
+
+#include "CaptureFile.h"
+#include "support/QtPrinters.h"
+#include "tools/StandinProcess.h"
+
+#include <QDir>
+#include <QProcess>
+#include <QTemporaryDir>
+#include <QThread>
+
+#include <gtest/gtest.h>
+
+namespace {
+
+// Light 1 live, light 2 preview, the rest off.
+const QByteArray firstLiveSecondPreview = "b1 21 02 d2 03 23 04 24 05 25 06 26 07 27 08 28";
+// Light 1 preview, light 2 live.
+const QByteArray firstPreviewSecondLive = "01 d1 b2 22 03 23 04 24 05 25 06 26 07 27 08 28";
+
+class MainWindowProcessTest : public testing::Test {
+protected:
+    void SetUp() override
+    {
+        ASSERT_TRUE(home.isValid());
+        capture.path = home.filePath(QStringLiteral("capture.hex"));
+    }
+
+    void TearDown() override
+    {
+        for (QProcess* process : { &tally, &secondLaunch }) {
+            if (process->state() != QProcess::NotRunning) {
+                process->kill();
+                process->waitForFinished();
+            }
+        }
+    }
+
+    QProcessEnvironment environment() const
+    {
+        QProcessEnvironment environment = standin.environment();
+        environment.insert(QStringLiteral("HOME"), home.path());
+        environment.insert(QStringLiteral("XDG_CONFIG_HOME"), home.filePath(QStringLiteral("config")));
+        environment.insert(QStringLiteral("QT_QPA_PLATFORM"), QStringLiteral("offscreen"));
+        environment.insert(QStringLiteral("MIXDESK_TALLY_HID_CAPTURE"), capture.path);
+        return environment;
+    }
+
+    QString map(const QString& name, const QByteArray& contents) const
+    {
+        const QString path = home.filePath(name);
+        QFile file(path);
+        EXPECT_TRUE(file.open(QIODevice::WriteOnly));
+        file.write(contents);
+        return path;
+    }
+
+    void launch(QProcess& process, const QStringList& arguments)
+    {
+        process.setProcessEnvironment(environment());
+        process.start(QStringLiteral(TALLY_BINARY_DIR "/bin/mixdesk-tally"), arguments);
+        ASSERT_TRUE(process.waitForStarted(10000));
+    }
+
+    bool lastTickIs(const QByteArray& expected) const
+    {
+        return eventually([&] {
+            const QList<QByteArray> ticks = capture.ticks();
+            return !ticks.isEmpty() && ticks.last() == expected;
+        });
+    }
+
+    QTemporaryDir home;
+    StandinProcess standin;
+    CaptureFile capture;
+    QProcess tally;
+    QProcess secondLaunch;
+};
+
+} // namespace
+
+TEST_F(MainWindowProcessTest, DrivesTheBoxFollowsCutsAndHandOversAndFreezesWhenMixdeskEnds)
+{
+    ASSERT_TRUE(standin.start());
+    launch(tally, { map(QStringLiteral("studio.tlx"), "0|Camera 1\r\n1|Camera 2\r\n") });
+
+    // Sixteen 64-byte reports per tick, light 1 first, program byte first.
+    ASSERT_TRUE(eventually([&] { return capture.ticks().size() >= 2; })) << capture.lines().size();
+    const QList<QByteArray> lines = capture.lines();
+    for (const QByteArray& line : lines) {
+        EXPECT_EQ(line.mid(2), QByteArray(126, '0'));
+    }
+    EXPECT_EQ(capture.ticks().at(0), firstLiveSecondPreview);
+    EXPECT_EQ(capture.ticks().at(1), firstLiveSecondPreview);
+
+    standin.send("cut\n");
+    EXPECT_TRUE(lastTickIs(firstPreviewSecondLive)) << capture.ticks().last().toStdString();
+
+    // A second launch hands its file to the running window and leaves.
+    launch(secondLaunch, { map(QStringLiteral("swapped.tlx"), "0|Camera 2\r\n1|Camera 1\r\n") });
+    ASSERT_TRUE(secondLaunch.waitForFinished(10000));
+    EXPECT_EQ(secondLaunch.exitStatus(), QProcess::NormalExit);
+    EXPECT_EQ(secondLaunch.exitCode(), 0);
+    EXPECT_TRUE(lastTickIs(firstLiveSecondPreview)) << capture.ticks().last().toStdString();
+    EXPECT_EQ(tally.state(), QProcess::Running);
+
+    // Mixdesk gone: the lights keep their last state, no byte is sent.
+    standin.send("quit\n");
+    ASSERT_TRUE(standin.waitForExit());
+    QThread::msleep(400);
+    const qsizetype frozen = capture.lines().size();
+    QThread::msleep(1000);
+    EXPECT_EQ(capture.lines().size(), frozen);
+    EXPECT_EQ(frozen % 16, 0);
+    EXPECT_EQ(tally.state(), QProcess::Running);
+}
+
+TEST_F(MainWindowProcessTest, WithoutMixdeskNothingIsSent)
+{
+    launch(tally, {});
+    QThread::msleep(1500);
+    EXPECT_EQ(tally.state(), QProcess::Running);
+    EXPECT_TRUE(capture.lines().isEmpty());
+}
+
+TEST_F(MainWindowProcessTest, AnUnreadableFileArgumentIsReportedAndTheWindowRunsOn)
+{
+    ASSERT_TRUE(standin.start());
+    const QString missing = home.filePath(QStringLiteral("missing.tlx"));
+    launch(tally, { missing });
+    ASSERT_TRUE(eventually([&] { return !capture.ticks().isEmpty(); }));
+    EXPECT_EQ(capture.ticks().first(), "01 21 02 22 03 23 04 24 05 25 06 26 07 27 08 28");
+    EXPECT_TRUE(eventually([&] { return tally.bytesAvailable() > 0; }));
+    EXPECT_TRUE(tally.readAllStandardOutput().startsWith("Read of document failed: Unable to read \""));
+}

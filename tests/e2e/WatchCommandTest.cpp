@@ -1,0 +1,121 @@
+// tallyctl watch beside the built stand-in, as real processes.
+
+#include "CaptureFile.h"
+#include "support/QtPrinters.h"
+#include "tools/StandinProcess.h"
+
+#include <QProcess>
+#include <QTemporaryDir>
+
+#include <gtest/gtest.h>
+
+namespace {
+
+class WatchCommandTest : public testing::Test {
+protected:
+    void SetUp() override
+    {
+        ASSERT_TRUE(folder.isValid());
+        capture.path = folder.filePath(QStringLiteral("capture.hex"));
+        mapPath = folder.filePath(QStringLiteral("studio.tlx"));
+        QFile file(mapPath);
+        ASSERT_TRUE(file.open(QIODevice::WriteOnly));
+        file.write("0|Camera 1\r\n1|Camera 2\r\n2|Camera 1|Camera 2\r\n");
+    }
+
+    void start(const QStringList& arguments)
+    {
+        QProcessEnvironment environment = standin.environment();
+        environment.insert(QStringLiteral("MIXDESK_TALLY_HID_CAPTURE"), capture.path);
+        watch.setProcessEnvironment(environment);
+        watch.start(
+            QStringLiteral(TALLY_BINARY_DIR "/bin/tallyctl"), QStringList { QStringLiteral("watch") } + arguments);
+        ASSERT_TRUE(watch.waitForStarted(10000));
+    }
+
+    bool finished()
+    {
+        if (!watch.waitForFinished(15000)) {
+            watch.kill();
+            watch.waitForFinished();
+            return false;
+        }
+        return true;
+    }
+
+    QTemporaryDir folder;
+    QString mapPath;
+    StandinProcess standin;
+    CaptureFile capture;
+    QProcess watch;
+};
+
+} // namespace
+
+TEST_F(WatchCommandTest, PrintsTheRunningStateAndEachLightOnceAndSendsEveryTick)
+{
+    ASSERT_TRUE(standin.start());
+    start({ QStringLiteral("--ticks"), QStringLiteral("6"), mapPath });
+    ASSERT_TRUE(finished());
+    EXPECT_EQ(watch.exitCode(), 0);
+    EXPECT_EQ(QString::fromUtf8(watch.readAllStandardOutput()),
+        QStringLiteral("Mixdesk running\n"
+                       "Light 1: live\n"
+                       "Light 2: preview\n"
+                       "Light 3: live\n"
+                       "Light 4: off\n"
+                       "Light 5: off\n"
+                       "Light 6: off\n"
+                       "Light 7: off\n"
+                       "Light 8: off\n"));
+    EXPECT_EQ(capture.lines().size(), 6 * 16);
+    EXPECT_EQ(capture.ticks().last(), "b1 21 02 d2 b3 23 04 24 05 25 06 26 07 27 08 28");
+}
+
+TEST_F(WatchCommandTest, PrintsTheChangeAfterACut)
+{
+    ASSERT_TRUE(standin.start());
+    start({ mapPath });
+    QByteArray printed;
+    ASSERT_TRUE(eventually([&] {
+        printed += watch.readAllStandardOutput();
+        return printed.contains("Light 8: off\n");
+    })) << printed.toStdString();
+    printed.clear();
+    standin.send("cut\n");
+    EXPECT_TRUE(eventually([&] {
+        printed += watch.readAllStandardOutput();
+        return printed.contains("Light 2: live\n");
+    })) << printed.toStdString();
+    EXPECT_TRUE(printed.contains("Light 1: preview\n"));
+    EXPECT_FALSE(printed.contains("Light 3: ")) << "light 3 stays live";
+    watch.terminate();
+    ASSERT_TRUE(finished());
+    EXPECT_EQ(watch.exitStatus(), QProcess::NormalExit);
+    EXPECT_EQ(watch.exitCode(), 0);
+}
+
+TEST_F(WatchCommandTest, WithoutMixdeskItSaysSoAndSendsNothing)
+{
+    start({ QStringLiteral("--ticks=3"), mapPath });
+    ASSERT_TRUE(finished());
+    EXPECT_EQ(watch.exitCode(), 0);
+    EXPECT_EQ(QString::fromUtf8(watch.readAllStandardOutput()), QStringLiteral("Mixdesk not running\n"));
+    EXPECT_TRUE(capture.lines().isEmpty());
+}
+
+TEST_F(WatchCommandTest, WrongUsageExitsTwoWithAUsageLine)
+{
+    start({ QStringLiteral("--ticks"), QStringLiteral("zero"), mapPath });
+    ASSERT_TRUE(finished());
+    EXPECT_EQ(watch.exitCode(), 2);
+    EXPECT_TRUE(watch.readAllStandardError().contains("usage: tallyctl watch [--ticks N] MAP"));
+}
+
+TEST_F(WatchCommandTest, AnUnreadableMapFailsWithTheReason)
+{
+    start({ folder.filePath(QStringLiteral("missing.tlx")) });
+    ASSERT_TRUE(finished());
+    EXPECT_EQ(watch.exitCode(), 1);
+    EXPECT_TRUE(watch.readAllStandardError().startsWith("Read of document failed: Unable to read"));
+}
