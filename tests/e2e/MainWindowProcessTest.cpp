@@ -2,6 +2,7 @@
 // with a private runtime folder, home and capture tally box.
 
 #include "CaptureFile.h"
+#include "MixdeskProcesses.h"
 #include "support/QtPrinters.h"
 #include "tools/StandinProcess.h"
 
@@ -108,6 +109,9 @@ TEST_F(MainWindowProcessTest, DrivesTheBoxFollowsCutsAndHandOversAndFreezesWhenM
     // Mixdesk gone: the lights keep their last state, no byte is sent.
     standin.send("quit\n");
     ASSERT_TRUE(standin.waitForExit());
+    if (anyMixdeskRunning()) {
+        GTEST_SKIP() << "another process named mixdesk runs on this machine";
+    }
     QThread::msleep(400);
     const qsizetype frozen = capture.lines().size();
     QThread::msleep(1000);
@@ -120,6 +124,9 @@ TEST_F(MainWindowProcessTest, WithoutMixdeskNothingIsSent)
 {
     launch(tally, {});
     QThread::msleep(1500);
+    if (anyMixdeskRunning()) {
+        GTEST_SKIP() << "another process named mixdesk runs on this machine";
+    }
     EXPECT_EQ(tally.state(), QProcess::Running);
     EXPECT_TRUE(capture.lines().isEmpty());
 }

@@ -1,6 +1,7 @@
 // tallyctl watch beside the built stand-in, as real processes.
 
 #include "CaptureFile.h"
+#include "MixdeskProcesses.h"
 #include "support/QtPrinters.h"
 #include "tools/StandinProcess.h"
 
@@ -99,6 +100,9 @@ TEST_F(WatchCommandTest, WithoutMixdeskItSaysSoAndSendsNothing)
 {
     start({ QStringLiteral("--ticks=3"), mapPath });
     ASSERT_TRUE(finished());
+    if (anyMixdeskRunning()) {
+        GTEST_SKIP() << "another process named mixdesk runs on this machine";
+    }
     EXPECT_EQ(watch.exitCode(), 0);
     EXPECT_EQ(QString::fromUtf8(watch.readAllStandardOutput()), QStringLiteral("Mixdesk not running\n"));
     EXPECT_TRUE(capture.lines().isEmpty());
