@@ -1,0 +1,64 @@
+// Renders the main window to build/<preset>/screenshots/main-window.png, with
+// a live light, a preview light and the warning, so that a person can look
+// at the layout.
+
+#include "MainWindowFixture.h"
+#include "support/QtPrinters.h"
+
+#include <QApplication>
+#include <QDir>
+#include <QImage>
+
+#include <gtest/gtest.h>
+
+namespace {
+
+class MainWindowScreenshotTest : public MainWindowFixture { };
+
+QString screenshotPath(const QString& name)
+{
+    const QString folder = QStringLiteral(TALLY_BINARY_DIR "/screenshots");
+    EXPECT_TRUE(QDir().mkpath(folder));
+    return folder + QLatin1Char('/') + name;
+}
+
+} // namespace
+
+TEST_F(MainWindowScreenshotTest, MainWindowWithLiveAndPreviewLights)
+{
+    answer({ { "1", "Camera 1", true, false }, { "2", "Camera 2", false, true }, { "3", "Wide Shot", false, false } });
+    makeWindow();
+    controller->tallyMap.setShotSelection(0, { record("Camera 1") });
+    controller->tallyMap.setShotSelection(1, { record("Camera 2") });
+    controller->tallyMap.setShotSelection(2, { record("Camera 1"), record("Wide Shot") });
+    controller->tallyMap.setShotSelection(3, { record("Wide Shot") });
+    controller->refreshAssignmentTitles();
+    main.window->show();
+    tick();
+    QApplication::processEvents();
+
+    const QString path = screenshotPath(QStringLiteral("main-window.png"));
+    QFile::remove(path);
+    const QImage image = main.window->grab().toImage();
+    ASSERT_TRUE(image.save(path)) << path.toStdString();
+    // The first indicator is filled red, the second green.
+    const QPoint firstCentre = controller->tallyStateDisplays[0]->mapTo(
+        main.window.get(), QPoint(controller->tallyStateDisplays[0]->width() / 2, 4));
+    EXPECT_EQ(image.pixelColor(firstCentre * image.devicePixelRatio()), QColor(0xFF, 0x00, 0x00));
+    const QPoint secondCentre = controller->tallyStateDisplays[1]->mapTo(
+        main.window.get(), QPoint(controller->tallyStateDisplays[1]->width() / 2, 4));
+    EXPECT_EQ(image.pixelColor(secondCentre * image.devicePixelRatio()), QColor(0x00, 0xFF, 0x00));
+}
+
+TEST_F(MainWindowScreenshotTest, MainWindowWhileMixdeskIsNotRunning)
+{
+    platform->runningCount = 0;
+    makeWindow();
+    main.window->show();
+    tick();
+    QApplication::processEvents();
+    ASSERT_TRUE(controller->mixdeskWarning->isVisible());
+    const QString path = screenshotPath(QStringLiteral("main-window-no-mixdesk.png"));
+    QFile::remove(path);
+    ASSERT_TRUE(main.window->grab().save(path)) << path.toStdString();
+}
