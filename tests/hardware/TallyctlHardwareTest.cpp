@@ -1,4 +1,5 @@
 #include "hardware/LightCommand.h"
+#include "support/CaptureFile.h"
 #include "support/QtPrinters.h"
 
 #include <QFile>
@@ -15,20 +16,6 @@ struct ProcessResult {
     QString out;
     QString err;
 };
-
-QString reportLine(quint8 first)
-{
-    return QStringLiteral("%1").arg(first, 2, 16, QLatin1Char('0')) + QString(126, QLatin1Char('0'));
-}
-
-QStringList reportLines(const QList<quint8>& bytes)
-{
-    QStringList lines;
-    for (const quint8 byte : bytes) {
-        lines.append(reportLine(byte));
-    }
-    return lines;
-}
 
 class TallyctlHardwareTest : public testing::Test {
 protected:
@@ -54,18 +41,7 @@ protected:
         return run;
     }
 
-    QStringList captured() const
-    {
-        QFile file(capturePath());
-        if (!file.open(QIODevice::ReadOnly)) {
-            return {};
-        }
-        QStringList lines = QString::fromLatin1(file.readAll()).split(QLatin1Char('\n'));
-        if (lines.last().isEmpty()) {
-            lines.removeLast();
-        }
-        return lines;
-    }
+    QStringList captured() const { return CaptureFile::read(capturePath()); }
 
     QString unopenablePath() const { return m_dir.filePath(QStringLiteral("no-such-directory/reports.txt")); }
 
@@ -107,7 +83,7 @@ TEST_F(TallyctlHardwareTest, SendWritesEachByteAsOneReportInOrder)
                                            QStringLiteral("0x00"), QStringLiteral("255") },
         capturePath());
     EXPECT_EQ(run.exitCode, 0) << run.err.toStdString();
-    EXPECT_EQ(captured(), reportLines({ 0xB3, 0x23, 0x00, 0xFF }));
+    EXPECT_EQ(captured(), CaptureFile::lines({ 0xB3, 0x23, 0x00, 0xFF }));
 }
 
 TEST_F(TallyctlHardwareTest, SendRejectsWhatIsNotAByteWithUsageAndSendsNothing)
@@ -134,7 +110,7 @@ TEST_F(TallyctlHardwareTest, OffSendsB0ThenD0AndNothingElse)
 {
     const ProcessResult run = tallyctl({ QStringLiteral("off") }, capturePath());
     EXPECT_EQ(run.exitCode, 0) << run.err.toStdString();
-    EXPECT_EQ(captured(), reportLines({ 0xB0, 0xD0 }));
+    EXPECT_EQ(captured(), CaptureFile::lines({ 0xB0, 0xD0 }));
 }
 
 TEST_F(TallyctlHardwareTest, ChasePrintsEveryStepAndWritesTheWholeSequence)
@@ -154,7 +130,7 @@ TEST_F(TallyctlHardwareTest, ChasePrintsEveryStepAndWritesTheWholeSequence)
     }
     const QStringList lines = captured();
     EXPECT_EQ(lines.size(), 52);
-    EXPECT_EQ(lines, reportLines(everyByte));
+    EXPECT_EQ(lines, CaptureFile::lines(everyByte));
 }
 
 TEST_F(TallyctlHardwareTest, HardwareCommandsTakeNoStrayArguments)
