@@ -1,8 +1,7 @@
 #include "cli/MapCommand.h"
 
+#include "cli/CommandInputs.h"
 #include "core/StandardOutput.h"
-#include "tallymap/TallyMapFile.h"
-#include "tallymap/TallyMapFormat.h"
 
 #include <QJsonArray>
 #include <QJsonDocument>
@@ -31,31 +30,6 @@ int readFailed(const QString& message)
 {
     printErrorLine(QStringLiteral("Read of document failed: %1").arg(message));
     return CommandLine::exitFailure;
-}
-
-// The program's reader stops the process on a line naming a light the map
-// does not have; a user's file deserves a message instead, so the indices are
-// checked before the reader sees the data.
-std::optional<TallyMap> readMap(const QString& path, QString* failure)
-{
-    Error error;
-    const std::optional<QByteArray> data = TallyMapFile::readData(path, &error);
-    if (!data) {
-        *failure = error.localizedDescription;
-        return std::nullopt;
-    }
-    if (const std::optional<qint64> outside = TallyMapFormat::firstIndexOutside(*data, TallyMap::numberOfLights)) {
-        *failure = QStringLiteral("Tally index %1 is outside the lights 0 to %2")
-                       .arg(*outside)
-                       .arg(TallyMap::numberOfLights - 1);
-        return std::nullopt;
-    }
-    TallyMap map;
-    if (!map.readFromData(*data, TallyMapFile::documentType, &error)) {
-        *failure = error.localizedDescription;
-        return std::nullopt;
-    }
-    return map;
 }
 
 QStringList namesOf(const Mixdesk::ShotList& records)
@@ -100,7 +74,7 @@ int runShow(const CommandLine::ParsedArguments& parsed)
         return CommandLine::usageError(command(), QStringLiteral("expected one FILE"));
     }
     QString failure;
-    const std::optional<TallyMap> map = readMap(parsed.positional[1], &failure);
+    const std::optional<TallyMap> map = CommandInputs::readTallyMap(parsed.positional[1], &failure);
     if (!map) {
         return readFailed(failure);
     }
