@@ -4,13 +4,8 @@
 
 #include "cli/DecodeCommand.h"
 
+#include "cli/CommandInputs.h"
 #include "core/StandardOutput.h"
-#include "link/AppleScriptNotationParser.h"
-#include "link/ShotDecoder.h"
-
-#include <QFile>
-
-#include <cstdio>
 
 namespace {
 
@@ -88,25 +83,6 @@ void printReadable(const Mixdesk::ShotList& shots)
     }
 }
 
-std::optional<QByteArray> readInput(const QStringList& positional)
-{
-    QFile file;
-    bool opened = false;
-    if (positional.isEmpty()) {
-        opened = file.open(stdin, QIODevice::ReadOnly);
-    } else {
-        file.setFileName(positional.first());
-        opened = file.open(QIODevice::ReadOnly);
-    }
-    if (!opened) {
-        printErrorLine(
-            QStringLiteral("tallyctl decode: cannot read %1: %2")
-                .arg(positional.isEmpty() ? QStringLiteral("standard input") : positional.first(), file.errorString()));
-        return std::nullopt;
-    }
-    return file.readAll();
-}
-
 int run(const QStringList& arguments)
 {
     const CommandLine::ParsedArguments parsed = CommandLine::parse(arguments);
@@ -120,26 +96,23 @@ int run(const QStringList& arguments)
     if (parsed.positional.size() > 1) {
         return CommandLine::usageError(decode(), QStringLiteral("one FILE at most"));
     }
-    const std::optional<QByteArray> input = readInput(parsed.positional);
-    if (!input) {
+    QString failure;
+    const std::optional<QByteArray> input
+        = CommandInputs::readFileOrStandardInput(parsed.positional.value(0), &failure);
+    const std::optional<Mixdesk::ShotList> shots = input
+        ? CommandInputs::decodeAnswer(
+            *input,
+            [json](const QString& label) {
+                const QString line = QStringLiteral("unexpected record attribute ") + label;
+                json ? printErrorLine(line) : printLine(line);
+            },
+            &failure)
+        : std::nullopt;
+    if (!shots) {
+        printErrorLine(QStringLiteral("tallyctl decode: %1").arg(failure));
         return CommandLine::exitFailure;
     }
-    const AppleScriptNotationParser::Result answer = AppleScriptNotationParser::parse(QByteArrayView(*input));
-    if (!answer.ok()) {
-        printErrorLine(QStringLiteral("tallyctl decode: unreadable answer: %1").arg(answer.error));
-        return CommandLine::exitFailure;
-    }
-    // The decoder stops the program on an answer of the wrong shape; here the
-    // answer comes from the user, so the shape is checked and reported.
-    const ShotDecoding decoding = decodeShotsChecked(*answer.value, [json](const QString& label) {
-        const QString line = QStringLiteral("unexpected record attribute ") + label;
-        json ? printErrorLine(line) : printLine(line);
-    });
-    if (decoding.problem) {
-        printErrorLine(QStringLiteral("tallyctl decode: not a shot list: %1").arg(*decoding.problem));
-        return CommandLine::exitFailure;
-    }
-    json ? printJson(decoding.shots) : printReadable(decoding.shots);
+    json ? printJson(*shots) : printReadable(*shots);
     return CommandLine::exitOk;
 }
 

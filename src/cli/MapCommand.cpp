@@ -1,6 +1,6 @@
 #include "cli/MapCommand.h"
 
-#include "cli/UserMapFile.h"
+#include "cli/CommandInputs.h"
 #include "core/StandardOutput.h"
 
 #include <QJsonArray>
@@ -74,7 +74,7 @@ int runShow(const CommandLine::ParsedArguments& parsed)
         return CommandLine::usageError(command(), QStringLiteral("expected one FILE"));
     }
     QString failure;
-    const std::optional<TallyMap> map = UserMapFile::read(parsed.positional[1], &failure);
+    const std::optional<TallyMap> map = CommandInputs::readTallyMap(parsed.positional[1], &failure);
     if (!map) {
         return readFailed(failure);
     }

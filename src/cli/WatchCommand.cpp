@@ -1,7 +1,7 @@
 #include "cli/WatchCommand.h"
 
 #include "app/TallyCycle.h"
-#include "cli/UserMapFile.h"
+#include "cli/CommandInputs.h"
 #include "cli/WatchPrinter.h"
 #include "core/StandardOutput.h"
 #include "hardware/USBHIDAppDelegate.h"
@@ -98,7 +98,7 @@ int runWatch(const QStringList& arguments)
         return CommandLine::usageError(command(), *problem);
     }
     QString failure;
-    std::optional<TallyMap> tallyMap = UserMapFile::read(options.mapPath, &failure);
+    std::optional<TallyMap> tallyMap = CommandInputs::readTallyMap(options.mapPath, &failure);
     if (!tallyMap) {
         printErrorLine(QStringLiteral("Read of document failed: %1").arg(failure));
         return CommandLine::exitFailure;

@@ -6,6 +6,7 @@
 #include "cli/DecodeCommand.h"
 #include "cli/DevicesCommand.h"
 #include "cli/DigestCommand.h"
+#include "cli/EvaluateCommand.h"
 #include "cli/MapCommand.h"
 #include "cli/OffCommand.h"
 #include "cli/SendCommand.h"
@@ -28,6 +29,7 @@ const std::vector<Command>& commands()
         digestCommand(),
         mapCommand(),
         decodeCommand(),
+        evaluateCommand(),
         devicesCommand(),
         sendCommand(),
         offCommand(),

@@ -1,9 +1,14 @@
 #include "hardware/HidBackendFactory.h"
 
 #include "hardware/CaptureBackend.h"
+
+#ifdef Q_OS_MACOS
+#include "hardware/MacHidBackend.h"
+#else
 #include "hardware/DeviceChangeWatcher.h"
 #include "hardware/HidapiBackend.h"
 #include "hardware/HidapiLibrary.h"
+#endif
 
 std::unique_ptr<HidBackend> makeHidBackendFromEnvironment()
 {
@@ -11,5 +16,9 @@ std::unique_ptr<HidBackend> makeHidBackendFromEnvironment()
     if (!capturePath.isEmpty()) {
         return std::make_unique<CaptureBackend>(capturePath);
     }
+#ifdef Q_OS_MACOS
+    return makeMacHidBackend();
+#else
     return std::make_unique<HidapiBackend>(std::make_unique<HidapiLibrary>(), makeDeviceChangeWatcher());
+#endif
 }

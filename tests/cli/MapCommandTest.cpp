@@ -1,4 +1,5 @@
 #include "support/QtPrinters.h"
+#include "support/TallyctlProcess.h"
 
 #include <QFile>
 #include <QProcess>
@@ -7,12 +8,6 @@
 #include <gtest/gtest.h>
 
 namespace {
-
-struct Outcome {
-    int exitCode = -1;
-    QString standardOutput;
-    QString standardError;
-};
 
 class MapCommandTest : public testing::Test {
 protected:
@@ -27,22 +22,7 @@ protected:
         return path;
     }
 
-    static Outcome tallyctl(const QStringList& arguments)
-    {
-        QProcess process;
-        process.start(QStringLiteral(TALLY_BINARY_DIR "/bin/tallyctl"), arguments);
-        Outcome run;
-        if (!process.waitForFinished(10000)) {
-            process.kill();
-            process.waitForFinished();
-            ADD_FAILURE() << "tallyctl did not finish";
-            return run;
-        }
-        run.exitCode = process.exitStatus() == QProcess::NormalExit ? process.exitCode() : -1;
-        run.standardOutput = QString::fromUtf8(process.readAllStandardOutput());
-        run.standardError = QString::fromUtf8(process.readAllStandardError());
-        return run;
-    }
+    static TallyctlRun tallyctl(const QStringList& arguments) { return runTallyctl(arguments); }
 
     QTemporaryDir directory;
 };
@@ -53,10 +33,10 @@ const QByteArray exampleMap = "0|Camera 1|Camera 2\r\n1|\r\n2|Wide Shot\r\n3|\r\
 
 TEST_F(MapCommandTest, ShowPrintsOneLinePerLightWithItsNames)
 {
-    const Outcome run
+    const TallyctlRun run
         = tallyctl({ QStringLiteral("map"), QStringLiteral("show"), file(QStringLiteral("studio.tlx"), exampleMap) });
     EXPECT_EQ(run.exitCode, 0);
-    EXPECT_EQ(run.standardOutput,
+    EXPECT_EQ(run.out,
         QStringLiteral("Light 1: Camera 1, Camera 2\n"
                        "Light 2: (none)\n"
                        "Light 3: Wide Shot\n"
@@ -65,25 +45,25 @@ TEST_F(MapCommandTest, ShowPrintsOneLinePerLightWithItsNames)
                        "Light 6: (none)\n"
                        "Light 7: (none)\n"
                        "Light 8: (none)\n"));
-    EXPECT_EQ(run.standardError, QString());
+    EXPECT_EQ(run.err, QString());
 }
 
 TEST_F(MapCommandTest, ShowJsonPrintsEightArraysOnOneLine)
 {
-    const Outcome run = tallyctl({ QStringLiteral("map"), QStringLiteral("show"), QStringLiteral("--json"),
+    const TallyctlRun run = tallyctl({ QStringLiteral("map"), QStringLiteral("show"), QStringLiteral("--json"),
         file(QStringLiteral("studio.tlx"), exampleMap) });
     EXPECT_EQ(run.exitCode, 0);
-    EXPECT_EQ(run.standardOutput,
-        QStringLiteral("{\"lights\":[[\"Camera 1\",\"Camera 2\"],[],[\"Wide Shot\"],[],[],[],[],[]]}\n"));
+    EXPECT_EQ(
+        run.out, QStringLiteral("{\"lights\":[[\"Camera 1\",\"Camera 2\"],[],[\"Wide Shot\"],[],[],[],[],[]]}\n"));
 }
 
 TEST_F(MapCommandTest, ShowJsonEscapesQuotesBackslashesAndControlCharactersAndKeepsUnicode)
 {
-    const Outcome run = tallyctl({ QStringLiteral("map"), QStringLiteral("show"),
+    const TallyctlRun run = tallyctl({ QStringLiteral("map"), QStringLiteral("show"),
         file(QStringLiteral("odd.tlx"), "6|Say \"hi\"|back\\slash|tab\there|Cam\xc3\xa9ra\n"),
         QStringLiteral("--json") });
-    EXPECT_EQ(run.exitCode, 0) << run.standardError.toStdString();
-    EXPECT_EQ(run.standardOutput,
+    EXPECT_EQ(run.exitCode, 0) << run.err.toStdString();
+    EXPECT_EQ(run.out,
         QStringLiteral("{\"lights\":[[],[],[],[],[],[],[\"Say "
                        "\\\"hi\\\"\",\"back\\\\slash\",\"tab\\there\",\"Cam\u00e9ra\"],[]]}\n"));
 }
@@ -91,10 +71,10 @@ TEST_F(MapCommandTest, ShowJsonEscapesQuotesBackslashesAndControlCharactersAndKe
 TEST_F(MapCommandTest, ShowOfAMissingFileFailsWithTheReadMessageAndExitCode1)
 {
     const QString missing = directory.filePath(QStringLiteral("missing.tlx"));
-    const Outcome run = tallyctl({ QStringLiteral("map"), QStringLiteral("show"), missing });
+    const TallyctlRun run = tallyctl({ QStringLiteral("map"), QStringLiteral("show"), missing });
     EXPECT_EQ(run.exitCode, 1);
-    EXPECT_EQ(run.standardOutput, QString());
-    EXPECT_EQ(run.standardError,
+    EXPECT_EQ(run.out, QString());
+    EXPECT_EQ(run.err,
         QStringLiteral("Read of document failed: Unable to read \"%1\": No such file or directory\n").arg(missing));
 }
 
@@ -106,11 +86,11 @@ TEST_F(MapCommandTest, ShowOfABadFileFailsWithTheFormatsMessageAndExitCode1)
         { QByteArray("0|\xff"), QStringLiteral("Unable to decode utf8 data") },
     };
     for (const auto& [bytes, message] : cases) {
-        const Outcome run
+        const TallyctlRun run
             = tallyctl({ QStringLiteral("map"), QStringLiteral("show"), file(QStringLiteral("bad.tlx"), bytes) });
         EXPECT_EQ(run.exitCode, 1) << message.toStdString();
-        EXPECT_EQ(run.standardOutput, QString());
-        EXPECT_EQ(run.standardError, QStringLiteral("Read of document failed: %1\n").arg(message));
+        EXPECT_EQ(run.out, QString());
+        EXPECT_EQ(run.err, QStringLiteral("Read of document failed: %1\n").arg(message));
     }
 }
 
@@ -118,21 +98,20 @@ TEST_F(MapCommandTest, ShowOfAFileNamingALightOutsideTheMapFailsWithAMessageInst
 {
     for (const auto& [bytes, index] : QList<QPair<QByteArray, QString>> {
              { QByteArray("0|A\r\n8|A\r\n"), QStringLiteral("8") }, { QByteArray("-1|A"), QStringLiteral("-1") } }) {
-        const Outcome run
+        const TallyctlRun run
             = tallyctl({ QStringLiteral("map"), QStringLiteral("show"), file(QStringLiteral("far.tlx"), bytes) });
         EXPECT_EQ(run.exitCode, 1);
-        EXPECT_EQ(run.standardOutput, QString());
-        EXPECT_EQ(run.standardError,
+        EXPECT_EQ(run.out, QString());
+        EXPECT_EQ(run.err,
             QStringLiteral("Read of document failed: Tally index %1 is outside the lights 0 to 7\n").arg(index));
     }
 }
 
 TEST_F(MapCommandTest, ShowWithoutAFileIsAUsageError)
 {
-    const Outcome run = tallyctl({ QStringLiteral("map"), QStringLiteral("show") });
+    const TallyctlRun run = tallyctl({ QStringLiteral("map"), QStringLiteral("show") });
     EXPECT_EQ(run.exitCode, 2);
-    EXPECT_TRUE(run.standardError.contains(QStringLiteral("usage: tallyctl map show [--json] FILE")))
-        << run.standardError.toStdString();
+    EXPECT_TRUE(run.err.contains(QStringLiteral("usage: tallyctl map show [--json] FILE"))) << run.err.toStdString();
 }
 
 TEST_F(MapCommandTest, UnknownOptionsAndSubcommandsAreUsageErrors)
@@ -142,16 +121,16 @@ TEST_F(MapCommandTest, UnknownOptionsAndSubcommandsAreUsageErrors)
         { QStringList { QStringLiteral("map"), QStringLiteral("show"), QStringLiteral("--yaml"), path },
             QStringList { QStringLiteral("map"), QStringLiteral("list"), path }, QStringList { QStringLiteral("map") },
             QStringList { QStringLiteral("map"), QStringLiteral("show"), path, path } }) {
-        const Outcome run = tallyctl(arguments);
+        const TallyctlRun run = tallyctl(arguments);
         EXPECT_EQ(run.exitCode, 2) << arguments.join(u' ').toStdString();
-        EXPECT_EQ(run.standardOutput, QString());
-        EXPECT_TRUE(run.standardError.contains(QStringLiteral("usage: tallyctl map show [--json] FILE")));
+        EXPECT_EQ(run.out, QString());
+        EXPECT_TRUE(run.err.contains(QStringLiteral("usage: tallyctl map show [--json] FILE")));
     }
 }
 
 TEST_F(MapCommandTest, HelpPrintsTheUsage)
 {
-    const Outcome run = tallyctl({ QStringLiteral("map"), QStringLiteral("show"), QStringLiteral("--help") });
+    const TallyctlRun run = tallyctl({ QStringLiteral("map"), QStringLiteral("show"), QStringLiteral("--help") });
     EXPECT_EQ(run.exitCode, 0);
-    EXPECT_TRUE(run.standardOutput.startsWith(QStringLiteral("usage: tallyctl map show [--json] FILE\n")));
+    EXPECT_TRUE(run.out.startsWith(QStringLiteral("usage: tallyctl map show [--json] FILE\n")));
 }

@@ -6,6 +6,7 @@
 #include "hardware/LightCommand.h"
 #include "hardware/TestSequenceRunner.h"
 #include "hardware/USBHIDAppDelegate.h"
+#include "support/CaptureFile.h"
 #include "support/QtPrinters.h"
 
 #include <QFile>
@@ -14,36 +15,6 @@
 #include <gtest/gtest.h>
 
 namespace {
-
-// One report line as the capture file holds it: 128 lower-case hex digits.
-QString line(quint8 first)
-{
-    return QStringLiteral("%1").arg(first, 2, 16, QLatin1Char('0')) + QString(126, QLatin1Char('0'));
-}
-
-QStringList lines(const QList<quint8>& bytes)
-{
-    QStringList expected;
-    for (const quint8 byte : bytes) {
-        expected.append(line(byte));
-    }
-    return expected;
-}
-
-QStringList readLines(const QString& path)
-{
-    QFile file(path);
-    if (!file.open(QIODevice::ReadOnly)) {
-        return { QStringLiteral("<unreadable>") };
-    }
-    const QString text = QString::fromLatin1(file.readAll());
-    if (!text.isEmpty() && !text.endsWith(QLatin1Char('\n'))) {
-        return { QStringLiteral("<last line not ended>") };
-    }
-    QStringList result = text.split(QLatin1Char('\n'));
-    result.removeLast();
-    return result;
-}
 
 class CaptureBackendTest : public testing::Test {
 protected:
@@ -79,7 +50,7 @@ TEST_F(CaptureBackendTest, LiveLightWritesProgramOnThenPreviewOffLines)
 {
     const auto delegate = makeDelegate();
     sendMode(*delegate, TallyMode::live, 1);
-    EXPECT_EQ(readLines(capturePath()),
+    EXPECT_EQ(CaptureFile::read(capturePath()),
         QStringList({ QStringLiteral("b1000000000000000000000000000000000000000000000000000000000000000000000000000000"
                                      "000000000000000000000000000000000000000000000000"),
             QStringLiteral("21000000000000000000000000000000000000000000000000000000000000000000000000000000"
@@ -90,21 +61,21 @@ TEST_F(CaptureBackendTest, PreviewLightWritesProgramOffThenPreviewOnLines)
 {
     const auto delegate = makeDelegate();
     sendMode(*delegate, TallyMode::preview, 8);
-    EXPECT_EQ(readLines(capturePath()), lines({ 0x08, 0xD8 }));
+    EXPECT_EQ(CaptureFile::read(capturePath()), CaptureFile::lines({ 0x08, 0xD8 }));
 }
 
 TEST_F(CaptureBackendTest, OffLightWritesProgramOffThenPreviewOffLines)
 {
     const auto delegate = makeDelegate();
     sendMode(*delegate, TallyMode::off, 3);
-    EXPECT_EQ(readLines(capturePath()), lines({ 0x03, 0x23 }));
+    EXPECT_EQ(CaptureFile::read(capturePath()), CaptureFile::lines({ 0x03, 0x23 }));
 }
 
 TEST_F(CaptureBackendTest, EachLineIs128LowerCaseHexDigits)
 {
     const auto delegate = makeDelegate();
     delegate->sendControl(0xFF);
-    const QStringList written = readLines(capturePath());
+    const QStringList written = CaptureFile::read(capturePath());
     ASSERT_EQ(written.size(), 1);
     EXPECT_EQ(written.first().size(), 128);
     EXPECT_TRUE(written.first().startsWith(QStringLiteral("ff0000")));
@@ -114,16 +85,16 @@ TEST_F(CaptureBackendTest, EachReportIsInTheFileAsSoonAsItIsSent)
 {
     const auto delegate = makeDelegate();
     delegate->sendControl(0xB5);
-    EXPECT_EQ(readLines(capturePath()), lines({ 0xB5 }));
+    EXPECT_EQ(CaptureFile::read(capturePath()), CaptureFile::lines({ 0xB5 }));
     delegate->sendControl(0x25);
-    EXPECT_EQ(readLines(capturePath()), lines({ 0xB5, 0x25 }));
+    EXPECT_EQ(CaptureFile::read(capturePath()), CaptureFile::lines({ 0xB5, 0x25 }));
 }
 
 TEST_F(CaptureBackendTest, ReportsAreAppendedToWhatTheFileAlreadyHolds)
 {
     makeDelegate()->sendControl(0xB1);
     makeDelegate()->sendControl(0xB2);
-    EXPECT_EQ(readLines(capturePath()), lines({ 0xB1, 0xB2 }));
+    EXPECT_EQ(CaptureFile::read(capturePath()), CaptureFile::lines({ 0xB1, 0xB2 }));
 }
 
 TEST_F(CaptureBackendTest, WholeChaseWritesTwentyOneStepsAsFiftyTwoLines)
@@ -140,11 +111,11 @@ TEST_F(CaptureBackendTest, WholeChaseWritesTwentyOneStepsAsFiftyTwoLines)
     for (const QList<quint8>& step : LightCommand::testSequence()) {
         expected.append(step);
     }
-    const QStringList written = readLines(capturePath());
+    const QStringList written = CaptureFile::read(capturePath());
     EXPECT_EQ(written.size(), 52);
-    EXPECT_EQ(written, lines(expected));
-    EXPECT_EQ(written.first(), line(0xB0));
-    EXPECT_EQ(written.last(), line(0x28));
+    EXPECT_EQ(written, CaptureFile::lines(expected));
+    EXPECT_EQ(written.first(), CaptureFile::line(0xB0));
+    EXPECT_EQ(written.last(), CaptureFile::line(0x28));
     EXPECT_FALSE(timer->isActive());
 }
 

@@ -1,5 +1,7 @@
 #include "hardware/LightCommand.h"
+#include "support/CaptureFile.h"
 #include "support/QtPrinters.h"
+#include "support/TallyctlProcess.h"
 
 #include <QFile>
 #include <QProcess>
@@ -10,62 +12,19 @@
 
 namespace {
 
-struct ProcessResult {
-    int exitCode = -1;
-    QString out;
-    QString err;
-};
-
-QString reportLine(quint8 first)
-{
-    return QStringLiteral("%1").arg(first, 2, 16, QLatin1Char('0')) + QString(126, QLatin1Char('0'));
-}
-
-QStringList reportLines(const QList<quint8>& bytes)
-{
-    QStringList lines;
-    for (const quint8 byte : bytes) {
-        lines.append(reportLine(byte));
-    }
-    return lines;
-}
-
 class TallyctlHardwareTest : public testing::Test {
 protected:
     QString capturePath() const { return m_dir.filePath(QStringLiteral("reports.txt")); }
 
-    ProcessResult tallyctl(const QStringList& arguments, const QString& capture, int timeoutMs = 10000) const
+    static TallyctlRun tallyctl(const QStringList& arguments, const QString& capture, int timeoutMs = 10000)
     {
-        QProcess process;
-        QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-        environment.insert(QStringLiteral("MIXDESK_TALLY_HID_CAPTURE"), capture);
-        process.setProcessEnvironment(environment);
-        process.start(QStringLiteral(TALLY_BINARY_DIR "/bin/tallyctl"), arguments);
-        ProcessResult run;
-        if (!process.waitForFinished(timeoutMs)) {
-            process.kill();
-            process.waitForFinished();
-            run.err = QStringLiteral("<timed out>");
-            return run;
-        }
-        run.exitCode = process.exitStatus() == QProcess::NormalExit ? process.exitCode() : -2;
-        run.out = QString::fromUtf8(process.readAllStandardOutput());
-        run.err = QString::fromUtf8(process.readAllStandardError());
-        return run;
+        TallyctlOptions options;
+        options.environment.insert(QStringLiteral("MIXDESK_TALLY_HID_CAPTURE"), capture);
+        options.timeoutMs = timeoutMs;
+        return runTallyctl(arguments, options);
     }
 
-    QStringList captured() const
-    {
-        QFile file(capturePath());
-        if (!file.open(QIODevice::ReadOnly)) {
-            return {};
-        }
-        QStringList lines = QString::fromLatin1(file.readAll()).split(QLatin1Char('\n'));
-        if (lines.last().isEmpty()) {
-            lines.removeLast();
-        }
-        return lines;
-    }
+    QStringList captured() const { return CaptureFile::read(capturePath()); }
 
     QString unopenablePath() const { return m_dir.filePath(QStringLiteral("no-such-directory/reports.txt")); }
 
@@ -77,7 +36,7 @@ private:
 
 TEST_F(TallyctlHardwareTest, DevicesListsTheCaptureDevice)
 {
-    const ProcessResult run = tallyctl({ QStringLiteral("devices") }, capturePath());
+    const TallyctlRun run = tallyctl({ QStringLiteral("devices") }, capturePath());
     EXPECT_EQ(run.exitCode, 0) << run.err.toStdString();
     EXPECT_EQ(run.out,
         capturePath()
@@ -88,7 +47,7 @@ TEST_F(TallyctlHardwareTest, DevicesListsTheCaptureDevice)
 
 TEST_F(TallyctlHardwareTest, DevicesSaysNoneIsAttachedWhenTheCaptureFileCannotBeOpened)
 {
-    const ProcessResult run = tallyctl({ QStringLiteral("devices") }, unopenablePath());
+    const TallyctlRun run = tallyctl({ QStringLiteral("devices") }, unopenablePath());
     EXPECT_EQ(run.exitCode, 0);
     EXPECT_EQ(run.out, QStringLiteral("no tally device attached\n"));
     EXPECT_TRUE(run.err.contains(QStringLiteral("cannot be opened"))) << run.err.toStdString();
@@ -96,50 +55,50 @@ TEST_F(TallyctlHardwareTest, DevicesSaysNoneIsAttachedWhenTheCaptureFileCannotBe
 
 TEST_F(TallyctlHardwareTest, DevicesWithoutCaptureExitsZero)
 {
-    const ProcessResult run = tallyctl({ QStringLiteral("devices") }, QString());
+    const TallyctlRun run = tallyctl({ QStringLiteral("devices") }, QString());
     EXPECT_EQ(run.exitCode, 0) << run.err.toStdString();
     EXPECT_FALSE(run.out.isEmpty());
 }
 
 TEST_F(TallyctlHardwareTest, SendWritesEachByteAsOneReportInOrder)
 {
-    const ProcessResult run = tallyctl({ QStringLiteral("send"), QStringLiteral("0xB3"), QStringLiteral("35"),
-                                           QStringLiteral("0x00"), QStringLiteral("255") },
+    const TallyctlRun run = tallyctl({ QStringLiteral("send"), QStringLiteral("0xB3"), QStringLiteral("35"),
+                                         QStringLiteral("0x00"), QStringLiteral("255") },
         capturePath());
     EXPECT_EQ(run.exitCode, 0) << run.err.toStdString();
-    EXPECT_EQ(captured(), reportLines({ 0xB3, 0x23, 0x00, 0xFF }));
+    EXPECT_EQ(captured(), CaptureFile::lines({ 0xB3, 0x23, 0x00, 0xFF }));
 }
 
 TEST_F(TallyctlHardwareTest, SendRejectsWhatIsNotAByteWithUsageAndSendsNothing)
 {
     for (const QString& bad : { QStringLiteral("256"), QStringLiteral("0x100"), QStringLiteral("-1"),
              QStringLiteral("abc"), QStringLiteral("0x"), QStringLiteral("1.5") }) {
-        const ProcessResult run = tallyctl({ QStringLiteral("send"), QStringLiteral("0xB1"), bad }, capturePath());
+        const TallyctlRun run = tallyctl({ QStringLiteral("send"), QStringLiteral("0xB1"), bad }, capturePath());
         EXPECT_EQ(run.exitCode, 2) << bad.toStdString();
         EXPECT_TRUE(run.err.contains(QStringLiteral("usage: tallyctl send"))) << run.err.toStdString();
     }
-    const ProcessResult none = tallyctl({ QStringLiteral("send") }, capturePath());
+    const TallyctlRun none = tallyctl({ QStringLiteral("send") }, capturePath());
     EXPECT_EQ(none.exitCode, 2);
     EXPECT_TRUE(captured().isEmpty());
 }
 
 TEST_F(TallyctlHardwareTest, SendWithoutADeviceGivesUpAfterWaitingAndExitsOne)
 {
-    const ProcessResult run = tallyctl({ QStringLiteral("send"), QStringLiteral("0xB1") }, unopenablePath());
+    const TallyctlRun run = tallyctl({ QStringLiteral("send"), QStringLiteral("0xB1") }, unopenablePath());
     EXPECT_EQ(run.exitCode, 1);
     EXPECT_TRUE(run.err.contains(QStringLiteral("no tally device is attached"))) << run.err.toStdString();
 }
 
 TEST_F(TallyctlHardwareTest, OffSendsB0ThenD0AndNothingElse)
 {
-    const ProcessResult run = tallyctl({ QStringLiteral("off") }, capturePath());
+    const TallyctlRun run = tallyctl({ QStringLiteral("off") }, capturePath());
     EXPECT_EQ(run.exitCode, 0) << run.err.toStdString();
-    EXPECT_EQ(captured(), reportLines({ 0xB0, 0xD0 }));
+    EXPECT_EQ(captured(), CaptureFile::lines({ 0xB0, 0xD0 }));
 }
 
 TEST_F(TallyctlHardwareTest, ChasePrintsEveryStepAndWritesTheWholeSequence)
 {
-    const ProcessResult run = tallyctl({ QStringLiteral("chase") }, capturePath(), 30000);
+    const TallyctlRun run = tallyctl({ QStringLiteral("chase") }, capturePath(), 30000);
     EXPECT_EQ(run.exitCode, 0) << run.err.toStdString();
 
     const QStringList printed = run.out.split(QLatin1Char('\n'), Qt::SkipEmptyParts);
@@ -154,13 +113,13 @@ TEST_F(TallyctlHardwareTest, ChasePrintsEveryStepAndWritesTheWholeSequence)
     }
     const QStringList lines = captured();
     EXPECT_EQ(lines.size(), 52);
-    EXPECT_EQ(lines, reportLines(everyByte));
+    EXPECT_EQ(lines, CaptureFile::lines(everyByte));
 }
 
 TEST_F(TallyctlHardwareTest, HardwareCommandsTakeNoStrayArguments)
 {
     for (const QString& name : { QStringLiteral("devices"), QStringLiteral("off"), QStringLiteral("chase") }) {
-        const ProcessResult run = tallyctl({ name, QStringLiteral("extra") }, capturePath());
+        const TallyctlRun run = tallyctl({ name, QStringLiteral("extra") }, capturePath());
         EXPECT_EQ(run.exitCode, 2) << name.toStdString();
         EXPECT_TRUE(run.err.contains(QStringLiteral("usage: tallyctl ") + name)) << run.err.toStdString();
     }
@@ -169,7 +128,7 @@ TEST_F(TallyctlHardwareTest, HardwareCommandsTakeNoStrayArguments)
 
 TEST_F(TallyctlHardwareTest, HelpOfSendShowsItsUsage)
 {
-    const ProcessResult run = tallyctl({ QStringLiteral("send"), QStringLiteral("--help") }, capturePath());
+    const TallyctlRun run = tallyctl({ QStringLiteral("send"), QStringLiteral("--help") }, capturePath());
     EXPECT_EQ(run.exitCode, 0);
     EXPECT_TRUE(run.out.startsWith(QStringLiteral("usage: tallyctl send BYTE...\n"))) << run.out.toStdString();
 }

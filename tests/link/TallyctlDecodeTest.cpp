@@ -2,6 +2,7 @@
 // output streams.
 
 #include "support/QtPrinters.h"
+#include "support/TallyctlProcess.h"
 
 #include <QFile>
 #include <QProcess>
@@ -11,23 +12,11 @@
 
 namespace {
 
-struct Outcome {
-    int exitCode = -1;
-    QProcess::ExitStatus exitStatus = QProcess::CrashExit;
-    QString out;
-    QString err;
-};
-
-Outcome tallyctl(const QStringList& arguments, const QByteArray& input = QByteArray())
+TallyctlRun tallyctl(const QStringList& arguments, const QByteArray& input = QByteArray())
 {
-    QProcess process;
-    process.start(TALLY_BINARY_DIR "/bin/tallyctl", QStringList { "decode" } + arguments);
-    EXPECT_TRUE(process.waitForStarted());
-    process.write(input);
-    process.closeWriteChannel();
-    EXPECT_TRUE(process.waitForFinished(10000));
-    return { process.exitCode(), process.exitStatus(), QString::fromUtf8(process.readAllStandardOutput()),
-        QString::fromUtf8(process.readAllStandardError()) };
+    TallyctlOptions options;
+    options.input = input;
+    return runTallyctl(QStringList { "decode" } + arguments, options);
 }
 
 const QByteArray twoShots = "{{shotId:\"1\", shotName:\"Cam 1\", isLive:true, isPreview:false}, "
@@ -37,7 +26,7 @@ const QByteArray twoShots = "{{shotId:\"1\", shotName:\"Cam 1\", isLive:true, is
 
 TEST(TallyctlDecodeTest, DecodesStandardInputIntoOneReadableLinePerShot)
 {
-    const Outcome run = tallyctl({}, twoShots);
+    const TallyctlRun run = tallyctl({}, twoShots);
     EXPECT_EQ(run.exitCode, 0);
     EXPECT_EQ(run.out, "1. \"Cam 1\" (id \"1\"): live\n2. \"Cam 2\" (id \"2\"): preview\n");
     EXPECT_EQ(run.err, "");
@@ -50,14 +39,14 @@ TEST(TallyctlDecodeTest, DecodesAFile)
     ASSERT_TRUE(file.open(QIODevice::WriteOnly));
     file.write("{{shotId:\"a\", shotName:\"Wide\", isLive:true, isPreview:true}, {shotId:\"b\"}}");
     file.close();
-    const Outcome run = tallyctl({ file.fileName() });
+    const TallyctlRun run = tallyctl({ file.fileName() });
     EXPECT_EQ(run.exitCode, 0);
     EXPECT_EQ(run.out, "1. \"Wide\" (id \"a\"): live, preview\n2. \"\" (id \"b\"): off\n");
 }
 
 TEST(TallyctlDecodeTest, JsonPrintsOneLineOfShots)
 {
-    const Outcome run = tallyctl({ "--json" }, twoShots);
+    const TallyctlRun run = tallyctl({ "--json" }, twoShots);
     EXPECT_EQ(run.exitCode, 0);
     EXPECT_EQ(run.out,
         "[{\"shotId\":\"1\",\"name\":\"Cam 1\",\"isLive\":true,\"isPreview\":false},"
@@ -66,7 +55,7 @@ TEST(TallyctlDecodeTest, JsonPrintsOneLineOfShots)
 
 TEST(TallyctlDecodeTest, JsonEscapesQuotesBackslashesAndControlCharacters)
 {
-    const Outcome run = tallyctl({ "--json" }, "{{shotName:\"a \\\"b\\\" \\\\ c\td\"}, {shotName:\"é\"}}");
+    const TallyctlRun run = tallyctl({ "--json" }, "{{shotName:\"a \\\"b\\\" \\\\ c\td\"}, {shotName:\"é\"}}");
     EXPECT_EQ(run.out,
         QString::fromUtf8("[{\"shotId\":\"\",\"name\":\"a \\\"b\\\" \\\\ c\\td\",\"isLive\":false,"
                           "\"isPreview\":false},{\"shotId\":\"\",\"name\":\"é\",\"isLive\":false,"
@@ -76,9 +65,9 @@ TEST(TallyctlDecodeTest, JsonEscapesQuotesBackslashesAndControlCharacters)
 TEST(TallyctlDecodeTest, UnexpectedLabelsGoToStandardOutputAndWithJsonToStandardError)
 {
     const QByteArray answer = "{{shotId:\"1\", camera:3}, {shotId:\"2\"}}";
-    const Outcome readable = tallyctl({}, answer);
+    const TallyctlRun readable = tallyctl({}, answer);
     EXPECT_EQ(readable.out, "unexpected record attribute camera\n1. \"\" (id \"1\"): off\n2. \"\" (id \"2\"): off\n");
-    const Outcome json = tallyctl({ "--json" }, answer);
+    const TallyctlRun json = tallyctl({ "--json" }, answer);
     EXPECT_EQ(json.err, "unexpected record attribute camera\n");
     EXPECT_TRUE(json.out.startsWith("[{\"shotId\":\"1\""));
 }
@@ -86,15 +75,14 @@ TEST(TallyctlDecodeTest, UnexpectedLabelsGoToStandardOutputAndWithJsonToStandard
 TEST(TallyctlDecodeTest, AnswerOfOneShotDecodesToNoShots)
 {
     EXPECT_EQ(tallyctl({ "--json" }, "{{shotId:\"1\"}}").out, "[]\n");
-    const Outcome readable = tallyctl({}, "{{shotId:\"1\"}}");
+    const TallyctlRun readable = tallyctl({}, "{{shotId:\"1\"}}");
     EXPECT_EQ(readable.exitCode, 0);
     EXPECT_EQ(readable.out, "no shots\n");
 }
 
 TEST(TallyctlDecodeTest, UnreadableInputExitsOneWithWhatAndWhere)
 {
-    const Outcome run = tallyctl({}, "{{shotId:\"1\"}, {shotId:\"2}}");
-    EXPECT_EQ(run.exitStatus, QProcess::NormalExit);
+    const TallyctlRun run = tallyctl({}, "{{shotId:\"1\"}, {shotId:\"2}}");
     EXPECT_EQ(run.exitCode, 1);
     EXPECT_EQ(run.out, "");
     EXPECT_EQ(run.err, "tallyctl decode: unreadable answer: text is never closed at offset 23\n");
@@ -102,8 +90,7 @@ TEST(TallyctlDecodeTest, UnreadableInputExitsOneWithWhatAndWhere)
 
 TEST(TallyctlDecodeTest, AnswerOfTheWrongShapeExitsOneInsteadOfStopping)
 {
-    const Outcome run = tallyctl({}, "{{shotId:\"1\"}, {shotId:missing value}}");
-    EXPECT_EQ(run.exitStatus, QProcess::NormalExit);
+    const TallyctlRun run = tallyctl({}, "{{shotId:\"1\"}, {shotId:missing value}}");
     EXPECT_EQ(run.exitCode, 1);
     EXPECT_EQ(run.err,
         "tallyctl decode: not a shot list: the shotId value (item 2) of shot 2 of the query answer has no text "
@@ -112,14 +99,14 @@ TEST(TallyctlDecodeTest, AnswerOfTheWrongShapeExitsOneInsteadOfStopping)
 
 TEST(TallyctlDecodeTest, MissingFileExitsOne)
 {
-    const Outcome run = tallyctl({ "/nonexistent/answer.txt" });
+    const TallyctlRun run = tallyctl({ "/nonexistent/answer.txt" });
     EXPECT_EQ(run.exitCode, 1);
     EXPECT_TRUE(run.err.startsWith("tallyctl decode: cannot read /nonexistent/answer.txt: ")) << run.err.toStdString();
 }
 
 TEST(TallyctlDecodeTest, UnknownOptionOrTwoFilesIsAUsageError)
 {
-    const Outcome option = tallyctl({ "--yaml" });
+    const TallyctlRun option = tallyctl({ "--yaml" });
     EXPECT_EQ(option.exitCode, 2);
     EXPECT_EQ(option.err, "tallyctl decode: unknown option --yaml\nusage: tallyctl decode [--json] [FILE]\n");
     EXPECT_EQ(tallyctl({ "a", "b" }).exitCode, 2);
@@ -127,7 +114,7 @@ TEST(TallyctlDecodeTest, UnknownOptionOrTwoFilesIsAUsageError)
 
 TEST(TallyctlDecodeTest, HelpPrintsUsage)
 {
-    const Outcome run = tallyctl({ "--help" });
+    const TallyctlRun run = tallyctl({ "--help" });
     EXPECT_EQ(run.exitCode, 0);
     EXPECT_TRUE(run.out.startsWith("usage: tallyctl decode [--json] [FILE]\n"));
 }

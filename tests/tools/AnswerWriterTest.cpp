@@ -40,7 +40,6 @@ TEST(AnswerWriterTest, NotationOfAnEmptyShowIsAnEmptyList)
 
 TEST(AnswerWriterTest, QuoteAndBackslashAreEscapedInNames)
 {
-    EXPECT_EQ(AnswerWriter::quoted(R"(Cam "A" \ B)"), R"("Cam \"A\" \\ B")");
     EXPECT_EQ(AnswerWriter::notation({ { 7, R"(Say "hi"\)", false, false } }),
         R"({{shotId:"7", shotName:"Say \"hi\"\\", isLive:false, isPreview:false}})"
         "\n");
@@ -49,7 +48,8 @@ TEST(AnswerWriterTest, QuoteAndBackslashAreEscapedInNames)
 TEST(AnswerWriterTest, UnicodeAndOtherCharactersStayRaw)
 {
     const QString name = QString::fromUtf8("Cam\xC3\xA9ra \xE5\x8C\x97 'x' {y}, z:");
-    EXPECT_EQ(AnswerWriter::quoted(name), QLatin1Char('"') + name + QLatin1Char('"'));
+    EXPECT_EQ(AnswerWriter::notation({ { 3, name, false, true } }),
+        QStringLiteral("{{shotId:\"3\", shotName:\"") + name + QStringLiteral("\", isLive:false, isPreview:true}}\n"));
 }
 
 TEST(AnswerWriterTest, WriteStoresTheNotationAsUtf8)

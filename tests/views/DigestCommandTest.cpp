@@ -1,4 +1,5 @@
 #include "support/QtPrinters.h"
+#include "support/TallyctlProcess.h"
 
 #include <QProcess>
 
@@ -6,30 +7,16 @@
 
 namespace {
 
-struct ProcessResult {
-    int exitCode = -1;
-    QString out;
-    QString err;
-};
-
-ProcessResult tallyctl(const QStringList& arguments)
+TallyctlRun tallyctl(const QStringList& arguments)
 {
-    QProcess process;
-    process.start(QStringLiteral(TALLY_BINARY_DIR "/bin/tallyctl"), arguments);
-    if (!process.waitForFinished(10000)) {
-        process.kill();
-        process.waitForFinished();
-        ADD_FAILURE() << "tallyctl did not finish";
-    }
-    return { process.exitStatus() == QProcess::NormalExit ? process.exitCode() : -1,
-        QString::fromUtf8(process.readAllStandardOutput()), QString::fromUtf8(process.readAllStandardError()) };
+    return runTallyctl(arguments);
 }
 
 } // namespace
 
 TEST(DigestCommandTest, PrintsDigestOfText)
 {
-    const ProcessResult run = tallyctl({ QStringLiteral("digest"), QStringLiteral("abc") });
+    const TallyctlRun run = tallyctl({ QStringLiteral("digest"), QStringLiteral("abc") });
     EXPECT_EQ(run.exitCode, 0) << run.err.toStdString();
     EXPECT_EQ(run.out, QStringLiteral("ba7816bf8f01cfea414140de5dae2223b00361a396177a9cb410ff61f20015ad\n"));
     EXPECT_TRUE(run.err.isEmpty());
@@ -37,18 +24,18 @@ TEST(DigestCommandTest, PrintsDigestOfText)
 
 TEST(DigestCommandTest, PrintsDigestOfEmptyText)
 {
-    const ProcessResult run = tallyctl({ QStringLiteral("digest"), QString() });
+    const TallyctlRun run = tallyctl({ QStringLiteral("digest"), QString() });
     EXPECT_EQ(run.exitCode, 0);
     EXPECT_EQ(run.out, QStringLiteral("e3b0c44298fc1c149afbf4c8996fb92427ae41e4649b934ca495991b7852b855\n"));
 }
 
 TEST(DigestCommandTest, KeepsSpacesAndCompositionOfText)
 {
-    const ProcessResult spaced = tallyctl({ QStringLiteral("digest"), QStringLiteral(" abc ") });
-    const ProcessResult plain = tallyctl({ QStringLiteral("digest"), QStringLiteral("abc") });
-    const ProcessResult composed = tallyctl({ QStringLiteral("digest"), QStringLiteral("caf\u00e9") });
-    const ProcessResult decomposed = tallyctl({ QStringLiteral("digest"), QStringLiteral("cafe\u0301") });
-    for (const ProcessResult* run : { &spaced, &plain, &composed, &decomposed }) {
+    const TallyctlRun spaced = tallyctl({ QStringLiteral("digest"), QStringLiteral(" abc ") });
+    const TallyctlRun plain = tallyctl({ QStringLiteral("digest"), QStringLiteral("abc") });
+    const TallyctlRun composed = tallyctl({ QStringLiteral("digest"), QStringLiteral("caf\u00e9") });
+    const TallyctlRun decomposed = tallyctl({ QStringLiteral("digest"), QStringLiteral("cafe\u0301") });
+    for (const TallyctlRun* run : { &spaced, &plain, &composed, &decomposed }) {
         EXPECT_EQ(run->exitCode, 0);
         EXPECT_EQ(run->out.size(), 65);
     }
@@ -58,7 +45,7 @@ TEST(DigestCommandTest, KeepsSpacesAndCompositionOfText)
 
 TEST(DigestCommandTest, TextStartingWithDashesFollowsDoubleDash)
 {
-    const ProcessResult run = tallyctl({ QStringLiteral("digest"), QStringLiteral("--"), QStringLiteral("--x") });
+    const TallyctlRun run = tallyctl({ QStringLiteral("digest"), QStringLiteral("--"), QStringLiteral("--x") });
     EXPECT_EQ(run.exitCode, 0) << run.err.toStdString();
     EXPECT_EQ(run.out.trimmed().size(), 64);
     EXPECT_NE(run.out, tallyctl({ QStringLiteral("digest"), QStringLiteral("x") }).out);
@@ -66,7 +53,7 @@ TEST(DigestCommandTest, TextStartingWithDashesFollowsDoubleDash)
 
 TEST(DigestCommandTest, MissingTextIsUsageError)
 {
-    const ProcessResult run = tallyctl({ QStringLiteral("digest") });
+    const TallyctlRun run = tallyctl({ QStringLiteral("digest") });
     EXPECT_EQ(run.exitCode, 2);
     EXPECT_TRUE(run.out.isEmpty());
     EXPECT_TRUE(run.err.contains(QStringLiteral("usage: tallyctl digest"))) << run.err.toStdString();
@@ -74,7 +61,7 @@ TEST(DigestCommandTest, MissingTextIsUsageError)
 
 TEST(DigestCommandTest, SecondTextIsUsageError)
 {
-    const ProcessResult run = tallyctl({ QStringLiteral("digest"), QStringLiteral("a"), QStringLiteral("b") });
+    const TallyctlRun run = tallyctl({ QStringLiteral("digest"), QStringLiteral("a"), QStringLiteral("b") });
     EXPECT_EQ(run.exitCode, 2);
     EXPECT_TRUE(run.out.isEmpty());
     EXPECT_TRUE(run.err.contains(QStringLiteral("usage: tallyctl digest")));
@@ -82,21 +69,21 @@ TEST(DigestCommandTest, SecondTextIsUsageError)
 
 TEST(DigestCommandTest, UnknownOptionIsUsageError)
 {
-    const ProcessResult run = tallyctl({ QStringLiteral("digest"), QStringLiteral("--json"), QStringLiteral("abc") });
+    const TallyctlRun run = tallyctl({ QStringLiteral("digest"), QStringLiteral("--json"), QStringLiteral("abc") });
     EXPECT_EQ(run.exitCode, 2);
     EXPECT_TRUE(run.err.contains(QStringLiteral("unknown option '--json'"))) << run.err.toStdString();
 }
 
 TEST(DigestCommandTest, HelpPrintsUsage)
 {
-    const ProcessResult run = tallyctl({ QStringLiteral("digest"), QStringLiteral("--help") });
+    const TallyctlRun run = tallyctl({ QStringLiteral("digest"), QStringLiteral("--help") });
     EXPECT_EQ(run.exitCode, 0);
     EXPECT_TRUE(run.out.startsWith(QStringLiteral("usage: tallyctl digest [--] TEXT\n"))) << run.out.toStdString();
 }
 
 TEST(DigestCommandTest, ListedInCommandList)
 {
-    const ProcessResult run = tallyctl({ QStringLiteral("--help") });
+    const TallyctlRun run = tallyctl({ QStringLiteral("--help") });
     EXPECT_EQ(run.exitCode, 0);
     EXPECT_TRUE(run.out.contains(QStringLiteral("digest [--] TEXT")));
 }

@@ -1,6 +1,7 @@
 #include "AnswerWriter.h"
 
 #include "core/StandardOutput.h"
+#include "link/AppleScriptNotationWriter.h"
 
 #include <QFile>
 #include <QSaveFile>
@@ -8,16 +9,16 @@
 
 namespace {
 
-QString boolean(bool value)
+// One shot as the production application reports it: a record of
+// user-defined labels only.
+AppleEventDescriptor record(const ShowModel::Shot& shot)
 {
-    return value ? QStringLiteral("true") : QStringLiteral("false");
-}
-
-QString record(const ShowModel::Shot& shot)
-{
-    return QStringLiteral("{shotId:%1, shotName:%2, isLive:%3, isPreview:%4}")
-        .arg(AnswerWriter::quoted(QString::number(shot.id)), AnswerWriter::quoted(shot.name), boolean(shot.isLive),
-            boolean(shot.isPreview));
+    return AppleEventDescriptor::userRecord({
+        { QStringLiteral("shotId"), AppleEventDescriptor::text(QString::number(shot.id)) },
+        { QStringLiteral("shotName"), AppleEventDescriptor::text(shot.name) },
+        { QStringLiteral("isLive"), AppleEventDescriptor::boolean(shot.isLive) },
+        { QStringLiteral("isPreview"), AppleEventDescriptor::boolean(shot.isPreview) },
+    });
 }
 
 } // namespace
@@ -35,27 +36,13 @@ AnswerWriter::~AnswerWriter()
 
 QString AnswerWriter::notation(const QList<ShowModel::Shot>& shots)
 {
-    QStringList records;
+    QList<AppleEventDescriptor> records;
     records.reserve(shots.size());
     for (const ShowModel::Shot& shot : shots) {
         records.append(record(shot));
     }
-    return QLatin1Char('{') + records.join(QStringLiteral(", ")) + QStringLiteral("}\n");
-}
-
-QString AnswerWriter::quoted(const QString& text)
-{
-    QString result;
-    result.reserve(text.size() + 2);
-    result.append(QLatin1Char('"'));
-    for (const QChar character : text) {
-        if (character == QLatin1Char('"') || character == QLatin1Char('\\')) {
-            result.append(QLatin1Char('\\'));
-        }
-        result.append(character);
-    }
-    result.append(QLatin1Char('"'));
-    return result;
+    // osascript ends what it prints with a line break; so does the answer.
+    return AppleScriptNotationWriter::write(AppleEventDescriptor::list(records)) + QLatin1Char('\n');
 }
 
 bool AnswerWriter::write(const QList<ShowModel::Shot>& shots, QString* error)

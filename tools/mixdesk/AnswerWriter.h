@@ -23,9 +23,6 @@ public:
     // The answer for these shots, ending with a newline as osascript ends
     // its output.
     static QString notation(const QList<ShowModel::Shot>& shots);
-    // Text in double quotes; only the quote and the backslash are escaped,
-    // everything else (Unicode included) stays as it is.
-    static QString quoted(const QString& text);
 
     const QString& path() const { return m_path; }
 

@@ -1,0 +1,118 @@
+// tallyctl evaluate: one tick's decision without the production application
+// or the device, to check a tally map against an answer by hand.
+
+#include "cli/EvaluateCommand.h"
+
+#include "app/TallyEvaluation.h"
+#include "cli/CommandInputs.h"
+#include "core/StandardOutput.h"
+
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+
+namespace {
+
+using CommandLine::Command;
+
+int runEvaluate(const QStringList& arguments);
+
+const Command& command()
+{
+    static const Command definition {
+        QStringLiteral("evaluate"),
+        QStringLiteral("evaluate [--json] MAP ANSWER"),
+        QStringLiteral("Show each light's mode and its two bytes for a tally map and a query answer"),
+        runEvaluate,
+    };
+    return definition;
+}
+
+QString modeName(TallyMode mode)
+{
+    switch (mode) {
+    case TallyMode::live:
+        return QStringLiteral("live");
+    case TallyMode::preview:
+        return QStringLiteral("preview");
+    case TallyMode::off:
+        break;
+    }
+    return QStringLiteral("off");
+}
+
+QString hexByte(quint8 byte)
+{
+    return QStringLiteral("%1").arg(byte, 2, 16, QLatin1Char('0'));
+}
+
+void printText(const TallyEvaluation::Evaluation& evaluation)
+{
+    for (qsizetype light = 0; light < evaluation.modes.size(); ++light) {
+        printLine(QStringLiteral("Light %1: %2 %3 %4")
+                      .arg(light + 1)
+                      .arg(modeName(evaluation.modes[light]), hexByte(evaluation.bytes[2 * light]),
+                          hexByte(evaluation.bytes[2 * light + 1])));
+    }
+}
+
+void printJson(const TallyEvaluation::Evaluation& evaluation)
+{
+    QJsonArray modes;
+    for (const TallyMode mode : evaluation.modes) {
+        modes.append(modeName(mode));
+    }
+    QJsonArray bytes;
+    for (const quint8 byte : evaluation.bytes) {
+        bytes.append(hexByte(byte));
+    }
+    const QJsonObject result { { QStringLiteral("modes"), modes }, { QStringLiteral("bytes"), bytes } };
+    printLine(QString::fromUtf8(QJsonDocument(result).toJson(QJsonDocument::Compact)));
+}
+
+int fail(const QString& message)
+{
+    printErrorLine(QStringLiteral("tallyctl evaluate: %1").arg(message));
+    return CommandLine::exitFailure;
+}
+
+int runEvaluate(const QStringList& arguments)
+{
+    const CommandLine::ParsedArguments parsed = CommandLine::parse(arguments);
+    bool json = false;
+    for (const QString& flag : parsed.flags) {
+        if (flag != QLatin1String("--json")) {
+            return CommandLine::usageError(command(), QStringLiteral("unknown option '%1'").arg(flag));
+        }
+        json = true;
+    }
+    if (parsed.positional.size() != 2) {
+        return CommandLine::usageError(command(), QStringLiteral("expected MAP and ANSWER"));
+    }
+    QString failure;
+    const std::optional<TallyMap> map = CommandInputs::readTallyMap(parsed.positional[0], &failure);
+    if (!map) {
+        printErrorLine(QStringLiteral("Read of document failed: %1").arg(failure));
+        return CommandLine::exitFailure;
+    }
+    const std::optional<QByteArray> answer = CommandInputs::readFileOrStandardInput(parsed.positional[1], &failure);
+    if (!answer) {
+        return fail(failure);
+    }
+    const std::optional<Mixdesk::ShotList> shots = CommandInputs::decodeAnswer(
+        *answer, [](const QString& label) { printErrorLine(QStringLiteral("unexpected record attribute ") + label); },
+        &failure);
+    if (!shots) {
+        return fail(failure);
+    }
+    const TallyEvaluation::Evaluation evaluation = TallyEvaluation::evaluate(map->shotSelections(), *shots);
+    json ? printJson(evaluation) : printText(evaluation);
+    return CommandLine::exitOk;
+}
+
+} // namespace
+
+Command evaluateCommand()
+{
+    return command();
+}

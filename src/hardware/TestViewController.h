@@ -1,0 +1,80 @@
+#pragma once
+
+#include <QDialog>
+#include <QList>
+#include <QPointer>
+#include <QPushButton>
+#include <QWidget>
+
+#include <memory>
+
+class QCheckBox;
+class QTimer;
+class TestSequenceRunner;
+
+namespace Ui {
+class TestViewController;
+}
+
+// The light test panel: a row of check boxes for the program lamp of each
+// light, a row for the preview lamp, a button that turns every light off and
+// one that runs the 21-step chase. A box's title is its light number and the
+// only link between the box and its light. Every byte goes through a
+// TestSequenceRunner to USBHIDAppDelegate::shared(); the panel reads nothing
+// back from the device.
+//
+// The panel is application-modal: while it is up the update tick waits, and
+// only then does the chase step. It closes itself (Close button or the
+// window's close box) without any presenter taking it back. The chase
+// outlives the panel: closing or deleting it mid-chase leaves the chase
+// waiting, and it goes on the next time an application-modal panel is up,
+// until its last step; then it goes away by itself.
+class TestViewController : public QDialog {
+    Q_OBJECT
+
+public:
+    explicit TestViewController(QWidget* parent = nullptr);
+    ~TestViewController() override;
+
+    // Outlets made by the layout: the two rows of check boxes.
+    QPointer<QWidget> programStackView;
+    QPointer<QWidget> previewStackView;
+
+    QPointer<QPushButton> allOffButton;
+    QPointer<QPushButton> testButton;
+    QPointer<QPushButton> closeButton;
+
+    // The chase's current timer (before any start, one that never runs), the
+    // index of its next step, and the steps themselves.
+    QTimer* timer() const;
+    qint64 testStep() const;
+    const QList<QList<quint8>>& testSequence() const;
+
+    // The runner behind the panel, for whoever watches its steps.
+    TestSequenceRunner* runner() const;
+
+public Q_SLOTS:
+    // The sender must be a check box titled with a light number in 0 to 255;
+    // its state picks the on or the off byte.
+    void programOnSender(QObject* sender);
+    void previewOnSender(QObject* sender);
+
+    // All program lamps off, all preview lamps off, then every box unchecked.
+    void turnOffAllWithSender(QObject* sender);
+
+    // Clears the boxes and restarts the chase at its first step; a chase
+    // already running goes on with its own timer, at the same step counter.
+    void testAllWithSender(QObject* sender);
+
+    void runTestWithTimer(QTimer* timer);
+
+private:
+    void connectActions();
+    static QCheckBox* checkBoxFromSender(QObject* sender);
+    // Unchecks every box of both rows, in row order, without sending.
+    void clearAllCheckBoxes();
+    static void clearCheckBoxesOf(QWidget* row);
+
+    std::unique_ptr<Ui::TestViewController> m_ui;
+    TestSequenceRunner* m_runner;
+};

@@ -1,0 +1,272 @@
+// The build tree installed into a temporary prefix, as `cmake --install`
+// lays it out, and the installed programs run from there: they must find
+// their resources under <prefix>/share/mixdesk-tally without any help from
+// the build tree.
+
+#include "ProgramRun.h"
+#include "support/CaptureFile.h"
+#include "support/QtPrinters.h"
+
+#include <QCoreApplication>
+#include <QDeadlineTimer>
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+#include <QTemporaryDir>
+#include <QThread>
+
+#include <gtest/gtest.h>
+
+#include <functional>
+#include <memory>
+
+namespace {
+
+constexpr int patienceMilliseconds = 15000;
+
+const QByteArray twoShots = "{{shotId:\"1\", shotName:\"Cam 1\", isLive:true, isPreview:false}, "
+                            "{shotId:\"2\", shotName:\"Cam 2\", isLive:false, isPreview:true}}\n";
+
+bool eventually(const std::function<bool()>& condition)
+{
+    QDeadlineTimer deadline(patienceMilliseconds);
+    while (!condition()) {
+        if (deadline.hasExpired()) {
+            return false;
+        }
+        QCoreApplication::processEvents();
+        QThread::msleep(20);
+    }
+    return true;
+}
+
+QByteArray readFile(const QString& path)
+{
+    QFile file(path);
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+}
+
+bool writeFile(const QString& path, const QByteArray& contents)
+{
+    QFile file(path);
+    return QDir().mkpath(QFileInfo(path).absolutePath()) && file.open(QIODevice::WriteOnly)
+        && file.write(contents) == contents.size();
+}
+
+// One installation for the whole run of this executable. Every installed
+// program is started with the resource-directory override removed, so that
+// only the installed layout can lead it to its resources.
+class InstallTest : public testing::Test {
+protected:
+    static void SetUpTestSuite()
+    {
+        s_prefix = std::make_unique<QTemporaryDir>();
+        ASSERT_TRUE(s_prefix->isValid());
+        s_install = runProgram(QStringLiteral(TALLY_CMAKE_COMMAND),
+            { QStringLiteral("--install"), QStringLiteral(TALLY_BINARY_DIR), QStringLiteral("--prefix"),
+                s_prefix->path() },
+            withTimeout(60000));
+    }
+
+    static void TearDownTestSuite() { s_prefix.reset(); }
+
+    void SetUp() override
+    {
+        ASSERT_TRUE(s_install.finished && s_install.exitCode == 0) << s_install.describe().toStdString();
+        ASSERT_TRUE(m_runtime.isValid());
+    }
+
+    static QString installed(const QString& relativePath) { return s_prefix->filePath(relativePath); }
+
+    // A private runtime directory (the stand-in's answer lives there) and
+    // configuration directory for each test.
+    ProgramOptions options(const QByteArray& input = {}) const
+    {
+        ProgramOptions result;
+        result.input = input;
+        result.unset = { QStringLiteral("MIXDESK_TALLY_RESOURCE_DIR"), QStringLiteral("MIXDESK_TALLY_HID_CAPTURE") };
+        result.environment = { { QStringLiteral("XDG_RUNTIME_DIR"), m_runtime.path() },
+            { QStringLiteral("XDG_CONFIG_HOME"), m_runtime.filePath(QStringLiteral("config")) } };
+        return result;
+    }
+
+    QString shotsPath() const { return m_runtime.filePath(QStringLiteral("mixdesk/shots")); }
+
+    static inline std::unique_ptr<QTemporaryDir> s_prefix;
+    static inline ProgramRun s_install;
+    QTemporaryDir m_runtime;
+};
+
+// A process that must be stopped when the test ends, however it ends.
+class RunningProgram {
+public:
+    RunningProgram(const QString& program, const QStringList& arguments, const ProgramOptions& options)
+    {
+        m_process.setProcessEnvironment(programEnvironment(options));
+        m_process.start(program, arguments);
+    }
+
+    ~RunningProgram()
+    {
+        if (m_process.state() != QProcess::NotRunning) {
+            m_process.kill();
+            m_process.waitForFinished(patienceMilliseconds);
+        }
+    }
+
+    RunningProgram(const RunningProgram&) = delete;
+    RunningProgram& operator=(const RunningProgram&) = delete;
+
+    QProcess& process() { return m_process; }
+
+private:
+    QProcess m_process;
+};
+
+} // namespace
+
+TEST_F(InstallTest, InstalledTallyctlPrintsItsUsage)
+{
+    const ProgramRun run
+        = runProgram(installed(QStringLiteral("bin/tallyctl")), { QStringLiteral("--help") }, options());
+    ASSERT_TRUE(run.finished) << run.describe().toStdString();
+    EXPECT_EQ(run.exitCode, 0) << run.describe().toStdString();
+    EXPECT_TRUE(run.out.contains(QStringLiteral("decode"))) << run.out.toStdString();
+    EXPECT_TRUE(run.out.contains(QStringLiteral("chase"))) << run.out.toStdString();
+}
+
+TEST_F(InstallTest, InstalledTallyctlDecodesASampleAnswer)
+{
+    const ProgramRun run
+        = runProgram(installed(QStringLiteral("bin/tallyctl")), { QStringLiteral("decode") }, options(twoShots));
+    ASSERT_TRUE(run.finished) << run.describe().toStdString();
+    EXPECT_EQ(run.exitCode, 0) << run.describe().toStdString();
+    EXPECT_EQ(run.out, QStringLiteral("1. \"Cam 1\" (id \"1\"): live\n2. \"Cam 2\" (id \"2\"): preview\n"));
+    EXPECT_EQ(run.err, QString());
+}
+
+TEST_F(InstallTest, QueryScriptIsInstalledExecutableInTheSharedResourceDirectory)
+{
+    const QFileInfo script(installed(QStringLiteral("share/mixdesk-tally/query_shots")));
+    ASSERT_TRUE(script.isFile()) << script.filePath().toStdString();
+    EXPECT_TRUE(script.isExecutable());
+    EXPECT_TRUE(script.isReadable());
+}
+
+TEST_F(InstallTest, InstalledQueryScriptPrintsTheAnswerFileAndTallyctlDecodesIt)
+{
+    ASSERT_TRUE(writeFile(shotsPath(), twoShots));
+    const ProgramRun query = runProgram(installed(QStringLiteral("share/mixdesk-tally/query_shots")), {}, options());
+    ASSERT_TRUE(query.finished) << query.describe().toStdString();
+    ASSERT_EQ(query.exitCode, 0) << query.describe().toStdString();
+    EXPECT_EQ(query.out.toUtf8(), twoShots);
+
+    const ProgramRun decode = runProgram(
+        installed(QStringLiteral("bin/tallyctl")), { QStringLiteral("decode") }, options(query.out.toUtf8()));
+    EXPECT_EQ(decode.exitCode, 0) << decode.describe().toStdString();
+    EXPECT_EQ(decode.out, QStringLiteral("1. \"Cam 1\" (id \"1\"): live\n2. \"Cam 2\" (id \"2\"): preview\n"));
+}
+
+TEST_F(InstallTest, InstalledQueryScriptFailsWithAMessageWhenNothingAnswers)
+{
+    const ProgramRun query = runProgram(installed(QStringLiteral("share/mixdesk-tally/query_shots")), {}, options());
+    ASSERT_TRUE(query.finished) << query.describe().toStdString();
+    EXPECT_NE(query.exitCode, 0);
+    EXPECT_EQ(query.out, QString());
+    EXPECT_TRUE(query.err.contains(shotsPath())) << query.err.toStdString();
+}
+
+TEST_F(InstallTest, InstalledStandInAnswersThroughTheInstalledQueryScript)
+{
+    const QString standIn = installed(QStringLiteral("bin/mixdesk"));
+    ASSERT_TRUE(QFileInfo(standIn).isExecutable()) << standIn.toStdString();
+    RunningProgram mixdesk(standIn, { QStringLiteral("--headless") }, options());
+    ASSERT_TRUE(mixdesk.process().waitForStarted(patienceMilliseconds));
+    ASSERT_TRUE(eventually([this] { return !readFile(shotsPath()).isEmpty(); }))
+        << QString::fromUtf8(mixdesk.process().readAllStandardError()).toStdString();
+
+    const ProgramRun query = runProgram(installed(QStringLiteral("share/mixdesk-tally/query_shots")), {}, options());
+    ASSERT_EQ(query.exitCode, 0) << query.describe().toStdString();
+    EXPECT_EQ(query.out.toUtf8(), readFile(shotsPath()));
+    const ProgramRun decode = runProgram(
+        installed(QStringLiteral("bin/tallyctl")), { QStringLiteral("decode") }, options(query.out.toUtf8()));
+    EXPECT_EQ(decode.exitCode, 0) << decode.describe().toStdString();
+    EXPECT_TRUE(decode.out.startsWith(QStringLiteral("1. \""))) << decode.out.toStdString();
+
+    mixdesk.process().write("quit\n");
+    EXPECT_TRUE(mixdesk.process().waitForFinished(patienceMilliseconds));
+    EXPECT_FALSE(QFileInfo::exists(shotsPath()));
+}
+
+TEST_F(InstallTest, InstalledMixdeskTallyFindsItsQueryScriptAndDrivesTheLights)
+{
+    const QString program = installed(QStringLiteral("bin/mixdesk-tally"));
+    if (!QFileInfo::exists(program)) {
+        GTEST_SKIP() << "mixdesk-tally is not built in this tree, so it was not installed; "
+                        "this test runs once it is";
+    }
+    RunningProgram mixdesk(installed(QStringLiteral("bin/mixdesk")), { QStringLiteral("--headless") }, options());
+    ASSERT_TRUE(eventually([this] { return !readFile(shotsPath()).isEmpty(); }));
+
+    const QString capture = m_runtime.filePath(QStringLiteral("capture"));
+    ProgramOptions tallyOptions = options();
+    tallyOptions.environment.insert(QStringLiteral("MIXDESK_TALLY_HID_CAPTURE"), capture);
+    tallyOptions.environment.insert(QStringLiteral("QT_QPA_PLATFORM"), QStringLiteral("offscreen"));
+    RunningProgram tally(program, {}, tallyOptions);
+    ASSERT_TRUE(tally.process().waitForStarted(patienceMilliseconds));
+
+    // With no tally map every light is off: each tick sends program off and
+    // preview off for lights 1 to 8. Two ticks show that the query ran (a
+    // missing script would have stopped the program at the first).
+    QList<quint8> oneTick;
+    for (quint8 light = 1; light <= 8; ++light) {
+        oneTick += { quint8(0x00 | light), quint8(0x20 | light) };
+    }
+    const QStringList expected = CaptureFile::lines(oneTick + oneTick);
+    ASSERT_TRUE(eventually([&] { return CaptureFile::read(capture).size() >= expected.size(); }))
+        << QString::fromUtf8(tally.process().readAllStandardError()).toStdString();
+    EXPECT_EQ(CaptureFile::read(capture).mid(0, expected.size()), expected);
+    EXPECT_EQ(tally.process().state(), QProcess::Running);
+    EXPECT_FALSE(QString::fromUtf8(tally.process().readAllStandardError()).contains(QStringLiteral("fatal error")));
+}
+
+TEST_F(InstallTest, InstalledDesktopFileIsValid)
+{
+    const QString desktopFile = installed(QStringLiteral("share/applications/mixdesk-tally.desktop"));
+    ASSERT_TRUE(QFileInfo::exists(desktopFile));
+    const ProgramRun run = runProgram(QStringLiteral("desktop-file-validate"), { desktopFile });
+    ASSERT_TRUE(run.finished) << run.describe().toStdString();
+    EXPECT_EQ(run.exitCode, 0) << run.describe().toStdString();
+    EXPECT_EQ(run.out.trimmed(), QString()) << run.out.toStdString();
+    // The launcher starts the program that is installed beside it.
+    EXPECT_TRUE(readFile(desktopFile).contains("\nExec=mixdesk-tally"));
+}
+
+TEST_F(InstallTest, InstalledMimeTypeIsWellFormedXmlForTallyMaps)
+{
+    const QString mimeFile = installed(QStringLiteral("share/mime/packages/mixdesk-tally.xml"));
+    ASSERT_TRUE(QFileInfo::exists(mimeFile));
+    const ProgramRun run = runProgram(QStringLiteral("xmllint"), { QStringLiteral("--noout"), mimeFile });
+    ASSERT_TRUE(run.finished) << run.describe().toStdString();
+    EXPECT_EQ(run.exitCode, 0) << run.describe().toStdString();
+    EXPECT_EQ(run.err, QString());
+    EXPECT_TRUE(readFile(mimeFile).contains("*.tlx"));
+}
+
+TEST_F(InstallTest, UdevRuleForTheTallyBoxIsInstalled)
+{
+    const QByteArray rule = readFile(installed(QStringLiteral("lib/udev/rules.d/70-mixdesk-tally.rules"))).toLower();
+    ASSERT_FALSE(rule.isEmpty());
+    EXPECT_TRUE(rule.contains("attrs{idvendor}==\"04d8\"")) << rule.toStdString();
+    EXPECT_TRUE(rule.contains("attrs{idproduct}==\"f5ea\"")) << rule.toStdString();
+    EXPECT_TRUE(rule.contains("subsystem==\"hidraw\""));
+}
+
+TEST_F(InstallTest, ApplicationAndDocumentIconsAreInstalled)
+{
+    for (const char* icon : { "share/icons/hicolor/scalable/apps/mixdesk-tally.svg",
+             "share/icons/hicolor/scalable/mimetypes/application-x-mixdesk-tally-map.svg" }) {
+        const QByteArray svg = readFile(installed(QString::fromLatin1(icon)));
+        EXPECT_TRUE(svg.contains("<svg")) << icon;
+    }
+}
