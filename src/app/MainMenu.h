@@ -9,9 +9,9 @@
 class ViewController;
 
 // The main window's menu bar: File (Open, Open Recent, Save, Save As, Quit),
-// Edit (the editing lock's commands, Test Lights) and View (Always on Top). The commands go to
-// the main screen controller; Open Recent is rebuilt from the recent
-// documents each time it opens.
+// Edit (Lock Editing, Require Password to Unlock, Test Lights) and View
+// (Always on Top). The commands go to the main screen controller; Open Recent
+// is rebuilt from the recent documents each time it opens.
 class MainMenu : public QObject {
     Q_OBJECT
 

@@ -290,6 +290,21 @@ TEST_F(SegueTest, TicksAreHeldBackWhileTheTestPanelIsUpAndItClosesWithoutComingB
     EXPECT_GE(platform->runs, runsBefore + 2);
 }
 
+TEST_F(SegueTest, EscapeClosesTheTestPanelAndLetsTicksGoOn)
+{
+    openWindowWithShots();
+    main.menu->testLightsAction()->trigger();
+    const QPointer<TestViewController> panel = openTestPanel();
+    ASSERT_NE(panel, nullptr);
+    ASSERT_TRUE(ModalSession::isActive());
+    QTest::keyClick(panel, Qt::Key_Escape);
+    EXPECT_FALSE(ModalSession::isActive());
+    QApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+    EXPECT_TRUE(panel.isNull());
+    tick();
+    EXPECT_EQ(device->reports.size(), 16);
+}
+
 TEST_F(SegueTest, TheTestPanelsBytesNeverInterleaveWithTicksAndTicksResumeAfterItCloses)
 {
     const QString capturePath = directory.filePath(QStringLiteral("capture.hex"));
