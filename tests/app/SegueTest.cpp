@@ -236,10 +236,10 @@ TEST_F(SegueTest, TicksGoOnByTheTimerWhileTheEditorSheetIsOpen)
     ASSERT_NE(openEditor(), nullptr);
     const int runsBefore = platform->runs;
     controller->timer->start();
-    QTest::qWait(700);
+    EXPECT_TRUE(QTest::qWaitFor([&] { return device->reports.size() >= 32; }, 5000));
     EXPECT_GE(platform->runs, runsBefore + 2);
-    EXPECT_GE(device->reports.size(), 32);
     EXPECT_EQ(device->commandBytes().mid(0, 16), tickBytesFirstLive());
+    ASSERT_NE(openEditor(), nullptr); // still open all along
     clickDone(openEditor());
 }
 
@@ -257,9 +257,8 @@ TEST_F(SegueTest, TicksAreHeldBackWhileThePasswordDialogIsUpAndGoOnAfterIt)
     EXPECT_TRUE(device->reports.isEmpty());
 
     cancelPassword();
-    QTest::qWait(700);
+    EXPECT_TRUE(QTest::qWaitFor([&] { return device->reports.size() >= 32; }, 5000));
     EXPECT_GE(platform->runs, runsBefore + 2);
-    EXPECT_GE(device->reports.size(), 32);
 }
 
 TEST_F(SegueTest, TicksAreHeldBackWhileTheTestPanelIsUpAndItClosesWithoutComingBackThroughDismiss)
@@ -286,8 +285,9 @@ TEST_F(SegueTest, TicksAreHeldBackWhileTheTestPanelIsUpAndItClosesWithoutComingB
     QApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
     EXPECT_TRUE(panel.isNull());
     EXPECT_EQ(controller->tallyMap.shotSelections(), before);
-    QTest::qWait(700);
-    EXPECT_GE(platform->runs, runsBefore + 2);
+    EXPECT_TRUE(QTest::qWaitFor([&] { return platform->runs >= runsBefore + 2; }, 5000));
+    EXPECT_EQ(device->reports.size() % 16, 0);
+    EXPECT_GE(device->reports.size(), 32);
 }
 
 TEST_F(SegueTest, EscapeClosesTheTestPanelAndLetsTicksGoOn)
@@ -330,7 +330,10 @@ TEST_F(SegueTest, TheTestPanelsBytesNeverInterleaveWithTicksAndTicksResumeAfterI
     ASSERT_NE(program3, nullptr);
     program3->click();
     panel->testButton->click();
-    QTest::qWait(1200); // the chase's first steps, and five ticks' time
+    // The hand byte and the chase's first two steps, then some ticks' time.
+    EXPECT_TRUE(QTest::qWaitFor(
+        [&] { return CaptureFile::read(capturePath).size() >= beforePanel.size() + 1 + 10 + 1; }, 5000));
+    QTest::qWait(600);
     QList<quint8> panelBytes { 0xB3 };
     for (const QList<quint8>& step : panel->testSequence()) {
         panelBytes += step;
