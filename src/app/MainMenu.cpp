@@ -5,6 +5,7 @@
 #include "app/ViewController.h"
 
 #include <QApplication>
+#include <QCheckBox>
 #include <QFileInfo>
 #include <QKeySequence>
 #include <QMenu>
@@ -49,6 +50,7 @@ void MainMenu::buildFileMenu(QMenuBar& menuBar)
 void MainMenu::buildEditMenu(QMenuBar& menuBar)
 {
     m_editMenu = menuBar.addMenu(tr("&Edit"));
+    addLockEditingItem();
     // Shows whether unlocking needs the password; the controller switches
     // the check mark itself, since a dialog may decide otherwise.
     m_requirePassword = m_editMenu->addAction(tr("Require Password to Unlock"));
@@ -59,6 +61,35 @@ void MainMenu::buildEditMenu(QMenuBar& menuBar)
         m_requirePassword->setChecked(!m_requirePassword->isChecked());
         m_controller.togglePasswordRequirement(m_requirePassword);
     });
+    m_editMenu->addSeparator();
+    addTestLightsItem();
+}
+
+void MainMenu::addLockEditingItem()
+{
+    m_lockEditing = m_editMenu->addAction(tr("&Lock Editing"));
+    m_lockEditing->setCheckable(true);
+    QCheckBox* checkBox = m_controller.lockTallyCheckBox;
+    if (checkBox == nullptr) {
+        m_lockEditing->setEnabled(false);
+        return;
+    }
+    // The item mirrors the check box, whoever switches it (the user, or the
+    // password dialog locking again); choosing it is a click on the box, so
+    // the password rules are the same either way.
+    m_lockEditing->setChecked(checkBox->isChecked());
+    connect(checkBox, &QCheckBox::toggled, m_lockEditing, &QAction::setChecked);
+    connect(m_lockEditing, &QAction::triggered, checkBox, [this, checkBox] {
+        m_lockEditing->setChecked(checkBox->isChecked());
+        checkBox->click();
+    });
+}
+
+void MainMenu::addTestLightsItem()
+{
+    m_testLights = m_editMenu->addAction(tr("&Test Lights…"));
+    connect(m_testLights, &QAction::triggered, &m_controller,
+        [this] { m_controller.performSegueWithIdentifier(ViewController::testSegueIdentifier, m_testLights); });
 }
 
 void MainMenu::buildViewMenu(QMenuBar& menuBar)

@@ -9,9 +9,9 @@
 class ViewController;
 
 // The main window's menu bar: File (Open, Open Recent, Save, Save As, Quit),
-// Edit (the editing lock's commands) and View (Always on Top). The commands go to
-// the main screen controller; Open Recent is rebuilt from the recent
-// documents each time it opens.
+// Edit (Lock Editing, Require Password to Unlock, Test Lights) and View
+// (Always on Top). The commands go to the main screen controller; Open Recent
+// is rebuilt from the recent documents each time it opens.
 class MainMenu : public QObject {
     Q_OBJECT
 
@@ -20,11 +20,13 @@ public:
 
     QMenu* fileMenu() const { return m_fileMenu; }
     QMenu* openRecentMenu() const { return m_openRecentMenu; }
-    // Left for the editing-lock and test-panel commands.
+    // The editing lock's commands and the light test panel.
     QMenu* editMenu() const { return m_editMenu; }
     QMenu* viewMenu() const { return m_viewMenu; }
     QAction* alwaysOnTopAction() const { return m_alwaysOnTop; }
     QAction* requirePasswordAction() const { return m_requirePassword; }
+    QAction* lockEditingAction() const { return m_lockEditing; }
+    QAction* testLightsAction() const { return m_testLights; }
 
     // Fills Open Recent from the list: missing files disabled, then Clear.
     void rebuildOpenRecentMenu();
@@ -33,6 +35,8 @@ private:
     void buildFileMenu(QMenuBar& menuBar);
     void buildEditMenu(QMenuBar& menuBar);
     void buildViewMenu(QMenuBar& menuBar);
+    void addLockEditingItem();
+    void addTestLightsItem();
     // The item stores the preference itself, then tells the controller.
     void alwaysOnTopToggled(bool checked);
 
@@ -43,4 +47,6 @@ private:
     QPointer<QMenu> m_viewMenu;
     QPointer<QAction> m_alwaysOnTop;
     QPointer<QAction> m_requirePassword;
+    QPointer<QAction> m_lockEditing;
+    QPointer<QAction> m_testLights;
 };

@@ -7,6 +7,7 @@
 #include "core/FatalError.h"
 #include "core/ModalSession.h"
 #include "core/StandardOutput.h"
+#include "hardware/TestViewController.h"
 #include "hardware/USBHIDAppDelegate.h"
 #include "tallymap/EditViewController.h"
 #include "tallymap/TallyMapFile.h"
@@ -431,25 +432,48 @@ void ViewController::performSegueWithIdentifier(const QString& identifier, QObje
     if (!shouldPerformSegueWithIdentifier(identifier, sender)) {
         return;
     }
+    QWidget* destination = makeSegueDestination(identifier);
+    prepareForSegue(identifier, destination, sender);
+    present(identifier, destination);
+}
+
+QWidget* ViewController::makeSegueDestination(const QString& identifier)
+{
+    QWidget* destination = nullptr;
     if (identifier == passwordSegueIdentifier) {
-        // Application-modal: the tick waits while a password is typed.
         auto* dialog = new PasswordViewController(window());
-        dialog->setAttribute(Qt::WA_DeleteOnClose);
-        dialog->setWindowModality(Qt::ApplicationModal);
-        prepareForSegue(identifier, dialog, sender);
         dialog->setPresentingViewController(this);
-        dialog->exec();
-        return;
+        destination = dialog;
+    } else if (identifier == testSegueIdentifier) {
+        // Closes itself; it never comes back through dismissViewController.
+        destination = new TestViewController(window());
+    } else {
+        auto* editor = new EditViewController(window());
+        editor->setPresentingViewController([this](QObject* viewController) { dismissViewController(viewController); });
+        destination = editor;
     }
-    if (identifier == testSegueIdentifier) {
-        fatalError(QStringLiteral("this build has no light test panel"));
+    destination->setAttribute(Qt::WA_DeleteOnClose);
+    return destination;
+}
+
+void ViewController::present(const QString& identifier, QWidget* destination)
+{
+    // The password dialog and the test panel are application-modal: the
+    // update tick waits while they are up, so their bytes and the tick's never
+    // mix, and the test chase only steps then. The editor is a window-modal
+    // sheet over the main window, and the lights go on following Mixdesk
+    // while shots are ticked. None of them blocks here: show() (not exec(),
+    // and not open(), which would make every dialog window-modal) keeps the
+    // one event loop running.
+    if (identifier == passwordSegueIdentifier || identifier == testSegueIdentifier) {
+        destination->setWindowModality(Qt::ApplicationModal);
+    } else {
+        destination->setWindowModality(Qt::WindowModal);
     }
-    // A window-modal sheet: the lights go on following Mixdesk meanwhile.
-    auto* editor = new EditViewController(window());
-    editor->setAttribute(Qt::WA_DeleteOnClose);
-    prepareForSegue(identifier, editor, sender);
-    editor->setPresentingViewController([this](QObject* viewController) { dismissViewController(viewController); });
-    editor->show();
+    destination->show();
+    destination->raise();
+    destination->activateWindow();
+    Q_EMIT viewControllerPresented(identifier, destination);
 }
 
 void ViewController::prepareForSegue(const QString& identifier, QObject* destination, QObject* sender)
@@ -469,9 +493,9 @@ void ViewController::prepareForSegue(const QString& identifier, QObject* destina
         return;
     }
     if (identifier == testSegueIdentifier) {
-        return;
+        return; // the test panel needs nothing from the main screen
     }
-    auto* button = qobject_cast<QPushButton*>(sender);
+    auto* button = qobject_cast<QAbstractButton*>(sender);
     const std::optional<int> tag = button ? tagOf(button) : std::nullopt;
     if (!tag) {
         fatalError(QStringLiteral("the shot editor was asked for by something other than an assignment button"));
@@ -481,13 +505,21 @@ void ViewController::prepareForSegue(const QString& identifier, QObject* destina
         fatalError(QStringLiteral("the editor segue leads to something other than the shot editor"));
     }
     const int lightIndex = *tag - firstAssignmentTag;
-    const Mixdesk::ShotList& assigned = tallyMap.shotSelection(lightIndex);
-    editor->setRepresentedObject({ shotList, assigned });
+    if (lightIndex < 0 || lightIndex >= tallyMap.shotSelections().size()) {
+        fatalError(QStringLiteral("the button tagged %1 stands for light index %2, outside the tally map's %3 lights")
+                       .arg(*tag)
+                       .arg(lightIndex)
+                       .arg(tallyMap.shotSelections().size()));
+    }
+    editor->setRepresentedObject({ shotList, tallyMap.shotSelection(lightIndex) });
     editor->lightIndex = lightIndex;
 }
 
 void ViewController::dismissViewController(QObject* viewController)
 {
+    if (viewController == nullptr) {
+        fatalError(QStringLiteral("dismissViewController was given no view controller"));
+    }
     if (auto* widget = qobject_cast<QWidget*>(viewController)) {
         widget->close();
     }
@@ -521,6 +553,12 @@ void ViewController::editorDidClose(QObject* editorObject)
     if (lists.size() < 2) {
         fatalError(QStringLiteral("the shot editor came back with %1 lists instead of two").arg(lists.size()));
     }
+    if (editor->lightIndex < 0 || editor->lightIndex >= tallyMap.shotSelections().size()) {
+        fatalError(QStringLiteral("the shot editor came back for light index %1, outside the tally map's %2 lights")
+                       .arg(editor->lightIndex)
+                       .arg(tallyMap.shotSelections().size()));
+    }
+    // One assignment: a tick sees either the old list or the new one.
     tallyMap.setShotSelection(editor->lightIndex, lists.at(1));
     refreshAssignmentTitles();
 }

@@ -97,6 +97,11 @@ public:
     bool shouldPerformSegueWithIdentifier(const QString& identifier, QObject* sender) const;
     void prepareForSegue(const QString& identifier, QObject* destination, QObject* sender);
 
+    // Makes the screen a segue leads to: the password dialog, the light test
+    // panel or, for any other identifier, the shot editor. A child of the
+    // window, deleted when it closes.
+    QWidget* makeSegueDestination(const QString& identifier);
+
 public Q_SLOTS:
     void queryMixdeskWithTimer(QTimer* timer);
     void toggleAlwaysOnTopWithSender(QObject* sender);
@@ -114,6 +119,10 @@ Q_SIGNALS:
     void enableEditingChanged(bool enableEditing);
     // A file was opened or saved under a new name: the recent list changed.
     void recentDocumentsChanged();
+    // A segue has shown its screen; it is up (and modal where it is meant to
+    // be) when this is emitted. The screen runs without blocking the caller,
+    // so whoever listens (a test, say) can work it like a user would.
+    void viewControllerPresented(const QString& identifier, QWidget* viewController);
 
 protected:
     void viewDidLoad();
@@ -136,6 +145,7 @@ private:
     QPushButton* assignmentButton(qsizetype lightIndex) const;
     void connectControls();
     void showDocument(const QUrl& url);
+    void present(const QString& identifier, QWidget* destination);
     void passwordDialogDidClose(QObject* dialog);
     void editorDidClose(QObject* editor);
 
