@@ -39,4 +39,14 @@ ParsedArguments parse(const QStringList& arguments)
     return parsed;
 }
 
+std::optional<int> rejectUnknownFlags(const Command& command, const ParsedArguments& parsed, const QStringList& allowed)
+{
+    for (const QString& flag : parsed.flags) {
+        if (!allowed.contains(flag)) {
+            return usageError(command, QStringLiteral("unknown option '%1'").arg(flag));
+        }
+    }
+    return std::nullopt;
+}
+
 } // namespace CommandLine

@@ -3,6 +3,8 @@
 #include <QString>
 #include <QStringList>
 
+#include <optional>
+
 // Shared plumbing of tallyctl's commands: help, usage errors and exit codes.
 namespace CommandLine {
 
@@ -34,5 +36,10 @@ struct ParsedArguments {
     QStringList positional;
 };
 ParsedArguments parse(const QStringList& arguments);
+
+// The usage error for the first flag not in allowed, or nothing when every
+// flag is allowed.
+std::optional<int> rejectUnknownFlags(
+    const Command& command, const ParsedArguments& parsed, const QStringList& allowed = {});
 
 } // namespace CommandLine

@@ -86,13 +86,11 @@ void printReadable(const Mixdesk::ShotList& shots)
 int run(const QStringList& arguments)
 {
     const CommandLine::ParsedArguments parsed = CommandLine::parse(arguments);
-    bool json = false;
-    for (const QString& flag : parsed.flags) {
-        if (flag != QLatin1String("--json")) {
-            return CommandLine::usageError(decode(), QStringLiteral("unknown option %1").arg(flag));
-        }
-        json = true;
+    if (const std::optional<int> unknown
+        = CommandLine::rejectUnknownFlags(decode(), parsed, { QStringLiteral("--json") })) {
+        return *unknown;
     }
+    const bool json = parsed.flags.contains(QStringLiteral("--json"));
     if (parsed.positional.size() > 1) {
         return CommandLine::usageError(decode(), QStringLiteral("one FILE at most"));
     }

@@ -9,8 +9,8 @@ int runDigest(const QStringList& arguments)
 {
     const CommandLine::Command command = digestCommand();
     const CommandLine::ParsedArguments parsed = CommandLine::parse(arguments);
-    if (!parsed.flags.isEmpty()) {
-        return CommandLine::usageError(command, QStringLiteral("unknown option '%1'").arg(parsed.flags.first()));
+    if (const std::optional<int> unknown = CommandLine::rejectUnknownFlags(command, parsed)) {
+        return *unknown;
     }
     if (parsed.positional.size() != 1) {
         return CommandLine::usageError(command, QStringLiteral("expected exactly one TEXT"));

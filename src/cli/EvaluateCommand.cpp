@@ -28,19 +28,6 @@ const Command& command()
     return definition;
 }
 
-QString modeName(TallyMode mode)
-{
-    switch (mode) {
-    case TallyMode::live:
-        return QStringLiteral("live");
-    case TallyMode::preview:
-        return QStringLiteral("preview");
-    case TallyMode::off:
-        break;
-    }
-    return QStringLiteral("off");
-}
-
 QString hexByte(quint8 byte)
 {
     return QStringLiteral("%1").arg(byte, 2, 16, QLatin1Char('0'));
@@ -51,7 +38,7 @@ void printText(const TallyEvaluation::Evaluation& evaluation)
     for (qsizetype light = 0; light < evaluation.modes.size(); ++light) {
         printLine(QStringLiteral("Light %1: %2 %3 %4")
                       .arg(light + 1)
-                      .arg(modeName(evaluation.modes[light]), hexByte(evaluation.bytes[2 * light]),
+                      .arg(tallyModeName(evaluation.modes[light]), hexByte(evaluation.bytes[2 * light]),
                           hexByte(evaluation.bytes[2 * light + 1])));
     }
 }
@@ -60,7 +47,7 @@ void printJson(const TallyEvaluation::Evaluation& evaluation)
 {
     QJsonArray modes;
     for (const TallyMode mode : evaluation.modes) {
-        modes.append(modeName(mode));
+        modes.append(tallyModeName(mode));
     }
     QJsonArray bytes;
     for (const quint8 byte : evaluation.bytes) {
@@ -79,13 +66,11 @@ int fail(const QString& message)
 int runEvaluate(const QStringList& arguments)
 {
     const CommandLine::ParsedArguments parsed = CommandLine::parse(arguments);
-    bool json = false;
-    for (const QString& flag : parsed.flags) {
-        if (flag != QLatin1String("--json")) {
-            return CommandLine::usageError(command(), QStringLiteral("unknown option '%1'").arg(flag));
-        }
-        json = true;
+    if (const std::optional<int> unknown
+        = CommandLine::rejectUnknownFlags(command(), parsed, { QStringLiteral("--json") })) {
+        return *unknown;
     }
+    const bool json = parsed.flags.contains(QStringLiteral("--json"));
     if (parsed.positional.size() != 2) {
         return CommandLine::usageError(command(), QStringLiteral("expected MAP and ANSWER"));
     }

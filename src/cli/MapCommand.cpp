@@ -63,13 +63,11 @@ void printJson(const TallyMap& map)
 
 int runShow(const CommandLine::ParsedArguments& parsed)
 {
-    bool json = false;
-    for (const QString& flag : parsed.flags) {
-        if (flag != QLatin1String("--json")) {
-            return CommandLine::usageError(command(), QStringLiteral("unknown option '%1'").arg(flag));
-        }
-        json = true;
+    if (const std::optional<int> unknown
+        = CommandLine::rejectUnknownFlags(command(), parsed, { QStringLiteral("--json") })) {
+        return *unknown;
     }
+    const bool json = parsed.flags.contains(QStringLiteral("--json"));
     if (parsed.positional.size() != 2) {
         return CommandLine::usageError(command(), QStringLiteral("expected one FILE"));
     }

@@ -27,8 +27,8 @@ const Command& command()
 int runSend(const QStringList& arguments)
 {
     const CommandLine::ParsedArguments parsed = CommandLine::parse(arguments);
-    if (!parsed.flags.isEmpty()) {
-        return CommandLine::usageError(command(), QStringLiteral("unknown option %1").arg(parsed.flags.first()));
+    if (const std::optional<int> unknown = CommandLine::rejectUnknownFlags(command(), parsed)) {
+        return *unknown;
     }
     if (parsed.positional.isEmpty()) {
         return CommandLine::usageError(command(), QStringLiteral("no byte given"));

@@ -38,18 +38,5 @@ void WatchPrinter::showLightMode(qsizetype lightIndex, TallyMode mode)
         return;
     }
     m_modes[lightIndex] = mode;
-    printLine(QStringLiteral("Light %1: %2").arg(lightIndex + 1).arg(modeName(mode)));
-}
-
-QString WatchPrinter::modeName(TallyMode mode)
-{
-    switch (mode) {
-    case TallyMode::live:
-        return QStringLiteral("live");
-    case TallyMode::preview:
-        return QStringLiteral("preview");
-    case TallyMode::off:
-        break;
-    }
-    return QStringLiteral("off");
+    printLine(QStringLiteral("Light %1: %2").arg(lightIndex + 1).arg(tallyModeName(mode)));
 }

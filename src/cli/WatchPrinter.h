@@ -20,8 +20,6 @@ public:
     qsizetype indicatorCount() const override;
     void showLightMode(qsizetype lightIndex, TallyMode mode) override;
 
-    static QString modeName(TallyMode mode);
-
 private:
     std::optional<bool> m_running;
     QList<std::optional<TallyMode>> m_modes;

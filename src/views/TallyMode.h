@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QString>
 #include <QtGlobal>
 
 // What one tally light shows. The value is what is stored (one byte) and is
@@ -11,3 +12,17 @@ enum class TallyMode : quint8 {
     preview = 1,
     live = 2,
 };
+
+// The mode as tallyctl and logs name it: "off", "preview" or "live".
+inline QString tallyModeName(TallyMode mode)
+{
+    switch (mode) {
+    case TallyMode::live:
+        return QStringLiteral("live");
+    case TallyMode::preview:
+        return QStringLiteral("preview");
+    case TallyMode::off:
+        break;
+    }
+    return QStringLiteral("off");
+}

@@ -108,7 +108,7 @@ TEST(TallyctlDecodeTest, UnknownOptionOrTwoFilesIsAUsageError)
 {
     const TallyctlRun option = tallyctl({ "--yaml" });
     EXPECT_EQ(option.exitCode, 2);
-    EXPECT_EQ(option.err, "tallyctl decode: unknown option --yaml\nusage: tallyctl decode [--json] [FILE]\n");
+    EXPECT_EQ(option.err, "tallyctl decode: unknown option '--yaml'\nusage: tallyctl decode [--json] [FILE]\n");
     EXPECT_EQ(tallyctl({ "a", "b" }).exitCode, 2);
 }
 
