@@ -5,6 +5,7 @@
 
 #include "ProgramRun.h"
 #include "support/CaptureFile.h"
+#include "support/Eventually.h"
 #include "support/QtPrinters.h"
 
 #include <QCoreApplication>
@@ -26,19 +27,6 @@ constexpr int patienceMilliseconds = 15000;
 
 const QByteArray twoShots = "{{shotId:\"1\", shotName:\"Cam 1\", isLive:true, isPreview:false}, "
                             "{shotId:\"2\", shotName:\"Cam 2\", isLive:false, isPreview:true}}\n";
-
-bool eventually(const std::function<bool()>& condition)
-{
-    QDeadlineTimer deadline(patienceMilliseconds);
-    while (!condition()) {
-        if (deadline.hasExpired()) {
-            return false;
-        }
-        QCoreApplication::processEvents();
-        QThread::msleep(20);
-    }
-    return true;
-}
 
 QByteArray readFile(const QString& path)
 {

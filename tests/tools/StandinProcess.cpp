@@ -11,19 +11,6 @@ constexpr int patienceMilliseconds = 10000;
 
 } // namespace
 
-bool eventually(const std::function<bool()>& condition)
-{
-    QDeadlineTimer deadline(patienceMilliseconds);
-    while (!condition()) {
-        if (deadline.hasExpired()) {
-            return false;
-        }
-        QCoreApplication::processEvents();
-        QThread::msleep(10);
-    }
-    return true;
-}
-
 StandinProcess::StandinProcess()
 {
     m_process.setProcessEnvironment(environment());

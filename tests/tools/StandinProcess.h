@@ -1,5 +1,7 @@
 #pragma once
 
+#include "support/Eventually.h"
+
 #include <QByteArray>
 #include <QProcess>
 #include <QStringList>
@@ -35,6 +37,3 @@ private:
     QTemporaryDir m_runtime;
     QProcess m_process;
 };
-
-// Waits up to ten seconds (sanitizer builds start slowly) for the condition.
-bool eventually(const std::function<bool()>& condition);
