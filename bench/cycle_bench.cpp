@@ -7,6 +7,7 @@
 #include "hardware/CaptureBackend.h"
 #include "hardware/USBHIDAppDelegate.h"
 #include "link/MixdeskPlatform.h"
+#include "sources/MixdeskShotSource.h"
 #include "tallymap/TallyMap.h"
 
 #include <QTemporaryDir>
@@ -57,7 +58,8 @@ void BM_TickWithoutQuery(benchmark::State& state)
     USBHIDAppDelegate device { std::make_unique<CaptureBackend>(dir.filePath(QStringLiteral("reports.txt"))) };
     QuietObserver observer;
     Mixdesk mixdesk { makeHostMixdeskPlatform() };
-    TallyCycle cycle { mixdesk, observer, [&device](quint8 byte) { device.sendControl(byte); } };
+    MixdeskShotSource source { mixdesk };
+    TallyCycle cycle { source, observer, [&device](quint8 byte) { device.sendControl(byte); } };
     const Mixdesk::ShotList shots = answer(shotCount);
     const TallyMap map = mapFor(shotCount);
     for (auto _ : state) {
@@ -73,7 +75,8 @@ void BM_TickLogicOnly(benchmark::State& state)
     const int shotCount = int(state.range(0));
     QuietObserver observer;
     Mixdesk mixdesk { makeHostMixdeskPlatform() };
-    TallyCycle cycle { mixdesk, observer, [](quint8 byte) { benchmark::DoNotOptimize(byte); } };
+    MixdeskShotSource source { mixdesk };
+    TallyCycle cycle { source, observer, [](quint8 byte) { benchmark::DoNotOptimize(byte); } };
     const Mixdesk::ShotList shots = answer(shotCount);
     const TallyMap map = mapFor(shotCount);
     for (auto _ : state) {

@@ -1,17 +1,20 @@
 #pragma once
 
 #include "link/Mixdesk.h"
+#include "outputs/TallyOutput.h"
 #include "views/TallyMode.h"
 
 #include <QList>
 
 #include <functional>
 
+class ShotSource;
 class TallyMap;
 
-// One tick of the update cycle: is Mixdesk running, which shots does it have
-// now, which mode does each light show, and the two command bytes of every
-// light. The cycle keeps nothing between ticks; the shot list it compares
+// One tick of the update cycle: is the production application there, which
+// shots does it have now (both asked of a ShotSource, Mixdesk's query by
+// default), which mode does each light show, and the two command bytes of
+// every light. The cycle keeps nothing between ticks; the shot list it compares
 // against and the tally map belong to its owner (the main window, or
 // tallyctl watch), and what it shows goes through an Observer. No change
 // detection: every tick on which Mixdesk runs re-sends every light's bytes,
@@ -57,7 +60,13 @@ public:
     // box is attached.
     static void sendToSharedDevice(quint8 command);
 
-    TallyCycle(Mixdesk& mixdesk, Observer& observer, SendControl sendControl = sendToSharedDevice);
+    TallyCycle(ShotSource& source, Observer& observer, SendControl sendControl = sendToSharedDevice);
+
+    // Outputs besides the indicators and the tally box (web page, TSL). Each
+    // gets the lights after every tick, also while the source is lost. Not
+    // owned; an output must outlive the cycle or be removed first.
+    void addOutput(TallyOutput* output);
+    void removeOutput(TallyOutput* output);
 
     // One tick. shotList is the previous answer on entry and the new one on
     // return (left alone while Mixdesk is not running).
@@ -71,8 +80,12 @@ public:
 
 private:
     void followShotList(Mixdesk::ShotList& shotList, Lights& lights);
+    void publish(bool sourceRunning, const QList<Mixdesk::ShotList>& lights);
 
-    Mixdesk& m_mixdesk;
+    ShotSource& m_source;
     Observer& m_observer;
     SendControl m_sendControl;
+    QList<TallyOutput*> m_outputs;
+    // The modes the last tick decided, for outputs while the source is lost.
+    QList<TallyMode> m_lastModes;
 };

@@ -9,6 +9,7 @@
 #include "core/StandardOutput.h"
 #include "hardware/TestViewController.h"
 #include "hardware/USBHIDAppDelegate.h"
+#include "sources/MixdeskShotSource.h"
 #include "tallymap/EditViewController.h"
 #include "tallymap/TallyMapFile.h"
 #include "ui_ViewController.h"
@@ -55,15 +56,20 @@ QString assignmentTitle(const Mixdesk::ShotList& shots)
     return multipleShotsTitle;
 }
 
-ViewController::Dependencies withDefaults(ViewController::Dependencies dependencies)
+// The program's own services where the caller gave none.
+std::unique_ptr<DocumentPanels> orDefault(std::unique_ptr<DocumentPanels> panels)
 {
-    if (!dependencies.documentPanels) {
-        dependencies.documentPanels = std::make_unique<FileDialogPanels>();
-    }
-    if (!dependencies.recentDocuments) {
-        dependencies.recentDocuments = std::make_unique<RecentDocuments>();
-    }
-    return dependencies;
+    return panels ? std::move(panels) : std::make_unique<FileDialogPanels>();
+}
+
+std::unique_ptr<RecentDocuments> orDefault(std::unique_ptr<RecentDocuments> recent)
+{
+    return recent ? std::move(recent) : std::make_unique<RecentDocuments>();
+}
+
+std::unique_ptr<ShotSource> orDefault(std::unique_ptr<ShotSource> source)
+{
+    return source ? std::move(source) : std::make_unique<MixdeskShotSource>();
 }
 
 } // namespace
@@ -76,15 +82,21 @@ ViewController::ViewController(QWidget* parent)
 ViewController::ViewController(Dependencies dependencies, QWidget* parent)
     : QWidget(parent)
     , m_ui(std::make_unique<Ui::ViewController>())
-    , m_cycle(Mixdesk::shared(), *this)
+    , m_documentPanels(orDefault(std::move(dependencies.documentPanels)))
+    , m_recentDocuments(orDefault(std::move(dependencies.recentDocuments)))
+    , m_shotSource(orDefault(std::move(dependencies.shotSource)))
+    , m_cycle(*m_shotSource, *this)
     , m_editingLock(*this)
 {
-    dependencies = withDefaults(std::move(dependencies));
-    m_documentPanels = std::move(dependencies.documentPanels);
-    m_recentDocuments = std::move(dependencies.recentDocuments);
     m_ui->setupUi(this);
     lockTallyCheckBox = m_ui->lockTallyCheckBox;
     mixdeskWarning = m_ui->mixdeskWarning;
+    if (mixdeskWarning) {
+        mixdeskWarning->setText(m_shotSource->notRunningWarning());
+    }
+    // A source that hears of a cut says so; the tick runs at once rather
+    // than up to a quarter of a second later.
+    connect(m_shotSource.get(), &ShotSource::shotsChanged, this, [this] { queryMixdeskWithTimer(timer); });
     viewDidLoad();
 }
 
@@ -101,7 +113,7 @@ void ViewController::viewDidLoad()
     tallyStateDisplays = collectTallyStateDisplays(*this);
     // The first answer comes before the timer exists, so the first tick
     // compares against it.
-    shotList = Mixdesk::shared().queryShots();
+    shotList = m_shotSource->queryShots();
     timer = new QTimer(this);
     timer->setInterval(std::chrono::milliseconds(static_cast<int>(timerInterval * 1000)));
     connect(timer, &QTimer::timeout, this, [this] { queryMixdeskWithTimer(timer); });

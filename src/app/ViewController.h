@@ -5,6 +5,7 @@
 #include "app/RecentDocuments.h"
 #include "app/TallyCycle.h"
 #include "link/Mixdesk.h"
+#include "sources/ShotSource.h"
 #include "tallymap/TallyMap.h"
 
 #include <QCheckBox>
@@ -42,6 +43,8 @@ public:
     struct Dependencies {
         std::unique_ptr<DocumentPanels> documentPanels;
         std::unique_ptr<RecentDocuments> recentDocuments;
+        // Where the shots come from; Mixdesk's query when left empty.
+        std::unique_ptr<ShotSource> shotSource;
     };
 
     explicit ViewController(QWidget* parent = nullptr);
@@ -86,6 +89,9 @@ public:
     static QList<QPointer<TallyState>> collectTallyStateDisplays(const QWidget& view);
 
     RecentDocuments& recentDocuments() const { return *m_recentDocuments; }
+    ShotSource& shotSource() const { return *m_shotSource; }
+    // The update cycle, for outputs that follow the lights (web page, TSL).
+    TallyCycle& cycle() { return m_cycle; }
     const EditingLock& editingLock() const { return m_editingLock; }
 
     // Segues to the other screens. Every identifier other than
@@ -152,6 +158,7 @@ private:
     std::unique_ptr<Ui::ViewController> m_ui;
     std::unique_ptr<DocumentPanels> m_documentPanels;
     std::unique_ptr<RecentDocuments> m_recentDocuments;
+    std::unique_ptr<ShotSource> m_shotSource;
     TallyCycle m_cycle;
     EditingLock m_editingLock;
     QPointer<QAction> m_requirementMenuItem;

@@ -3,10 +3,32 @@
 #include "app/AppDelegate.h"
 #include "app/MainWindow.h"
 #include "app/ModalPanelProbe.h"
+#include "app/RunOptions.h"
 #include "app/SingleInstance.h"
 #include "core/StandardOutput.h"
 
 #include <QApplication>
+
+namespace {
+
+// After the known options only files may remain: an unknown option is a
+// mistake to report, not a file to open. "--" ends the options, so a file
+// whose name starts with a dash can still be opened.
+std::optional<QString> takeEndOfOptions(QStringList& arguments)
+{
+    for (qsizetype index = 0; index < arguments.size(); ++index) {
+        if (arguments[index] == QLatin1String("--")) {
+            arguments.removeAt(index);
+            return std::nullopt;
+        }
+        if (arguments[index].startsWith(QLatin1String("--"))) {
+            return QStringLiteral("unknown option '%1'").arg(arguments[index]);
+        }
+    }
+    return std::nullopt;
+}
+
+} // namespace
 
 int main(int argc, char* argv[])
 {
@@ -14,7 +36,16 @@ int main(int argc, char* argv[])
     QApplication::setApplicationName(QStringLiteral("Mixdesk Tally"));
     QApplication::setOrganizationName(QStringLiteral("Mixdesk"));
     QApplication::setDesktopFileName(QStringLiteral("mixdesk-tally"));
-    const QStringList files = QApplication::arguments().mid(1);
+    QStringList files = QApplication::arguments().mid(1);
+    RunOptions options;
+    if (const std::optional<QString> problem = RunOptions::takeFrom(files, &options)) {
+        printErrorLine(QStringLiteral("mixdesk-tally: ") + *problem);
+        return 2;
+    }
+    if (const std::optional<QString> problem = takeEndOfOptions(files)) {
+        printErrorLine(QStringLiteral("mixdesk-tally: ") + *problem);
+        return 2;
+    }
 
     // One instance drives the tally box: a later launch gives its files to
     // the running one and leaves.
@@ -33,7 +64,14 @@ int main(int argc, char* argv[])
     delegate.applicationDidFinishLaunching();
     QObject::connect(&app, &QApplication::aboutToQuit, &delegate, &AppDelegate::applicationWillTerminate);
 
-    MainWindow main = MainWindow::make();
+    QString sourceProblem;
+    ViewController::Dependencies dependencies;
+    dependencies.shotSource = makeShotSource(options, &sourceProblem);
+    if (!dependencies.shotSource) {
+        printErrorLine(QStringLiteral("mixdesk-tally: ") + sourceProblem);
+        return 2;
+    }
+    MainWindow main = MainWindow::make(std::move(dependencies));
     delegate.setKeyWindow(main.window.get());
     main.window->show();
     delegate.applicationOpenFiles(files);

@@ -1,5 +1,6 @@
 #include "cli/WatchCommand.h"
 
+#include "app/RunOptions.h"
 #include "app/TallyCycle.h"
 #include "cli/CommandInputs.h"
 #include "cli/WatchPrinter.h"
@@ -24,7 +25,7 @@ const Command& command()
 {
     static const Command definition {
         QStringLiteral("watch"),
-        QStringLiteral("watch [--ticks N] MAP"),
+        QStringLiteral("watch [--ticks N] [--source SOURCE] [--password-file FILE] MAP"),
         QStringLiteral("Run the update cycle on a tally map without a window, printing each change, until "
                        "interrupted (or for N ticks of 0.25 s)"),
         runWatch,
@@ -53,14 +54,18 @@ void installStopHandlers()
 }
 
 struct WatchOptions {
+    RunOptions run;
     QString mapPath;
     // 0: until interrupted.
     qint64 ticks = 0;
 };
 
 // Fills options, or returns the usage problem.
-std::optional<QString> parseOptions(const QStringList& arguments, WatchOptions* options)
+std::optional<QString> parseOptions(QStringList arguments, WatchOptions* options)
 {
+    if (std::optional<QString> problem = RunOptions::takeFrom(arguments, &options->run)) {
+        return problem;
+    }
     QStringList positional;
     for (qsizetype i = 0; i < arguments.size(); ++i) {
         const QString& argument = arguments[i];
@@ -109,8 +114,13 @@ int runWatch(const QStringList& arguments)
     // then a tick every 0.25 s.
     USBHIDAppDelegate::shared();
     WatchPrinter printer(tallyMap->shotSelections().size());
-    TallyCycle cycle(Mixdesk::shared(), printer);
-    Mixdesk::ShotList shotList = Mixdesk::shared().queryShots();
+    QString sourceProblem;
+    const std::unique_ptr<ShotSource> source = makeShotSource(options.run, &sourceProblem);
+    if (!source) {
+        return CommandLine::usageError(command(), sourceProblem);
+    }
+    TallyCycle cycle(*source, printer);
+    Mixdesk::ShotList shotList = source->queryShots();
     qint64 ticksDone = 0;
 
     QTimer timer;

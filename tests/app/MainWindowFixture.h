@@ -70,12 +70,13 @@ protected:
 
     // Builds the window; the update timer is stopped so that a test decides
     // when ticks happen.
-    void makeWindow()
+    void makeWindow(std::unique_ptr<ShotSource> shotSource = nullptr)
     {
         auto panelsOwned = std::make_unique<FakeDocumentPanels>();
         panels = panelsOwned.get();
         ViewController::Dependencies dependencies;
         dependencies.documentPanels = std::move(panelsOwned);
+        dependencies.shotSource = std::move(shotSource);
         dependencies.recentDocuments = std::make_unique<RecentDocuments>(
             std::make_unique<QSettings>(directory.filePath(QStringLiteral("recent.ini")), QSettings::IniFormat));
         main = MainWindow::make(std::move(dependencies));

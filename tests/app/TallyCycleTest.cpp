@@ -1,5 +1,6 @@
 #include "app/TallyCycle.h"
 
+#include "sources/MixdeskShotSource.h"
 #include "support/FakeMixdeskPlatform.h"
 #include "support/QtPrinters.h"
 #include "support/ShotNotation.h"
@@ -101,8 +102,9 @@ class TallyCycleTest : public testing::Test {
 protected:
     std::shared_ptr<FakeMixdeskPlatform> platform = std::make_shared<FakeMixdeskPlatform>();
     Mixdesk mixdesk { platform };
+    MixdeskShotSource source { mixdesk };
     RecordingObserver observer;
-    TallyCycle cycle { mixdesk, observer, [this](quint8 byte) { observer.send(byte); } };
+    TallyCycle cycle { source, observer, [this](quint8 byte) { observer.send(byte); } };
     TallyMap map;
     Shots shotList;
 
@@ -300,7 +302,7 @@ TEST_F(TallyCycleTest, AfterMixdeskWasAwayTheNextAnswerTakesTheRenamePath)
 TEST_F(TallyCycleTest, AMapWithNoLightsEndsTheTickAfterUpdatingShotsWarningAndEditing)
 {
     RecordingObserver noIndicators(0);
-    TallyCycle bare(mixdesk, noIndicators, [&noIndicators](quint8 byte) { noIndicators.send(byte); });
+    TallyCycle bare(source, noIndicators, [&noIndicators](quint8 byte) { noIndicators.send(byte); });
     FakeLights lights;
     answer({ { "1", "Cam 1", true, false } });
     bare.updateTallyLights(shotList, lights);
@@ -349,7 +351,7 @@ TEST_F(TallyCycleTest, LightSixteenRunsIntoTheCommandBitsUnguarded)
     lights.lights = QList<Shots>(16);
     lights.lights[15] = { record("Cam 1") };
     RecordingObserver sixteen(16);
-    TallyCycle wide(mixdesk, sixteen, [&sixteen](quint8 byte) { sixteen.send(byte); });
+    TallyCycle wide(source, sixteen, [&sixteen](quint8 byte) { sixteen.send(byte); });
     answer({ { "1", "Cam 1", true, false } });
     wide.updateTallyLights(shotList, lights);
     // 0xB0 | 16 = 0xB0 and 0x20 | 16 = 0x30: the number spills into the
@@ -363,7 +365,7 @@ using TallyCycleDeathTest = TallyCycleTest;
 TEST_F(TallyCycleDeathTest, FewerIndicatorsThanLightsStopsTheProcess)
 {
     RecordingObserver seven(7);
-    TallyCycle shortWindow(mixdesk, seven, [&seven](quint8 byte) { seven.send(byte); });
+    TallyCycle shortWindow(source, seven, [&seven](quint8 byte) { seven.send(byte); });
     answer({ { "1", "Cam 1", true, false } });
     EXPECT_DEATH(shortWindow.updateTallyLights(shotList, map), "fatal error: no indicator for light 8");
 }
@@ -373,7 +375,65 @@ TEST_F(TallyCycleDeathTest, ALightNumberAbove255StopsTheProcess)
     FakeLights lights;
     lights.lights = QList<Shots>(256);
     RecordingObserver many(256);
-    TallyCycle huge(mixdesk, many, [&many](quint8 byte) { many.send(byte); });
+    TallyCycle huge(source, many, [&many](quint8 byte) { many.send(byte); });
     answer({ { "1", "Cam 1", true, false } });
     EXPECT_DEATH(huge.updateTallyLights(shotList, lights), "fatal error: ");
+}
+
+namespace {
+
+// Keeps every snapshot it is given.
+class RecordingOutput : public TallyOutput {
+public:
+    void publish(const TallySnapshot& snapshot) override { snapshots.append(snapshot); }
+
+    QList<TallySnapshot> snapshots;
+};
+
+} // namespace
+
+TEST_F(TallyCycleTest, OutputsGetEveryLightsModeAndShotNamesAfterATick)
+{
+    RecordingOutput output;
+    cycle.addOutput(&output);
+    answer({ { "1", "Cam 1", true, false }, { "2", "Cam 2", false, true } });
+    map.setShotSelection(0, { record("Cam 1") });
+    map.setShotSelection(1, { record("Cam 2"), record("Wide") });
+    tick();
+    ASSERT_EQ(output.snapshots.size(), 1);
+    const TallySnapshot& snapshot = output.snapshots.first();
+    EXPECT_TRUE(snapshot.sourceRunning);
+    ASSERT_EQ(snapshot.lights.size(), TallyMap::numberOfLights);
+    EXPECT_EQ(snapshot.lights[0], (LightState { TallyMode::live, { QStringLiteral("Cam 1") } }));
+    EXPECT_EQ(
+        snapshot.lights[1], (LightState { TallyMode::preview, { QStringLiteral("Cam 2"), QStringLiteral("Wide") } }));
+    EXPECT_EQ(snapshot.lights[2], (LightState { TallyMode::off, {} }));
+}
+
+TEST_F(TallyCycleTest, OutputsAreToldTheSourceIsLostWhileTheLightsKeepTheirLastModes)
+{
+    RecordingOutput output;
+    cycle.addOutput(&output);
+    answer({ { "1", "Cam 1", true, false } });
+    map.setShotSelection(0, { record("Cam 1") });
+    tick();
+    platform->runningCount = 0;
+    const qsizetype bytesBefore = observer.bytes.size();
+    tick();
+    ASSERT_EQ(output.snapshots.size(), 2);
+    EXPECT_FALSE(output.snapshots[1].sourceRunning);
+    EXPECT_EQ(output.snapshots[1].lights[0].mode, TallyMode::live);
+    EXPECT_EQ(observer.bytes.size(), bytesBefore);
+}
+
+TEST_F(TallyCycleTest, ARemovedOutputGetsNothingMore)
+{
+    RecordingOutput output;
+    cycle.addOutput(&output);
+    cycle.addOutput(&output);
+    answer({ { "1", "Cam 1", true, false } });
+    tick();
+    cycle.removeOutput(&output);
+    tick();
+    EXPECT_EQ(output.snapshots.size(), 1);
 }

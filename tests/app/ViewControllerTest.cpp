@@ -2,6 +2,7 @@
 
 #include "MainWindowFixture.h"
 #include "core/ModalSession.h"
+#include "support/FakeShotSource.h"
 #include "support/QtPrinters.h"
 #include "tallymap/EditViewController.h"
 
@@ -267,6 +268,47 @@ TEST_F(ViewControllerTest, WithMixdeskAbsentTheWarningShowsTheLightsFreezeAndNot
     tick();
     EXPECT_TRUE(controller->mixdeskWarning->isHidden());
     EXPECT_EQ(device->reports.size(), sent + 16);
+}
+
+TEST_F(ViewControllerTest, ASourceThatAnnouncesAChangeGetsATickAtOnceWithoutTheTimer)
+{
+    auto owned = std::make_unique<FakeShotSource>();
+    FakeShotSource* source = owned.get();
+    auto live = std::make_shared<Mixdesk::Shot>(QStringLiteral("Cam 1"));
+    live->shotId = QStringLiteral("1");
+    live->isLive = true;
+    auto other = std::make_shared<Mixdesk::Shot>(QStringLiteral("Cam 2"));
+    other->shotId = QStringLiteral("2");
+    source->shots = { live, other };
+    makeWindow(std::move(owned));
+    main.window->show();
+    controller->tallyMap.setShotSelection(0, { record("Cam 1") });
+    const qsizetype sent = device->reports.size();
+
+    source->announceChange();
+
+    EXPECT_FALSE(controller->timer->isActive());
+    EXPECT_EQ(device->reports.size(), sent + 16);
+    EXPECT_EQ(controller->tallyStateDisplays[0]->mode, TallyMode::live);
+}
+
+TEST_F(ViewControllerTest, TheWarningNamesTheSourceThatIsMissing)
+{
+    auto owned = std::make_unique<FakeShotSource>();
+    FakeShotSource* source = owned.get();
+    source->running = false;
+    makeWindow(std::move(owned));
+    main.window->show();
+    tick();
+    EXPECT_FALSE(controller->mixdeskWarning->isHidden());
+    EXPECT_EQ(controller->mixdeskWarning->text(), QStringLiteral("Fake switcher is not connected"));
+    EXPECT_EQ(platform->runningCountQueries, 0);
+}
+
+TEST_F(ViewControllerTest, WithNoSourceChosenTheWarningIsMixdesks)
+{
+    makeWindow();
+    EXPECT_EQ(controller->mixdeskWarning->text(), QStringLiteral("Mixdesk is not running"));
 }
 
 TEST_F(ViewControllerTest, AnEmptyAnswerSwitchesEveryIndicatorOffAndKeepsEditingEnabled)

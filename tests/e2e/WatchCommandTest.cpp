@@ -113,7 +113,8 @@ TEST_F(WatchCommandTest, WrongUsageExitsTwoWithAUsageLine)
     start({ QStringLiteral("--ticks"), QStringLiteral("zero"), mapPath });
     ASSERT_TRUE(finished());
     EXPECT_EQ(watch.exitCode(), 2);
-    EXPECT_TRUE(watch.readAllStandardError().contains("usage: tallyctl watch [--ticks N] MAP"));
+    EXPECT_TRUE(watch.readAllStandardError().contains(
+        "usage: tallyctl watch [--ticks N] [--source SOURCE] [--password-file FILE] MAP"));
 }
 
 TEST_F(WatchCommandTest, AnUnreadableMapFailsWithTheReason)

@@ -1,0 +1,20 @@
+#pragma once
+
+#include "sources/ShotSource.h"
+
+// The default source: Mixdesk on this computer, asked through its query
+// script. Never signals a change; the 0.25 s cadence is all it has.
+class MixdeskShotSource : public ShotSource {
+    Q_OBJECT
+
+public:
+    explicit MixdeskShotSource(Mixdesk& mixdesk = Mixdesk::shared(), QObject* parent = nullptr);
+
+    bool isRunning() override;
+    Mixdesk::ShotList queryShots() override;
+    QString notRunningWarning() const override;
+    QString displayName() const override;
+
+private:
+    Mixdesk& m_mixdesk;
+};

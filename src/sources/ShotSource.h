@@ -1,0 +1,39 @@
+#pragma once
+
+#include "link/Mixdesk.h"
+
+#include <QObject>
+#include <QString>
+
+// Where the lights' shots come from. The update cycle asks the two questions
+// it has always asked of Mixdesk: is the production application there, and
+// which shots does it have now. Mixdesk's own query is the default source;
+// network switchers (OBS Studio, TSL UMD) keep their state from events and
+// answer both at once, so a tick never waits on a network.
+class ShotSource : public QObject {
+    Q_OBJECT
+
+public:
+    using QObject::QObject;
+
+    // Whether the production application is there now. While it is not, the
+    // tick ends at once and the lights keep their last state.
+    virtual bool isRunning() = 0;
+
+    // The shots now, in the switcher's order; empty on any failure.
+    virtual Mixdesk::ShotList queryShots() = 0;
+
+    // The warning the window shows while isRunning() is false.
+    virtual QString notRunningWarning() const = 0;
+
+    // A short name for messages and the settings ("Mixdesk", "OBS Studio").
+    virtual QString displayName() const = 0;
+
+Q_SIGNALS:
+    // The source learned of a change (a cut, a rename, a lost connection):
+    // its owner may run a tick at once instead of waiting for the next one.
+    void shotsChanged();
+    // Something worth telling the operator about the source itself
+    // (connected, reconnecting and why); one line, in words.
+    void statusChanged(const QString& status);
+};
