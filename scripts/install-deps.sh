@@ -12,7 +12,13 @@ packages=(
   xvfb xauth fonts-dejavu-core
   desktop-file-utils libxml2-utils shared-mime-info
   dpkg-dev file
+  nodejs
 )
+# The TSL interop tests run an npm package under node. Some builds of node
+# bring npm along; Debian packages it apart.
+if ! command -v npm >/dev/null 2>&1; then
+  packages+=(npm)
+fi
 
 missing=()
 for package in "${packages[@]}"; do

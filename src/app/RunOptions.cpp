@@ -1,5 +1,6 @@
 #include "app/RunOptions.h"
 
+#include "outputs/TslSender.h"
 #include "sources/MixdeskShotSource.h"
 
 namespace {
@@ -38,6 +39,58 @@ TakenValue takeValue(QStringList& arguments, qsizetype index, const QString& nam
     return taken;
 }
 
+// The options that may be given more than once, each adding a value.
+struct RepeatableOption {
+    QString name;
+    QStringList RunOptions::*field;
+};
+
+const RepeatableOption repeatableOptions[] = {
+    { QStringLiteral("--tsl"), &RunOptions::tsl31Destinations },
+    { QStringLiteral("--tsl5"), &RunOptions::tsl50Destinations },
+};
+
+// Whole-number options and the smallest value each takes.
+struct NumberOption {
+    QString name;
+    int RunOptions::*field;
+    int minimum;
+};
+
+const NumberOption numberOptions[] = {
+    { QStringLiteral("--tsl-offset"), &RunOptions::tslIndexOffset, 0 },
+};
+
+// Takes a repeatable or a number option at arguments[index] into options.
+TakenValue takeOtherOption(QStringList& arguments, qsizetype index, RunOptions* options)
+{
+    for (const RepeatableOption& option : repeatableOptions) {
+        TakenValue taken = takeValue(arguments, index, option.name);
+        if (taken.matched) {
+            if (!taken.problem) {
+                (options->*option.field).append(taken.value);
+            }
+            return taken;
+        }
+    }
+    for (const NumberOption& option : numberOptions) {
+        TakenValue taken = takeValue(arguments, index, option.name);
+        if (taken.matched) {
+            bool isNumber = false;
+            const int number = taken.value.toInt(&isNumber);
+            if (!taken.problem && (!isNumber || number < option.minimum)) {
+                taken.problem = QStringLiteral("%1 needs a whole number of at least %2, not '%3'")
+                                    .arg(option.name)
+                                    .arg(option.minimum)
+                                    .arg(taken.value);
+            }
+            options->*option.field = number;
+            return taken;
+        }
+    }
+    return {};
+}
+
 } // namespace
 
 std::optional<QString> RunOptions::takeFrom(QStringList& arguments, RunOptions* options)
@@ -67,6 +120,13 @@ std::optional<QString> RunOptions::takeFrom(QStringList& arguments, RunOptions* 
             }
         }
         if (!matched) {
+            TakenValue taken = takeOtherOption(arguments, index, options);
+            if (taken.problem) {
+                return taken.problem;
+            }
+            matched = taken.matched;
+        }
+        if (!matched) {
             ++index;
         }
     }
@@ -78,6 +138,10 @@ QStringList RunOptions::helpLines()
     return {
         QStringLiteral("  --source SOURCE       where the shots come from: mixdesk (the default)"),
         QStringLiteral("  --password-file FILE  the switcher's password, on the file's first line"),
+        QStringLiteral("  --tsl udp://HOST:PORT send the lights as TSL UMD 3.1 (repeatable; tcp:// too)"),
+        QStringLiteral("  --tsl5 udp://HOST:PORT|tcp://HOST:PORT"),
+        QStringLiteral("                        send the lights as TSL UMD 5.0 (repeatable)"),
+        QStringLiteral("  --tsl-offset N        light N is TSL display index N + offset (default 0)"),
     };
 }
 
@@ -90,4 +154,43 @@ std::unique_ptr<ShotSource> makeShotSource(const RunOptions& options, QString* p
         *problem = QStringLiteral("unknown source '%1' (expected mixdesk)").arg(options.source);
     }
     return nullptr;
+}
+
+std::unique_ptr<TslSender> makeTslSender(const RunOptions& options, QString* problem)
+{
+    constexpr qsizetype lightCount = 8;
+    QList<TslDestination> destinations;
+    const struct {
+        const QStringList& texts;
+        TslTallyEncoding::Version version;
+        QString option;
+    } groups[] = {
+        { options.tsl31Destinations, TslTallyEncoding::Version::v31, QStringLiteral("--tsl") },
+        { options.tsl50Destinations, TslTallyEncoding::Version::v50, QStringLiteral("--tsl5") },
+    };
+    for (const auto& group : groups) {
+        for (const QString& text : group.texts) {
+            std::optional<TslDestination> destination = TslDestination::parse(group.version, text, problem);
+            if (!destination) {
+                return nullptr;
+            }
+            destinations.append(*destination);
+        }
+        const int maxOffset = TslTallyEncoding::maxOffset(group.version, lightCount);
+        if (!group.texts.isEmpty() && options.tslIndexOffset > maxOffset) {
+            if (problem) {
+                *problem = QStringLiteral("--tsl-offset %1 is too large for %2: display indexes end at %3, so "
+                                          "the offset can be at most %4")
+                               .arg(options.tslIndexOffset)
+                               .arg(group.option)
+                               .arg(maxOffset + lightCount)
+                               .arg(maxOffset);
+            }
+            return nullptr;
+        }
+    }
+    if (destinations.isEmpty()) {
+        return nullptr;
+    }
+    return std::make_unique<TslSender>(destinations, options.tslIndexOffset);
 }

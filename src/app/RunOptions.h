@@ -19,6 +19,13 @@ struct RunOptions {
     // A file whose first line is the switcher's password.
     QString passwordFile;
 
+    // TSL UMD outputs (--tsl, --tsl5, --tsl-offset): every destination
+    // given, as written ("udp://HOST:PORT", "tcp://HOST:PORT"), 3.1 and 5.0
+    // apart; light N is display index N + tslIndexOffset.
+    QStringList tsl31Destinations;
+    QStringList tsl50Destinations;
+    int tslIndexOffset = 0;
+
     // Takes the options it knows out of arguments ("--source X" and
     // "--source=X" alike) and leaves the rest (files, a command's own
     // options) in place. A known option with a missing or bad value is a
@@ -31,3 +38,10 @@ struct RunOptions {
 
 // The shot source the options choose, or nothing with the reason in problem.
 std::unique_ptr<ShotSource> makeShotSource(const RunOptions& options, QString* problem);
+
+class TslSender;
+
+// The TSL UMD sender the options ask for: nothing and no problem when they
+// name no destination, nothing and the reason in problem when a destination
+// or the offset is bad.
+std::unique_ptr<TslSender> makeTslSender(const RunOptions& options, QString* problem);

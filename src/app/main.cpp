@@ -6,6 +6,7 @@
 #include "app/RunOptions.h"
 #include "app/SingleInstance.h"
 #include "core/StandardOutput.h"
+#include "outputs/TslSender.h"
 
 #include <QApplication>
 
@@ -71,7 +72,16 @@ int main(int argc, char* argv[])
         printErrorLine(QStringLiteral("mixdesk-tally: ") + sourceProblem);
         return 2;
     }
+    QString tslProblem;
+    const std::unique_ptr<TslSender> tslSender = makeTslSender(options, &tslProblem);
+    if (!tslSender && !tslProblem.isEmpty()) {
+        printErrorLine(QStringLiteral("mixdesk-tally: ") + tslProblem);
+        return 2;
+    }
     MainWindow main = MainWindow::make(std::move(dependencies));
+    if (tslSender) {
+        main.controller->cycle().addOutput(tslSender.get());
+    }
     delegate.setKeyWindow(main.window.get());
     main.window->show();
     delegate.applicationOpenFiles(files);

@@ -6,6 +6,7 @@
 #include "cli/WatchPrinter.h"
 #include "core/StandardOutput.h"
 #include "hardware/USBHIDAppDelegate.h"
+#include "outputs/TslSender.h"
 
 #include <QCoreApplication>
 #include <QTimer>
@@ -25,7 +26,8 @@ const Command& command()
 {
     static const Command definition {
         QStringLiteral("watch"),
-        QStringLiteral("watch [--ticks N] [--source SOURCE] [--password-file FILE] MAP"),
+        QStringLiteral("watch [--ticks N] [--source SOURCE] [--password-file FILE] [--tsl URL]... [--tsl5 URL]... "
+                       "[--tsl-offset N] MAP"),
         QStringLiteral("Run the update cycle on a tally map without a window, printing each change, until "
                        "interrupted (or for N ticks of 0.25 s)"),
         runWatch,
@@ -120,6 +122,14 @@ int runWatch(const QStringList& arguments)
         return CommandLine::usageError(command(), sourceProblem);
     }
     TallyCycle cycle(*source, printer);
+    QString tslProblem;
+    const std::unique_ptr<TslSender> tslSender = makeTslSender(options.run, &tslProblem);
+    if (!tslSender && !tslProblem.isEmpty()) {
+        return CommandLine::usageError(command(), tslProblem);
+    }
+    if (tslSender) {
+        cycle.addOutput(tslSender.get());
+    }
     Mixdesk::ShotList shotList = source->queryShots();
     qint64 ticksDone = 0;
 

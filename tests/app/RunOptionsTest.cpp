@@ -1,6 +1,9 @@
 #include "app/RunOptions.h"
 
+#include "outputs/TslSender.h"
 #include "support/QtPrinters.h"
+
+#include <QUdpSocket>
 
 #include <gtest/gtest.h>
 
@@ -56,4 +59,68 @@ TEST(RunOptionsTest, AnUnknownSourceIsRefusedWithItsName)
     QString problem;
     EXPECT_EQ(makeShotSource(options, &problem), nullptr);
     EXPECT_TRUE(problem.contains(QStringLiteral("vmix://studio"))) << problem.toStdString();
+}
+
+TEST(RunOptionsTest, TslDestinationsMayBeGivenMoreThanOnce)
+{
+    QStringList arguments { QStringLiteral("--tsl5"), QStringLiteral("udp://10.0.0.2:8900"), QStringLiteral("map.tlx"),
+        QStringLiteral("--tsl5=tcp://10.0.0.3:9000"), QStringLiteral("--tsl"), QStringLiteral("udp://10.0.0.4:4003"),
+        QStringLiteral("--tsl-offset=10") };
+    RunOptions options;
+    EXPECT_EQ(RunOptions::takeFrom(arguments, &options), std::nullopt);
+    EXPECT_EQ(options.tsl50Destinations,
+        (QStringList { QStringLiteral("udp://10.0.0.2:8900"), QStringLiteral("tcp://10.0.0.3:9000") }));
+    EXPECT_EQ(options.tsl31Destinations, QStringList { QStringLiteral("udp://10.0.0.4:4003") });
+    EXPECT_EQ(options.tslIndexOffset, 10);
+    EXPECT_EQ(arguments, QStringList { QStringLiteral("map.tlx") });
+}
+
+TEST(RunOptionsTest, WithoutTslOptionsThereIsNoTslSenderAndNoProblem)
+{
+    QString problem;
+    EXPECT_EQ(makeTslSender(RunOptions {}, &problem), nullptr);
+    EXPECT_TRUE(problem.isEmpty()) << problem.toStdString();
+}
+
+TEST(RunOptionsTest, TslOptionsMakeASender)
+{
+    RunOptions options;
+    options.tsl50Destinations = { QStringLiteral("udp://127.0.0.1:8900") };
+    QString problem;
+    EXPECT_NE(makeTslSender(options, &problem), nullptr) << problem.toStdString();
+}
+
+TEST(RunOptionsTest, ABadTslDestinationIsAUsageProblem)
+{
+    RunOptions options;
+    options.tsl31Destinations = { QStringLiteral("studio:8900") };
+    QString problem;
+    EXPECT_EQ(makeTslSender(options, &problem), nullptr);
+    EXPECT_EQ(
+        problem, QStringLiteral("bad TSL destination 'studio:8900': expected udp://HOST:PORT or tcp://HOST:PORT"));
+}
+
+TEST(RunOptionsTest, ATslOffsetThatIsNotANumberIsAUsageProblem)
+{
+    QStringList arguments { QStringLiteral("--tsl-offset"), QStringLiteral("-1") };
+    RunOptions options;
+    EXPECT_EQ(RunOptions::takeFrom(arguments, &options),
+        QStringLiteral("--tsl-offset needs a whole number of at least 0, not '-1'"));
+    QStringList words { QStringLiteral("--tsl-offset=ten") };
+    EXPECT_EQ(RunOptions::takeFrom(words, &options),
+        QStringLiteral("--tsl-offset needs a whole number of at least 0, not 'ten'"));
+}
+
+TEST(RunOptionsTest, AnOffsetPastTheThreeOneAddressesIsRefused)
+{
+    RunOptions options;
+    options.tsl31Destinations = { QStringLiteral("udp://127.0.0.1:8900") };
+    options.tslIndexOffset = 119;
+    QString problem;
+    EXPECT_EQ(makeTslSender(options, &problem), nullptr);
+    EXPECT_EQ(problem,
+        QStringLiteral("--tsl-offset 119 is too large for --tsl: display indexes end at 126, so the offset can "
+                       "be at most 118"));
+    options.tslIndexOffset = 118;
+    EXPECT_NE(makeTslSender(options, &problem), nullptr);
 }
