@@ -2,6 +2,7 @@
 
 #include "outputs/TslSender.h"
 #include "sources/MixdeskShotSource.h"
+#include "sources/TslShotSource.h"
 
 namespace {
 
@@ -91,6 +92,21 @@ TakenValue takeOtherOption(QStringList& arguments, qsizetype index, RunOptions* 
     return {};
 }
 
+// A TSL listener on the address, listening already, or nothing with the
+// reason (a bad address, a port in use).
+std::unique_ptr<ShotSource> makeTslShotSource(const QString& address, QString* problem)
+{
+    const std::optional<TslShotSource::Listen> listen = TslShotSource::parseAddress(address, problem);
+    if (!listen) {
+        return nullptr;
+    }
+    auto source = std::make_unique<TslShotSource>(*listen);
+    if (!source->start(problem)) {
+        return nullptr;
+    }
+    return source;
+}
+
 } // namespace
 
 std::optional<QString> RunOptions::takeFrom(QStringList& arguments, RunOptions* options)
@@ -136,7 +152,9 @@ std::optional<QString> RunOptions::takeFrom(QStringList& arguments, RunOptions* 
 QStringList RunOptions::helpLines()
 {
     return {
-        QStringLiteral("  --source SOURCE       where the shots come from: mixdesk (the default)"),
+        QStringLiteral("  --source SOURCE       where the shots come from: mixdesk (the default), or TSL UMD"),
+        QStringLiteral("                        from a switcher: tsl://[ADDRESS:]PORT (3.1) or"),
+        QStringLiteral("                        tsl5://[ADDRESS:]PORT (5.0) over UDP, tsl+tcp:// or tsl5+tcp://"),
         QStringLiteral("  --password-file FILE  the switcher's password, on the file's first line"),
         QStringLiteral("  --tsl udp://HOST:PORT send the lights as TSL UMD 3.1 (repeatable; tcp:// too)"),
         QStringLiteral("  --tsl5 udp://HOST:PORT|tcp://HOST:PORT"),
@@ -150,8 +168,13 @@ std::unique_ptr<ShotSource> makeShotSource(const RunOptions& options, QString* p
     if (options.source == QLatin1String("mixdesk")) {
         return std::make_unique<MixdeskShotSource>();
     }
+    if (TslShotSource::isTslAddress(options.source)) {
+        return makeTslShotSource(options.source, problem);
+    }
     if (problem) {
-        *problem = QStringLiteral("unknown source '%1' (expected mixdesk)").arg(options.source);
+        *problem = QStringLiteral("unknown source '%1' (expected mixdesk, tsl://[ADDRESS:]PORT or "
+                                  "tsl5://[ADDRESS:]PORT)")
+                       .arg(options.source);
     }
     return nullptr;
 }

@@ -124,3 +124,41 @@ TEST(RunOptionsTest, AnOffsetPastTheThreeOneAddressesIsRefused)
     options.tslIndexOffset = 118;
     EXPECT_NE(makeTslSender(options, &problem), nullptr);
 }
+
+TEST(RunOptionsTest, ATslSourceListensWhereItsAddressSays)
+{
+    RunOptions options;
+    options.source = QStringLiteral("tsl5://127.0.0.1:0");
+    QString problem;
+    // Port 0 is not a port a switcher can be told to send to.
+    EXPECT_EQ(makeShotSource(options, &problem), nullptr);
+    EXPECT_TRUE(problem.contains(QStringLiteral("1 to 65535"))) << problem.toStdString();
+}
+
+TEST(RunOptionsTest, ATslSourceOnAPortInUseIsAProblemNotACrash)
+{
+    QUdpSocket holder;
+    ASSERT_TRUE(holder.bind(QHostAddress::LocalHost, 0));
+    RunOptions options;
+    options.source = QStringLiteral("tsl://127.0.0.1:%1").arg(holder.localPort());
+    QString problem;
+    EXPECT_EQ(makeShotSource(options, &problem), nullptr);
+    EXPECT_TRUE(problem.startsWith(QStringLiteral("cannot listen for TSL UMD 3.1 on UDP"))) << problem.toStdString();
+}
+
+TEST(RunOptionsTest, AFreeTslSourcePortGivesASourceThatWaitsForMessages)
+{
+    quint16 port = 0;
+    {
+        QUdpSocket probe;
+        ASSERT_TRUE(probe.bind(QHostAddress::LocalHost, 0));
+        port = probe.localPort();
+    }
+    RunOptions options;
+    options.source = QStringLiteral("tsl5://127.0.0.1:%1").arg(port);
+    QString problem;
+    const std::unique_ptr<ShotSource> source = makeShotSource(options, &problem);
+    ASSERT_NE(source, nullptr) << problem.toStdString();
+    EXPECT_FALSE(source->isRunning());
+    EXPECT_EQ(source->notRunningWarning(), QStringLiteral("No TSL messages received"));
+}
