@@ -114,7 +114,8 @@ TEST_F(WatchCommandTest, WrongUsageExitsTwoWithAUsageLine)
     ASSERT_TRUE(finished());
     EXPECT_EQ(watch.exitCode(), 2);
     EXPECT_TRUE(watch.readAllStandardError().contains(
-        "usage: tallyctl watch [--ticks N] [--source SOURCE] [--password-file FILE] MAP"));
+        "usage: tallyctl watch [--ticks N] [--source SOURCE] [--password-file FILE] [--tsl URL]... [--tsl5 URL]... "
+        "[--tsl-offset N] MAP"));
 }
 
 TEST_F(WatchCommandTest, AnUnreadableMapFailsWithTheReason)

@@ -1,0 +1,148 @@
+// tallyctl watch sending TSL UMD beside the built stand-in, and following a
+// switcher that speaks TSL UMD, as real processes.
+
+#include "CaptureFile.h"
+#include "outputs/TslUmd50.h"
+#include "support/QtPrinters.h"
+#include "tools/StandinProcess.h"
+
+#include <QNetworkDatagram>
+#include <QProcess>
+#include <QTemporaryDir>
+#include <QUdpSocket>
+
+#include <gtest/gtest.h>
+
+#include <map>
+
+namespace {
+
+class TslWatchProcessTest : public testing::Test {
+protected:
+    void SetUp() override
+    {
+        ASSERT_TRUE(folder.isValid());
+        capture.path = folder.filePath(QStringLiteral("capture.hex"));
+        mapPath = folder.filePath(QStringLiteral("studio.tlx"));
+        QFile file(mapPath);
+        ASSERT_TRUE(file.open(QIODevice::WriteOnly));
+        file.write("0|Camera 1\r\n1|Camera 2\r\n2|Camera 1|Camera 2\r\n");
+        ASSERT_TRUE(receiver.bind(QHostAddress::LocalHost, 0));
+    }
+
+    void TearDown() override
+    {
+        if (watch.state() != QProcess::NotRunning) {
+            watch.kill();
+            watch.waitForFinished();
+        }
+    }
+
+    void start(const QStringList& arguments)
+    {
+        QProcessEnvironment environment = standin.environment();
+        environment.insert(QStringLiteral("MIXDESK_TALLY_HID_CAPTURE"), capture.path);
+        watch.setProcessEnvironment(environment);
+        watch.start(
+            QStringLiteral(TALLY_BINARY_DIR "/bin/tallyctl"), QStringList { QStringLiteral("watch") } + arguments);
+        ASSERT_TRUE(watch.waitForStarted(10000));
+    }
+
+    // Reads what has come and says whether the display now matches.
+    bool displayIs(int index, TslUmd50::Colour colour, const QString& text)
+    {
+        while (receiver.hasPendingDatagrams()) {
+            const std::optional<TslUmd50::Packet> packet = TslUmd50::decode(receiver.receiveDatagram().data());
+            if (!packet) {
+                ++undecodable;
+                continue;
+            }
+            for (const TslUmd50::Display& display : packet->displays) {
+                displays[display.index] = display;
+            }
+        }
+        const auto found = displays.find(index);
+        return found != displays.end() && found->second.leftTally == colour && found->second.rightTally == colour
+            && found->second.textTally == colour && found->second.text == text;
+    }
+
+    QTemporaryDir folder;
+    QString mapPath;
+    StandinProcess standin;
+    CaptureFile capture;
+    QProcess watch;
+    QUdpSocket receiver;
+    std::map<int, TslUmd50::Display> displays;
+    int undecodable = 0;
+};
+
+} // namespace
+
+TEST_F(TslWatchProcessTest, WatchSendsTheLightsAsTslFiveAndFollowsACut)
+{
+    ASSERT_TRUE(standin.start());
+    start({ QStringLiteral("--tsl5"), QStringLiteral("udp://127.0.0.1:%1").arg(receiver.localPort()), mapPath });
+    const QString both = QStringLiteral("Camera 1 + Camera 2");
+    EXPECT_TRUE(eventually([&] {
+        return displayIs(1, TslUmd50::Colour::red, QStringLiteral("Camera 1"))
+            && displayIs(2, TslUmd50::Colour::green, QStringLiteral("Camera 2"))
+            && displayIs(3, TslUmd50::Colour::red, both) && displayIs(8, TslUmd50::Colour::off, QString());
+    })) << watch.readAllStandardError().toStdString();
+    standin.send("cut\n");
+    EXPECT_TRUE(eventually([&] {
+        return displayIs(1, TslUmd50::Colour::green, QStringLiteral("Camera 1"))
+            && displayIs(2, TslUmd50::Colour::red, QStringLiteral("Camera 2"));
+    }));
+    EXPECT_EQ(undecodable, 0);
+}
+
+TEST_F(TslWatchProcessTest, WatchFollowsASwitcherSpeakingTslFive)
+{
+    quint16 port = 0;
+    {
+        QUdpSocket probe;
+        ASSERT_TRUE(probe.bind(QHostAddress::LocalHost, 0));
+        port = probe.localPort();
+    }
+    start({ QStringLiteral("--source"), QStringLiteral("tsl5://127.0.0.1:%1").arg(port), mapPath });
+    TslUmd50::Packet packet;
+    for (const auto& [index, colour, name] : { std::tuple { 1, TslUmd50::Colour::green, "Camera 1" },
+             std::tuple { 2, TslUmd50::Colour::red, "Camera 2" } }) {
+        TslUmd50::Display display;
+        display.index = index;
+        display.leftTally = colour;
+        display.text = QString::fromLatin1(name);
+        packet.displays.append(display);
+    }
+    QUdpSocket sender;
+    QByteArray printed;
+    // Sent again and again, as a switcher does, until watch has started
+    // listening and shows it.
+    EXPECT_TRUE(eventually([&] {
+        sender.writeDatagram(TslUmd50::encode(packet), QHostAddress::LocalHost, port);
+        printed += watch.readAllStandardOutput();
+        return printed.contains("Light 1: preview\n") && printed.contains("Light 2: live\n")
+            && printed.contains("Light 3: live\n");
+    })) << printed.toStdString()
+        << watch.readAllStandardError().toStdString();
+}
+
+TEST_F(TslWatchProcessTest, ABadTslDestinationIsAUsageError)
+{
+    start({ QStringLiteral("--tsl5"), QStringLiteral("studio:9000"), mapPath });
+    ASSERT_TRUE(watch.waitForFinished(15000));
+    EXPECT_EQ(watch.exitCode(), 2);
+    const QByteArray errors = watch.readAllStandardError();
+    EXPECT_TRUE(errors.contains("bad TSL destination 'studio:9000': expected udp://HOST:PORT or tcp://HOST:PORT"))
+        << errors.toStdString();
+}
+
+TEST_F(TslWatchProcessTest, ATslSourcePortInUseIsAnErrorNotACrash)
+{
+    start({ QStringLiteral("--source"), QStringLiteral("tsl5://127.0.0.1:%1").arg(receiver.localPort()), mapPath });
+    ASSERT_TRUE(watch.waitForFinished(15000));
+    EXPECT_EQ(watch.exitStatus(), QProcess::NormalExit);
+    EXPECT_EQ(watch.exitCode(), 2);
+    const QByteArray errors = watch.readAllStandardError();
+    EXPECT_TRUE(errors.contains("cannot listen for TSL UMD 5.0 on UDP 127.0.0.1 port")) << errors.toStdString();
+}
