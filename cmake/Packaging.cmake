@@ -1,15 +1,31 @@
-# A Debian package of the programs, resources and desktop files:
+# A Debian package of the programs, resources, desktop files and
+# documentation:
 #   cmake --preset release && cmake --build --preset release --target package
+# (or cpack -G DEB in build/release). The stand-in for Mixdesk goes in under
+# the name mixdesk-standin (see UserDocumentation.cmake), so the package never
+# owns /usr/bin/mixdesk.
 set(CPACK_GENERATOR DEB)
 set(CPACK_PACKAGE_NAME mixdesk-tally)
 set(CPACK_PACKAGE_VENDOR "Mixdesk Tally")
 set(CPACK_PACKAGE_CONTACT "Mixdesk Tally developers <tally@mixdesk.invalid>")
-set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "Tally light controller for the Mixdesk video production application")
-set(CPACK_PACKAGE_DESCRIPTION
-    "Polls Mixdesk for its shots four times a second and drives eight studio tally lights through a USB HID tally box, from a user-edited map of shots to lights.")
+set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "tally light controller for the Mixdesk video production application")
+# Debian wants the long description in lines of at most 80 characters; CPack
+# puts the summary line above it.
+set(CPACK_DEBIAN_PACKAGE_DESCRIPTION
+    "Mixdesk Tally polls Mixdesk for its shots four times a second and drives
+eight studio tally lights through a USB HID tally box, from a user-edited
+map of shots to lights. It comes with tallyctl, a command-line companion
+that runs the same update cycle without a window, and a stand-in for
+Mixdesk (mixdesk-standin) for trying it out.")
 set(CPACK_DEBIAN_PACKAGE_SECTION video)
+set(CPACK_DEBIAN_PACKAGE_PRIORITY optional)
 set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
 set(CPACK_DEBIAN_PACKAGE_RECOMMENDS "shared-mime-info, desktop-file-utils")
+# Control files with the modes Debian tools expect (0644, scripts 0755).
+set(CPACK_DEBIAN_PACKAGE_CONTROL_STRICT_PERMISSION ON)
+# Installed programs carry no debugging symbols; a debug build still has
+# them in the build tree.
+set(CPACK_STRIP_FILES ON)
 set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
 include(CPack)

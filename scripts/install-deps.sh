@@ -13,6 +13,7 @@ packages=(
   desktop-file-utils libxml2-utils shared-mime-info
   dpkg-dev file
   nodejs
+  lintian appstream groff-base bash-completion
 )
 # The TSL interop tests run an npm package under node. Some builds of node
 # bring npm along; Debian packages it apart.

@@ -21,6 +21,8 @@ const Command& command()
         QStringLiteral("chase"),
         QStringLiteral("Run the 21-step light test chase, one step every 0.5 s, printing each step's bytes"),
         runChase,
+        {},
+        { CommandLine::captureVariableHelp() },
     };
     return definition;
 }

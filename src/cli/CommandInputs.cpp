@@ -6,29 +6,88 @@
 #include "tallymap/TallyMapFile.h"
 #include "tallymap/TallyMapFormat.h"
 
+#include <QDir>
 #include <QFile>
 
 #include <cstdio>
 
 namespace CommandInputs {
 
+namespace {
+
+QString kindName(AppleEventDescriptor::Kind kind)
+{
+    switch (kind) {
+    case AppleEventDescriptor::Kind::List:
+        return QStringLiteral("a list");
+    case AppleEventDescriptor::Kind::Record:
+        return QStringLiteral("a record");
+    case AppleEventDescriptor::Kind::Text:
+        return QStringLiteral("a text");
+    case AppleEventDescriptor::Kind::Boolean:
+        return QStringLiteral("a boolean");
+    case AppleEventDescriptor::Kind::Integer:
+        return QStringLiteral("an integer");
+    case AppleEventDescriptor::Kind::Real:
+        return QStringLiteral("a real");
+    case AppleEventDescriptor::Kind::MissingValue:
+        return QStringLiteral("missing value");
+    case AppleEventDescriptor::Kind::Opaque:
+        break;
+    }
+    return QStringLiteral("a value of another kind");
+}
+
+// The program reads any answer that is not a list, and a list of one item,
+// as "no shots", which is right for a switcher still setting up. A person
+// checking an answer by hand wants to hear that it is not a list of shot
+// records at all, so the shape is checked here before decoding.
+std::optional<QString> notAShotList(const AppleEventDescriptor& answer)
+{
+    if (answer.kind() != AppleEventDescriptor::Kind::List) {
+        return QStringLiteral("the answer is %1, not a list of records").arg(kindName(answer.kind()));
+    }
+    const QList<AppleEventDescriptor>& items = answer.items();
+    for (qsizetype i = 0; i < items.size(); ++i) {
+        if (items[i].kind() != AppleEventDescriptor::Kind::Record) {
+            return QStringLiteral("item %1 of the answer is %2, not a record")
+                .arg(i + 1)
+                .arg(kindName(items[i].kind()));
+        }
+    }
+    return std::nullopt;
+}
+
+} // namespace
+
+QString located(const QString& path, qsizetype line, const QString& message)
+{
+    const QString name = QDir::toNativeSeparators(path);
+    return line > 0 ? QStringLiteral("%1:%2: %3").arg(name).arg(line).arg(message)
+                    : QStringLiteral("%1: %2").arg(name, message);
+}
+
 std::optional<TallyMap> readTallyMap(const QString& path, QString* failure)
 {
     Error error;
     const std::optional<QByteArray> data = TallyMapFile::readData(path, &error);
     if (!data) {
+        // The file's own errors already name it.
         *failure = error.localizedDescription;
         return std::nullopt;
     }
-    if (const std::optional<qint64> outside = TallyMapFormat::firstIndexOutside(*data, TallyMap::numberOfLights)) {
-        *failure = QStringLiteral("Tally index %1 is outside the lights 0 to %2")
-                       .arg(*outside)
-                       .arg(TallyMap::numberOfLights - 1);
+    qsizetype line = 0;
+    if (const std::optional<qint64> outside
+        = TallyMapFormat::firstIndexOutside(*data, TallyMap::numberOfLights, &line)) {
+        *failure = located(path, line,
+            QStringLiteral("Tally index %1 is outside the lights 0 to %2")
+                .arg(*outside)
+                .arg(TallyMap::numberOfLights - 1));
         return std::nullopt;
     }
     TallyMap map;
     if (!map.readFromData(*data, TallyMapFile::documentType, &error)) {
-        *failure = error.localizedDescription;
+        *failure = located(path, error.line, error.localizedDescription);
         return std::nullopt;
     }
     return map;
@@ -58,6 +117,10 @@ std::optional<Mixdesk::ShotList> decodeAnswer(
     const AppleScriptNotationParser::Result parsed = AppleScriptNotationParser::parse(QByteArrayView(answer));
     if (!parsed.ok()) {
         *failure = QStringLiteral("unreadable answer: %1").arg(parsed.error);
+        return std::nullopt;
+    }
+    if (const std::optional<QString> notShots = notAShotList(*parsed.value)) {
+        *failure = QStringLiteral("not a shot list: %1").arg(*notShots);
         return std::nullopt;
     }
     const ShotDecoding decoding = decodeShotsChecked(*parsed.value, unexpectedLabel);

@@ -9,10 +9,38 @@ bool wantsHelp(const QStringList& arguments)
     return arguments.contains(QStringLiteral("--help")) || arguments.contains(QStringLiteral("-h"));
 }
 
+namespace {
+
+void printSection(const QString& title, const QStringList& lines)
+{
+    if (lines.isEmpty()) {
+        return;
+    }
+    printLine(QString());
+    printLine(title);
+    for (const QString& line : lines) {
+        printLine(line);
+    }
+}
+
+} // namespace
+
+QString captureVariableHelp()
+{
+    return QStringLiteral("  MIXDESK_TALLY_HID_CAPTURE=FILE  use FILE as the tally box: one line of 128 hex digits "
+                          "per report");
+}
+
 int printHelp(const Command& command)
 {
     printLine(QStringLiteral("usage: tallyctl %1").arg(command.usage));
     printLine(command.summary);
+    printSection(QStringLiteral("options:"), command.options + QStringList { QStringLiteral("  --help  this help") });
+    printSection(QStringLiteral("environment:"), command.environment);
+    printSection(QStringLiteral("exit codes:"),
+        command.exitCodes.isEmpty() ? QStringList { QStringLiteral("  0  done"), QStringLiteral("  1  failed"),
+            QStringLiteral("  2  wrong usage") }
+                                    : command.exitCodes);
     return exitOk;
 }
 

@@ -17,12 +17,24 @@ struct Command {
     QString usage; // "map show [--json] FILE"
     QString summary; // one line for the command list
     int (*run)(const QStringList& arguments);
+    // What "tallyctl help COMMAND" adds to the usage line, one entry a line,
+    // already indented and aligned: "  --json  one line of JSON". Empty
+    // sections are left out.
+    QStringList options = {};
+    QStringList environment = {};
+    // Empty means the usual three: 0 done, 1 failed, 2 wrong usage.
+    QStringList exitCodes = {};
 };
 
 bool wantsHelp(const QStringList& arguments);
 
-// Prints "usage: tallyctl <usage>" on standard output (for --help) and
-// returns exitOk.
+// The environment variable that replaces the tally box with a file, as every
+// command that drives the box explains it.
+QString captureVariableHelp();
+
+// Prints "usage: tallyctl <usage>", the summary and the options, environment
+// variables and exit codes of the command on standard output (for --help
+// and "tallyctl help COMMAND") and returns exitOk.
 int printHelp(const Command& command);
 
 // Prints the problem and "usage: tallyctl <usage>" on standard error and

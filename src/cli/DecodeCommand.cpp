@@ -119,7 +119,13 @@ CommandLine::Command decode()
     return { QStringLiteral("decode"), QStringLiteral("decode [--json] [FILE]"),
         QStringLiteral("Decodes a query answer in AppleScript notation (standard input without FILE) and prints the "
                        "shots"),
-        &run };
+        &run,
+        { QStringLiteral("  --json  one line of JSON: [{\"shotId\":...,\"name\":...,\"isLive\":...,"
+                         "\"isPreview\":...},...]") },
+        {},
+        { QStringLiteral("  0  the input is a list of shots (an answer of fewer than two shots is no shots)"),
+            QStringLiteral("  1  the input cannot be read, or is not a list of shot records"),
+            QStringLiteral("  2  wrong usage") } };
 }
 
 } // namespace

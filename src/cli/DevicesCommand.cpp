@@ -18,6 +18,8 @@ const Command& command()
         QStringLiteral("devices"),
         QStringLiteral("List the attached tally devices (USB vendor 0x04d8, product 0xf5ea)"),
         runDevices,
+        {},
+        { CommandLine::captureVariableHelp() },
     };
     return definition;
 }

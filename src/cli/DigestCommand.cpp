@@ -28,5 +28,6 @@ CommandLine::Command digestCommand()
         QStringLiteral("digest [--] TEXT"),
         QStringLiteral("Print the unlock-password digest of TEXT: SHA-256 of its UTF-8 bytes, lower-case hex."),
         runDigest,
+        { QStringLiteral("  --  what follows is TEXT, even when it starts with --") },
     };
 }

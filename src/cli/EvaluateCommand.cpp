@@ -24,6 +24,10 @@ const Command& command()
         QStringLiteral("evaluate [--json] MAP ANSWER"),
         QStringLiteral("Show each light's mode and its two bytes for a tally map and a query answer"),
         runEvaluate,
+        { QStringLiteral("  --json  one line of JSON: {\"modes\":[...],\"bytes\":[...]}") },
+        {},
+        { QStringLiteral("  0  evaluated"), QStringLiteral("  1  the map or the answer cannot be read"),
+            QStringLiteral("  2  wrong usage") },
     };
     return definition;
 }

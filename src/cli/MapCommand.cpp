@@ -22,6 +22,11 @@ const Command& command()
         QStringLiteral("map show [--json] FILE"),
         QStringLiteral("List the shot names assigned to each light of a tally map file"),
         runMap,
+        { QStringLiteral("  --json  one line of JSON: {\"lights\":[{\"light\":1,\"index\":0,\"shots\":[...]},...]}") },
+        {},
+        { QStringLiteral("  0  shown"),
+            QStringLiteral("  1  the file cannot be read; the message names the file and, for its contents, the line"),
+            QStringLiteral("  2  wrong usage") },
     };
     return definition;
 }
@@ -51,11 +56,19 @@ void printText(const TallyMap& map)
     }
 }
 
+// Each light carries its number as the window and the tally box count it
+// (1 to 8) and its index as the file writes it (0 to 7), so that a script
+// can match either without counting array positions.
 void printJson(const TallyMap& map)
 {
     QJsonArray lights;
-    for (const Mixdesk::ShotList& records : map.shotSelections()) {
-        lights.append(QJsonArray::fromStringList(namesOf(records)));
+    const QList<Mixdesk::ShotList>& selections = map.shotSelections();
+    for (qsizetype lightIndex = 0; lightIndex < selections.size(); ++lightIndex) {
+        lights.append(QJsonObject {
+            { QStringLiteral("light"), lightIndex + 1 },
+            { QStringLiteral("index"), lightIndex },
+            { QStringLiteral("shots"), QJsonArray::fromStringList(namesOf(selections[lightIndex])) },
+        });
     }
     const QJsonDocument document(QJsonObject { { QStringLiteral("lights"), lights } });
     printLine(QString::fromUtf8(document.toJson(QJsonDocument::Compact)));

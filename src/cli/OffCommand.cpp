@@ -18,6 +18,8 @@ const Command& command()
         QStringLiteral("off"),
         QStringLiteral("Switch every light off (sends 0xB0, then 0xD0)"),
         runOff,
+        {},
+        { CommandLine::captureVariableHelp() },
     };
     return definition;
 }

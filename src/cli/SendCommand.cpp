@@ -20,6 +20,8 @@ const Command& command()
         QStringLiteral("send BYTE..."),
         QStringLiteral("Send each byte (0xB3 or 179, 0 to 255) to the tally device as one report"),
         runSend,
+        {},
+        { CommandLine::captureVariableHelp() },
     };
     return definition;
 }

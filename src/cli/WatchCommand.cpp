@@ -13,6 +13,7 @@
 
 #include <chrono>
 #include <csignal>
+#include <unistd.h>
 
 namespace {
 
@@ -26,11 +27,23 @@ const Command& command()
 {
     static const Command definition {
         QStringLiteral("watch"),
-        QStringLiteral("watch [--ticks N] [--source SOURCE] [--password-file FILE] [--tsl URL]... [--tsl5 URL]... "
-                       "[--tsl-offset N] MAP"),
+        QStringLiteral("watch [--ticks N] [--json] [--timestamps|--no-timestamps] [--source SOURCE] "
+                       "[--password-file FILE] [--tsl URL]... [--tsl5 URL]... [--tsl-offset N] MAP"),
         QStringLiteral("Run the update cycle on a tally map without a window, printing each change, until "
                        "interrupted (or for N ticks of 0.25 s)"),
         runWatch,
+        QStringList {
+            QStringLiteral("  --ticks N             stop after N ticks of 0.25 s"),
+            QStringLiteral("  --json                one JSON object a line per change, with its time: "
+                           "{\"event\":\"light\",\"light\":1,\"mode\":\"live\",\"time\":...}"),
+            QStringLiteral("  --timestamps          put the local time in front of each line (the default when "
+                           "standard output is a terminal)"),
+            QStringLiteral("  --no-timestamps       plain lines, also on a terminal"),
+        } + RunOptions::helpLines(),
+        { CommandLine::captureVariableHelp() },
+        { QStringLiteral("  0  interrupted (Ctrl-C, SIGTERM) or N ticks done"),
+            QStringLiteral("  1  the map cannot be read; the message names the file and, for its contents, the line"),
+            QStringLiteral("  2  wrong usage") },
     };
     return definition;
 }
@@ -60,7 +73,35 @@ struct WatchOptions {
     QString mapPath;
     // 0: until interrupted.
     qint64 ticks = 0;
+    bool json = false;
+    // Unset: timestamps when a person watches (standard output is a
+    // terminal), plain lines into pipes and files that other programs read.
+    std::optional<bool> timestamps;
 };
+
+WatchPrinter::Style printStyle(const WatchOptions& options)
+{
+    if (options.json) {
+        return WatchPrinter::Style::Json;
+    }
+    const bool timestamps = options.timestamps.value_or(::isatty(STDOUT_FILENO) == 1);
+    return timestamps ? WatchPrinter::Style::Timestamped : WatchPrinter::Style::Plain;
+}
+
+// The flags of watch itself; true when argument was one of them.
+bool takeFlag(const QString& argument, WatchOptions* options)
+{
+    if (argument == QLatin1String("--json")) {
+        options->json = true;
+    } else if (argument == QLatin1String("--timestamps")) {
+        options->timestamps = true;
+    } else if (argument == QLatin1String("--no-timestamps")) {
+        options->timestamps = false;
+    } else {
+        return false;
+    }
+    return true;
+}
 
 // Fills options, or returns the usage problem.
 std::optional<QString> parseOptions(QStringList arguments, WatchOptions* options)
@@ -72,6 +113,9 @@ std::optional<QString> parseOptions(QStringList arguments, WatchOptions* options
     for (qsizetype i = 0; i < arguments.size(); ++i) {
         const QString& argument = arguments[i];
         QString ticks;
+        if (takeFlag(argument, options)) {
+            continue;
+        }
         if (argument == QLatin1String("--ticks")) {
             if (i + 1 >= arguments.size()) {
                 return QStringLiteral("--ticks needs a number");
@@ -111,11 +155,11 @@ int runWatch(const QStringList& arguments)
         return CommandLine::exitFailure;
     }
     installStopHandlers();
+    USBHIDAppDelegate& tallyBox = USBHIDAppDelegate::shared();
 
-    // As the window does: the device first, one query before the first tick,
-    // then a tick every 0.25 s.
-    USBHIDAppDelegate::shared();
-    WatchPrinter printer(tallyMap->shotSelections().size());
+    // As the window does: the device first (above), one query before the
+    // first tick, then a tick every 0.25 s.
+    WatchPrinter printer(tallyMap->shotSelections().size(), printStyle(options));
     QString sourceProblem;
     const std::unique_ptr<ShotSource> source = makeShotSource(options.run, &sourceProblem);
     if (!source) {
@@ -141,6 +185,9 @@ int runWatch(const QStringList& arguments)
             return;
         }
         cycle.updateTallyLights(shotList, *tallyMap);
+        // Asked after the tick, when the box found at start-up has had a
+        // quarter of a second to be matched.
+        printer.setTallyBoxAttached(tallyBox.controller() != nullptr);
         ++ticksDone;
         if (options.ticks != 0 && ticksDone >= options.ticks) {
             QCoreApplication::exit(CommandLine::exitOk);

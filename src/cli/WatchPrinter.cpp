@@ -2,8 +2,24 @@
 
 #include "core/StandardOutput.h"
 
-WatchPrinter::WatchPrinter(qsizetype lightCount)
-    : m_modes(lightCount)
+#include <QJsonDocument>
+
+namespace {
+
+// Local time with its offset, so that a log read later, or elsewhere, still
+// says when each change happened.
+QString timestamp(const QDateTime& time)
+{
+    return time.toOffsetFromUtc(time.offsetFromUtc()).toString(Qt::ISODateWithMs);
+}
+
+} // namespace
+
+WatchPrinter::WatchPrinter(qsizetype lightCount, Style style, Clock clock, Sink sink)
+    : m_style(style)
+    , m_clock(clock ? std::move(clock) : Clock([] { return QDateTime::currentDateTime(); }))
+    , m_sink(sink ? std::move(sink) : Sink([](const QString& line) { printLine(line); }))
+    , m_modes(lightCount)
 {
 }
 
@@ -14,7 +30,8 @@ void WatchPrinter::setMixdeskWarningHidden(bool hidden)
         return;
     }
     m_running = running;
-    printLine(running ? QStringLiteral("Mixdesk running") : QStringLiteral("Mixdesk not running"));
+    emitChange(running ? QStringLiteral("Mixdesk running") : QStringLiteral("Mixdesk not running"),
+        { { QStringLiteral("event"), QStringLiteral("mixdesk") }, { QStringLiteral("running"), running } });
 }
 
 void WatchPrinter::setEnableEditing(bool /*enabled*/)
@@ -24,7 +41,8 @@ void WatchPrinter::setEnableEditing(bool /*enabled*/)
 
 void WatchPrinter::refreshAssignmentTitles()
 {
-    printLine(QStringLiteral("Assigned shots renamed in Mixdesk"));
+    emitChange(QStringLiteral("Assigned shots renamed in Mixdesk"),
+        { { QStringLiteral("event"), QStringLiteral("renamed") } });
 }
 
 qsizetype WatchPrinter::indicatorCount() const
@@ -38,5 +56,36 @@ void WatchPrinter::showLightMode(qsizetype lightIndex, TallyMode mode)
         return;
     }
     m_modes[lightIndex] = mode;
-    printLine(QStringLiteral("Light %1: %2").arg(lightIndex + 1).arg(tallyModeName(mode)));
+    emitChange(QStringLiteral("Light %1: %2").arg(lightIndex + 1).arg(tallyModeName(mode)),
+        { { QStringLiteral("event"), QStringLiteral("light") }, { QStringLiteral("light"), lightIndex + 1 },
+            { QStringLiteral("mode"), tallyModeName(mode) } });
+}
+
+void WatchPrinter::setTallyBoxAttached(bool attached)
+{
+    const bool first = !m_boxAttached.has_value();
+    if (m_boxAttached == attached || (first && attached)) {
+        m_boxAttached = attached;
+        return;
+    }
+    m_boxAttached = attached;
+    emitChange(attached ? QStringLiteral("Tally box attached")
+                        : QStringLiteral("No tally box attached: the lights are shown here only"),
+        { { QStringLiteral("event"), QStringLiteral("tallyBox") }, { QStringLiteral("attached"), attached } });
+}
+
+void WatchPrinter::emitChange(const QString& text, QJsonObject json)
+{
+    switch (m_style) {
+    case Style::Plain:
+        m_sink(text);
+        return;
+    case Style::Timestamped:
+        m_sink(timestamp(m_clock()) + QLatin1Char(' ') + text);
+        return;
+    case Style::Json:
+        json.insert(QStringLiteral("time"), timestamp(m_clock()));
+        m_sink(QString::fromUtf8(QJsonDocument(json).toJson(QJsonDocument::Compact)));
+        return;
+    }
 }

@@ -2,17 +2,31 @@
 
 #include "app/TallyCycle.h"
 
+#include <QDateTime>
+#include <QJsonObject>
 #include <QList>
 
+#include <functional>
 #include <optional>
 
 // What tallyctl watch shows of the update cycle: a line when Mixdesk starts
 // or stops running ("Mixdesk running", "Mixdesk not running"), a line when a
-// light changes mode ("Light 3: live"), and a line when renamed shots change
-// the assignments. The first tick prints the whole state.
+// light changes mode ("Light 3: live"), a line when renamed shots change the
+// assignments, and a line when no tally box is there to drive ("No tally box
+// attached") or one comes back. The first tick prints the whole state.
+//
+// Plain lines are what a person reads in a terminal; timestamped lines put
+// the local time (ISO 8601, milliseconds and offset) in front, for a log
+// kept over a show; JSON lines are one object per change, for a program.
 class WatchPrinter : public TallyCycle::Observer {
 public:
-    explicit WatchPrinter(qsizetype lightCount);
+    enum class Style { Plain, Timestamped, Json };
+    using Clock = std::function<QDateTime()>;
+    using Sink = std::function<void(const QString& line)>;
+
+    // Prints on standard output by default, stamped with the time of the
+    // system clock.
+    explicit WatchPrinter(qsizetype lightCount, Style style = Style::Plain, Clock clock = {}, Sink sink = {});
 
     void setMixdeskWarningHidden(bool hidden) override;
     void setEnableEditing(bool enabled) override;
@@ -20,7 +34,17 @@ public:
     qsizetype indicatorCount() const override;
     void showLightMode(qsizetype lightIndex, TallyMode mode) override;
 
+    // Whether a tally box takes the bytes. Said on the first call only when
+    // none does (a box being there is the normal case), then on every change.
+    void setTallyBoxAttached(bool attached);
+
 private:
+    void emitChange(const QString& text, QJsonObject json);
+
+    Style m_style;
+    Clock m_clock;
+    Sink m_sink;
     std::optional<bool> m_running;
+    std::optional<bool> m_boxAttached;
     QList<std::optional<TallyMode>> m_modes;
 };

@@ -46,8 +46,42 @@ int printCommandList()
     for (const Command& command : commands()) {
         printLine(QStringLiteral("  %1\n      %2").arg(command.usage, command.summary));
     }
-    printLine(QStringLiteral("Run 'tallyctl COMMAND --help' for one command."));
+    printLine(QStringLiteral("  --version\n      Print the version of tallyctl"));
+    printLine(QStringLiteral("Run 'tallyctl help COMMAND' or 'tallyctl COMMAND --help' for one command's options, "
+                             "environment variables and exit codes."));
     return CommandLine::exitOk;
+}
+
+const Command* findCommand(const QString& name)
+{
+    for (const Command& command : commands()) {
+        if (command.name == name) {
+            return &command;
+        }
+    }
+    return nullptr;
+}
+
+int unknownCommand(const QString& name)
+{
+    printErrorLine(QStringLiteral("tallyctl: unknown command '%1'").arg(name));
+    printErrorLine(QStringLiteral("usage: tallyctl COMMAND [ARGUMENTS...]; see tallyctl --help"));
+    return CommandLine::exitUsage;
+}
+
+// "tallyctl help" lists the commands, "tallyctl help COMMAND" explains one.
+int runHelp(const QStringList& arguments)
+{
+    if (arguments.isEmpty()) {
+        return printCommandList();
+    }
+    if (arguments.size() > 1) {
+        printErrorLine(QStringLiteral("tallyctl help: one COMMAND at most"));
+        printErrorLine(QStringLiteral("usage: tallyctl help [COMMAND]"));
+        return CommandLine::exitUsage;
+    }
+    const Command* command = findCommand(arguments.first());
+    return command ? CommandLine::printHelp(*command) : unknownCommand(arguments.first());
 }
 
 } // namespace
@@ -56,23 +90,27 @@ int main(int argc, char* argv[])
 {
     QCoreApplication app(argc, argv);
     QStringList arguments = QCoreApplication::arguments().mid(1);
+    // Alone, tallyctl explains itself: asking what it can do is not a mistake.
     if (arguments.isEmpty()) {
-        printCommandList();
-        return CommandLine::exitUsage;
-    }
-    const QString name = arguments.takeFirst();
-    if (name == QLatin1String("--help") || name == QLatin1String("-h") || name == QLatin1String("help")) {
         return printCommandList();
     }
-    for (const Command& command : commands()) {
-        if (command.name == name) {
-            if (CommandLine::wantsHelp(arguments)) {
-                return CommandLine::printHelp(command);
-            }
-            return command.run(arguments);
-        }
+    const QString name = arguments.takeFirst();
+    if (name == QLatin1String("--help") || name == QLatin1String("-h")) {
+        return printCommandList();
     }
-    printErrorLine(QStringLiteral("tallyctl: unknown command '%1'").arg(name));
-    printErrorLine(QStringLiteral("usage: tallyctl COMMAND [ARGUMENTS...]; see tallyctl --help"));
-    return CommandLine::exitUsage;
+    if (name == QLatin1String("help")) {
+        return runHelp(arguments);
+    }
+    if (name == QLatin1String("--version")) {
+        printLine(QStringLiteral("tallyctl " TALLY_VERSION));
+        return CommandLine::exitOk;
+    }
+    const Command* command = findCommand(name);
+    if (!command) {
+        return unknownCommand(name);
+    }
+    if (CommandLine::wantsHelp(arguments)) {
+        return CommandLine::printHelp(*command);
+    }
+    return command->run(arguments);
 }

@@ -119,14 +119,18 @@ bool TallyMap::readFromData(const QByteArray& data, const QString& /*type*/, Err
     // No range check here: a line naming a light outside the map stops the
     // process in setShotSelection. Callers that read files from users check
     // the indices first (TallyMapFormat::firstIndexOutside).
-    const std::optional<QString> failure
-        = TallyMapFormat::readLines(data, [this](qint64 lightIndex, const QStringList& names) {
-              setShotSelection(lightIndex, recordsNamed(names));
-              return true;
-          });
+    qsizetype failedLine = 0;
+    const std::optional<QString> failure = TallyMapFormat::readLines(
+        data,
+        [this](qint64 lightIndex, const QStringList& names) {
+            setShotSelection(lightIndex, recordsNamed(names));
+            return true;
+        },
+        &failedLine);
     if (failure) {
         if (error) {
             *error = readError(*failure);
+            error->line = failedLine;
         }
         return false;
     }

@@ -88,8 +88,11 @@ QByteArray write(const QList<QStringList>& namesPerLight)
     return bytes;
 }
 
-std::optional<QString> readLines(const QByteArray& data, const LineVisitor& visitor)
+std::optional<QString> readLines(const QByteArray& data, const LineVisitor& visitor, qsizetype* lineNumber)
 {
+    qsizetype unusedLineNumber = 0;
+    qsizetype& line = lineNumber ? *lineNumber : unusedLineNumber;
+    line = 0;
     // A stateless decoder reports a sequence cut off at the end of the data
     // as an error instead of waiting for more bytes.
     QStringDecoder decoder(QStringConverter::Utf8, QStringConverter::Flag::Stateless);
@@ -99,16 +102,20 @@ std::optional<QString> readLines(const QByteArray& data, const LineVisitor& visi
     }
     const QStringView view(text);
     qsizetype start = 0;
+    qsizetype current = 0;
     while (start < view.size()) {
+        ++current;
         qsizetype end = start;
         while (end < view.size() && !isLineBreak(view[end])) {
             ++end;
         }
         bool keepGoing = true;
         if (std::optional<QString> failure = readLine(view.sliced(start, end - start), visitor, &keepGoing)) {
+            line = current;
             return failure;
         }
         if (!keepGoing) {
+            line = current;
             return std::nullopt;
         }
         start = afterBreak(view, end);
@@ -151,16 +158,19 @@ std::optional<qint64> parseIndex(QStringView piece)
     return -static_cast<qint64>(magnitude);
 }
 
-std::optional<qint64> firstIndexOutside(const QByteArray& data, qint64 lightCount)
+std::optional<qint64> firstIndexOutside(const QByteArray& data, qint64 lightCount, qsizetype* lineNumber)
 {
     std::optional<qint64> outside;
-    readLines(data, [&outside, lightCount](qint64 lightIndex, const QStringList&) {
-        if (lightIndex < 0 || lightIndex >= lightCount) {
-            outside = lightIndex;
-            return false;
-        }
-        return true;
-    });
+    readLines(
+        data,
+        [&outside, lightCount](qint64 lightIndex, const QStringList&) {
+            if (lightIndex < 0 || lightIndex >= lightCount) {
+                outside = lightIndex;
+                return false;
+            }
+            return true;
+        },
+        lineNumber);
     return outside;
 }
 

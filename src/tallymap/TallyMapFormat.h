@@ -28,8 +28,10 @@ using LineVisitor = std::function<bool(qint64 lightIndex, const QStringList& nam
 
 // Walks the lines of a file. Returns the message of the first failure, or
 // nothing when every line was visited (or the visitor stopped the walk).
-// Invalid UTF-8 fails before any line is visited.
-std::optional<QString> readLines(const QByteArray& data, const LineVisitor& visitor);
+// Invalid UTF-8 fails before any line is visited. When lineNumber is given
+// it gets the number (from 1) of the line that failed or that the visitor
+// stopped on, and 0 when the walk was not cut short at a line.
+std::optional<QString> readLines(const QByteArray& data, const LineVisitor& visitor, qsizetype* lineNumber = nullptr);
 
 // The light index of a line, if the piece is an optional sign followed by
 // ASCII digits whose value fits a signed 64-bit integer. Nothing else (no
@@ -40,6 +42,7 @@ std::optional<qint64> parseIndex(QStringView piece);
 // for callers that take files from users and must not hand the reader a line
 // it would stop the process for. Lines after a failing line are not looked
 // at, exactly as the reader does not look at them.
-std::optional<qint64> firstIndexOutside(const QByteArray& data, qint64 lightCount);
+// lineNumber, when given, gets the line that index is on.
+std::optional<qint64> firstIndexOutside(const QByteArray& data, qint64 lightCount, qsizetype* lineNumber = nullptr);
 
 } // namespace TallyMapFormat

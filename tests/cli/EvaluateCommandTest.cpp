@@ -63,11 +63,12 @@ TEST_F(EvaluateCommandTest, MissingAnswerIsAUsageError)
     EXPECT_TRUE(run.err.contains("usage: tallyctl evaluate [--json] MAP ANSWER")) << run.err.toStdString();
 }
 
-TEST_F(EvaluateCommandTest, UnreadableMapReportsTheReadFailure)
+TEST_F(EvaluateCommandTest, UnreadableMapReportsTheReadFailureWithFileAndLine)
 {
-    const TallyctlRun run = runTallyctl({ "evaluate", file("bad.tlx", ";comment|A\r\n"), file("answer.txt", answer) });
+    const QString map = file("bad.tlx", ";comment|A\r\n");
+    const TallyctlRun run = runTallyctl({ "evaluate", map, file("answer.txt", answer) });
     EXPECT_EQ(run.exitCode, 1);
-    EXPECT_EQ(run.err, "Read of document failed: Unable to parse tally index\n");
+    EXPECT_EQ(run.err, "Read of document failed: " + map + ":1: Unable to parse tally index\n");
     EXPECT_EQ(run.out, "");
 }
 

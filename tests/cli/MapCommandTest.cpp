@@ -48,13 +48,29 @@ TEST_F(MapCommandTest, ShowPrintsOneLinePerLightWithItsNames)
     EXPECT_EQ(run.err, QString());
 }
 
-TEST_F(MapCommandTest, ShowJsonPrintsEightArraysOnOneLine)
+// The light number as the window shows it, the index as the file writes it.
+QString jsonLight(int index, const QString& shots)
+{
+    return QStringLiteral("{\"index\":%1,\"light\":%2,\"shots\":[%3]}").arg(index).arg(index + 1).arg(shots);
+}
+
+QString jsonLights(const QStringList& shotsPerLight)
+{
+    QStringList lights;
+    for (qsizetype index = 0; index < shotsPerLight.size(); ++index) {
+        lights.append(jsonLight(static_cast<int>(index), shotsPerLight[index]));
+    }
+    return QStringLiteral("{\"lights\":[%1]}\n").arg(lights.join(QLatin1Char(',')));
+}
+
+TEST_F(MapCommandTest, ShowJsonPrintsEightLightsWithTheirNumbersOnOneLine)
 {
     const TallyctlRun run = tallyctl({ QStringLiteral("map"), QStringLiteral("show"), QStringLiteral("--json"),
         file(QStringLiteral("studio.tlx"), exampleMap) });
     EXPECT_EQ(run.exitCode, 0);
-    EXPECT_EQ(
-        run.out, QStringLiteral("{\"lights\":[[\"Camera 1\",\"Camera 2\"],[],[\"Wide Shot\"],[],[],[],[],[]]}\n"));
+    EXPECT_EQ(run.out,
+        jsonLights(
+            { QStringLiteral("\"Camera 1\",\"Camera 2\""), {}, QStringLiteral("\"Wide Shot\""), {}, {}, {}, {}, {} }));
 }
 
 TEST_F(MapCommandTest, ShowJsonEscapesQuotesBackslashesAndControlCharactersAndKeepsUnicode)
@@ -64,8 +80,8 @@ TEST_F(MapCommandTest, ShowJsonEscapesQuotesBackslashesAndControlCharactersAndKe
         QStringLiteral("--json") });
     EXPECT_EQ(run.exitCode, 0) << run.err.toStdString();
     EXPECT_EQ(run.out,
-        QStringLiteral("{\"lights\":[[],[],[],[],[],[],[\"Say "
-                       "\\\"hi\\\"\",\"back\\\\slash\",\"tab\\there\",\"Cam\u00e9ra\"],[]]}\n"));
+        jsonLights({ {}, {}, {}, {}, {}, {},
+            QStringLiteral("\"Say \\\"hi\\\"\",\"back\\\\slash\",\"tab\\there\",\"Cam\u00e9ra\""), {} }));
 }
 
 TEST_F(MapCommandTest, ShowOfAMissingFileFailsWithTheReadMessageAndExitCode1)
@@ -78,32 +94,41 @@ TEST_F(MapCommandTest, ShowOfAMissingFileFailsWithTheReadMessageAndExitCode1)
         QStringLiteral("Read of document failed: Unable to read \"%1\": No such file or directory\n").arg(missing));
 }
 
-TEST_F(MapCommandTest, ShowOfABadFileFailsWithTheFormatsMessageAndExitCode1)
+TEST_F(MapCommandTest, ShowOfABadFileNamesTheFileAndTheLineWithTheFormatsMessageAndExitCode1)
 {
     const QList<QPair<QByteArray, QString>> cases {
-        { QByteArray("0|A\r\n; comment\r\n"), QStringLiteral("Unable to parse tally index") },
-        { QByteArray("0|A\r\n\r\n"), QStringLiteral("Shot index missing from line") },
-        { QByteArray("0|\xff"), QStringLiteral("Unable to decode utf8 data") },
+        { QByteArray("0|A\r\n; comment\r\n"), QStringLiteral(":2: Unable to parse tally index") },
+        { QByteArray("0|A\r\n1|B\n2|C\r\r\n"), QStringLiteral(":4: Shot index missing from line") },
+        { QByteArray("0|A\r3|B\n+x|C"), QStringLiteral(":3: Unable to parse tally index") },
     };
     for (const auto& [bytes, message] : cases) {
-        const TallyctlRun run
-            = tallyctl({ QStringLiteral("map"), QStringLiteral("show"), file(QStringLiteral("bad.tlx"), bytes) });
+        const QString path = file(QStringLiteral("bad.tlx"), bytes);
+        const TallyctlRun run = tallyctl({ QStringLiteral("map"), QStringLiteral("show"), path });
         EXPECT_EQ(run.exitCode, 1) << message.toStdString();
         EXPECT_EQ(run.out, QString());
-        EXPECT_EQ(run.err, QStringLiteral("Read of document failed: %1\n").arg(message));
+        EXPECT_EQ(run.err, QStringLiteral("Read of document failed: %1%2\n").arg(path, message));
     }
 }
 
-TEST_F(MapCommandTest, ShowOfAFileNamingALightOutsideTheMapFailsWithAMessageInsteadOfStopping)
+TEST_F(MapCommandTest, ShowOfAFileThatIsNotUtf8NamesTheFileButNoLine)
 {
-    for (const auto& [bytes, index] : QList<QPair<QByteArray, QString>> {
-             { QByteArray("0|A\r\n8|A\r\n"), QStringLiteral("8") }, { QByteArray("-1|A"), QStringLiteral("-1") } }) {
-        const TallyctlRun run
-            = tallyctl({ QStringLiteral("map"), QStringLiteral("show"), file(QStringLiteral("far.tlx"), bytes) });
+    const QString path = file(QStringLiteral("latin1.tlx"), QByteArray("0|Cam\xe9ra\r\n"));
+    const TallyctlRun run = tallyctl({ QStringLiteral("map"), QStringLiteral("show"), path });
+    EXPECT_EQ(run.exitCode, 1);
+    EXPECT_EQ(run.err, QStringLiteral("Read of document failed: %1: Unable to decode utf8 data\n").arg(path));
+}
+
+TEST_F(MapCommandTest, ShowOfAFileNamingALightOutsideTheMapFailsWithTheLineInsteadOfStopping)
+{
+    for (const auto& [bytes, where] :
+        QList<QPair<QByteArray, QString>> { { QByteArray("0|A\r\n8|A\r\n"), QStringLiteral("2: Tally index 8") },
+            { QByteArray("-1|A"), QStringLiteral("1: Tally index -1") } }) {
+        const QString path = file(QStringLiteral("far.tlx"), bytes);
+        const TallyctlRun run = tallyctl({ QStringLiteral("map"), QStringLiteral("show"), path });
         EXPECT_EQ(run.exitCode, 1);
         EXPECT_EQ(run.out, QString());
-        EXPECT_EQ(run.err,
-            QStringLiteral("Read of document failed: Tally index %1 is outside the lights 0 to 7\n").arg(index));
+        EXPECT_EQ(
+            run.err, QStringLiteral("Read of document failed: %1:%2 is outside the lights 0 to 7\n").arg(path, where));
     }
 }
 

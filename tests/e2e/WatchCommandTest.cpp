@@ -3,9 +3,13 @@
 #include "CaptureFile.h"
 #include "MixdeskProcesses.h"
 #include "support/QtPrinters.h"
+#include "support/TallyctlProcess.h"
 #include "tools/StandinProcess.h"
 
+#include <QJsonDocument>
+#include <QJsonObject>
 #include <QProcess>
+#include <QRegularExpression>
 #include <QTemporaryDir>
 
 #include <gtest/gtest.h>
@@ -24,10 +28,15 @@ protected:
         file.write("0|Camera 1\r\n1|Camera 2\r\n2|Camera 1|Camera 2\r\n");
     }
 
-    void start(const QStringList& arguments)
+    // With the capture file as tally box, unless withoutTallyBox.
+    void start(const QStringList& arguments, bool withoutTallyBox = false)
     {
         QProcessEnvironment environment = standin.environment();
-        environment.insert(QStringLiteral("MIXDESK_TALLY_HID_CAPTURE"), capture.path);
+        if (withoutTallyBox) {
+            environment.remove(QStringLiteral("MIXDESK_TALLY_HID_CAPTURE"));
+        } else {
+            environment.insert(QStringLiteral("MIXDESK_TALLY_HID_CAPTURE"), capture.path);
+        }
         watch.setProcessEnvironment(environment);
         watch.start(
             QStringLiteral(TALLY_BINARY_DIR "/bin/tallyctl"), QStringList { QStringLiteral("watch") } + arguments);
@@ -114,8 +123,8 @@ TEST_F(WatchCommandTest, WrongUsageExitsTwoWithAUsageLine)
     ASSERT_TRUE(finished());
     EXPECT_EQ(watch.exitCode(), 2);
     EXPECT_TRUE(watch.readAllStandardError().contains(
-        "usage: tallyctl watch [--ticks N] [--source SOURCE] [--password-file FILE] [--tsl URL]... [--tsl5 URL]... "
-        "[--tsl-offset N] MAP"));
+        "usage: tallyctl watch [--ticks N] [--json] [--timestamps|--no-timestamps] [--source SOURCE] "
+        "[--password-file FILE] [--tsl URL]... [--tsl5 URL]... [--tsl-offset N] MAP"));
 }
 
 TEST_F(WatchCommandTest, AnUnreadableMapFailsWithTheReason)
@@ -124,4 +133,70 @@ TEST_F(WatchCommandTest, AnUnreadableMapFailsWithTheReason)
     ASSERT_TRUE(finished());
     EXPECT_EQ(watch.exitCode(), 1);
     EXPECT_TRUE(watch.readAllStandardError().startsWith("Read of document failed: Unable to read"));
+}
+
+TEST_F(WatchCommandTest, JsonPrintsOneObjectPerChangeWithItsTime)
+{
+    ASSERT_TRUE(standin.start());
+    start({ QStringLiteral("--json"), QStringLiteral("--ticks=4"), mapPath });
+    ASSERT_TRUE(finished());
+    EXPECT_EQ(watch.exitCode(), 0);
+    const QList<QByteArray> lines = watch.readAllStandardOutput().trimmed().split('\n');
+    ASSERT_EQ(lines.size(), 9) << lines.join('\n').toStdString();
+    QStringList events;
+    for (const QByteArray& line : lines) {
+        QJsonParseError error;
+        const QJsonObject object = QJsonDocument::fromJson(line, &error).object();
+        ASSERT_EQ(error.error, QJsonParseError::NoError) << line.toStdString();
+        EXPECT_FALSE(QDateTime::fromString(object.value(QStringLiteral("time")).toString(), Qt::ISODateWithMs).isNull())
+            << line.toStdString();
+        events.append(object.value(QStringLiteral("event")).toString());
+    }
+    EXPECT_TRUE(lines.first().startsWith("{\"event\":\"mixdesk\",\"running\":true,\"time\":\""));
+    EXPECT_TRUE(lines[1].startsWith("{\"event\":\"light\",\"light\":1,\"mode\":\"live\",\"time\":\""))
+        << lines[1].toStdString();
+    EXPECT_EQ(events.count(QStringLiteral("light")), 8);
+}
+
+TEST_F(WatchCommandTest, TimestampsPutTheTimeInFrontOfEachLine)
+{
+    ASSERT_TRUE(standin.start());
+    start({ QStringLiteral("--timestamps"), QStringLiteral("--ticks=2"), mapPath });
+    ASSERT_TRUE(finished());
+    const QStringList lines = QString::fromUtf8(watch.readAllStandardOutput()).trimmed().split(u'\n');
+    ASSERT_EQ(lines.size(), 9);
+    static const QRegularExpression stamped(
+        QStringLiteral("^\\d{4}-\\d\\d-\\d\\dT\\d\\d:\\d\\d:\\d\\d\\.\\d{3}([+-]\\d\\d:\\d\\d|Z) (.*)$"));
+    const QRegularExpressionMatch first = stamped.match(lines.first());
+    ASSERT_TRUE(first.hasMatch()) << lines.first().toStdString();
+    EXPECT_EQ(first.captured(2), QStringLiteral("Mixdesk running"));
+    for (const QString& line : lines) {
+        EXPECT_TRUE(stamped.match(line).hasMatch()) << line.toStdString();
+    }
+}
+
+TEST_F(WatchCommandTest, IntoAPipeLinesAreUnstampedUnlessAsked)
+{
+    ASSERT_TRUE(standin.start());
+    start({ QStringLiteral("--no-timestamps"), QStringLiteral("--ticks=2"), mapPath });
+    ASSERT_TRUE(finished());
+    EXPECT_TRUE(watch.readAllStandardOutput().startsWith("Mixdesk running\nLight 1: live\n"));
+}
+
+TEST_F(WatchCommandTest, WithoutATallyBoxItSaysSoOnce)
+{
+    TallyctlOptions noBox;
+    noBox.environment.insert(QStringLiteral("MIXDESK_TALLY_HID_CAPTURE"), QString());
+    const TallyctlRun devices = runTallyctl({ QStringLiteral("devices") }, noBox);
+    if (!devices.out.contains(QStringLiteral("no tally device attached"))) {
+        GTEST_SKIP() << "a tally box is plugged into this machine: " << devices.out.toStdString();
+    }
+    ASSERT_TRUE(standin.start());
+    start({ QStringLiteral("--ticks=4"), mapPath }, true);
+    ASSERT_TRUE(finished());
+    EXPECT_EQ(watch.exitCode(), 0);
+    const QString printed = QString::fromUtf8(watch.readAllStandardOutput());
+    EXPECT_EQ(printed.count(QStringLiteral("No tally box attached: the lights are shown here only\n")), 1)
+        << printed.toStdString();
+    EXPECT_TRUE(printed.startsWith(QStringLiteral("Mixdesk running\nLight 1: live\n"))) << printed.toStdString();
 }

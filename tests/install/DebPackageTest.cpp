@@ -7,11 +7,13 @@
 
 #include <QDir>
 #include <QFileInfo>
+#include <QMap>
 #include <QRegularExpression>
 #include <QTemporaryDir>
 
 #include <gtest/gtest.h>
 
+#include <iostream>
 #include <unistd.h>
 
 namespace {
@@ -79,7 +81,14 @@ TEST(DebPackageTest, PackageHoldsTheProgramsResourcesAndDesktopFilesUnderUsr)
         << "the shared libraries the programs link should make the dependencies";
 
     const QStringList paths = packagedPaths(package);
-    QStringList expected { QStringLiteral("/usr/bin/tallyctl"), QStringLiteral("/usr/bin/mixdesk"),
+    QStringList expected { QStringLiteral("/usr/bin/tallyctl"), QStringLiteral("/usr/bin/mixdesk-standin"),
+        QStringLiteral("/usr/libexec/mixdesk-tally/mixdesk"), QStringLiteral("/usr/share/man/man1/tallyctl.1.gz"),
+        QStringLiteral("/usr/share/man/man1/mixdesk-tally.1.gz"),
+        QStringLiteral("/usr/share/man/man1/mixdesk-standin.1.gz"),
+        QStringLiteral("/usr/share/doc/mixdesk-tally/copyright"),
+        QStringLiteral("/usr/share/doc/mixdesk-tally/changelog.gz"),
+        QStringLiteral("/usr/share/metainfo/invalid.mixdesk.tally.metainfo.xml"),
+        QStringLiteral("/usr/share/bash-completion/completions/tallyctl"),
         QStringLiteral("/usr/share/mixdesk-tally/query_shots"),
         QStringLiteral("/usr/share/applications/mixdesk-tally.desktop"),
         QStringLiteral("/usr/share/mime/packages/mixdesk-tally.xml"),
@@ -93,6 +102,8 @@ TEST(DebPackageTest, PackageHoldsTheProgramsResourcesAndDesktopFilesUnderUsr)
         EXPECT_TRUE(paths.contains(path)) << path.toStdString() << " missing from\n"
                                           << paths.join(QLatin1Char('\n')).toStdString();
     }
+    // A real program named mixdesk on the system is left alone.
+    EXPECT_FALSE(paths.contains(QStringLiteral("/usr/bin/mixdesk")));
     // Everything lives under /usr; nothing of the build tree leaks in.
     for (const QString& path : paths) {
         EXPECT_TRUE(path == QStringLiteral("/usr") || path.startsWith(QStringLiteral("/usr/"))) << path.toStdString();
@@ -101,9 +112,87 @@ TEST(DebPackageTest, PackageHoldsTheProgramsResourcesAndDesktopFilesUnderUsr)
     }
 }
 
+namespace {
+
+// Warnings lintian may report on this package, each with the reason it is
+// accepted. Anything else it reports, error or warning, fails the test.
+const QMap<QString, QString> acceptedLintianTags {};
+
+struct LintianTag {
+    QChar severity; // E, W, I, P, X, O, N
+    QString name;
+    QString line;
+};
+
+QList<LintianTag> lintianTags(const QString& output)
+{
+    QList<LintianTag> tags;
+    // "E: mixdesk-tally: tag-name [detail]"
+    static const QRegularExpression tagLine(QStringLiteral("^([EWIPXON]): [^:]+: (\\S+)"));
+    for (const QString& line : output.split(QLatin1Char('\n'), Qt::SkipEmptyParts)) {
+        const QRegularExpressionMatch match = tagLine.match(line);
+        if (match.hasMatch()) {
+            tags.append({ match.captured(1).at(0), match.captured(2), line });
+        }
+    }
+    return tags;
+}
+
+} // namespace
+
+TEST(DebPackageTest, LintianReportsNoErrorsAndNoWarningsBeyondTheAcceptedOnes)
+{
+    QTemporaryDir output;
+    ASSERT_TRUE(output.isValid());
+    const QString package = buildPackage(output);
+    ASSERT_FALSE(package.isEmpty());
+    // As root (CI) lintian wants to be told that this is intended.
+    const ProgramRun run = runProgram(QStringLiteral("lintian"),
+        { QStringLiteral("--allow-root"), QStringLiteral("--tag-display-limit"), QStringLiteral("0"),
+            QStringLiteral("--display-info"), package },
+        withTimeout(packagingTimeoutMs));
+    ASSERT_TRUE(run.finished) << run.describe().toStdString();
+    // lintian exits 2 when it could not check at all; 1 when it found errors.
+    ASSERT_NE(run.exitCode, 2) << run.describe().toStdString();
+    const QList<LintianTag> tags = lintianTags(run.out);
+    for (const LintianTag& tag : tags) {
+        if (tag.severity == u'E') {
+            ADD_FAILURE() << "lintian error: " << tag.line.toStdString();
+        } else if (tag.severity == u'W' && !acceptedLintianTags.contains(tag.name)) {
+            ADD_FAILURE() << "lintian warning not accepted: " << tag.line.toStdString();
+        }
+    }
+    EXPECT_EQ(run.exitCode, 0) << run.describe().toStdString();
+    std::cout << "lintian said:\n" << run.out.toStdString() << run.err.toStdString();
+}
+
+TEST(DebPackageTest, LintianTagLinesAreReadWithTheirSeverity)
+{
+    const QList<LintianTag> tags
+        = lintianTags(QStringLiteral("E: mixdesk-tally: unstripped-binary-or-object [usr/bin/tallyctl]\n"
+                                     "W: mixdesk-tally: binary-without-manpage [usr/bin/tallyctl]\n"
+                                     "N: some explanation\n"
+                                     "I: mixdesk-tally: hardening-no-fortify-functions [usr/bin/tallyctl]\n"));
+    ASSERT_EQ(tags.size(), 3);
+    EXPECT_EQ(tags[0].severity, u'E');
+    EXPECT_EQ(tags[0].name, QStringLiteral("unstripped-binary-or-object"));
+    EXPECT_EQ(tags[1].severity, u'W');
+    EXPECT_EQ(tags[1].name, QStringLiteral("binary-without-manpage"));
+    EXPECT_EQ(tags[2].name, QStringLiteral("hardening-no-fortify-functions"));
+}
+
+namespace {
+
+bool isRootWithPackageInstallsAllowed()
+{
+    return ::geteuid() == 0 && qEnvironmentVariable("MIXDESK_TALLY_DPKG_TEST") == QStringLiteral("1");
+}
+
+} // namespace
+
 TEST(DebPackageTest, PackageInstallsRunsAndRemovesCleanly)
 {
-    if (::geteuid() != 0 || qEnvironmentVariable("MIXDESK_TALLY_DPKG_TEST") != QStringLiteral("1")) {
+    if (!isRootWithPackageInstallsAllowed()) {
         GTEST_SKIP() << "installs into the running system: runs only as root with MIXDESK_TALLY_DPKG_TEST=1";
     }
     if (QFileInfo::exists(QStringLiteral("/usr/bin/tallyctl"))) {
@@ -125,7 +214,7 @@ TEST(DebPackageTest, PackageInstallsRunsAndRemovesCleanly)
     const ProgramRun remove = runProgram(QStringLiteral("dpkg"),
         { QStringLiteral("-r"), QStringLiteral("mixdesk-tally") }, withTimeout(packagingTimeoutMs));
     EXPECT_EQ(remove.exitCode, 0) << remove.describe().toStdString();
-    for (const char* path : { "/usr/bin/tallyctl", "/usr/bin/mixdesk", "/usr/share/mixdesk-tally/query_shots",
+    for (const char* path : { "/usr/bin/tallyctl", "/usr/bin/mixdesk-standin", "/usr/share/mixdesk-tally/query_shots",
              "/usr/share/applications/mixdesk-tally.desktop", "/usr/lib/udev/rules.d/70-mixdesk-tally.rules" }) {
         EXPECT_FALSE(QFileInfo::exists(QString::fromLatin1(path))) << path;
     }

@@ -166,12 +166,15 @@ TEST_F(InstallTest, InstalledQueryScriptFailsWithAMessageWhenNothingAnswers)
 
 TEST_F(InstallTest, InstalledStandInAnswersThroughTheInstalledQueryScript)
 {
-    const QString standIn = installed(QStringLiteral("bin/mixdesk"));
+    const QString standIn = installed(QStringLiteral("bin/mixdesk-standin"));
     ASSERT_TRUE(QFileInfo(standIn).isExecutable()) << standIn.toStdString();
     RunningProgram mixdesk(standIn, { QStringLiteral("--headless") }, options());
     ASSERT_TRUE(mixdesk.process().waitForStarted(patienceMilliseconds));
     ASSERT_TRUE(eventually([this] { return !readFile(shotsPath()).isEmpty(); }))
         << QString::fromUtf8(mixdesk.process().readAllStandardError()).toStdString();
+    // Started through its launcher, it still runs under the name the
+    // running check looks for.
+    EXPECT_EQ(readFile(QStringLiteral("/proc/%1/comm").arg(mixdesk.process().processId())), QByteArray("mixdesk\n"));
 
     const ProgramRun query = runProgram(installed(QStringLiteral("share/mixdesk-tally/query_shots")), {}, options());
     ASSERT_EQ(query.exitCode, 0) << query.describe().toStdString();
@@ -193,7 +196,8 @@ TEST_F(InstallTest, InstalledMixdeskTallyFindsItsQueryScriptAndDrivesTheLights)
         GTEST_SKIP() << "mixdesk-tally is not built in this tree, so it was not installed; "
                         "this test runs once it is";
     }
-    RunningProgram mixdesk(installed(QStringLiteral("bin/mixdesk")), { QStringLiteral("--headless") }, options());
+    RunningProgram mixdesk(
+        installed(QStringLiteral("bin/mixdesk-standin")), { QStringLiteral("--headless") }, options());
     ASSERT_TRUE(eventually([this] { return !readFile(shotsPath()).isEmpty(); }));
 
     const QString capture = m_runtime.filePath(QStringLiteral("capture"));
@@ -257,4 +261,93 @@ TEST_F(InstallTest, ApplicationAndDocumentIconsAreInstalled)
         const QByteArray svg = readFile(installed(QString::fromLatin1(icon)));
         EXPECT_TRUE(svg.contains("<svg")) << icon;
     }
+}
+
+TEST_F(InstallTest, TheStandInLeavesTheNameMixdeskInTheCommandPathFree)
+{
+    EXPECT_FALSE(QFileInfo::exists(installed(QStringLiteral("bin/mixdesk"))));
+    EXPECT_TRUE(QFileInfo(installed(QStringLiteral("libexec/mixdesk-tally/mixdesk"))).isExecutable());
+    EXPECT_TRUE(QFileInfo(installed(QStringLiteral("bin/mixdesk-standin"))).isExecutable());
+}
+
+TEST_F(InstallTest, TheStandInLauncherHandsOnItsArguments)
+{
+    const ProgramRun run
+        = runProgram(installed(QStringLiteral("bin/mixdesk-standin")), { QStringLiteral("--help") }, options());
+    EXPECT_EQ(run.exitCode, 0) << run.describe().toStdString();
+    EXPECT_TRUE(run.out.startsWith(QStringLiteral("Usage: mixdesk "))) << run.out.toStdString();
+}
+
+TEST_F(InstallTest, EveryProgramHasACompressedManualPageThatFormatsWithoutWarnings)
+{
+    for (const char* page : { "mixdesk-tally", "tallyctl", "mixdesk-standin" }) {
+        const QString path = installed(QStringLiteral("share/man/man1/%1.1.gz").arg(QString::fromLatin1(page)));
+        ASSERT_TRUE(QFileInfo::exists(path)) << path.toStdString();
+        const ProgramRun text = runProgram(QStringLiteral("gzip"), { QStringLiteral("-dc"), path });
+        EXPECT_EQ(text.exitCode, 0) << text.describe().toStdString();
+        EXPECT_TRUE(text.out.startsWith(QStringLiteral(".TH ") + QString::fromLatin1(page).toUpper()))
+            << text.out.left(80).toStdString();
+        EXPECT_FALSE(text.out.contains(QStringLiteral("@PROJECT_VERSION@"))) << page;
+        // groff's warnings (-ww) are the ones lintian reports for manual pages.
+        ProgramOptions formatting;
+        formatting.input = text.out.toUtf8();
+        const ProgramRun groff = runProgram(QStringLiteral("groff"),
+            { QStringLiteral("-man"), QStringLiteral("-Tutf8"), QStringLiteral("-ww"), QStringLiteral("-z") },
+            formatting);
+        EXPECT_EQ(groff.exitCode, 0) << page << ": " << groff.describe().toStdString();
+        EXPECT_EQ(groff.err, QString()) << page;
+    }
+}
+
+TEST_F(InstallTest, ManualPagesAreCompressedWithoutATimestamp)
+{
+    // gzip keeps the file's time in bytes 4 to 7 unless told not to; a
+    // package built twice from the same sources should be the same.
+    QFile page(installed(QStringLiteral("share/man/man1/tallyctl.1.gz")));
+    ASSERT_TRUE(page.open(QIODevice::ReadOnly));
+    const QByteArray header = page.read(10);
+    ASSERT_EQ(header.size(), 10);
+    EXPECT_EQ(header.mid(0, 2), QByteArray("\x1f\x8b"));
+    EXPECT_EQ(header.mid(4, 4), QByteArray(4, '\0'));
+}
+
+TEST_F(InstallTest, AppStreamMetadataValidates)
+{
+    const QString metainfo = installed(QStringLiteral("share/metainfo/invalid.mixdesk.tally.metainfo.xml"));
+    ASSERT_TRUE(QFileInfo::exists(metainfo));
+    const ProgramRun run = runProgram(QStringLiteral("appstreamcli"),
+        { QStringLiteral("validate"), QStringLiteral("--no-net"), QStringLiteral("--explain"), metainfo });
+    ASSERT_TRUE(run.finished) << run.describe().toStdString();
+    EXPECT_EQ(run.exitCode, 0) << run.describe().toStdString();
+    EXPECT_TRUE(readFile(metainfo).contains("<launchable type=\"desktop-id\">mixdesk-tally.desktop</launchable>"));
+}
+
+TEST_F(InstallTest, BashCompletesTallyctlCommandsAndOptions)
+{
+    const QString completion = installed(QStringLiteral("share/bash-completion/completions/tallyctl"));
+    ASSERT_TRUE(QFileInfo::exists(completion));
+    // The way bash-completion calls it: the words so far, the word under the
+    // cursor, and the function the file registered for tallyctl.
+    const QString script = QStringLiteral(
+        "source /usr/share/bash-completion/bash_completion && source '%1' && "
+        "complete() { COMP_WORDS=(\"$@\"); COMP_CWORD=$(($# - 1)); COMP_LINE=\"$*\"; COMP_POINT=${#COMP_LINE}; "
+        "COMPREPLY=(); _tallyctl tallyctl \"${COMP_WORDS[-1]}\" \"${COMP_WORDS[-2]}\"; echo \"${COMPREPLY[*]}\"; }; "
+        "complete tallyctl wa; complete tallyctl watch --j; complete tallyctl help ma; complete tallyctl map s")
+                               .arg(completion);
+    const ProgramRun run = runProgram(QStringLiteral("bash"), { QStringLiteral("-c"), script });
+    ASSERT_TRUE(run.finished) << run.describe().toStdString();
+    EXPECT_EQ(run.exitCode, 0) << run.describe().toStdString();
+    EXPECT_EQ(run.out, QStringLiteral("watch\n--json\nmap\nshow\n")) << run.describe().toStdString();
+}
+
+TEST_F(InstallTest, CopyrightFileIsMachineReadableAndTheChangelogIsCompressed)
+{
+    const QByteArray copyright = readFile(installed(QStringLiteral("share/doc/mixdesk-tally/copyright")));
+    EXPECT_TRUE(copyright.startsWith("Format: https://www.debian.org/doc/packaging-manuals/copyright-format/1.0/\n"));
+    EXPECT_TRUE(copyright.contains("\nFiles: *\n"));
+    const ProgramRun changelog = runProgram(QStringLiteral("gzip"),
+        { QStringLiteral("-dc"), installed(QStringLiteral("share/doc/mixdesk-tally/changelog.gz")) });
+    EXPECT_EQ(changelog.exitCode, 0) << changelog.describe().toStdString();
+    EXPECT_TRUE(changelog.out.startsWith(QStringLiteral("mixdesk-tally (" TALLY_VERSION ") unstable; ")))
+        << changelog.out.toStdString();
 }

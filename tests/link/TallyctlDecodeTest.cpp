@@ -118,3 +118,35 @@ TEST(TallyctlDecodeTest, HelpPrintsUsage)
     EXPECT_EQ(run.exitCode, 0);
     EXPECT_TRUE(run.out.startsWith("usage: tallyctl decode [--json] [FILE]\n"));
 }
+
+TEST(TallyctlDecodeTest, AnAnswerThatIsNotAListExitsOneAndSaysWhatItIs)
+{
+    for (const auto& [answer, what] : QList<QPair<QByteArray, QString>> { { "\"hello\"", QStringLiteral("a text") },
+             { "42", QStringLiteral("an integer") },
+             { "{shotId:\"1\", shotName:\"Cam 1\"}", QStringLiteral("a record") },
+             { "missing value", QStringLiteral("missing value") } }) {
+        const TallyctlRun run = tallyctl({}, answer);
+        EXPECT_EQ(run.exitCode, 1) << answer.toStdString();
+        EXPECT_EQ(run.out, "");
+        EXPECT_EQ(run.err,
+            QStringLiteral("tallyctl decode: not a shot list: the answer is %1, not a list of records\n").arg(what));
+    }
+}
+
+TEST(TallyctlDecodeTest, AListHoldingSomethingOtherThanRecordsExitsOneNamingTheItem)
+{
+    for (const QByteArray& answer : { QByteArray("{\"Cam 1\"}"), QByteArray("{{shotId:\"1\"}, \"Cam 2\"}") }) {
+        const TallyctlRun run = tallyctl({ "--json" }, answer);
+        EXPECT_EQ(run.exitCode, 1) << answer.toStdString();
+        EXPECT_EQ(run.out, "");
+        EXPECT_TRUE(run.err.startsWith("tallyctl decode: not a shot list: item ")) << run.err.toStdString();
+        EXPECT_TRUE(run.err.endsWith(" of the answer is a text, not a record\n")) << run.err.toStdString();
+    }
+}
+
+TEST(TallyctlDecodeTest, AnEmptyListIsAShotListOfNoShots)
+{
+    const TallyctlRun run = tallyctl({}, "{}");
+    EXPECT_EQ(run.exitCode, 0);
+    EXPECT_EQ(run.out, "no shots\n");
+}

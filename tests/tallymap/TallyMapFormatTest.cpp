@@ -6,6 +6,7 @@
 #include <gtest/gtest.h>
 
 #include <limits>
+#include <tuple>
 
 namespace {
 
@@ -371,6 +372,38 @@ TEST(TallyMapFormatTest, ThePreCheckFindsTheFirstIndexOutsideTheLightsThatReadin
     EXPECT_EQ(firstIndexOutside("0|A\r\n\r\n8|B\r\n", 8), std::nullopt);
     EXPECT_EQ(firstIndexOutside("x|A\r\n8|B\r\n", 8), std::nullopt);
     EXPECT_EQ(firstIndexOutside("8|B\xff", 8), std::nullopt);
+}
+
+TEST(TallyMapFormatTest, AFailedReadTellsTheLineItFailedOnWithoutChangingTheMessage)
+{
+    for (const auto& [bytes, line, message] : QList<std::tuple<QByteArray, qsizetype, QString>> {
+             { "0|A\r\n1|B\r\n; comment\r\n", 3, TallyMapFormat::indexUnreadable },
+             { "0|A\n\n2|B\n", 2, TallyMapFormat::indexMissing }, { "|\r\n", 1, TallyMapFormat::indexMissing },
+             { "0|A\r1|B\r\n\r\n", 3, TallyMapFormat::indexMissing },
+             { "0|\xff\r\n", 0, TallyMapFormat::decodeFailure } }) {
+        TallyMap map;
+        Error error;
+        EXPECT_FALSE(map.readFromData(bytes, type, &error));
+        EXPECT_EQ(error.localizedDescription, message);
+        EXPECT_EQ(error.line, line) << bytes.toStdString();
+    }
+}
+
+TEST(TallyMapFormatTest, ASuccessfulWalkReportsNoLine)
+{
+    qsizetype line = 99;
+    EXPECT_EQ(TallyMapFormat::readLines(
+                  "0|A\r\n1|B\r\n", [](qint64, const QStringList&) { return true; }, &line),
+        std::nullopt);
+    EXPECT_EQ(line, 0);
+}
+
+TEST(TallyMapFormatTest, ThePreCheckTellsTheLineOfTheIndexOutside)
+{
+    qsizetype line = 0;
+    EXPECT_EQ(TallyMapFormat::firstIndexOutside("0|A\r\n\n", 8, &line), std::nullopt);
+    EXPECT_EQ(TallyMapFormat::firstIndexOutside("0|A\r\n1|B\r3|C\n12|D\r\n", 8, &line), 12);
+    EXPECT_EQ(line, 4);
 }
 
 TEST(TallyMapFormatDeathTest, ALineForLight8Stops)

@@ -1,0 +1,107 @@
+// What tallyctl watch prints for each change, in its three styles, with a
+// fixed clock.
+
+#include "cli/WatchPrinter.h"
+
+#include "support/QtPrinters.h"
+
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QTimeZone>
+
+#include <gtest/gtest.h>
+
+namespace {
+
+// 2026-11-23 12:04:05.678 at one hour east of UTC.
+QDateTime fixedTime()
+{
+    return QDateTime(QDate(2026, 11, 23), QTime(12, 4, 5, 678), Qt::OffsetFromUTC, 3600);
+}
+
+class WatchPrinterTest : public testing::Test {
+protected:
+    WatchPrinter printer(WatchPrinter::Style style)
+    {
+        return WatchPrinter(
+            8, style, [] { return fixedTime(); }, [this](const QString& line) { lines.append(line); });
+    }
+
+    QStringList lines;
+};
+
+} // namespace
+
+TEST_F(WatchPrinterTest, PlainLinesSayWhatChangedAndNothingMore)
+{
+    WatchPrinter plain = printer(WatchPrinter::Style::Plain);
+    plain.setMixdeskWarningHidden(true);
+    plain.showLightMode(0, TallyMode::live);
+    plain.showLightMode(0, TallyMode::live);
+    plain.showLightMode(2, TallyMode::preview);
+    plain.refreshAssignmentTitles();
+    EXPECT_EQ(lines,
+        QStringList({ QStringLiteral("Mixdesk running"), QStringLiteral("Light 1: live"),
+            QStringLiteral("Light 3: preview"), QStringLiteral("Assigned shots renamed in Mixdesk") }));
+}
+
+TEST_F(WatchPrinterTest, TimestampedLinesStartWithTheLocalTimeWithMillisecondsAndOffset)
+{
+    WatchPrinter stamped = printer(WatchPrinter::Style::Timestamped);
+    stamped.setMixdeskWarningHidden(false);
+    stamped.showLightMode(7, TallyMode::off);
+    EXPECT_EQ(lines,
+        QStringList({ QStringLiteral("2026-11-23T12:04:05.678+01:00 Mixdesk not running"),
+            QStringLiteral("2026-11-23T12:04:05.678+01:00 Light 8: off") }));
+}
+
+TEST_F(WatchPrinterTest, JsonIsOneObjectPerChangeWithItsEventAndTime)
+{
+    WatchPrinter json = printer(WatchPrinter::Style::Json);
+    json.setMixdeskWarningHidden(true);
+    json.showLightMode(1, TallyMode::preview);
+    json.refreshAssignmentTitles();
+    json.setTallyBoxAttached(false);
+    EXPECT_EQ(lines,
+        QStringList({ QStringLiteral(
+                          "{\"event\":\"mixdesk\",\"running\":true,\"time\":\"2026-11-23T12:04:05.678+01:00\"}"),
+            QStringLiteral(
+                "{\"event\":\"light\",\"light\":2,\"mode\":\"preview\",\"time\":\"2026-11-23T12:04:05.678+01:00\"}"),
+            QStringLiteral("{\"event\":\"renamed\",\"time\":\"2026-11-23T12:04:05.678+01:00\"}"),
+            QStringLiteral(
+                "{\"attached\":false,\"event\":\"tallyBox\",\"time\":\"2026-11-23T12:04:05.678+01:00\"}") }));
+    for (const QString& line : lines) {
+        QJsonParseError error;
+        EXPECT_TRUE(QJsonDocument::fromJson(line.toUtf8(), &error).isObject()) << error.errorString().toStdString();
+    }
+}
+
+TEST_F(WatchPrinterTest, ATallyBoxThereFromTheStartIsNotMentioned)
+{
+    WatchPrinter plain = printer(WatchPrinter::Style::Plain);
+    plain.setTallyBoxAttached(true);
+    plain.setTallyBoxAttached(true);
+    EXPECT_TRUE(lines.isEmpty()) << lines.join(u'\n').toStdString();
+}
+
+TEST_F(WatchPrinterTest, NoTallyBoxIsSaidOnceAndItsComingAndGoingEachTime)
+{
+    WatchPrinter plain = printer(WatchPrinter::Style::Plain);
+    plain.setTallyBoxAttached(false);
+    plain.setTallyBoxAttached(false);
+    plain.setTallyBoxAttached(true);
+    plain.setTallyBoxAttached(true);
+    plain.setTallyBoxAttached(false);
+    EXPECT_EQ(lines,
+        QStringList({ QStringLiteral("No tally box attached: the lights are shown here only"),
+            QStringLiteral("Tally box attached"),
+            QStringLiteral("No tally box attached: the lights are shown here only") }));
+}
+
+TEST_F(WatchPrinterTest, ABoxThatGoesAfterStartIsSaid)
+{
+    WatchPrinter plain = printer(WatchPrinter::Style::Plain);
+    plain.setTallyBoxAttached(true);
+    plain.setTallyBoxAttached(false);
+    EXPECT_EQ(lines, QStringList({ QStringLiteral("No tally box attached: the lights are shown here only") }));
+}
