@@ -14,6 +14,7 @@ namespace {
 // A 5.0 packet is at most 2048 bytes; a datagram may carry it framed, which
 // at worst doubles it. Anything longer is not ours.
 constexpr qsizetype maxDatagramSize = 2 * TslUmd50::maxPacketSize + 2;
+constexpr qint64 maxBufferedBytes = 64 * 1024;
 
 struct Scheme {
     const char* prefix;
@@ -50,6 +51,9 @@ public:
         , m_owner(owner)
     {
         m_socket->setParent(this);
+        // Read as it comes, a bounded amount at a time: a peer that floods
+        // the connection cannot make the program hold more than this.
+        m_socket->setReadBufferSize(maxBufferedBytes);
         connect(m_socket, &QTcpSocket::readyRead, this, &Connection::read);
         connect(m_socket, &QTcpSocket::disconnected, this, [this] {
             m_owner.m_connections.removeOne(this);

@@ -5,6 +5,12 @@
 
 #include <gtest/gtest.h>
 
+// Names the transport in test output (and in the test names ctest lists).
+static void PrintTo(TslShotSource::Transport transport, std::ostream* out)
+{
+    *out << (transport == TslShotSource::Transport::udp ? "udp" : "tcp");
+}
+
 namespace {
 
 TslShotSource::Listen listenOn(TslShotSource::Transport transport)
