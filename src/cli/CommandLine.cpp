@@ -2,6 +2,10 @@
 
 #include "core/StandardOutput.h"
 
+#include <QRegularExpression>
+
+#include <algorithm>
+
 namespace CommandLine {
 
 bool wantsHelp(const QStringList& arguments)
@@ -11,14 +15,37 @@ bool wantsHelp(const QStringList& arguments)
 
 namespace {
 
-void printSection(const QString& title, const QStringList& lines)
+// An entry is "  NAME  what it does"; the names of one section are padded to
+// one width so that the descriptions start in one column, whoever wrote the
+// entries.
+QStringList aligned(const QStringList& entries)
 {
-    if (lines.isEmpty()) {
+    static const QRegularExpression entry(QStringLiteral("^  (\\S(?:.*?\\S)?)  +(\\S.*)$"));
+    qsizetype width = 0;
+    for (const QString& line : entries) {
+        const QRegularExpressionMatch match = entry.match(line);
+        if (match.hasMatch()) {
+            width = std::max(width, match.capturedLength(1));
+        }
+    }
+    QStringList lines;
+    for (const QString& line : entries) {
+        const QRegularExpressionMatch match = entry.match(line);
+        lines.append(match.hasMatch()
+                ? QStringLiteral("  %1  %2").arg(match.captured(1).leftJustified(width), match.captured(2))
+                : line);
+    }
+    return lines;
+}
+
+void printSection(const QString& title, const QStringList& entries)
+{
+    if (entries.isEmpty()) {
         return;
     }
     printLine(QString());
     printLine(title);
-    for (const QString& line : lines) {
+    for (const QString& line : aligned(entries)) {
         printLine(line);
     }
 }

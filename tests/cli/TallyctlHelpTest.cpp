@@ -95,3 +95,29 @@ TEST(TallyctlHelpTest, AnUnknownCommandIsStillAUsageError)
     EXPECT_EQ(run.exitCode, 2);
     EXPECT_TRUE(run.err.startsWith(QStringLiteral("tallyctl: unknown command 'blink'\n")));
 }
+
+TEST(TallyctlHelpTest, TheDescriptionsOfOneSectionStartInOneColumn)
+{
+    const TallyctlRun run = runTallyctl({ QStringLiteral("help"), QStringLiteral("watch") });
+    const QStringList lines = run.out.split(QLatin1Char('\n'));
+    const qsizetype options = lines.indexOf(QStringLiteral("options:"));
+    ASSERT_GE(options, 0) << run.out.toStdString();
+    // "  --ticks N   stop after..." and "  --help      this help": the text
+    // after the option names starts at the same column in every entry.
+    QList<qsizetype> columns;
+    for (qsizetype i = options + 1; i < lines.size() && !lines[i].isEmpty(); ++i) {
+        const qsizetype gap = lines[i].indexOf(QStringLiteral("  "), 2);
+        ASSERT_GT(gap, 2) << lines[i].toStdString();
+        qsizetype column = gap;
+        while (lines[i].at(column) == u' ') {
+            ++column;
+        }
+        columns.append(column);
+    }
+    ASSERT_GE(columns.size(), 5);
+    for (const qsizetype column : columns) {
+        EXPECT_EQ(column, columns.first()) << run.out.toStdString();
+    }
+    EXPECT_TRUE(
+        lines.contains(QStringLiteral("  --help") + QString(columns.first() - 8, u' ') + QStringLiteral("this help")));
+}

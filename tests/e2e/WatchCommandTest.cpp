@@ -200,3 +200,24 @@ TEST_F(WatchCommandTest, WithoutATallyBoxItSaysSoOnce)
         << printed.toStdString();
     EXPECT_TRUE(printed.startsWith(QStringLiteral("Mixdesk running\nLight 1: live\n"))) << printed.toStdString();
 }
+
+TEST_F(WatchCommandTest, OnATerminalLinesAreStampedWithoutBeingAsked)
+{
+    // script(1) (bsdutils, part of every Debian system) gives the command a
+    // terminal of its own and copies what it prints.
+    ASSERT_TRUE(standin.start());
+    QProcessEnvironment environment = standin.environment();
+    environment.insert(QStringLiteral("MIXDESK_TALLY_HID_CAPTURE"), capture.path);
+    watch.setProcessEnvironment(environment);
+    const QString command = QStringLiteral("'" TALLY_BINARY_DIR "/bin/tallyctl' watch --ticks=2 '%1'").arg(mapPath);
+    watch.start(QStringLiteral("script"),
+        { QStringLiteral("--quiet"), QStringLiteral("--return"), QStringLiteral("--command"), command,
+            QStringLiteral("/dev/null") });
+    ASSERT_TRUE(watch.waitForStarted(10000)) << watch.errorString().toStdString();
+    ASSERT_TRUE(finished());
+    EXPECT_EQ(watch.exitCode(), 0);
+    const QString first = QString::fromUtf8(watch.readAllStandardOutput()).split(u'\n').first().trimmed();
+    static const QRegularExpression stamped(
+        QStringLiteral("^\\d{4}-\\d\\d-\\d\\dT[\\d:.]+([+-]\\d\\d:\\d\\d|Z) Mixdesk running$"));
+    EXPECT_TRUE(stamped.match(first).hasMatch()) << first.toStdString();
+}
