@@ -1,5 +1,6 @@
 #include "app/RunOptions.h"
 
+#include "outputs/WebTallyServer.h"
 #include "sources/MixdeskShotSource.h"
 
 namespace {
@@ -38,6 +39,23 @@ TakenValue takeValue(QStringList& arguments, qsizetype index, const QString& nam
     return taken;
 }
 
+// --web's value, checked as it is taken so that a bad address is a usage
+// problem before anything starts.
+std::optional<QString> takeWebOption(QStringList& arguments, qsizetype index, RunOptions* options, bool* matched)
+{
+    TakenValue taken = takeValue(arguments, index, QStringLiteral("--web"));
+    *matched = taken.matched;
+    if (!taken.matched || taken.problem) {
+        return taken.problem;
+    }
+    QString problem;
+    options->web = WebListenAddress::parse(taken.value, &problem);
+    if (!options->web) {
+        return QStringLiteral("--web: ") + problem;
+    }
+    return std::nullopt;
+}
+
 } // namespace
 
 std::optional<QString> RunOptions::takeFrom(QStringList& arguments, RunOptions* options)
@@ -67,6 +85,11 @@ std::optional<QString> RunOptions::takeFrom(QStringList& arguments, RunOptions* 
             }
         }
         if (!matched) {
+            if (std::optional<QString> problem = takeWebOption(arguments, index, options, &matched)) {
+                return problem;
+            }
+        }
+        if (!matched) {
             ++index;
         }
     }
@@ -78,6 +101,7 @@ QStringList RunOptions::helpLines()
     return {
         QStringLiteral("  --source SOURCE       where the shots come from: mixdesk (the default)"),
         QStringLiteral("  --password-file FILE  the switcher's password, on the file's first line"),
+        QStringLiteral("  --web [ADDRESS:]PORT  serve the web tally page for phones (every interface if no ADDRESS)"),
     };
 }
 
@@ -90,4 +114,16 @@ std::unique_ptr<ShotSource> makeShotSource(const RunOptions& options, QString* p
         *problem = QStringLiteral("unknown source '%1' (expected mixdesk)").arg(options.source);
     }
     return nullptr;
+}
+
+std::unique_ptr<WebTallyServer> startWebTally(const RunOptions& options, QString* problem)
+{
+    if (!options.web) {
+        return nullptr;
+    }
+    auto server = std::make_unique<WebTallyServer>();
+    if (!server->listen(*options.web, problem)) {
+        return nullptr;
+    }
+    return server;
 }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "outputs/WebListenAddress.h"
 #include "sources/ShotSource.h"
 
 #include <QString>
@@ -19,6 +20,9 @@ struct RunOptions {
     // A file whose first line is the switcher's password.
     QString passwordFile;
 
+    // The web tally page: off unless --web [ADDRESS:]PORT is given.
+    std::optional<WebListenAddress> web;
+
     // Takes the options it knows out of arguments ("--source X" and
     // "--source=X" alike) and leaves the rest (files, a command's own
     // options) in place. A known option with a missing or bad value is a
@@ -31,3 +35,10 @@ struct RunOptions {
 
 // The shot source the options choose, or nothing with the reason in problem.
 std::unique_ptr<ShotSource> makeShotSource(const RunOptions& options, QString* problem);
+
+class WebTallyServer;
+
+// The web tally page, listening where the options say. Nothing, and no
+// problem, when the options ask for none; nothing with the reason in problem
+// when it cannot listen there.
+std::unique_ptr<WebTallyServer> startWebTally(const RunOptions& options, QString* problem);

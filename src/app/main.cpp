@@ -6,6 +6,7 @@
 #include "app/RunOptions.h"
 #include "app/SingleInstance.h"
 #include "core/StandardOutput.h"
+#include "outputs/WebTallyServer.h"
 
 #include <QApplication>
 
@@ -71,7 +72,15 @@ int main(int argc, char* argv[])
         printErrorLine(QStringLiteral("mixdesk-tally: ") + sourceProblem);
         return 2;
     }
+    // Made before the window, so that it outlives the window's update cycle.
+    QString webProblem;
+    const std::unique_ptr<WebTallyServer> web = startWebTally(options, &webProblem);
+    if (options.web && !web) {
+        printErrorLine(QStringLiteral("mixdesk-tally: ") + webProblem);
+        return 1;
+    }
     MainWindow main = MainWindow::make(std::move(dependencies));
+    main.controller->cycle().addOutput(web.get());
     delegate.setKeyWindow(main.window.get());
     main.window->show();
     delegate.applicationOpenFiles(files);

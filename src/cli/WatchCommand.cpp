@@ -6,6 +6,7 @@
 #include "cli/WatchPrinter.h"
 #include "core/StandardOutput.h"
 #include "hardware/USBHIDAppDelegate.h"
+#include "outputs/WebTallyServer.h"
 
 #include <QCoreApplication>
 #include <QTimer>
@@ -25,7 +26,7 @@ const Command& command()
 {
     static const Command definition {
         QStringLiteral("watch"),
-        QStringLiteral("watch [--ticks N] [--source SOURCE] [--password-file FILE] MAP"),
+        QStringLiteral("watch [--ticks N] [--source SOURCE] [--password-file FILE] [--web [ADDRESS:]PORT] MAP"),
         QStringLiteral("Run the update cycle on a tally map without a window, printing each change, until "
                        "interrupted (or for N ticks of 0.25 s)"),
         runWatch,
@@ -119,7 +120,14 @@ int runWatch(const QStringList& arguments)
     if (!source) {
         return CommandLine::usageError(command(), sourceProblem);
     }
+    QString webProblem;
+    const std::unique_ptr<WebTallyServer> web = startWebTally(options.run, &webProblem);
+    if (options.run.web && !web) {
+        printErrorLine(QStringLiteral("tallyctl watch: ") + webProblem);
+        return CommandLine::exitFailure;
+    }
     TallyCycle cycle(*source, printer);
+    cycle.addOutput(web.get());
     Mixdesk::ShotList shotList = source->queryShots();
     qint64 ticksDone = 0;
 

@@ -114,7 +114,7 @@ TEST_F(WatchCommandTest, WrongUsageExitsTwoWithAUsageLine)
     ASSERT_TRUE(finished());
     EXPECT_EQ(watch.exitCode(), 2);
     EXPECT_TRUE(watch.readAllStandardError().contains(
-        "usage: tallyctl watch [--ticks N] [--source SOURCE] [--password-file FILE] MAP"));
+        "usage: tallyctl watch [--ticks N] [--source SOURCE] [--password-file FILE] [--web [ADDRESS:]PORT] MAP"));
 }
 
 TEST_F(WatchCommandTest, AnUnreadableMapFailsWithTheReason)
