@@ -12,6 +12,7 @@ packages=(
   xvfb xauth fonts-dejavu-core
   desktop-file-utils libxml2-utils shared-mime-info
   dpkg-dev file
+  chromium
 )
 
 missing=()
