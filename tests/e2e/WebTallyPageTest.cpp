@@ -72,13 +72,29 @@ protected:
         }
     }
 
-    bool serving()
+    bool serving() { return !lights().isEmpty(); }
+
+    // The body of /api/lights, or nothing while it is not served.
+    QByteArray lights()
     {
         QNetworkAccessManager manager;
         std::unique_ptr<QNetworkReply> reply(
             manager.get(QNetworkRequest(QUrl(QStringLiteral("http://127.0.0.1:%1/api/lights").arg(port)))));
         eventually([&] { return reply->isFinished(); }, 2000);
-        return reply->error() == QNetworkReply::NoError;
+        return reply->error() == QNetworkReply::NoError ? reply->readAll() : QByteArray();
+    }
+
+    // The window, offscreen, with a home and runtime folder of its own.
+    void launchWindow(QProcess& process, const QStringList& arguments)
+    {
+        QProcessEnvironment environment = standin.environment();
+        environment.insert(QStringLiteral("HOME"), folder.path());
+        environment.insert(QStringLiteral("XDG_CONFIG_HOME"), folder.filePath(QStringLiteral("config")));
+        environment.insert(QStringLiteral("QT_QPA_PLATFORM"), QStringLiteral("offscreen"));
+        environment.insert(QStringLiteral("MIXDESK_TALLY_HID_CAPTURE"), folder.filePath(QStringLiteral("capture.hex")));
+        process.setProcessEnvironment(environment);
+        process.start(QStringLiteral(TALLY_BINARY_DIR "/bin/mixdesk-tally"), arguments);
+        ASSERT_TRUE(process.waitForStarted(10000));
     }
 
     void startBrowser()
@@ -219,4 +235,35 @@ TEST_F(WebTallyPageTest, ABusyPortIsAClearErrorAndNotACrash)
         QStringLiteral("tallyctl watch: cannot serve the web tally page on 127.0.0.1:%1: The bound address is already "
                        "in use\n")
             .arg(port));
+}
+
+TEST_F(WebTallyPageTest, TheWindowServesThePageForItsOpenMap)
+{
+    ASSERT_TRUE(standin.start());
+    QProcess window;
+    launchWindow(window, { QStringLiteral("--web"), QStringLiteral("127.0.0.1:%1").arg(port), mapPath });
+    QByteArray state;
+    EXPECT_TRUE(eventually([&] {
+        state = lights();
+        return state.contains("{\"light\":1,\"mode\":\"live\",\"shots\":[\"Camera 1\"]}");
+    })) << state.toStdString();
+    EXPECT_TRUE(state.contains("\"sourceRunning\":true"));
+    window.kill();
+    window.waitForFinished();
+}
+
+TEST_F(WebTallyPageTest, TheWindowWithABusyPortSaysSoAndDoesNotStart)
+{
+    QTcpServer occupant;
+    ASSERT_TRUE(occupant.listen(QHostAddress::LocalHost, port));
+    QProcess window;
+    launchWindow(window, { QStringLiteral("--web"), QStringLiteral("127.0.0.1:%1").arg(port) });
+    ASSERT_TRUE(window.waitForFinished(15000));
+    EXPECT_EQ(window.exitStatus(), QProcess::NormalExit);
+    EXPECT_EQ(window.exitCode(), 1);
+    EXPECT_TRUE(window.readAllStandardError().contains(
+        QStringLiteral("mixdesk-tally: cannot serve the web tally page on 127.0.0.1:%1: The bound address is "
+                       "already in use\n")
+            .arg(port)
+            .toUtf8()));
 }
