@@ -16,6 +16,7 @@
 #include <gtest/gtest.h>
 
 #include <memory>
+#include <signal.h>
 
 namespace {
 
@@ -167,6 +168,22 @@ TEST_F(WebTallyPageTest, ALightPageFollowsACutShowsNoSignalWhenTheServerDiesAndR
     startWatch();
     EXPECT_TRUE(shows(green, { QStringLiteral("PREVIEW"), QStringLiteral("Camera 1") }))
         << "the page reconnects by itself";
+}
+
+TEST_F(WebTallyPageTest, ALightPageShowsNoSignalWhenTheServerFallsSilentWithTheConnectionOpen)
+{
+    ASSERT_TRUE(standin.start());
+    startWatch();
+    startBrowser();
+    ASSERT_TRUE(browser.navigate(url(QStringLiteral("/light/1"))));
+    EXPECT_TRUE(shows(red, { QStringLiteral("LIVE") }));
+
+    // A frozen server (or a phone out of Wi-Fi range) closes nothing: the page
+    // must notice the silence by itself.
+    ASSERT_EQ(::kill(static_cast<pid_t>(watch->processId()), SIGSTOP), 0);
+    EXPECT_TRUE(shows(grey, { QStringLiteral("NO SIGNAL") }));
+    ASSERT_EQ(::kill(static_cast<pid_t>(watch->processId()), SIGCONT), 0);
+    EXPECT_TRUE(shows(red, { QStringLiteral("LIVE"), QStringLiteral("Camera 1") }));
 }
 
 TEST_F(WebTallyPageTest, ALightPageShowsNoSignalWhenTheSwitcherIsGone)
