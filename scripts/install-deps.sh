@@ -14,6 +14,7 @@ packages=(
   dpkg-dev file
   nodejs
   lintian appstream groff-base bash-completion
+  chromium
 )
 # The TSL interop tests run an npm package under node. Some builds of node
 # bring npm along; Debian packages it apart.

@@ -1,6 +1,7 @@
 #include "app/RunOptions.h"
 
 #include "outputs/TslSender.h"
+#include "outputs/WebTallyServer.h"
 #include "sources/MixdeskShotSource.h"
 #include "sources/TslShotSource.h"
 
@@ -107,6 +108,23 @@ std::unique_ptr<ShotSource> makeTslShotSource(const QString& address, QString* p
     return source;
 }
 
+// --web's value, checked as it is taken so that a bad address is a usage
+// problem before anything starts.
+std::optional<QString> takeWebOption(QStringList& arguments, qsizetype index, RunOptions* options, bool* matched)
+{
+    TakenValue taken = takeValue(arguments, index, QStringLiteral("--web"));
+    *matched = taken.matched;
+    if (!taken.matched || taken.problem) {
+        return taken.problem;
+    }
+    QString problem;
+    options->web = WebListenAddress::parse(taken.value, &problem);
+    if (!options->web) {
+        return QStringLiteral("--web: ") + problem;
+    }
+    return std::nullopt;
+}
+
 } // namespace
 
 std::optional<QString> RunOptions::takeFrom(QStringList& arguments, RunOptions* options)
@@ -136,6 +154,11 @@ std::optional<QString> RunOptions::takeFrom(QStringList& arguments, RunOptions* 
             }
         }
         if (!matched) {
+            if (std::optional<QString> problem = takeWebOption(arguments, index, options, &matched)) {
+                return problem;
+            }
+        }
+        if (!matched) {
             TakenValue taken = takeOtherOption(arguments, index, options);
             if (taken.problem) {
                 return taken.problem;
@@ -160,6 +183,7 @@ QStringList RunOptions::helpLines()
         QStringLiteral("  --tsl5 udp://HOST:PORT|tcp://HOST:PORT"),
         QStringLiteral("                        send the lights as TSL UMD 5.0 (repeatable)"),
         QStringLiteral("  --tsl-offset N        light N is TSL display index N + offset (default 0)"),
+        QStringLiteral("  --web [ADDRESS:]PORT  serve the web tally page for phones (every interface if no ADDRESS)"),
     };
 }
 
@@ -216,4 +240,16 @@ std::unique_ptr<TslSender> makeTslSender(const RunOptions& options, QString* pro
         return nullptr;
     }
     return std::make_unique<TslSender>(destinations, options.tslIndexOffset);
+}
+
+std::unique_ptr<WebTallyServer> startWebTally(const RunOptions& options, QString* problem)
+{
+    if (!options.web) {
+        return nullptr;
+    }
+    auto server = std::make_unique<WebTallyServer>();
+    if (!server->listen(*options.web, problem)) {
+        return nullptr;
+    }
+    return server;
 }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "outputs/WebListenAddress.h"
 #include "sources/ShotSource.h"
 
 #include <QString>
@@ -25,6 +26,8 @@ struct RunOptions {
     QStringList tsl31Destinations;
     QStringList tsl50Destinations;
     int tslIndexOffset = 0;
+    // The web tally page: off unless --web [ADDRESS:]PORT is given.
+    std::optional<WebListenAddress> web;
 
     // Takes the options it knows out of arguments ("--source X" and
     // "--source=X" alike) and leaves the rest (files, a command's own
@@ -45,3 +48,9 @@ class TslSender;
 // name no destination, nothing and the reason in problem when a destination
 // or the offset is bad.
 std::unique_ptr<TslSender> makeTslSender(const RunOptions& options, QString* problem);
+class WebTallyServer;
+
+// The web tally page, listening where the options say. Nothing, and no
+// problem, when the options ask for none; nothing with the reason in problem
+// when it cannot listen there.
+std::unique_ptr<WebTallyServer> startWebTally(const RunOptions& options, QString* problem);

@@ -7,6 +7,7 @@
 #include "app/SingleInstance.h"
 #include "core/StandardOutput.h"
 #include "outputs/TslSender.h"
+#include "outputs/WebTallyServer.h"
 
 #include <QApplication>
 
@@ -78,10 +79,16 @@ int main(int argc, char* argv[])
         printErrorLine(QStringLiteral("mixdesk-tally: ") + tslProblem);
         return 2;
     }
-    MainWindow main = MainWindow::make(std::move(dependencies));
-    if (tslSender) {
-        main.controller->cycle().addOutput(tslSender.get());
+    // Made before the window, so that it outlives the window's update cycle.
+    QString webProblem;
+    const std::unique_ptr<WebTallyServer> web = startWebTally(options, &webProblem);
+    if (options.web && !web) {
+        printErrorLine(QStringLiteral("mixdesk-tally: ") + webProblem);
+        return 1;
     }
+    MainWindow main = MainWindow::make(std::move(dependencies));
+    main.controller->cycle().addOutput(tslSender.get());
+    main.controller->cycle().addOutput(web.get());
     delegate.setKeyWindow(main.window.get());
     main.window->show();
     delegate.applicationOpenFiles(files);

@@ -7,6 +7,7 @@
 #include "core/StandardOutput.h"
 #include "hardware/USBHIDAppDelegate.h"
 #include "outputs/TslSender.h"
+#include "outputs/WebTallyServer.h"
 
 #include <QCoreApplication>
 #include <QTimer>
@@ -28,7 +29,8 @@ const Command& command()
     static const Command definition {
         QStringLiteral("watch"),
         QStringLiteral("watch [--ticks N] [--json] [--timestamps|--no-timestamps] [--source SOURCE] "
-                       "[--password-file FILE] [--tsl URL]... [--tsl5 URL]... [--tsl-offset N] MAP"),
+                       "[--password-file FILE] [--tsl URL]... [--tsl5 URL]... [--tsl-offset N] "
+                       "[--web [ADDRESS:]PORT] MAP"),
         QStringLiteral("Run the update cycle on a tally map without a window, printing each change, until "
                        "interrupted (or for N ticks of 0.25 s)"),
         runWatch,
@@ -165,15 +167,20 @@ int runWatch(const QStringList& arguments)
     if (!source) {
         return CommandLine::usageError(command(), sourceProblem);
     }
+    QString webProblem;
+    const std::unique_ptr<WebTallyServer> web = startWebTally(options.run, &webProblem);
+    if (options.run.web && !web) {
+        printErrorLine(QStringLiteral("tallyctl watch: ") + webProblem);
+        return CommandLine::exitFailure;
+    }
     TallyCycle cycle(*source, printer);
     QString tslProblem;
     const std::unique_ptr<TslSender> tslSender = makeTslSender(options.run, &tslProblem);
     if (!tslSender && !tslProblem.isEmpty()) {
         return CommandLine::usageError(command(), tslProblem);
     }
-    if (tslSender) {
-        cycle.addOutput(tslSender.get());
-    }
+    cycle.addOutput(tslSender.get());
+    cycle.addOutput(web.get());
     Mixdesk::ShotList shotList = source->queryShots();
     qint64 ticksDone = 0;
 

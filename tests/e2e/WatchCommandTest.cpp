@@ -124,7 +124,7 @@ TEST_F(WatchCommandTest, WrongUsageExitsTwoWithAUsageLine)
     EXPECT_EQ(watch.exitCode(), 2);
     EXPECT_TRUE(watch.readAllStandardError().contains(
         "usage: tallyctl watch [--ticks N] [--json] [--timestamps|--no-timestamps] [--source SOURCE] "
-        "[--password-file FILE] [--tsl URL]... [--tsl5 URL]... [--tsl-offset N] MAP"));
+        "[--password-file FILE] [--tsl URL]... [--tsl5 URL]... [--tsl-offset N] [--web [ADDRESS:]PORT] MAP"));
 }
 
 TEST_F(WatchCommandTest, AnUnreadableMapFailsWithTheReason)

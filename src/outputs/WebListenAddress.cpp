@@ -1,0 +1,76 @@
+#include "outputs/WebListenAddress.h"
+
+namespace {
+
+std::optional<quint16> parsePort(const QString& text)
+{
+    bool isNumber = false;
+    const uint port = text.toUInt(&isNumber);
+    if (!isNumber || port < 1 || port > 65535 || text.startsWith(QLatin1Char('+'))) {
+        return std::nullopt;
+    }
+    return static_cast<quint16>(port);
+}
+
+std::optional<QHostAddress> parseHost(const QString& text)
+{
+    if (text == QLatin1String("localhost")) {
+        return QHostAddress(QHostAddress::LocalHost);
+    }
+    if (text == QLatin1String("*")) {
+        return QHostAddress(QHostAddress::Any);
+    }
+    QHostAddress address;
+    if (!address.setAddress(text)) {
+        return std::nullopt;
+    }
+    return address;
+}
+
+} // namespace
+
+std::optional<WebListenAddress> WebListenAddress::parse(const QString& text, QString* problem)
+{
+    QString hostText;
+    QString portText = text;
+    if (text.startsWith(QLatin1Char('['))) {
+        // An IPv6 address keeps its colons inside the brackets.
+        const qsizetype close = text.indexOf(QLatin1String("]:"));
+        if (close < 0) {
+            *problem = QStringLiteral("'%1' is not [ADDRESS:]PORT").arg(text);
+            return std::nullopt;
+        }
+        hostText = text.mid(1, close - 1);
+        portText = text.mid(close + 2);
+    } else if (const qsizetype colon = text.lastIndexOf(QLatin1Char(':')); colon >= 0) {
+        hostText = text.left(colon);
+        portText = text.mid(colon + 1);
+    }
+    WebListenAddress result;
+    const std::optional<quint16> port = parsePort(portText);
+    if (!port) {
+        *problem = QStringLiteral("'%1' is not a port from 1 to 65535").arg(portText);
+        return std::nullopt;
+    }
+    result.port = *port;
+    if (!hostText.isNull()) {
+        const std::optional<QHostAddress> host = parseHost(hostText);
+        if (!host) {
+            *problem = QStringLiteral("'%1' is not an IP address").arg(hostText);
+            return std::nullopt;
+        }
+        result.address = *host;
+    }
+    return result;
+}
+
+QString WebListenAddress::toString() const
+{
+    if (address == QHostAddress(QHostAddress::Any)) {
+        return QStringLiteral("*:%1").arg(port);
+    }
+    if (address.protocol() == QAbstractSocket::IPv6Protocol) {
+        return QStringLiteral("[%1]:%2").arg(address.toString()).arg(port);
+    }
+    return QStringLiteral("%1:%2").arg(address.toString()).arg(port);
+}

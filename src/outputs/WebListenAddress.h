@@ -1,0 +1,23 @@
+#pragma once
+
+#include <QHostAddress>
+#include <QString>
+
+#include <optional>
+
+// Where the web tally page listens, from "[ADDRESS:]PORT": "8080",
+// "127.0.0.1:8080", "[::1]:8080", "localhost:8080". Without an address the
+// page listens on every interface, so that phones on the studio network reach
+// it.
+struct WebListenAddress {
+    QHostAddress address { QHostAddress::Any };
+    quint16 port = 0;
+
+    // The address, or nothing with the reason in problem.
+    static std::optional<WebListenAddress> parse(const QString& text, QString* problem);
+
+    // "127.0.0.1:8080", "[::1]:8080", or "*:8080" for every interface.
+    QString toString() const;
+
+    friend bool operator==(const WebListenAddress&, const WebListenAddress&) = default;
+};

@@ -1,0 +1,96 @@
+#include "outputs/WebTallyDocument.h"
+
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+
+namespace {
+
+// What the page shows when the source is lost: the lights' last modes would
+// be stale, so each light says so instead.
+QString modeWord(const TallySnapshot& snapshot, const LightState& light)
+{
+    if (!snapshot.sourceRunning) {
+        return QStringLiteral("NO SIGNAL");
+    }
+    switch (light.mode) {
+    case TallyMode::live:
+        return QStringLiteral("LIVE");
+    case TallyMode::preview:
+        return QStringLiteral("PREVIEW");
+    case TallyMode::off:
+        break;
+    }
+    return QStringLiteral("OFF");
+}
+
+QString lookClass(const TallySnapshot& snapshot, const LightState& light)
+{
+    return snapshot.sourceRunning ? tallyModeName(light.mode) : QStringLiteral("nosignal");
+}
+
+QString listItem(const TallySnapshot& snapshot, qsizetype index)
+{
+    const LightState& light = snapshot.lights[index];
+    return QStringLiteral("<li><a href=\"/light/%1\" data-light=\"%1\" class=\"%2\">"
+                          "<span class=\"number\">%1</span><span class=\"mode\">%3</span>"
+                          "<span class=\"shots\">%4</span></a></li>\n")
+        .arg(index + 1)
+        .arg(lookClass(snapshot, light), modeWord(snapshot, light),
+            light.shotNames.join(QStringLiteral(", ")).toHtmlEscaped());
+}
+
+} // namespace
+
+QByteArray WebTallyDocument::stateJson(const TallySnapshot& snapshot)
+{
+    QJsonArray lights;
+    for (qsizetype index = 0; index < snapshot.lights.size(); ++index) {
+        const LightState& light = snapshot.lights[index];
+        lights.append(QJsonObject {
+            { QStringLiteral("light"), static_cast<int>(index + 1) },
+            { QStringLiteral("mode"), tallyModeName(light.mode) },
+            { QStringLiteral("shots"), QJsonArray::fromStringList(light.shotNames) },
+        });
+    }
+    const QJsonObject state {
+        { QStringLiteral("sourceRunning"), snapshot.sourceRunning },
+        { QStringLiteral("lights"), lights },
+    };
+    return QJsonDocument(state).toJson(QJsonDocument::Compact);
+}
+
+QByteArray WebTallyDocument::indexPage(const QString& pageTemplate, const TallySnapshot& snapshot)
+{
+    QString items;
+    for (qsizetype index = 0; index < snapshot.lights.size(); ++index) {
+        items += listItem(snapshot, index);
+    }
+    QString page = pageTemplate;
+    page.replace(QStringLiteral("@SIGNAL@"), snapshot.sourceRunning ? QString() : QStringLiteral(" nosignal"));
+    page.replace(QStringLiteral("@LIGHTS@"), items);
+    return page.toUtf8();
+}
+
+QByteArray WebTallyDocument::lightPage(const QString& pageTemplate, int lightNumber)
+{
+    QString page = pageTemplate;
+    page.replace(QStringLiteral("@LIGHT@"), QString::number(lightNumber));
+    return page.toUtf8();
+}
+
+int WebTallyDocument::lightNumberFromPath(const QString& number, qsizetype lightCount)
+{
+    // Digits only, no sign, no leading zero: one page per light, one address
+    // per page.
+    if (number.isEmpty() || number.size() > 3 || number.startsWith(QLatin1Char('0'))) {
+        return 0;
+    }
+    for (const QChar character : number) {
+        if (character < QLatin1Char('0') || character > QLatin1Char('9')) {
+            return 0;
+        }
+    }
+    const int value = number.toInt();
+    return value <= lightCount ? value : 0;
+}

@@ -1,0 +1,149 @@
+// Follows the tally lights over a WebSocket. The server sends the whole state
+// on connect, on every change and once a second besides; a page that hears
+// nothing for a while, loses its connection or learns that the switcher is
+// gone shows NO SIGNAL instead of a colour that may no longer be true, and
+// keeps trying to reconnect. Nothing here sends anything to the server: the
+// page only shows.
+(function () {
+  'use strict';
+
+  var SILENCE_LIMIT_MS = 3000;
+  var FIRST_RETRY_MS = 250;
+  var LONGEST_RETRY_MS = 4000;
+  var STATE_WORDS = { live: 'LIVE', preview: 'PREVIEW', off: '' };
+
+  var body = document.body;
+  var lightNumber = Number(body.getAttribute('data-light') || 0);
+  var socket = null;
+  var silenceTimer = null;
+  var retryTimer = null;
+  var retryDelay = FIRST_RETRY_MS;
+
+  // Touches the page only when the look changes: the state arrives once a
+  // second even when nothing happens, and a phone need not restyle for it.
+  function setLook(element, look) {
+    if (element.getAttribute('data-look') === look) {
+      return;
+    }
+    element.setAttribute('data-look', look);
+    element.classList.remove('live', 'preview', 'off', 'nosignal');
+    element.classList.add(look);
+  }
+
+  function lightLook(state, light) {
+    if (!state.sourceRunning || !light) {
+      return 'nosignal';
+    }
+    return STATE_WORDS.hasOwnProperty(light.mode) ? light.mode : 'off';
+  }
+
+  function findLight(state, number) {
+    var lights = state.lights || [];
+    for (var i = 0; i < lights.length; ++i) {
+      if (lights[i].light === number) {
+        return lights[i];
+      }
+    }
+    return null;
+  }
+
+  function showOneLight(state) {
+    var light = state ? findLight(state, lightNumber) : null;
+    var look = state ? lightLook(state, light) : 'nosignal';
+    setLook(body, look);
+    document.getElementById('state').textContent = look === 'nosignal' ? 'NO SIGNAL' : STATE_WORDS[look];
+    document.getElementById('shots').textContent = light ? light.shots.join(' · ') : '';
+    document.title = lightNumber + (look === 'nosignal' ? ' NO SIGNAL' : look === 'off' ? '' : ' ' + STATE_WORDS[look]);
+  }
+
+  function showList(state) {
+    body.classList.toggle('nosignal', !state || !state.sourceRunning);
+    var items = document.querySelectorAll('[data-light]');
+    for (var i = 0; i < items.length; ++i) {
+      var item = items[i];
+      var light = state ? findLight(state, Number(item.getAttribute('data-light'))) : null;
+      var look = state ? lightLook(state, light) : 'nosignal';
+      setLook(item, look);
+      item.querySelector('.mode').textContent = look === 'nosignal' ? 'NO SIGNAL' : (STATE_WORDS[look] || 'OFF');
+      if (light) {
+        item.querySelector('.shots').textContent = light.shots.join(', ');
+      }
+    }
+  }
+
+  function show(state) {
+    if (lightNumber > 0) {
+      showOneLight(state);
+    } else {
+      showList(state);
+    }
+  }
+
+  function dropSocket() {
+    if (socket) {
+      socket.onopen = socket.onmessage = socket.onclose = socket.onerror = null;
+      try {
+        socket.close();
+      } catch (ignored) {
+      }
+      socket = null;
+    }
+    clearTimeout(silenceTimer);
+  }
+
+  function lost() {
+    dropSocket();
+    show(null);
+    clearTimeout(retryTimer);
+    retryTimer = setTimeout(connect, retryDelay);
+    retryDelay = Math.min(retryDelay * 2, LONGEST_RETRY_MS);
+  }
+
+  function expectWordSoon() {
+    clearTimeout(silenceTimer);
+    silenceTimer = setTimeout(lost, SILENCE_LIMIT_MS);
+  }
+
+  function connect() {
+    dropSocket();
+    var scheme = location.protocol === 'https:' ? 'wss://' : 'ws://';
+    try {
+      socket = new WebSocket(scheme + location.host + '/ws');
+    } catch (failure) {
+      lost();
+      return;
+    }
+    socket.onopen = function () {
+      retryDelay = FIRST_RETRY_MS;
+    };
+    socket.onmessage = function (event) {
+      expectWordSoon();
+      var state;
+      try {
+        state = JSON.parse(event.data);
+      } catch (badMessage) {
+        return;
+      }
+      show(state);
+    };
+    socket.onclose = lost;
+    socket.onerror = lost;
+    expectWordSoon();
+  }
+
+  // A phone used as a tally must not go dark. Browsers grant the lock only
+  // to a visible page (and only over https or on localhost), and drop it when
+  // the page is hidden, so it is asked for again each time the page returns.
+  function keepScreenOn() {
+    if (!('wakeLock' in navigator) || document.visibilityState !== 'visible') {
+      return;
+    }
+    navigator.wakeLock.request('screen').catch(function () {});
+  }
+
+  document.addEventListener('visibilitychange', keepScreenOn);
+  document.addEventListener('click', keepScreenOn);
+  keepScreenOn();
+  show(null);
+  connect();
+})();

@@ -1,0 +1,286 @@
+// The web tally page in a real headless Chromium, served by tallyctl watch
+// beside the built stand-in, as real processes.
+
+#include "support/HeadlessChromium.h"
+#include "support/QtPrinters.h"
+#include "tools/StandinProcess.h"
+
+#include <QDir>
+#include <QFile>
+#include <QNetworkAccessManager>
+#include <QNetworkReply>
+#include <QProcess>
+#include <QTcpServer>
+#include <QTemporaryDir>
+
+#include <gtest/gtest.h>
+
+#include <memory>
+#include <signal.h>
+
+namespace {
+
+// The colours of tally.css as the browser reports them.
+const QString red = QStringLiteral("rgb(209, 0, 0)");
+const QString green = QStringLiteral("rgb(0, 168, 59)");
+const QString grey = QStringLiteral("rgb(43, 43, 43)");
+
+quint16 freePort()
+{
+    QTcpServer probe;
+    probe.listen(QHostAddress::LocalHost);
+    return probe.serverPort();
+}
+
+struct PageLook {
+    QString colour;
+    QString text;
+};
+
+class WebTallyPageTest : public testing::Test {
+protected:
+    void SetUp() override
+    {
+        ASSERT_TRUE(folder.isValid());
+        mapPath = folder.filePath(QStringLiteral("studio.tlx"));
+        QFile file(mapPath);
+        ASSERT_TRUE(file.open(QIODevice::WriteOnly));
+        file.write("0|Camera 1\r\n1|Camera 2\r\n2|Camera 1|Camera 2\r\n");
+        file.close();
+        port = freePort();
+        ASSERT_NE(port, 0);
+    }
+
+    void TearDown() override { stopWatch(); }
+
+    void startWatch()
+    {
+        watch = std::make_unique<QProcess>();
+        QProcessEnvironment environment = standin.environment();
+        environment.insert(QStringLiteral("MIXDESK_TALLY_HID_CAPTURE"), folder.filePath(QStringLiteral("capture.hex")));
+        watch->setProcessEnvironment(environment);
+        watch->start(QStringLiteral(TALLY_BINARY_DIR "/bin/tallyctl"),
+            { QStringLiteral("watch"), QStringLiteral("--web"), QStringLiteral("127.0.0.1:%1").arg(port), mapPath });
+        ASSERT_TRUE(watch->waitForStarted(10000));
+        ASSERT_TRUE(eventually([this] { return serving(); })) << watch->readAllStandardError().toStdString();
+    }
+
+    void stopWatch()
+    {
+        if (watch && watch->state() != QProcess::NotRunning) {
+            watch->kill();
+            watch->waitForFinished(10000);
+        }
+    }
+
+    bool serving() { return !lights().isEmpty(); }
+
+    // The body of /api/lights, or nothing while it is not served.
+    QByteArray lights()
+    {
+        QNetworkAccessManager manager;
+        std::unique_ptr<QNetworkReply> reply(
+            manager.get(QNetworkRequest(QUrl(QStringLiteral("http://127.0.0.1:%1/api/lights").arg(port)))));
+        eventually([&] { return reply->isFinished(); }, 2000);
+        return reply->error() == QNetworkReply::NoError ? reply->readAll() : QByteArray();
+    }
+
+    // The window, offscreen, with a home and runtime folder of its own.
+    void launchWindow(QProcess& process, const QStringList& arguments)
+    {
+        QProcessEnvironment environment = standin.environment();
+        environment.insert(QStringLiteral("HOME"), folder.path());
+        environment.insert(QStringLiteral("XDG_CONFIG_HOME"), folder.filePath(QStringLiteral("config")));
+        environment.insert(QStringLiteral("QT_QPA_PLATFORM"), QStringLiteral("offscreen"));
+        environment.insert(QStringLiteral("MIXDESK_TALLY_HID_CAPTURE"), folder.filePath(QStringLiteral("capture.hex")));
+        process.setProcessEnvironment(environment);
+        process.start(QStringLiteral(TALLY_BINARY_DIR "/bin/mixdesk-tally"), arguments);
+        ASSERT_TRUE(process.waitForStarted(10000));
+    }
+
+    void startBrowser()
+    {
+        QString problem;
+        if (!browser.start(&problem)) {
+            GTEST_SKIP() << "cannot run the page in Chromium: " << problem.toStdString();
+        }
+    }
+
+    QString url(const QString& path) const { return QStringLiteral("http://127.0.0.1:%1%2").arg(port).arg(path); }
+
+    PageLook look()
+    {
+        return { browser.evaluate(QStringLiteral("getComputedStyle(document.body).backgroundColor")).toString(),
+            browser.evaluate(QStringLiteral("document.body.innerText")).toString() };
+    }
+
+    // Waits until the page shows colour and a text containing every word.
+    ::testing::AssertionResult shows(const QString& colour, const QStringList& words, int patience = 15000)
+    {
+        PageLook seen;
+        const bool matched = eventually(
+            [&] {
+                seen = look();
+                if (seen.colour != colour) {
+                    return false;
+                }
+                for (const QString& word : words) {
+                    if (!seen.text.contains(word)) {
+                        return false;
+                    }
+                }
+                return true;
+            },
+            patience);
+        if (matched) {
+            return ::testing::AssertionSuccess();
+        }
+        return ::testing::AssertionFailure()
+            << "the page shows " << seen.colour.toStdString() << " with text \"" << seen.text.toStdString() << "\"";
+    }
+
+    QTemporaryDir folder;
+    QString mapPath;
+    quint16 port = 0;
+    StandinProcess standin;
+    std::unique_ptr<QProcess> watch;
+    HeadlessChromium browser;
+};
+
+} // namespace
+
+TEST_F(WebTallyPageTest, ALightPageFollowsACutShowsNoSignalWhenTheServerDiesAndRecoversWhenItReturns)
+{
+    ASSERT_TRUE(standin.start());
+    startWatch();
+    startBrowser();
+    ASSERT_TRUE(browser.navigate(url(QStringLiteral("/light/1"))));
+    EXPECT_TRUE(shows(red, { QStringLiteral("1"), QStringLiteral("LIVE"), QStringLiteral("Camera 1") }));
+
+    standin.send("cut\n");
+    EXPECT_TRUE(shows(green, { QStringLiteral("PREVIEW"), QStringLiteral("Camera 1") }));
+    EXPECT_FALSE(look().text.contains(QStringLiteral("LIVE")));
+
+    stopWatch();
+    EXPECT_TRUE(shows(grey, { QStringLiteral("NO SIGNAL") }));
+    EXPECT_FALSE(look().text.contains(QStringLiteral("PREVIEW"))) << "never the stale state";
+
+    startWatch();
+    EXPECT_TRUE(shows(green, { QStringLiteral("PREVIEW"), QStringLiteral("Camera 1") }))
+        << "the page reconnects by itself";
+}
+
+TEST_F(WebTallyPageTest, ALightPageShowsNoSignalWhenTheServerFallsSilentWithTheConnectionOpen)
+{
+    ASSERT_TRUE(standin.start());
+    startWatch();
+    startBrowser();
+    ASSERT_TRUE(browser.navigate(url(QStringLiteral("/light/1"))));
+    EXPECT_TRUE(shows(red, { QStringLiteral("LIVE") }));
+
+    // A frozen server (or a phone out of Wi-Fi range) closes nothing: the page
+    // must notice the silence by itself.
+    ASSERT_EQ(::kill(static_cast<pid_t>(watch->processId()), SIGSTOP), 0);
+    EXPECT_TRUE(shows(grey, { QStringLiteral("NO SIGNAL") }));
+    ASSERT_EQ(::kill(static_cast<pid_t>(watch->processId()), SIGCONT), 0);
+    EXPECT_TRUE(shows(red, { QStringLiteral("LIVE"), QStringLiteral("Camera 1") }));
+}
+
+TEST_F(WebTallyPageTest, ALightPageShowsNoSignalWhenTheSwitcherIsGone)
+{
+    ASSERT_TRUE(standin.start());
+    startWatch();
+    startBrowser();
+    ASSERT_TRUE(browser.navigate(url(QStringLiteral("/light/2"))));
+    EXPECT_TRUE(shows(green, { QStringLiteral("2"), QStringLiteral("PREVIEW"), QStringLiteral("Camera 2") }));
+
+    standin.send("quit\n");
+    ASSERT_TRUE(standin.waitForExit());
+    EXPECT_TRUE(shows(grey, { QStringLiteral("NO SIGNAL") }));
+    EXPECT_FALSE(look().text.contains(QStringLiteral("PREVIEW")));
+}
+
+TEST_F(WebTallyPageTest, AnUnassignedLightIsDarkAndTheListLinksEveryLight)
+{
+    ASSERT_TRUE(standin.start());
+    startWatch();
+    startBrowser();
+    ASSERT_TRUE(browser.navigate(url(QStringLiteral("/light/4"))));
+    EXPECT_TRUE(shows(QStringLiteral("rgb(0, 0, 0)"), { QStringLiteral("4") }));
+    EXPECT_FALSE(look().text.contains(QStringLiteral("NO SIGNAL")));
+
+    ASSERT_TRUE(browser.navigate(url(QStringLiteral("/"))));
+    EXPECT_TRUE(eventually([&] {
+        return browser.evaluate(QStringLiteral("document.querySelector('[data-light=\"3\"] .mode').textContent"))
+                   .toString()
+            == QLatin1String("LIVE");
+    }));
+    EXPECT_EQ(browser.evaluate(QStringLiteral("document.querySelectorAll('a[href^=\"/light/\"]').length")).toInt(), 8);
+    EXPECT_EQ(
+        browser.evaluate(QStringLiteral("document.querySelector('[data-light=\"3\"] .shots').textContent")).toString(),
+        QStringLiteral("Camera 1, Camera 2"));
+}
+
+TEST_F(WebTallyPageTest, APictureOfLightOneReadsAsATally)
+{
+    ASSERT_TRUE(standin.start());
+    startWatch();
+    startBrowser();
+    browser.emulateScreen(390, 844, 2);
+    ASSERT_TRUE(browser.navigate(url(QStringLiteral("/light/1"))));
+    ASSERT_TRUE(shows(red, { QStringLiteral("LIVE"), QStringLiteral("Camera 1") }));
+    const QByteArray picture = browser.screenshot();
+    ASSERT_TRUE(picture.startsWith("\x89PNG")) << "a PNG picture";
+    // Kept for the README; the build tree is the place for generated files.
+    QDir().mkpath(QStringLiteral(TALLY_BINARY_DIR "/screenshots"));
+    QFile file(QStringLiteral(TALLY_BINARY_DIR "/screenshots/web-light-1.png"));
+    ASSERT_TRUE(file.open(QIODevice::WriteOnly));
+    file.write(picture);
+}
+
+TEST_F(WebTallyPageTest, ABusyPortIsAClearErrorAndNotACrash)
+{
+    QTcpServer occupant;
+    ASSERT_TRUE(occupant.listen(QHostAddress::LocalHost, port));
+    QProcess process;
+    process.start(QStringLiteral(TALLY_BINARY_DIR "/bin/tallyctl"),
+        { QStringLiteral("watch"), QStringLiteral("--web"), QStringLiteral("127.0.0.1:%1").arg(port), mapPath });
+    ASSERT_TRUE(process.waitForFinished(15000));
+    EXPECT_EQ(process.exitStatus(), QProcess::NormalExit);
+    EXPECT_EQ(process.exitCode(), 1);
+    EXPECT_EQ(QString::fromUtf8(process.readAllStandardError()),
+        QStringLiteral("tallyctl watch: cannot serve the web tally page on 127.0.0.1:%1: The bound address is already "
+                       "in use\n")
+            .arg(port));
+}
+
+TEST_F(WebTallyPageTest, TheWindowServesThePageForItsOpenMap)
+{
+    ASSERT_TRUE(standin.start());
+    QProcess window;
+    launchWindow(window, { QStringLiteral("--web"), QStringLiteral("127.0.0.1:%1").arg(port), mapPath });
+    QByteArray state;
+    EXPECT_TRUE(eventually([&] {
+        state = lights();
+        return state.contains("{\"light\":1,\"mode\":\"live\",\"shots\":[\"Camera 1\"]}");
+    })) << state.toStdString();
+    EXPECT_TRUE(state.contains("\"sourceRunning\":true"));
+    window.kill();
+    window.waitForFinished();
+}
+
+TEST_F(WebTallyPageTest, TheWindowWithABusyPortSaysSoAndDoesNotStart)
+{
+    QTcpServer occupant;
+    ASSERT_TRUE(occupant.listen(QHostAddress::LocalHost, port));
+    QProcess window;
+    launchWindow(window, { QStringLiteral("--web"), QStringLiteral("127.0.0.1:%1").arg(port) });
+    ASSERT_TRUE(window.waitForFinished(15000));
+    EXPECT_EQ(window.exitStatus(), QProcess::NormalExit);
+    EXPECT_EQ(window.exitCode(), 1);
+    EXPECT_TRUE(window.readAllStandardError().contains(
+        QStringLiteral("mixdesk-tally: cannot serve the web tally page on 127.0.0.1:%1: The bound address is "
+                       "already in use\n")
+            .arg(port)
+            .toUtf8()));
+}
