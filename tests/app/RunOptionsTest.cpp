@@ -162,39 +162,40 @@ TEST(RunOptionsTest, AFreeTslSourcePortGivesASourceThatWaitsForMessages)
     ASSERT_NE(source, nullptr) << problem.toStdString();
     EXPECT_FALSE(source->isRunning());
     EXPECT_EQ(source->notRunningWarning(), QStringLiteral("No TSL messages received"));
+}
 
-    TEST(RunOptionsTest, TheWebTallyPageIsOffUnlessAsked)
-    {
-        QStringList arguments { QStringLiteral("map.tlx") };
-        RunOptions options;
-        EXPECT_EQ(RunOptions::takeFrom(arguments, &options), std::nullopt);
-        EXPECT_FALSE(options.web);
-        QString problem;
-        EXPECT_EQ(startWebTally(options, &problem), nullptr);
-        EXPECT_TRUE(problem.isEmpty());
-    }
+TEST(RunOptionsTest, TheWebTallyPageIsOffUnlessAsked)
+{
+    QStringList arguments { QStringLiteral("map.tlx") };
+    RunOptions options;
+    EXPECT_EQ(RunOptions::takeFrom(arguments, &options), std::nullopt);
+    EXPECT_FALSE(options.web);
+    QString problem;
+    EXPECT_EQ(startWebTally(options, &problem), nullptr);
+    EXPECT_TRUE(problem.isEmpty());
+}
 
-    TEST(RunOptionsTest, WebTakesAnAddressAndPortOrAPortAlone)
-    {
-        QStringList arguments { QStringLiteral("--web"), QStringLiteral("127.0.0.1:8080"), QStringLiteral("map.tlx") };
-        RunOptions options;
-        EXPECT_EQ(RunOptions::takeFrom(arguments, &options), std::nullopt);
-        ASSERT_TRUE(options.web);
-        EXPECT_EQ(options.web->address, QHostAddress(QHostAddress::LocalHost));
-        EXPECT_EQ(options.web->port, 8080);
-        EXPECT_EQ(arguments, QStringList { QStringLiteral("map.tlx") });
+TEST(RunOptionsTest, WebTakesAnAddressAndPortOrAPortAlone)
+{
+    QStringList arguments { QStringLiteral("--web"), QStringLiteral("127.0.0.1:8080"), QStringLiteral("map.tlx") };
+    RunOptions options;
+    EXPECT_EQ(RunOptions::takeFrom(arguments, &options), std::nullopt);
+    ASSERT_TRUE(options.web);
+    EXPECT_EQ(options.web->address, QHostAddress(QHostAddress::LocalHost));
+    EXPECT_EQ(options.web->port, 8080);
+    EXPECT_EQ(arguments, QStringList { QStringLiteral("map.tlx") });
 
-        QStringList portOnly { QStringLiteral("--web=9000") };
-        EXPECT_EQ(RunOptions::takeFrom(portOnly, &options), std::nullopt);
-        EXPECT_EQ(options.web->address, QHostAddress(QHostAddress::Any));
-        EXPECT_EQ(options.web->port, 9000);
-    }
+    QStringList portOnly { QStringLiteral("--web=9000") };
+    EXPECT_EQ(RunOptions::takeFrom(portOnly, &options), std::nullopt);
+    EXPECT_EQ(options.web->address, QHostAddress(QHostAddress::Any));
+    EXPECT_EQ(options.web->port, 9000);
+}
 
-    TEST(RunOptionsTest, ABadWebAddressIsAUsageProblem)
-    {
-        QStringList arguments { QStringLiteral("--web"), QStringLiteral("studio:80") };
-        RunOptions options;
-        EXPECT_EQ(RunOptions::takeFrom(arguments, &options), QStringLiteral("--web: 'studio' is not an IP address"));
-        QStringList missing { QStringLiteral("--web") };
-        EXPECT_EQ(RunOptions::takeFrom(missing, &options), QStringLiteral("--web needs a value"));
-    }
+TEST(RunOptionsTest, ABadWebAddressIsAUsageProblem)
+{
+    QStringList arguments { QStringLiteral("--web"), QStringLiteral("studio:80") };
+    RunOptions options;
+    EXPECT_EQ(RunOptions::takeFrom(arguments, &options), QStringLiteral("--web: 'studio' is not an IP address"));
+    QStringList missing { QStringLiteral("--web") };
+    EXPECT_EQ(RunOptions::takeFrom(missing, &options), QStringLiteral("--web needs a value"));
+}
