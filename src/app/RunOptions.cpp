@@ -179,9 +179,9 @@ QStringList RunOptions::helpLines()
         QStringLiteral("                        from a switcher: tsl://[ADDRESS:]PORT (3.1) or"),
         QStringLiteral("                        tsl5://[ADDRESS:]PORT (5.0) over UDP, tsl+tcp:// or tsl5+tcp://"),
         QStringLiteral("  --password-file FILE  the switcher's password, on the file's first line"),
-        QStringLiteral("  --tsl udp://HOST:PORT send the lights as TSL UMD 3.1 (repeatable; tcp:// too)"),
-        QStringLiteral("  --tsl5 udp://HOST:PORT|tcp://HOST:PORT"),
-        QStringLiteral("                        send the lights as TSL UMD 5.0 (repeatable)"),
+        QStringLiteral("  --tsl URL             send the lights as TSL UMD 3.1 to udp://HOST:PORT (repeatable)"),
+        QStringLiteral("  --tsl5 URL            send the lights as TSL UMD 5.0 to udp:// or tcp://HOST:PORT"),
+        QStringLiteral("                        (repeatable)"),
         QStringLiteral("  --tsl-offset N        light N is TSL display index N + offset (default 0)"),
         QStringLiteral("  --web [ADDRESS:]PORT  serve the web tally page for phones (every interface if no ADDRESS)"),
     };
