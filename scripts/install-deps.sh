@@ -12,6 +12,8 @@ packages=(
   xvfb xauth fonts-dejavu-core
   desktop-file-utils libxml2-utils shared-mime-info
   dpkg-dev file
+  # Tests fill a small mounted file system and run the query as another user.
+  mount util-linux
 )
 
 missing=()
