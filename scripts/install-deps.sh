@@ -15,6 +15,8 @@ packages=(
   nodejs
   lintian appstream groff-base bash-completion
   chromium
+  # Tests fill a small mounted file system and run the query as another user.
+  mount util-linux
 )
 # The TSL interop tests run an npm package under node. Some builds of node
 # bring npm along; Debian packages it apart.

@@ -4,12 +4,19 @@
 #include "app/ViewController.h"
 #include "core/FatalError.h"
 
+#include <QApplication>
 #include <QMainWindow>
+#include <QTimer>
 #include <QUrl>
+
+#include <utility>
 
 AppDelegate::AppDelegate(QObject* parent)
     : QObject(parent)
+    , m_waitingTimer(new QTimer(this))
 {
+    m_waitingTimer->setInterval(waitingRetryMilliseconds);
+    connect(m_waitingTimer, &QTimer::timeout, this, &AppDelegate::openWhenNothingIsUp);
 }
 
 void AppDelegate::setKeyWindow(QMainWindow* window)
@@ -33,6 +40,23 @@ void AppDelegate::applicationOpenFiles(const QStringList& paths)
     if (paths.isEmpty()) {
         return;
     }
+    m_waitingFile = paths.first();
+    openWhenNothingIsUp();
+}
+
+void AppDelegate::openWhenNothingIsUp()
+{
+    // The window-modal shot editor counts as well as the application-modal
+    // panels: both are on the modal stack while they are shown.
+    if (QApplication::activeModalWidget() != nullptr) {
+        m_waitingTimer->start();
+        return;
+    }
+    m_waitingTimer->stop();
+    const QString path = std::exchange(m_waitingFile, QString());
+    if (path.isEmpty()) {
+        return;
+    }
     if (!m_keyWindow) {
         fatalError(QStringLiteral("a file was handed over with no main window to open it"));
     }
@@ -45,5 +69,5 @@ void AppDelegate::applicationOpenFiles(const QStringList& paths)
         fatalError(QStringLiteral("the main window's content is a %1, not the main screen controller")
                        .arg(QString::fromLatin1(content->metaObject()->className())));
     }
-    controller->loadTallyMap(QUrl::fromLocalFile(paths.first()));
+    controller->loadTallyMap(QUrl::fromLocalFile(path));
 }

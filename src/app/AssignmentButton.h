@@ -12,6 +12,9 @@ class AssignmentButton : public QPushButton {
 public:
     explicit AssignmentButton(QWidget* parent = nullptr);
 
+    // More characters than the widest button can show.
+    static constexpr qsizetype measuredLength = 1000;
+
 protected:
     void paintEvent(QPaintEvent* event) override;
 };

@@ -3,6 +3,7 @@
 #include "tallymap/TallyMapFile.h"
 
 #include <QFileDialog>
+#include <QFileInfo>
 
 namespace {
 
@@ -21,11 +22,41 @@ void setUp(QFileDialog& dialog)
     dialog.setWindowModality(Qt::ApplicationModal);
 }
 
+bool isTallyMapName(const QString& path)
+{
+    return QFileInfo(path).suffix().compare(TallyMapFile::documentType, Qt::CaseInsensitive) == 0;
+}
+
+// The filter only decides what is listed: a name typed in full ("notes.txt")
+// would still be taken. Only tally maps are opened, and whatever is saved is
+// saved as one.
+class TallyMapFileDialog : public QFileDialog {
+public:
+    using QFileDialog::QFileDialog;
+
+    void accept() override
+    {
+        const QStringList files = selectedFiles();
+        const QString chosen = files.value(0);
+        if (chosen.isEmpty() || QFileInfo(chosen).isDir() || isTallyMapName(chosen)) {
+            QFileDialog::accept(); // a folder is opened in the panel
+            return;
+        }
+        if (acceptMode() == AcceptSave) {
+            // "notes.txt" becomes "notes.txt.tlx", asked about again if that
+            // file is there.
+            selectFile(chosen + QLatin1Char('.') + TallyMapFile::documentType);
+            QFileDialog::accept();
+        }
+        // Any other file is not a tally map: the panel stays up.
+    }
+};
+
 } // namespace
 
 std::optional<QUrl> FileDialogPanels::runOpenPanel(QWidget* parent)
 {
-    QFileDialog dialog(parent, QObject::tr("Open Tally Map"));
+    TallyMapFileDialog dialog(parent, QObject::tr("Open Tally Map"));
     setUp(dialog);
     dialog.setAcceptMode(QFileDialog::AcceptOpen);
     // One file at a time: a second map would only replace the first.
@@ -35,7 +66,7 @@ std::optional<QUrl> FileDialogPanels::runOpenPanel(QWidget* parent)
 
 std::optional<QUrl> FileDialogPanels::runSavePanel(QWidget* parent)
 {
-    QFileDialog dialog(parent, QObject::tr("Save Tally Map"));
+    TallyMapFileDialog dialog(parent, QObject::tr("Save Tally Map"));
     setUp(dialog);
     dialog.setAcceptMode(QFileDialog::AcceptSave);
     dialog.setFileMode(QFileDialog::AnyFile);

@@ -3,6 +3,7 @@
 #include "app/RecentDocuments.h"
 #include "app/UserDefaults.h"
 #include "app/ViewController.h"
+#include "core/Text.h"
 
 #include <QApplication>
 #include <QCheckBox>
@@ -112,7 +113,7 @@ void MainMenu::rebuildOpenRecentMenu()
     m_openRecentMenu->clear();
     const QStringList paths = m_controller.recentDocuments().recentDocuments();
     for (const QString& path : paths) {
-        QAction* item = m_openRecentMenu->addAction(QFileInfo(path).fileName());
+        QAction* item = m_openRecentMenu->addAction(Text::literalMnemonicText(QFileInfo(path).fileName()));
         item->setToolTip(path);
         item->setStatusTip(path);
         // A file that has gone stays listed (its disk may come back) but

@@ -7,6 +7,7 @@
 #include "core/FatalError.h"
 #include "core/ModalSession.h"
 #include "core/StandardOutput.h"
+#include "core/Text.h"
 #include "hardware/TestViewController.h"
 #include "hardware/USBHIDAppDelegate.h"
 #include "sources/MixdeskShotSource.h"
@@ -232,9 +233,10 @@ void ViewController::refreshAssignmentTitles()
     const QList<Mixdesk::ShotList>& lights = tallyMap.shotSelections();
     for (qsizetype lightIndex = 0; lightIndex < lights.size(); ++lightIndex) {
         QPushButton* button = assignmentButton(lightIndex);
-        button->setText(assignmentTitle(lights[lightIndex]));
+        const QString title = assignmentTitle(lights[lightIndex]);
+        button->setText(Text::literalMnemonicText(title));
         // Long names are cut in the button; the whole title is a hover away.
-        button->setToolTip(button->text());
+        button->setToolTip(title);
     }
 }
 
@@ -381,7 +383,7 @@ void ViewController::showDocument(const QUrl& url)
     // over the one Qt derives from it.
     QWidget* window = this->window();
     window->setWindowFilePath(url.toLocalFile());
-    window->setWindowTitle(QFileInfo(url.path()).fileName());
+    window->setWindowTitle(Text::literalWindowTitle(QFileInfo(url.path()).fileName()));
 }
 
 // Editing lock.

@@ -1,6 +1,7 @@
 #include "cli/ChaseCommand.h"
 
 #include "cli/DeviceWait.h"
+#include "cli/DeviceWrites.h"
 #include "core/StandardOutput.h"
 #include "hardware/TestSequenceRunner.h"
 
@@ -45,14 +46,15 @@ int runChase(const QStringList& arguments)
         return CommandLine::exitFailure;
     }
     // No window, so no modal panel: the chase steps on every tick.
-    TestSequenceRunner runner(TestSequenceRunner::sendToSharedDevice, TestSequenceRunner::StepPolicy::always);
+    DeviceWrites writes;
+    TestSequenceRunner runner(writes.sender(), TestSequenceRunner::StepPolicy::always);
     QEventLoop loop;
     QObject::connect(&runner, &TestSequenceRunner::stepPerformed,
         [](qint64 step, const QList<quint8>& bytes) { printLine(stepLine(step, bytes)); });
     QObject::connect(&runner, &TestSequenceRunner::timerInvalidated, &loop, &QEventLoop::quit);
     runner.testAll();
     loop.exec();
-    return CommandLine::exitOk;
+    return writes.exitStatus(command().name);
 }
 
 } // namespace

@@ -1,6 +1,7 @@
 #include "cli/CommandInputs.h"
 
 #include "core/Error.h"
+#include "core/SmallFile.h"
 #include "link/AppleScriptNotationParser.h"
 #include "link/ShotDecoder.h"
 #include "tallymap/TallyMapFile.h"
@@ -10,6 +11,7 @@
 #include <QFile>
 
 #include <cstdio>
+#include <unistd.h>
 
 namespace CommandInputs {
 
@@ -95,20 +97,16 @@ std::optional<TallyMap> readTallyMap(const QString& path, QString* failure)
 
 std::optional<QByteArray> readFileOrStandardInput(const QString& path, QString* failure)
 {
-    QFile file;
-    bool opened = false;
-    if (path.isEmpty()) {
-        opened = file.open(stdin, QIODevice::ReadOnly);
-    } else {
-        file.setFileName(path);
-        opened = file.open(QIODevice::ReadOnly);
-    }
-    if (!opened) {
+    // Answers are small text files: a FIFO, a device or a file too large is
+    // refused rather than waited on or read without end.
+    QString reason;
+    std::optional<QByteArray> data
+        = path.isEmpty() ? SmallFile::readStream(STDIN_FILENO, &reason) : SmallFile::read(path, &reason);
+    if (!data) {
         *failure = QStringLiteral("cannot read %1: %2")
-                       .arg(path.isEmpty() ? QStringLiteral("standard input") : path, file.errorString());
-        return std::nullopt;
+                       .arg(path.isEmpty() ? QStringLiteral("standard input") : path, reason);
     }
-    return file.readAll();
+    return data;
 }
 
 std::optional<Mixdesk::ShotList> decodeAnswer(

@@ -42,8 +42,13 @@ int runDevices(const QStringList& arguments)
     }
     for (const HidDevicePtr& device : devices) {
         const HidDeviceDescription description = device->description();
-        const bool driven = device == delegate.controller();
-        printLine(description.path + (driven ? QStringLiteral(" (driven)") : QString()));
+        // A box the program took but could not open (no permission) is not
+        // driven: nothing it is sent arrives.
+        QString state;
+        if (device == delegate.controller()) {
+            state = device->isOpen() ? QStringLiteral(" (driven)") : QStringLiteral(" (cannot be opened)");
+        }
+        printLine(description.path + state);
         printLine(QStringLiteral("  manufacturer: ") + orNone(description.manufacturer));
         printLine(QStringLiteral("  product: ") + orNone(description.product));
         printLine(QStringLiteral("  serial: ") + orNone(description.serialNumber));

@@ -1,6 +1,7 @@
 #include "cli/OffCommand.h"
 
 #include "cli/DeviceWait.h"
+#include "cli/DeviceWrites.h"
 #include "hardware/TestSequenceRunner.h"
 
 namespace {
@@ -32,8 +33,9 @@ int runOff(const QStringList& arguments)
     if (!DeviceWait::waitForDevice()) {
         return CommandLine::exitFailure;
     }
-    TestSequenceRunner(TestSequenceRunner::sendToSharedDevice, TestSequenceRunner::StepPolicy::always).turnOffAll();
-    return CommandLine::exitOk;
+    DeviceWrites writes;
+    TestSequenceRunner(writes.sender(), TestSequenceRunner::StepPolicy::always).turnOffAll();
+    return writes.exitStatus(command().name);
 }
 
 } // namespace

@@ -1,7 +1,7 @@
 #include "cli/SendCommand.h"
 
 #include "cli/DeviceWait.h"
-#include "hardware/USBHIDAppDelegate.h"
+#include "cli/DeviceWrites.h"
 
 #include <QRegularExpression>
 
@@ -47,10 +47,11 @@ int runSend(const QStringList& arguments)
     if (!DeviceWait::waitForDevice()) {
         return CommandLine::exitFailure;
     }
+    DeviceWrites writes;
     for (const quint8 byte : bytes) {
-        USBHIDAppDelegate::shared().sendControl(byte);
+        writes.send(byte);
     }
-    return CommandLine::exitOk;
+    return writes.exitStatus(command().name);
 }
 
 } // namespace

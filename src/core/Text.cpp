@@ -17,4 +17,34 @@ bool equal(const QString& a, const QString& b)
     return canonical(a) == canonical(b);
 }
 
+QString literalMnemonicText(const QString& name)
+{
+    QString text = name;
+    return text.replace(QLatin1Char('&'), QLatin1String("&&"));
+}
+
+QString fromLiteralMnemonicText(const QString& text)
+{
+    QString name = text;
+    return name.replace(QLatin1String("&&"), QLatin1String("&"));
+}
+
+QString literalWindowTitle(const QString& name)
+{
+    QString title = name;
+    return title.replace(QLatin1String("[*]"), QLatin1String("[*][*]"));
+}
+
+QString measurablePrefix(const QString& text, qsizetype limit)
+{
+    if (text.size() <= limit) {
+        return text;
+    }
+    qsizetype end = limit;
+    if (end > 0 && text.at(end - 1).isHighSurrogate()) {
+        --end;
+    }
+    return text.left(end);
+}
+
 } // namespace Text

@@ -10,4 +10,19 @@ namespace Text {
 QString canonical(const QString& text);
 bool equal(const QString& a, const QString& b);
 
+// A name as the text of a button, check box or menu item, where "&" marks
+// the keyboard shortcut letter: every "&" doubled, so that "Q&A Panel"
+// shows as it is and makes no shortcut.
+QString literalMnemonicText(const QString& name);
+// The reverse, for code that measures or cuts such a text.
+QString fromLiteralMnemonicText(const QString& text);
+
+// A file name as a window title, where "[*]" stands for the modified marker:
+// each one doubled, so that a file named "take[*].tlx" keeps its name.
+QString literalWindowTitle(const QString& name);
+
+// At most `limit` UTF-16 units of text, never cutting a character in two:
+// enough to fill any widget, however long the name.
+QString measurablePrefix(const QString& text, qsizetype limit);
+
 } // namespace Text

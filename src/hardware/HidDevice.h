@@ -31,6 +31,11 @@ public:
     // failure shows.
     virtual void open() = 0;
 
+    // Whether reports can go out: false for a box whose opening failed (no
+    // permission yet, say). A device with nothing of its own to open is
+    // always open.
+    virtual bool isOpen() const { return true; }
+
     // Writes one output report. Returns 0 when it went out, otherwise the
     // failure status (negative for the hidapi back end).
     virtual qint32 setReport(quint8 reportId, const HidReport& report) = 0;

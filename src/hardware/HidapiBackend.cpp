@@ -1,6 +1,7 @@
 #include "hardware/HidapiBackend.h"
 
 #include <QSet>
+#include <QTimer>
 
 namespace {
 
@@ -27,7 +28,21 @@ public:
 
     void open() override
     {
+        m_wanted = true;
         if (m_handle == nullptr) {
+            m_handle = m_api->openPath(m_description.path);
+        }
+    }
+
+    bool isOpen() const override { return m_handle != nullptr; }
+
+    // Opens again a box that was taken but could not be opened: its
+    // permission may have been granted since (a device rule that takes
+    // effect a moment after plugging). A box that was open stays as it is,
+    // even when its writes fail.
+    void retryOpen()
+    {
+        if (m_wanted && m_handle == nullptr) {
             m_handle = m_api->openPath(m_description.path);
         }
     }
@@ -46,6 +61,7 @@ private:
     std::shared_ptr<HidApi> m_api;
     HidDeviceDescription m_description;
     HidApi::Handle m_handle = nullptr;
+    bool m_wanted = false;
 };
 
 // A device with several interfaces or collections may be listed once per
@@ -82,7 +98,18 @@ bool HidapiBackend::start(DeviceHandler matched, DeviceHandler removed)
     m_removed = std::move(removed);
     m_watcher->start([this] { rescan(); });
     rescan();
+    m_reopenTimer = std::make_unique<QTimer>();
+    m_reopenTimer->setInterval(reopenIntervalMilliseconds);
+    QObject::connect(m_reopenTimer.get(), &QTimer::timeout, [this] { retryUnopened(); });
+    m_reopenTimer->start();
     return true;
+}
+
+void HidapiBackend::retryUnopened()
+{
+    for (const Known& known : m_known) {
+        std::static_pointer_cast<HidapiDevice>(known.device)->retryOpen();
+    }
 }
 
 QList<HidDevicePtr> HidapiBackend::devices() const
@@ -122,6 +149,9 @@ void HidapiBackend::rescan()
             arrived.append(device);
         }
     }
+
+    // A change notice is also the moment a permission may have changed.
+    retryUnopened();
 
     // Reported only once the list is settled, so that a handler asking for
     // devices() sees the new state.

@@ -8,6 +8,8 @@
 
 #include <memory>
 
+class QTimer;
+
 // Finds tally boxes through hidapi: enumerates the devices with the box's
 // vendor and product IDs at start and again whenever the change watcher says
 // something may have changed, and reports the difference as matches and
@@ -24,9 +26,17 @@ public:
     bool start(DeviceHandler matched, DeviceHandler removed) override;
     QList<HidDevicePtr> devices() const override;
 
+    // How often a box that could not be opened is tried again.
+    static constexpr int reopenIntervalMilliseconds = 1000;
+
     // Enumerates now and reports what came and went: removals first, then
-    // matches, each in enumeration order.
+    // matches, each in enumeration order. Boxes still there that could not
+    // be opened are tried again.
     void rescan();
+
+    // Tries again to open every box that was taken but could not be opened;
+    // runs once a second while the back end is started.
+    void retryUnopened();
 
 private:
     struct Known {
@@ -39,4 +49,5 @@ private:
     QList<Known> m_known;
     DeviceHandler m_matched;
     DeviceHandler m_removed;
+    std::unique_ptr<QTimer> m_reopenTimer;
 };

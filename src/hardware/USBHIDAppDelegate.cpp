@@ -14,14 +14,30 @@ USBHIDAppDelegate*& sharedInstance()
     return instance;
 }
 
+// A back end a test has set aside for the next shared() call.
+std::unique_ptr<HidBackend>& pendingBackend()
+{
+    static std::unique_ptr<HidBackend> backend;
+    return backend;
+}
+
 } // namespace
 
 USBHIDAppDelegate& USBHIDAppDelegate::shared()
 {
     if (sharedInstance() == nullptr) {
-        sharedInstance() = new USBHIDAppDelegate(makeHidBackendFromEnvironment());
+        std::unique_ptr<HidBackend> backend
+            = pendingBackend() ? std::move(pendingBackend()) : makeHidBackendFromEnvironment();
+        sharedInstance() = new USBHIDAppDelegate(std::move(backend));
     }
     return *sharedInstance();
+}
+
+void USBHIDAppDelegate::setSharedBackendOnFirstUseForTesting(std::unique_ptr<HidBackend> backend)
+{
+    delete sharedInstance();
+    sharedInstance() = nullptr;
+    pendingBackend() = std::move(backend);
 }
 
 void USBHIDAppDelegate::setSharedBackendForTesting(std::unique_ptr<HidBackend> backend)
@@ -69,17 +85,19 @@ void USBHIDAppDelegate::handleRemove(const HidDevicePtr& device)
     }
 }
 
-void USBHIDAppDelegate::sendControl(quint8 command)
+bool USBHIDAppDelegate::sendControl(quint8 command)
 {
     HidReport report {};
     report[0] = command;
     if (!m_controller) {
-        return;
+        return false;
     }
     const qint32 status = m_controller->setReport(command, report);
     if (status != 0) {
         systemLog(QStringLiteral("set report failed status: %1").arg(status));
+        return false;
     }
+    return true;
 }
 
 QList<HidDevicePtr> USBHIDAppDelegate::attachedDevices() const

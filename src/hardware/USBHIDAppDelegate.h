@@ -23,6 +23,9 @@ public:
     // one, if any, goes away without sending anything). For tests only; the
     // program never calls it.
     static void setSharedBackendForTesting(std::unique_ptr<HidBackend> backend);
+    // Lets the shared instance go and has the next shared() call make it over
+    // this back end, so that a test sees when that first use happens.
+    static void setSharedBackendOnFirstUseForTesting(std::unique_ptr<HidBackend> backend);
 
     // Starts the back end at once. When the HID layer cannot start, logs
     // "IOHIDManagerOpen failed." and works on as a sender without a device.
@@ -46,8 +49,9 @@ public:
     void handleRemove(const HidDevicePtr& device);
 
     // Writes one command byte as a 64-byte report: the byte in byte 0, 63
-    // zeros, report ID the byte itself. Blocks for the one write.
-    void sendControl(quint8 command);
+    // zeros, report ID the byte itself. Blocks for the one write. True when
+    // the report went out (the window ignores it; tallyctl reports it).
+    bool sendControl(quint8 command);
 
     // Every matching device the back end knows of now, driven or not.
     QList<HidDevicePtr> attachedDevices() const;

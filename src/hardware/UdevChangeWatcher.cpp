@@ -17,6 +17,40 @@ bool udevIsRunning(udev* context)
     return active;
 }
 
+class LibudevMonitor : public UdevMonitor {
+public:
+    LibudevMonitor(udev* context, udev_monitor* monitor)
+        : m_context(context)
+        , m_monitor(monitor)
+    {
+    }
+    ~LibudevMonitor() override
+    {
+        udev_monitor_unref(m_monitor);
+        udev_unref(m_context);
+    }
+    LibudevMonitor(const LibudevMonitor&) = delete;
+    LibudevMonitor& operator=(const LibudevMonitor&) = delete;
+
+    int socket() const override { return udev_monitor_get_fd(m_monitor); }
+
+    bool drainEvents() override
+    {
+        // The monitor's socket does not block: receiving returns null once
+        // the queue is empty.
+        bool any = false;
+        while (udev_device* device = udev_monitor_receive_device(m_monitor)) {
+            any = true;
+            udev_device_unref(device);
+        }
+        return any;
+    }
+
+private:
+    udev* m_context;
+    udev_monitor* m_monitor;
+};
+
 } // namespace
 
 std::unique_ptr<UdevChangeWatcher> UdevChangeWatcher::create()
@@ -34,40 +68,25 @@ std::unique_ptr<UdevChangeWatcher> UdevChangeWatcher::create()
         udev_unref(context);
         return nullptr;
     }
-    return std::unique_ptr<UdevChangeWatcher>(new UdevChangeWatcher(context, monitor));
+    return std::make_unique<UdevChangeWatcher>(std::make_unique<LibudevMonitor>(context, monitor));
 }
 
-UdevChangeWatcher::UdevChangeWatcher(udev* context, udev_monitor* monitor)
-    : m_context(context)
-    , m_monitor(monitor)
+UdevChangeWatcher::UdevChangeWatcher(std::unique_ptr<UdevMonitor> monitor)
+    : m_monitor(std::move(monitor))
 {
 }
 
 UdevChangeWatcher::~UdevChangeWatcher()
 {
     m_notifier.reset();
-    udev_monitor_unref(m_monitor);
-    udev_unref(m_context);
 }
 
 void UdevChangeWatcher::start(std::function<void()> changed)
 {
-    m_notifier = std::make_unique<QSocketNotifier>(udev_monitor_get_fd(m_monitor), QSocketNotifier::Read);
+    m_notifier = std::make_unique<QSocketNotifier>(m_monitor->socket(), QSocketNotifier::Read);
     QObject::connect(m_notifier.get(), &QSocketNotifier::activated, [this, changed = std::move(changed)] {
-        if (drainEvents()) {
+        if (m_monitor->drainEvents()) {
             changed();
         }
     });
-}
-
-bool UdevChangeWatcher::drainEvents()
-{
-    // The monitor's socket does not block: receiving returns null once the
-    // queue is empty.
-    bool any = false;
-    while (udev_device* device = udev_monitor_receive_device(m_monitor)) {
-        any = true;
-        udev_device_unref(device);
-    }
-    return any;
 }

@@ -8,6 +8,7 @@
 
 #include <dirent.h>
 #include <fcntl.h>
+#include <optional>
 #include <unistd.h>
 
 namespace {
@@ -42,6 +43,45 @@ QByteArray processCommand(const QByteArray& processRoot, const char* pid)
     return QByteArray(buffer, length).trimmed();
 }
 
+// A process counts while it lives and belongs to this user. A process that
+// has ended but is not yet reaped (state Z, or X while it goes) keeps its
+// name for a moment after its answer is gone; a mixdesk of another login on
+// the same machine answers into that login's folders, never into ours.
+// Either would make a tick ask for an answer that is not there.
+bool isLiveProcessOfThisUser(const QByteArray& processRoot, const char* pid)
+{
+    const QByteArray path = processRoot + '/' + pid + "/status";
+    const int fd = ::open(path.constData(), O_RDONLY | O_CLOEXEC);
+    if (fd < 0) {
+        return false;
+    }
+    char buffer[4096];
+    const ssize_t length = ::read(fd, buffer, sizeof buffer);
+    ::close(fd);
+    if (length <= 0) {
+        return false;
+    }
+    std::optional<char> state;
+    std::optional<uid_t> owner;
+    for (const QByteArray& line : QByteArray(buffer, length).split('\n')) {
+        if (line.startsWith("State:")) {
+            const QByteArray value = line.mid(6).trimmed();
+            if (!value.isEmpty()) {
+                state = value.at(0);
+            }
+        } else if (line.startsWith("Uid:")) {
+            // Real, effective, saved and file system user: the real one says
+            // whose process it is.
+            bool ok = false;
+            const uint real = line.mid(4).simplified().split(' ').value(0).toUInt(&ok);
+            if (ok) {
+                owner = static_cast<uid_t>(real);
+            }
+        }
+    }
+    return state && *state != 'Z' && *state != 'X' && owner && *owner == ::getuid();
+}
+
 QString executableDirectory()
 {
     return QFileInfo(QFileInfo(QStringLiteral("/proc/self/exe")).canonicalFilePath()).absolutePath();
@@ -66,7 +106,8 @@ int LinuxMixdeskPlatform::runningApplicationCount(const QString&) const
     const QByteArray wanted = processName.toUtf8();
     int count = 0;
     while (const dirent* entry = ::readdir(directory)) {
-        if (isProcessId(entry->d_name) && processCommand(root, entry->d_name) == wanted) {
+        if (isProcessId(entry->d_name) && processCommand(root, entry->d_name) == wanted
+            && isLiveProcessOfThisUser(root, entry->d_name)) {
             ++count;
         }
     }

@@ -3,7 +3,8 @@
 #include "link/MixdeskPlatform.h"
 
 // The query's platform on Linux. The production application (or its
-// stand-in) runs under the process name "mixdesk"; there is no automation
+// stand-in) runs under the process name "mixdesk" (only live processes of
+// this user count); there is no automation
 // permission, so the check answers as a system without one; the query script
 // is the executable file "query_shots" in the resources directory, run as a
 // child process.

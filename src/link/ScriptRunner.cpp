@@ -29,6 +29,41 @@ void stopProcessGroup(QProcess& process)
     process.waitForFinished(); // reaps the child: no zombie is left behind
 }
 
+// What a script leaves running in the background (a "sleep 30 &", a bridge
+// started and forgotten) is stopped with it: run four times a second, such
+// leftovers would otherwise pile up. The group outlives the child it is
+// named after only while one of its members does.
+void stopLeftovers(qint64 groupId)
+{
+    if (groupId > 0) {
+        ::kill(static_cast<pid_t>(-groupId), SIGKILL);
+    }
+}
+
+// The kernel starts a file that begins with "#!" and an interpreter that is
+// there, or a binary; anything else fails at every start (exec format
+// error, missing interpreter), which makes it a script that cannot be loaded
+// rather than one that fails each time it runs.
+bool canBeStarted(const QString& file)
+{
+    QFile script(file);
+    if (!script.open(QIODevice::ReadOnly)) {
+        return false;
+    }
+    const QByteArray head = script.read(256);
+    if (head.startsWith("\x7f"
+                        "ELF")) {
+        return true;
+    }
+    if (!head.startsWith("#!")) {
+        return false;
+    }
+    const QByteArray line = head.mid(2, head.indexOf('\n') < 0 ? -1 : head.indexOf('\n') - 2).trimmed();
+    const QByteArray interpreter = line.left(line.indexOf(' ') < 0 ? line.size() : line.indexOf(' ')).trimmed();
+    const QFileInfo info(QFile::decodeName(interpreter));
+    return !interpreter.isEmpty() && info.isFile() && ::access(interpreter.constData(), X_OK) == 0;
+}
+
 std::optional<ScriptErrorInformation> osascriptFailure(const QString& standardError)
 {
     static const QRegularExpression line(
@@ -79,6 +114,33 @@ ScriptResult resultOfFinishedChild(QProcess& process, const QByteArray& output)
     return ScriptResult::success(std::move(*parsed.value));
 }
 
+// Reads the started child's output until it exits or the time is up.
+ScriptResult collect(QProcess& process, const QDeadlineTimer& deadline)
+{
+    QByteArray output;
+    while (process.state() != QProcess::NotRunning) {
+        if (deadline.hasExpired()) {
+            stopProcessGroup(process);
+            return failure(
+                QStringLiteral("timed out after %1 s").arg(ScriptRunner::timeLimitMilliseconds / 1000), noExitStatus);
+        }
+        if (!process.waitForReadyRead(static_cast<int>(deadline.remainingTime()))
+            && process.state() != QProcess::NotRunning) {
+            // Standard output closed early, or the time is up: only the exit
+            // is left to wait for.
+            process.waitForFinished(static_cast<int>(deadline.remainingTime()));
+        }
+        output.append(process.readAllStandardOutput());
+        if (output.size() > ScriptRunner::outputLimitBytes) {
+            stopProcessGroup(process);
+            return failure(
+                QStringLiteral("output larger than %1 bytes").arg(ScriptRunner::outputLimitBytes), noExitStatus);
+        }
+    }
+    output.append(process.readAllStandardOutput());
+    return resultOfFinishedChild(process, output);
+}
+
 } // namespace
 
 ScriptRunner::ScriptRunner(QString file)
@@ -90,7 +152,7 @@ std::unique_ptr<ScriptRunner> ScriptRunner::load(const QString& file)
 {
     const QFileInfo info(file);
     const QByteArray path = QFile::encodeName(file);
-    if (!info.isFile() || ::access(path.constData(), R_OK | X_OK) != 0) {
+    if (!info.isFile() || ::access(path.constData(), R_OK | X_OK) != 0 || !canBeStarted(file)) {
         return nullptr;
     }
     return std::unique_ptr<ScriptRunner>(new ScriptRunner(file));
@@ -110,25 +172,8 @@ ScriptResult ScriptRunner::execute()
         stopProcessGroup(process);
         return failure(QStringLiteral("cannot start %1: %2").arg(m_file, reason), noExitStatus);
     }
-
-    QByteArray output;
-    while (process.state() != QProcess::NotRunning) {
-        if (deadline.hasExpired()) {
-            stopProcessGroup(process);
-            return failure(QStringLiteral("timed out after %1 s").arg(timeLimitMilliseconds / 1000), noExitStatus);
-        }
-        if (!process.waitForReadyRead(static_cast<int>(deadline.remainingTime()))
-            && process.state() != QProcess::NotRunning) {
-            // Standard output closed early, or the time is up: only the exit
-            // is left to wait for.
-            process.waitForFinished(static_cast<int>(deadline.remainingTime()));
-        }
-        output.append(process.readAllStandardOutput());
-        if (output.size() > outputLimitBytes) {
-            stopProcessGroup(process);
-            return failure(QStringLiteral("output larger than %1 bytes").arg(outputLimitBytes), noExitStatus);
-        }
-    }
-    output.append(process.readAllStandardOutput());
-    return resultOfFinishedChild(process, output);
+    const qint64 groupId = process.processId();
+    const ScriptResult result = collect(process, deadline);
+    stopLeftovers(groupId);
+    return result;
 }

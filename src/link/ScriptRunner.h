@@ -22,7 +22,9 @@ public:
     // floods its output is stopped rather than buffered without end.
     static constexpr qsizetype outputLimitBytes = 16 * 1024 * 1024;
 
-    // Nothing when the file is not a readable and executable regular file.
+    // Nothing when the file is not a readable and executable regular file
+    // that the system can start (a binary, or "#!" and an interpreter that
+    // is there).
     static std::unique_ptr<ScriptRunner> load(const QString& file);
 
     ScriptResult execute() override;

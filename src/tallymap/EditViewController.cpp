@@ -2,6 +2,7 @@
 
 #include "app/UserDefaults.h"
 #include "core/FatalError.h"
+#include "core/Text.h"
 #include "tallymap/ShotAssignment.h"
 #include "ui_EditViewController.h"
 
@@ -117,7 +118,7 @@ QCheckBox* EditViewController::tableViewViewForTableColumnRow(QTableWidget* tabl
         fatalError(QStringLiteral("row %1 outside the shot editor's %2 rows").arg(row).arg(usableShotList.size()));
     }
     const Mixdesk::Shot& shot = *usableShotList.at(row);
-    auto* checkBox = new QCheckBox(shot.name);
+    auto* checkBox = new QCheckBox(Text::literalMnemonicText(shot.name));
     checkBox->setObjectName(QStringLiteral("shotCheckBox"));
     checkBox->setProperty(tagProperty, row);
     checkBox->setChecked(ShotAssignment::isAssigned(assignedShots(), shot));

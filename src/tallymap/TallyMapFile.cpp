@@ -1,8 +1,8 @@
 #include "tallymap/TallyMapFile.h"
 
+#include "core/SmallFile.h"
+
 #include <QDir>
-#include <QFile>
-#include <QSaveFile>
 
 namespace TallyMapFile {
 
@@ -20,15 +20,10 @@ void fail(Error* error, qint64 code, const QString& what, const QString& path, c
 
 std::optional<QByteArray> readData(const QString& path, Error* error)
 {
-    QFile file(path);
-    if (!file.open(QIODevice::ReadOnly)) {
-        fail(error, fileReadUnknownError, QStringLiteral("read"), path, file.errorString());
-        return std::nullopt;
-    }
-    QByteArray data = file.readAll();
-    if (file.error() != QFileDevice::NoError) {
-        fail(error, fileReadUnknownError, QStringLiteral("read"), path, file.errorString());
-        return std::nullopt;
+    QString reason;
+    std::optional<QByteArray> data = SmallFile::read(path, &reason);
+    if (!data) {
+        fail(error, fileReadUnknownError, QStringLiteral("read"), path, reason);
     }
     return data;
 }
@@ -48,14 +43,9 @@ std::optional<TallyMap> open(const QString& path, const QString& type, Error* er
 
 bool write(const TallyMap& map, const QString& path, const QString& type, Error* error)
 {
-    QSaveFile file(path);
-    if (!file.open(QIODevice::WriteOnly)) {
-        fail(error, fileWriteUnknownError, QStringLiteral("write"), path, file.errorString());
-        return false;
-    }
-    const QByteArray data = map.dataOfType(type);
-    if (file.write(data) != data.size() || !file.commit()) {
-        fail(error, fileWriteUnknownError, QStringLiteral("write"), path, file.errorString());
+    QString reason;
+    if (!SmallFile::write(path, map.dataOfType(type), &reason)) {
+        fail(error, fileWriteUnknownError, QStringLiteral("write"), path, reason);
         return false;
     }
     return true;

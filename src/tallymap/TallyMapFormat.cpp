@@ -14,9 +14,14 @@ namespace {
 constexpr qsizetype indexAndBreakSpace = 24;
 constexpr QChar separator = u'|';
 
+// The line breaks of the line enumeration map files have always been read
+// with: besides CR and LF, NEXT LINE, LINE SEPARATOR and PARAGRAPH
+// SEPARATOR end a line too, so a file written by a tool that uses them reads
+// the same everywhere.
 bool isLineBreak(QChar character)
 {
-    return character == u'\r' || character == u'\n';
+    return character == u'\r' || character == u'\n' || character == u'\u0085' || character == u'\u2028'
+        || character == u'\u2029';
 }
 
 // Where the next line starts, given the position of the break that ended

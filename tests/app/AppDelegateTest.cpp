@@ -2,10 +2,14 @@
 
 #include "MainWindowFixture.h"
 #include "support/QtPrinters.h"
+#include "tallymap/EditViewController.h"
 
+#include <QDialog>
 #include <QFileInfo>
 #include <QMainWindow>
 #include <QSettings>
+#include <QTest>
+#include <QTimer>
 
 #include <gtest/gtest.h>
 
@@ -41,6 +45,60 @@ TEST_F(AppDelegateTest, OpeningThreeFilesAtOnceOpensOnlyTheFirst)
     EXPECT_EQ(controller->currentDocumentUrl, QUrl::fromLocalFile(first));
     EXPECT_EQ(button(1)->text(), QStringLiteral("Cam 1"));
     EXPECT_EQ(controller->recentDocuments().recentDocuments(), QStringList { QFileInfo(first).canonicalFilePath() });
+}
+
+TEST_F(AppDelegateTest, AFileHandedOverWhileTheShotEditorIsUpOpensOnceItClosesAndGetsNoneOfItsEdits)
+{
+    answer({ { "1", "Cam 1", true, false }, { "2", "Cam 2", false, true } });
+    makeWindow();
+    delegate.setKeyWindow(main.window.get());
+    main.window->show();
+    const QString first = writeFile(QStringLiteral("first.tlx"), "0|Cam 1\r\n");
+    const QString second = writeFile(QStringLiteral("second.tlx"), "0|Cam 2\r\n");
+    delegate.applicationOpenFiles({ first });
+    tick();
+    controller->setEnableEditing(true);
+    button(2)->click();
+    auto* editor = main.window->findChild<EditViewController*>();
+    ASSERT_NE(editor, nullptr);
+    ASSERT_TRUE(editor->isVisible());
+
+    // A second launch hands over another map while the editor works on the
+    // first one's light 2.
+    delegate.applicationOpenFiles({ second });
+    QTest::qWait(3 * AppDelegate::waitingRetryMilliseconds);
+    EXPECT_EQ(controller->currentDocumentUrl, QUrl::fromLocalFile(first));
+    EXPECT_EQ(button(1)->text(), QStringLiteral("Cam 1"));
+
+    // Done: the edit lands in the map it was made for, then the handed-over
+    // map opens as it is on disk.
+    editor->setRepresentedObject({ controller->shotList, { controller->shotList.at(1) } });
+    editor->finishEditingWithSender(nullptr);
+    EXPECT_EQ(button(2)->text(), QStringLiteral("Cam 2"));
+    EXPECT_TRUE(QTest::qWaitFor([&] { return controller->currentDocumentUrl == QUrl::fromLocalFile(second); }, 5000));
+    EXPECT_EQ(button(1)->text(), QStringLiteral("Cam 2"));
+    EXPECT_EQ(button(2)->text(), QStringLiteral("Not Assigned"));
+    EXPECT_EQ(readFile(second), QByteArray("0|Cam 2\r\n"));
+}
+
+TEST_F(AppDelegateTest, AFileHandedOverWhileAnApplicationModalPanelIsUpOpensOnceItCloses)
+{
+    makeWindow();
+    delegate.setKeyWindow(main.window.get());
+    main.window->show();
+    const QString path = writeFile(QStringLiteral("studio.tlx"), "0|Cam 1\r\n");
+    QDialog panel(main.window.get());
+    panel.setWindowModality(Qt::ApplicationModal);
+    QUrl openedWhilePanelUp;
+    QTimer::singleShot(0, &panel, [&] {
+        delegate.applicationOpenFiles({ path });
+        QTest::qWait(3 * AppDelegate::waitingRetryMilliseconds);
+        openedWhilePanelUp = controller->currentDocumentUrl;
+        panel.reject();
+    });
+    panel.exec();
+    EXPECT_TRUE(openedWhilePanelUp.path().isEmpty()) << openedWhilePanelUp.toString().toStdString();
+    EXPECT_TRUE(QTest::qWaitFor([&] { return controller->currentDocumentUrl == QUrl::fromLocalFile(path); }, 5000));
 }
 
 TEST_F(AppDelegateTest, NoFilesOpensNothing)

@@ -3,9 +3,12 @@
 #include "app/ViewController.h"
 #include "core/ModalSession.h"
 #include "support/QtPrinters.h"
+#include "support/ShownText.h"
+#include "support/WriteFailures.h"
 
 #include <QFileDialog>
 #include <QFileInfo>
+#include <QKeySequence>
 
 #include <gtest/gtest.h>
 
@@ -189,6 +192,47 @@ TEST_F(DocumentCommandsTest, AFailedSavePrintsWhyAndChangesNothing)
     EXPECT_TRUE(recent().isEmpty());
 }
 
+TEST_F(DocumentCommandsTest, ASaveTheDiskCannotTakePrintsTheFailureAndKeepsTheOldMap)
+{
+    makeWindow();
+    main.window->show();
+    const QString path = studioPath();
+    controller->loadTallyMap(QUrl::fromLocalFile(path));
+    // Larger than what the disk takes, and the printed line (which goes to a
+    // file while it is captured) smaller.
+    controller->tallyMap.setShotSelection(2, { record(QString(3000, QLatin1Char('W'))) });
+    std::string printed;
+    {
+        const FileSizeLimit limit(2048);
+        printed = printedBy([&] { controller->saveDocument(nullptr); });
+    }
+    EXPECT_EQ(printed, "Save of document failed: Unable to write \"" + path.toStdString() + "\": File too large\n");
+    EXPECT_EQ(readFile(path), studioMap);
+}
+
+TEST_F(DocumentCommandsTest, ASaveOntoAFullFileSystemPrintsTheFailureAndKeepsTheOldMap)
+{
+    FullFileSystem full;
+    if (!full.skipReason().empty()) {
+        GTEST_SKIP() << full.skipReason();
+    }
+    makeWindow();
+    main.window->show();
+    const QString path = full.filePath(QStringLiteral("studio.tlx"));
+    {
+        QFile file(path);
+        ASSERT_TRUE(file.open(QIODevice::WriteOnly));
+        file.write(studioMap);
+    }
+    controller->loadTallyMap(QUrl::fromLocalFile(path));
+    controller->tallyMap.setShotSelection(2, { record("Camera 3"), record("Wide Shot") });
+    full.fill();
+    const std::string printed = printedBy([&] { controller->saveDocument(nullptr); });
+    EXPECT_EQ(
+        printed, "Save of document failed: Unable to write \"" + path.toStdString() + "\": No space left on device\n");
+    EXPECT_EQ(readFile(path), studioMap);
+}
+
 TEST_F(DocumentCommandsTest, OpenRunsThePanelAndLoadsTheChosenFile)
 {
     makeWindow();
@@ -240,6 +284,17 @@ TEST_F(DocumentCommandsTest, OpenRecentListsTheFilesDisablesMissingOnesAndOpensT
     EXPECT_FALSE(main.menu->openRecentMenu()->actions().first()->isEnabled());
 }
 
+TEST_F(DocumentCommandsTest, AnAmpersandInARecentFileNameIsShownAndMakesNoShortcut)
+{
+    makeWindow();
+    controller->loadTallyMap(QUrl::fromLocalFile(writeFile(QStringLiteral("Q&A Panel.tlx"), studioMap)));
+    main.menu->rebuildOpenRecentMenu();
+    const QList<QAction*> items = main.menu->openRecentMenu()->actions();
+    ASSERT_FALSE(items.isEmpty());
+    EXPECT_EQ(shownText(items[0]->text()), QStringLiteral("Q&A Panel.tlx"));
+    EXPECT_TRUE(QKeySequence::mnemonic(items[0]->text()).isEmpty());
+}
+
 TEST_F(DocumentCommandsTest, TheFilePanelsOfferOnlyTallyMapsApplicationModallyAndHoldTheTicksBack)
 {
     answer({ { "1", "Cam 1", true, false } });
@@ -269,6 +324,40 @@ TEST_F(DocumentCommandsTest, TheFilePanelsOfferOnlyTallyMapsApplicationModallyAn
     EXPECT_TRUE(device->reports.isEmpty());
     ASSERT_TRUE(chosen.has_value());
     EXPECT_EQ(*chosen, QUrl::fromLocalFile(path));
+}
+
+TEST_F(DocumentCommandsTest, ANameTypedWithAnotherExtensionInTheSavePanelIsSavedAsATallyMap)
+{
+    makeWindow();
+    FileDialogPanels fileDialogs;
+    const QString typed = directory.filePath(QStringLiteral("notes.txt"));
+    fileDialogs.setDialogWillRun([&](QFileDialog& dialog) {
+        QTimer::singleShot(0, &dialog, [&dialog, typed] {
+            dialog.selectFile(typed);
+            static_cast<QDialog&>(dialog).accept(); // as the Save button does
+        });
+    });
+    const std::optional<QUrl> chosen = fileDialogs.runSavePanel(main.window.get());
+    ASSERT_TRUE(chosen.has_value());
+    EXPECT_EQ(*chosen, QUrl::fromLocalFile(typed + QStringLiteral(".tlx")));
+}
+
+TEST_F(DocumentCommandsTest, AFileOfAnotherExtensionCannotBeChosenInTheOpenPanel)
+{
+    makeWindow();
+    FileDialogPanels fileDialogs;
+    const QString notes = writeFile(QStringLiteral("notes.txt"), studioMap);
+    bool stayedUp = false;
+    fileDialogs.setDialogWillRun([&](QFileDialog& dialog) {
+        QTimer::singleShot(0, &dialog, [&] {
+            dialog.selectFile(notes);
+            static_cast<QDialog&>(dialog).accept(); // as the Open button does
+            stayedUp = dialog.isVisible() && dialog.result() != QDialog::Accepted;
+            dialog.reject();
+        });
+    });
+    EXPECT_FALSE(fileDialogs.runOpenPanel(main.window.get()).has_value());
+    EXPECT_TRUE(stayedUp);
 }
 
 TEST_F(DocumentCommandsTest, ACancelledFileDialogGivesNothing)

@@ -1,18 +1,23 @@
 #include "app/ViewController.h"
 
 #include "MainWindowFixture.h"
+#include "app/AssignmentButton.h"
 #include "core/ModalSession.h"
 #include "support/FakeShotSource.h"
 #include "support/QtPrinters.h"
+#include "support/ShownText.h"
 #include "tallymap/EditViewController.h"
 
 #include <QApplication>
 #include <QDialog>
 #include <QDir>
+#include <QKeySequence>
 #include <QLabel>
+#include <QPaintEvent>
 #include <QSignalSpy>
 #include <QStandardPaths>
 #include <QTest>
+#include <QWindow>
 
 #include <gtest/gtest.h>
 
@@ -43,6 +48,22 @@ public:
 };
 
 class ViewControllerTest : public MainWindowFixture { };
+
+// Collects the area of every paint event a widget receives.
+class PaintedRegion : public QObject {
+public:
+    explicit PaintedRegion(QWidget* widget) { widget->installEventFilter(this); }
+
+    bool eventFilter(QObject*, QEvent* event) override
+    {
+        if (event->type() == QEvent::Paint) {
+            region += static_cast<QPaintEvent*>(event)->region();
+        }
+        return false;
+    }
+
+    QRegion region;
+};
 
 } // namespace
 
@@ -152,10 +173,18 @@ TEST_F(ViewControllerTest, BeforeAnyOpenOrSaveTheWindowIsUntitledInTheDocumentsF
 
 TEST_F(ViewControllerTest, ShowingTheWindowStartsTheTallyDevice)
 {
+    auto owned = std::make_unique<FakeBackend>();
+    FakeBackend* backend = owned.get();
+    USBHIDAppDelegate::setSharedBackendOnFirstUseForTesting(std::move(owned));
     makeWindow();
+    EXPECT_EQ(backend->startCount, 0); // device discovery waits for the window
     main.window->show();
+    ASSERT_EQ(backend->startCount, 1);
+    auto box = std::make_shared<FakeDevice>();
+    backend->plug(box);
+    EXPECT_EQ(box->openCount, 1);
     controller->updateTallyLights();
-    EXPECT_EQ(device->reports.size(), 16);
+    EXPECT_EQ(box->reports.size(), 16);
 }
 
 TEST_F(ViewControllerTest, ALightWithOneShotIsTitledWithItsName)
@@ -399,6 +428,63 @@ TEST_F(ViewControllerTest, IndicatorsAreRedrawnOverTheirWholeBoundsOnEveryTick)
     const QPoint centre(after.width() / 2, after.height() / 4);
     EXPECT_NE(before.pixelColor(centre), after.pixelColor(centre));
     EXPECT_EQ(after.pixelColor(centre), QColor(0x00, 0xFF, 0x00));
+
+    // grab() paints whatever was asked, so what the tick asks is seen in the
+    // paint events the indicator receives: its whole bounds, on a tick that
+    // changes nothing as well.
+    TallyState* display = controller->tallyStateDisplays[0];
+    PaintedRegion painted(display);
+    tick();
+    QApplication::processEvents();
+    EXPECT_EQ(painted.region, QRegion(display->rect()));
+    painted.region = QRegion();
+    tick();
+    QApplication::processEvents();
+    EXPECT_EQ(painted.region, QRegion(display->rect()));
+}
+
+TEST_F(ViewControllerTest, AnAmpersandInAShotNameIsPaintedAsItIsAndMakesNoShortcut)
+{
+    makeWindow();
+    main.window->show();
+    controller->tallyMap.setShotSelection(0, { record("Q&A Panel") });
+    controller->refreshAssignmentTitles();
+    TextRecordingStyle style;
+    button(1)->setStyle(&style);
+    button(1)->grab();
+    ASSERT_FALSE(style.drawn.isEmpty());
+    EXPECT_EQ(shownText(style.drawn.last()), QStringLiteral("Q&A Panel"));
+    EXPECT_TRUE(QKeySequence::mnemonic(button(1)->text()).isEmpty());
+    EXPECT_EQ(button(1)->toolTip(), QStringLiteral("Q&A Panel"));
+    button(1)->setStyle(nullptr);
+}
+
+TEST_F(ViewControllerTest, AHugeShotNameIsPaintedCutShortFromItsStart)
+{
+    makeWindow();
+    main.window->show();
+    const QString huge = QStringLiteral("Camera ") + QString(10 * 1024 * 1024, QLatin1Char('x'));
+    controller->tallyMap.setShotSelection(0, { record(huge) });
+    controller->refreshAssignmentTitles();
+    TextRecordingStyle style;
+    button(1)->setStyle(&style);
+    button(1)->grab();
+    ASSERT_FALSE(style.drawn.isEmpty());
+    const QString shown = shownText(style.drawn.last());
+    EXPECT_TRUE(shown.startsWith(QStringLiteral("Camera x"))) << shown.left(40).toStdString();
+    EXPECT_TRUE(shown.endsWith(QChar(0x2026))) << shown.right(40).toStdString();
+    EXPECT_LE(shown.size(), AssignmentButton::measuredLength + 1);
+    button(1)->setStyle(nullptr);
+}
+
+TEST_F(ViewControllerTest, AFileNameWithTheModifiedPlaceholderKeepsItInTheWindowTitle)
+{
+    makeWindow();
+    main.window->show();
+    const QString path = writeFile(QStringLiteral("take[*]2.tlx"), "0|Cam 1\r\n");
+    controller->loadTallyMap(QUrl::fromLocalFile(path));
+    ASSERT_NE(main.window->windowHandle(), nullptr);
+    EXPECT_EQ(main.window->windowHandle()->title(), QStringLiteral("take[*]2.tlx"));
 }
 
 using ViewControllerDeathTest = ViewControllerTest;

@@ -159,3 +159,15 @@ TEST_F(MapCommandTest, HelpPrintsTheUsage)
     EXPECT_EQ(run.exitCode, 0);
     EXPECT_TRUE(run.out.startsWith(QStringLiteral("usage: tallyctl map show [--json] FILE\n")));
 }
+
+TEST_F(MapCommandTest, ShowOfAFifoOrADeviceFailsAtOnceWithTheReadMessage)
+{
+    const QString fifo = directory.filePath(QStringLiteral("pipe.tlx"));
+    ASSERT_EQ(QProcess::execute(QStringLiteral("mkfifo"), { fifo }), 0);
+    for (const QString& path : { fifo, QStringLiteral("/dev/zero") }) {
+        const TallyctlRun run = tallyctl({ QStringLiteral("map"), QStringLiteral("show"), path });
+        EXPECT_EQ(run.exitCode, 1) << path.toStdString();
+        EXPECT_EQ(
+            run.err, QStringLiteral("Read of document failed: Unable to read \"%1\": not a regular file\n").arg(path));
+    }
+}

@@ -7,6 +7,7 @@
 #include "tools/StandinProcess.h"
 
 #include <QDir>
+#include <QFile>
 #include <QProcess>
 #include <QTemporaryDir>
 #include <QThread>
@@ -117,7 +118,45 @@ TEST_F(MainWindowProcessTest, DrivesTheBoxFollowsCutsAndHandOversAndFreezesWhenM
     QThread::msleep(1000);
     EXPECT_EQ(capture.lines().size(), frozen);
     EXPECT_EQ(frozen % 16, 0);
+    // Frozen in the state of the last tick before the quit, not switched off.
+    EXPECT_EQ(capture.ticks().last(), firstLiveSecondPreview);
     EXPECT_EQ(tally.state(), QProcess::Running);
+}
+
+TEST_F(MainWindowProcessTest, AMixdeskThatHasEndedButIsNotYetReapedFreezesTheLightsToo)
+{
+    // The stand-in runs as the child of a shell that then becomes a sleep,
+    // which never waits for it: once it quits it stays a zombie, with its
+    // name in the process table and its answer gone.
+    QProcess parent;
+    parent.setProcessEnvironment(standin.environment());
+    parent.start(QStringLiteral("/bin/sh"),
+        { QStringLiteral("-c"), QStringLiteral("exec 3<&0; \"$0\" --headless <&3 3<&- & echo $!; exec sleep 60 3<&-"),
+            standin.program() });
+    ASSERT_TRUE(parent.waitForStarted(10000));
+    ASSERT_TRUE(eventually([&] { return parent.canReadLine(); }));
+    const QByteArray standinPid = parent.readLine().trimmed();
+    ASSERT_TRUE(eventually([&] { return !standin.answer().isEmpty(); }));
+
+    launch(tally, { map(QStringLiteral("studio.tlx"), "0|Camera 1\r\n1|Camera 2\r\n") });
+    ASSERT_TRUE(lastTickIs(firstLiveSecondPreview));
+
+    parent.write("quit\n");
+    ASSERT_TRUE(standin.waitForNoAnswer());
+    QFile stat(QStringLiteral("/proc/%1/stat").arg(QString::fromLatin1(standinPid)));
+    ASSERT_TRUE(eventually([&] {
+        stat.close();
+        return stat.open(QIODevice::ReadOnly) && stat.readAll().contains(") Z ");
+    })) << "the stand-in did not stay as a zombie";
+    QThread::msleep(1200); // several ticks with the zombie in the table
+    const qsizetype frozen = capture.lines().size();
+    QThread::msleep(600);
+    EXPECT_EQ(capture.lines().size(), frozen);
+    EXPECT_EQ(capture.ticks().last(), firstLiveSecondPreview);
+    EXPECT_TRUE(tally.readAllStandardOutput().isEmpty()); // no failed query was printed
+
+    parent.kill(); // the zombie goes to a new parent, which reaps it
+    parent.waitForFinished();
 }
 
 TEST_F(MainWindowProcessTest, WithoutMixdeskNothingIsSent)

@@ -225,6 +225,57 @@ TEST(HidapiBackendTest, BoxThatCannotBeOpenedIsKeptAndItsWritesFailWithALoggedSt
     EXPECT_EQ(log.lines, QStringList { QStringLiteral("set report failed status: -1") });
 }
 
+TEST(HidapiBackendTest, ABoxThatCouldNotBeOpenedIsOpenedAgainOnTheNextChangeNotice)
+{
+    LogCapture log;
+    DelegateOnHidapi fixture;
+    fixture.api->unopenable.append(boxA);
+    fixture.api->plug(boxA);
+    fixture.watcher->notify();
+    ASSERT_FALSE(fixture.delegate.controller()->isOpen());
+
+    // The device rule has taken effect; another device's plugging sends a
+    // notice.
+    fixture.api->unopenable.clear();
+    fixture.watcher->notify();
+
+    EXPECT_TRUE(fixture.delegate.controller()->isOpen());
+    EXPECT_TRUE(fixture.delegate.sendControl(0xB1));
+    ASSERT_EQ(fixture.api->writes.size(), 1);
+    EXPECT_EQ(fixture.api->writes[0].data, reportBytes(0xB1));
+    EXPECT_TRUE(log.lines.isEmpty()) << log.lines.join('|').toStdString();
+}
+
+TEST(HidapiBackendTest, ABoxThatCouldNotBeOpenedIsOpenedAgainWithinASecondWithoutANotice)
+{
+    DelegateOnHidapi fixture;
+    fixture.api->unopenable.append(boxA);
+    fixture.api->plug(boxA);
+    fixture.watcher->notify();
+    ASSERT_FALSE(fixture.delegate.controller()->isOpen());
+    const qsizetype attempts = fixture.api->opened.size();
+
+    fixture.api->unopenable.clear();
+    QEventLoop loop;
+    const QDeadlineTimer deadline(3 * HidapiBackend::reopenIntervalMilliseconds);
+    while (!fixture.delegate.controller()->isOpen() && !deadline.hasExpired()) {
+        loop.processEvents(QEventLoop::WaitForMoreEvents, 50);
+    }
+    EXPECT_TRUE(fixture.delegate.controller()->isOpen());
+    EXPECT_EQ(fixture.api->opened.size(), attempts + 1);
+}
+
+TEST(HidapiBackendTest, ABoxThatWasOpenIsNotOpenedAgainWhenItsWritesFail)
+{
+    LogCapture log;
+    DelegateOnHidapi fixture({ boxA });
+    fixture.api->writeResult = -1;
+    EXPECT_FALSE(fixture.delegate.sendControl(0xB1));
+    fixture.watcher->notify();
+    EXPECT_EQ(fixture.api->opened, QStringList { boxA });
+    EXPECT_TRUE(fixture.delegate.controller()->isOpen());
+}
+
 TEST(HidapiBackendTest, LibraryThatCannotStartIsLoggedAsManagerOpenFailed)
 {
     LogCapture log;

@@ -116,6 +116,21 @@ TEST_F(TallyctlHardwareTest, ChasePrintsEveryStepAndWritesTheWholeSequence)
     EXPECT_EQ(lines, CaptureFile::lines(everyByte));
 }
 
+// /dev/full takes the capture device's file but refuses every write, as a
+// box does whose writes all fail.
+TEST_F(TallyctlHardwareTest, SendOffAndChaseExitOneWhenNoWriteReachesTheDevice)
+{
+    const QList<QStringList> commands { { QStringLiteral("send"), QStringLiteral("0xB1"), QStringLiteral("0x21") },
+        { QStringLiteral("off") }, { QStringLiteral("chase") } };
+    for (const QStringList& arguments : commands) {
+        const TallyctlRun run = tallyctl(arguments, QStringLiteral("/dev/full"), 30000);
+        EXPECT_EQ(run.exitCode, 1) << arguments.join(' ').toStdString();
+        EXPECT_TRUE(
+            run.err.contains(QStringLiteral("tallyctl %1: no write reached the tally device").arg(arguments[0])))
+            << run.err.toStdString();
+    }
+}
+
 TEST_F(TallyctlHardwareTest, HardwareCommandsTakeNoStrayArguments)
 {
     for (const QString& name : { QStringLiteral("devices"), QStringLiteral("off"), QStringLiteral("chase") }) {

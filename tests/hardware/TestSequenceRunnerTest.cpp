@@ -6,6 +6,8 @@
 #include "hardware/USBHIDAppDelegate.h"
 #include "support/QtPrinters.h"
 
+#include <QElapsedTimer>
+#include <QEventLoop>
 #include <QTimer>
 
 #include <gtest/gtest.h>
@@ -250,4 +252,32 @@ TEST_F(TestSequenceRunnerDeathTest, CheckBoxTitleThatIsNotALightNumberStops)
     EXPECT_DEATH(runner.programBoxToggled(QStringLiteral("one"), true), "fatal error: .*\"one\"");
     EXPECT_DEATH(runner.previewBoxToggled(QStringLiteral("256"), true), "fatal error: .*\"256\"");
     EXPECT_DEATH(runner.previewBoxToggled(QStringLiteral(" 4"), false), "fatal error: ");
+}
+
+// Step times, through the real event loop: a step may come late on a busy
+// machine, never early.
+TEST_F(TestSequenceRunnerTest, ChaseStepsComeNoEarlierThanTheStepIntervalApart)
+{
+    TestSequenceRunner runner(recorder(), TestSequenceRunner::StepPolicy::always);
+    QList<qint64> stepTimes;
+    QElapsedTimer clock;
+    QEventLoop loop;
+    QObject::connect(&runner, &TestSequenceRunner::stepPerformed, &loop, [&] {
+        stepTimes.append(clock.elapsed());
+        if (stepTimes.size() == 6) {
+            loop.quit();
+        }
+    });
+    clock.start();
+    runner.testAll();
+    QTimer::singleShot(10000, &loop, &QEventLoop::quit);
+    loop.exec();
+    ASSERT_EQ(stepTimes.size(), 6);
+    EXPECT_EQ(runner.timer()->timerType(), Qt::PreciseTimer);
+    // Each step is due a whole number of intervals after the first; a late
+    // step does not push the later ones back.
+    for (qsizetype i = 1; i < stepTimes.size(); ++i) {
+        EXPECT_GE(stepTimes[i] - stepTimes[0], i * TestSequenceRunner::stepInterval.count() - 1)
+            << "step " << i + 1 << " at " << stepTimes[i] << " ms";
+    }
 }

@@ -10,6 +10,8 @@
 
 #include <gtest/gtest.h>
 
+#include <unistd.h>
+
 namespace {
 
 void writeFile(const QString& path, const QByteArray& content, bool executable = false)
@@ -47,7 +49,17 @@ protected:
     QTemporaryDir processes;
     QTemporaryDir resources;
 
-    void addProcess(const QString& pid, const QByteArray& comm) { writeFile(processes.filePath(pid + "/comm"), comm); }
+    // A process as /proc shows it: its name, and in its status its state
+    // and its real, effective, saved and file system user.
+    void addProcess(
+        const QString& pid, const QByteArray& comm, const QByteArray& state = "S (sleeping)", uid_t owner = ::getuid())
+    {
+        writeFile(processes.filePath(pid + "/comm"), comm);
+        const QByteArray uid = QByteArray::number(owner);
+        writeFile(processes.filePath(pid + "/status"),
+            "Name:\t" + comm + "Umask:\t0022\nState:\t" + state + "\nTgid:\t" + pid.toUtf8() + "\nUid:\t" + uid + "\t"
+                + uid + "\t" + uid + "\t" + uid + "\nGid:\t100\t100\t100\t100\n");
+    }
 };
 
 using LinuxMixdeskPlatformDeathTest = LinuxMixdeskPlatformTest;
@@ -64,6 +76,44 @@ TEST_F(LinuxMixdeskPlatformTest, CountsProcessesWhoseCommandNameIsMixdesk)
     QDir(processes.path()).mkpath("400"); // ended while being looked at: no comm
     LinuxMixdeskPlatform platform(processes.path());
     EXPECT_EQ(platform.runningApplicationCount(mixdeskBundleIdentifier), 2);
+}
+
+TEST_F(LinuxMixdeskPlatformTest, AnEndedMixdeskNotYetReapedDoesNotCount)
+{
+    addProcess("12", "mixdesk\n", "Z (zombie)");
+    addProcess("13", "mixdesk\n", "X (dead)");
+    addProcess("14", "mixdesk\n", "R (running)");
+    LinuxMixdeskPlatform platform(processes.path());
+    EXPECT_EQ(platform.runningApplicationCount(mixdeskBundleIdentifier), 1);
+}
+
+TEST_F(LinuxMixdeskPlatformTest, AMixdeskOfAnotherUserDoesNotCount)
+{
+    addProcess("20", "mixdesk\n", "S (sleeping)", ::getuid() + 1);
+    LinuxMixdeskPlatform platform(processes.path());
+    EXPECT_EQ(platform.runningApplicationCount(mixdeskBundleIdentifier), 0);
+    addProcess("21", "mixdesk\n", "S (sleeping)", ::getuid());
+    EXPECT_EQ(platform.runningApplicationCount(mixdeskBundleIdentifier), 1);
+}
+
+TEST_F(LinuxMixdeskPlatformTest, AMixdeskWhoseStatusIsGoneHasEnded)
+{
+    writeFile(processes.filePath("30/comm"), "mixdesk\n");
+    LinuxMixdeskPlatform platform(processes.path());
+    EXPECT_EQ(platform.runningApplicationCount(mixdeskBundleIdentifier), 0);
+}
+
+TEST_F(LinuxMixdeskPlatformTest, ThisProcessCountsUnderTheRealProcessTable)
+{
+    // The real /proc: this test program is alive and ours, so its own entry
+    // passes the check once it is looked for under its own name.
+    const QByteArray pid = QByteArray::number(::getpid());
+    writeFile(processes.filePath(pid + "/comm"), "mixdesk\n");
+    QFile status("/proc/self/status");
+    ASSERT_TRUE(status.open(QIODevice::ReadOnly));
+    writeFile(processes.filePath(pid + "/status"), status.readAll());
+    LinuxMixdeskPlatform platform(processes.path());
+    EXPECT_EQ(platform.runningApplicationCount(mixdeskBundleIdentifier), 1);
 }
 
 TEST_F(LinuxMixdeskPlatformTest, NoProcessTableMeansNothingRuns)
@@ -157,4 +207,18 @@ TEST_F(LinuxMixdeskPlatformDeathTest, QueryResourceMissingFromTheResourceDirecto
     // The death test runs this test again in a child with temporary
     // directories of its own, so the message cannot name this one.
     EXPECT_DEATH(mixdesk.queryShots(), "fatal error: resource query_shots missing from /.*");
+}
+
+TEST_F(LinuxMixdeskPlatformTest, AQueryScriptThatCannotBeStartedGivesNoShotsAndPrintsNothing)
+{
+    ScopedEnvironment environment("MIXDESK_TALLY_RESOURCE_DIR", resources.path().toUtf8());
+    addProcess("77", "mixdesk\n");
+    Mixdesk mixdesk(std::make_shared<LinuxMixdeskPlatform>(processes.path()));
+    for (const QByteArray& unstartable :
+        { QByteArray("echo '{1, 2}'\n"), QByteArray("#!/absent/sh\necho '{1, 2}'\n") }) {
+        writeFile(resources.filePath("query_shots"), unstartable, true);
+        testing::internal::CaptureStdout();
+        EXPECT_TRUE(mixdesk.queryShots().isEmpty());
+        EXPECT_EQ(testing::internal::GetCapturedStdout(), "");
+    }
 }

@@ -41,6 +41,18 @@ protected:
         return path;
     }
 
+    // An executable file with exactly these bytes.
+    QString writeRaw(const QByteArray& bytes)
+    {
+        const QString path = dir.filePath(QStringLiteral("query_shots"));
+        QFile file(path);
+        EXPECT_TRUE(file.open(QIODevice::WriteOnly | QIODevice::Truncate));
+        file.write(bytes);
+        file.close();
+        file.setPermissions(QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
+        return path;
+    }
+
     ScriptResult run(const QByteArray& body)
     {
         std::unique_ptr<ScriptRunner> runner = ScriptRunner::load(script(body));
@@ -186,18 +198,38 @@ TEST_F(ScriptRunnerTest, ScriptKilledBySignalIsErrorWithoutExitStatus)
     EXPECT_EQ(numberOf(result), QVariant(-1));
 }
 
-TEST_F(ScriptRunnerTest, ScriptWhoseInterpreterIsMissingIsAnErrorNamingTheFile)
+TEST_F(ScriptRunnerTest, ScriptWhoseInterpreterIsMissingCannotBeLoaded)
 {
-    const QString path = dir.filePath("query_shots");
-    QFile file(path);
-    ASSERT_TRUE(file.open(QIODevice::WriteOnly));
-    file.write("#!/nonexistent/interpreter\n");
-    file.close();
-    file.setPermissions(QFile::ReadOwner | QFile::ExeOwner);
-    const ScriptResult result = ScriptRunner::load(path)->execute();
-    ASSERT_TRUE(result.isError());
-    EXPECT_TRUE(messageOf(result).startsWith("cannot start " + path)) << messageOf(result).toStdString();
-    EXPECT_EQ(numberOf(result), QVariant(-1));
+    EXPECT_FALSE(ScriptRunner::load(writeRaw("#!/nonexistent/interpreter\necho '{1, 2}'\n")));
+}
+
+TEST_F(ScriptRunnerTest, FileOfAnUnknownExecutableFormatCannotBeLoaded)
+{
+    // Executable text without "#!": the kernel refuses it (exec format error).
+    EXPECT_FALSE(ScriptRunner::load(writeRaw("echo '{1, 2}'\n")));
+    EXPECT_FALSE(ScriptRunner::load(writeRaw("")));
+}
+
+TEST_F(ScriptRunnerTest, BinaryAndScriptWithAnArgumentToItsInterpreterLoad)
+{
+    EXPECT_TRUE(ScriptRunner::load(QStringLiteral("/bin/true")));
+    const QString withArgument = writeRaw("#!/bin/sh -e\necho '{1, 2}'\n");
+    ASSERT_TRUE(ScriptRunner::load(withArgument));
+    EXPECT_FALSE(ScriptRunner::load(withArgument)->execute().isError());
+}
+
+TEST_F(ScriptRunnerTest, WhatTheScriptLeavesRunningIsStoppedAfterEveryRun)
+{
+    const ScriptResult result = run("sleep 30 & echo $! > \"$(dirname \"$0\")/pid\"; echo '{1, 2}'");
+    EXPECT_FALSE(result.isError());
+    const qint64 leftover = pidFromFile("pid");
+    ASSERT_GT(leftover, 0);
+    char state = processState(leftover);
+    for (int i = 0; i < 100 && state != 0 && state != 'Z'; ++i) {
+        QThread::msleep(20);
+        state = processState(leftover);
+    }
+    EXPECT_TRUE(state == 0 || state == 'Z') << "still running, state " << state;
 }
 
 TEST_F(ScriptRunnerTest, FileThatIsNotExecutableCannotBeLoaded)

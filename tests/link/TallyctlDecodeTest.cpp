@@ -150,3 +150,29 @@ TEST(TallyctlDecodeTest, AnEmptyListIsAShotListOfNoShots)
     EXPECT_EQ(run.exitCode, 0);
     EXPECT_EQ(run.out, "no shots\n");
 }
+
+TEST(TallyctlDecodeTest, AFifoOrADeviceIsRefusedAtOnceWithExitCode1)
+{
+    QTemporaryDir dir;
+    const QString fifo = dir.filePath("answer.fifo");
+    ASSERT_EQ(QProcess::execute("mkfifo", { fifo }), 0);
+    for (const QString& path : { fifo, QStringLiteral("/dev/zero") }) {
+        const TallyctlRun run = tallyctl({ path });
+        EXPECT_EQ(run.exitCode, 1) << path.toStdString();
+        EXPECT_EQ(run.err, "tallyctl decode: cannot read " + path + ": not a regular file\n");
+    }
+}
+
+TEST(TallyctlDecodeTest, AnAnswerOverSixteenMebibytesIsRefused)
+{
+    QTemporaryDir dir;
+    QFile file(dir.filePath("answer.txt"));
+    ASSERT_TRUE(file.open(QIODevice::WriteOnly));
+    file.write(twoShots);
+    ASSERT_TRUE(file.resize(16 * 1024 * 1024 + 1));
+    file.close();
+    const TallyctlRun run = tallyctl({ file.fileName() });
+    EXPECT_EQ(run.exitCode, 1);
+    EXPECT_EQ(run.err,
+        "tallyctl decode: cannot read " + file.fileName() + ": larger than 16 MiB, too large for this kind of file\n");
+}

@@ -4,11 +4,13 @@
 #include "app/UserDefaults.h"
 #include "core/ModalSession.h"
 #include "support/QtPrinters.h"
+#include "support/ShownText.h"
 
 #include <QApplication>
 #include <QCheckBox>
 #include <QDir>
 #include <QImage>
+#include <QKeySequence>
 #include <QPushButton>
 #include <QTableWidget>
 #include <QTemporaryDir>
@@ -108,6 +110,21 @@ TEST_F(EditViewControllerTest, RowsAreCheckBoxesTitledWithNamesAndTaggedWithRows
         EXPECT_EQ(row(index)->property("tag").toInt(), index);
     }
     EXPECT_EQ(editor->usableShotList, (Mixdesk::ShotList { wide, close, stage }));
+}
+
+TEST_F(EditViewControllerTest, AnAmpersandInAShotNameIsPaintedAsItIsAndMakesNoShortcut)
+{
+    makeEditor({ makeShot("1", "Q&A Panel"), makeShot("2", "Rock && Roll") }, {});
+    TextRecordingStyle style;
+    for (int index = 0; index < 2; ++index) {
+        row(index)->setStyle(&style);
+        style.drawn.clear();
+        row(index)->grab();
+        ASSERT_FALSE(style.drawn.isEmpty());
+        EXPECT_EQ(shownText(style.drawn.last()), index == 0 ? "Q&A Panel" : "Rock && Roll");
+        EXPECT_TRUE(QKeySequence::mnemonic(row(index)->text()).isEmpty());
+        row(index)->setStyle(nullptr);
+    }
 }
 
 TEST_F(EditViewControllerTest, ShowEmptyLayersOffHidesClearLayerNamesButNotBareClearLayer)

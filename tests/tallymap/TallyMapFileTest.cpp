@@ -1,12 +1,16 @@
 #include "tallymap/TallyMapFile.h"
 
 #include "support/QtPrinters.h"
+#include "support/WriteFailures.h"
 
 #include <QDir>
+#include <QElapsedTimer>
 #include <QFile>
 #include <QTemporaryDir>
 
 #include <gtest/gtest.h>
+
+#include <sys/stat.h>
 
 namespace {
 
@@ -143,4 +147,89 @@ TEST_F(TallyMapFileTest, WritingOverADirectoryFailsAndKeepsIt)
         TallyMapFile::write(TallyMap(), path(QStringLiteral("taken.tlx")), TallyMapFile::documentType, &error));
     EXPECT_TRUE(error.localizedDescription.startsWith(QStringLiteral("Unable to write \"")));
     EXPECT_TRUE(QFileInfo(path(QStringLiteral("taken.tlx"))).isDir());
+}
+
+namespace {
+
+// A map of a few hundred bytes, as real maps are: far less than any buffer.
+TallyMap studioMap()
+{
+    TallyMap map;
+    for (int light = 0; light < TallyMap::numberOfLights; ++light) {
+        map.setShotSelection(
+            light, records({ QStringLiteral("Camera %1").arg(light + 1), QStringLiteral("Wide Shot") }));
+    }
+    return map;
+}
+
+} // namespace
+
+TEST_F(TallyMapFileTest, AWriteTheSystemCutsShortFailsAndKeepsTheOldMap)
+{
+    writeBytes(QStringLiteral("studio.tlx"), "0|Camera 1\r\n");
+    Error error;
+    bool written = true;
+    {
+        const FileSizeLimit limit(64);
+        written
+            = TallyMapFile::write(studioMap(), path(QStringLiteral("studio.tlx")), TallyMapFile::documentType, &error);
+    }
+    EXPECT_FALSE(written);
+    EXPECT_EQ(error.localizedDescription,
+        QStringLiteral("Unable to write \"%1\": File too large").arg(path(QStringLiteral("studio.tlx"))));
+    EXPECT_EQ(readBytes(QStringLiteral("studio.tlx")), QByteArray("0|Camera 1\r\n"));
+    EXPECT_EQ(QDir(directory.path()).entryList(QDir::AllEntries | QDir::NoDotAndDotDot | QDir::Hidden),
+        QStringList { QStringLiteral("studio.tlx") });
+}
+
+TEST_F(TallyMapFileTest, AWriteOntoAFullFileSystemFailsAndKeepsTheOldMap)
+{
+    FullFileSystem full;
+    if (!full.skipReason().empty()) {
+        GTEST_SKIP() << full.skipReason();
+    }
+    const QString target = full.filePath(QStringLiteral("studio.tlx"));
+    {
+        QFile file(target);
+        ASSERT_TRUE(file.open(QIODevice::WriteOnly));
+        file.write("0|Camera 1\r\n");
+    }
+    full.fill();
+    Error error;
+    EXPECT_FALSE(TallyMapFile::write(studioMap(), target, TallyMapFile::documentType, &error));
+    EXPECT_EQ(
+        error.localizedDescription, QStringLiteral("Unable to write \"%1\": No space left on device").arg(target));
+    QFile file(target);
+    ASSERT_TRUE(file.open(QIODevice::ReadOnly));
+    EXPECT_EQ(file.readAll(), QByteArray("0|Camera 1\r\n"));
+}
+
+TEST_F(TallyMapFileTest, OpeningAFifoIsRefusedAtOnce)
+{
+    ASSERT_EQ(::mkfifo(QFile::encodeName(path(QStringLiteral("pipe.tlx"))).constData(), 0600), 0);
+    QElapsedTimer timer;
+    timer.start();
+    Error error;
+    EXPECT_FALSE(TallyMapFile::open(path(QStringLiteral("pipe.tlx")), TallyMapFile::documentType, &error));
+    EXPECT_LT(timer.elapsed(), 1000);
+    EXPECT_EQ(error.localizedDescription,
+        QStringLiteral("Unable to read \"%1\": not a regular file").arg(path(QStringLiteral("pipe.tlx"))));
+}
+
+TEST_F(TallyMapFileTest, OpeningADeviceIsRefused)
+{
+    Error error;
+    EXPECT_FALSE(TallyMapFile::open(QStringLiteral("/dev/zero"), TallyMapFile::documentType, &error));
+    EXPECT_EQ(error.localizedDescription, QStringLiteral("Unable to read \"/dev/zero\": not a regular file"));
+}
+
+TEST_F(TallyMapFileTest, OpeningAFileOverSixteenMebibytesIsRefused)
+{
+    writeBytes(QStringLiteral("huge.tlx"), "0|Camera 1\r\n");
+    ASSERT_TRUE(QFile::resize(path(QStringLiteral("huge.tlx")), 16 * 1024 * 1024 + 1));
+    Error error;
+    EXPECT_FALSE(TallyMapFile::open(path(QStringLiteral("huge.tlx")), TallyMapFile::documentType, &error));
+    EXPECT_EQ(error.localizedDescription,
+        QStringLiteral("Unable to read \"%1\": larger than 16 MiB, too large for this kind of file")
+            .arg(path(QStringLiteral("huge.tlx"))));
 }

@@ -214,6 +214,29 @@ TEST(TallyMapFormatTest, LfOnlyAndCrOnlyLineBreaksReadTheSameAsCrLf)
     }
 }
 
+TEST(TallyMapFormatTest, NextLineLineSeparatorAndParagraphSeparatorEndLinesToo)
+{
+    const QByteArray crLf = "0|Camera 1|Camera 2\r\n2|Wide Shot\r\n7|Last\r\n";
+    TallyMap expected;
+    ASSERT_TRUE(read(expected, crLf).succeeded);
+
+    // U+0085, U+2028 and U+2029 in UTF-8.
+    for (const QByteArray& lineBreak :
+        { QByteArray("\xc2\x85"), QByteArray("\xe2\x80\xa8"), QByteArray("\xe2\x80\xa9") }) {
+        QByteArray data = "0|Camera 1|Camera 2" + lineBreak + "2|Wide Shot" + lineBreak + "7|Last" + lineBreak;
+        TallyMap map;
+        ASSERT_TRUE(read(map, data).succeeded) << data.toHex().toStdString();
+        EXPECT_EQ(allNames(map), allNames(expected)) << data.toHex().toStdString();
+    }
+    // Each is a break of its own: after CR it makes a blank line.
+    TallyMap map;
+    const ReadOutcome outcome = read(map,
+        "0|A\r\xe2\x80\xa8"
+        "1|B");
+    EXPECT_FALSE(outcome.succeeded);
+    EXPECT_EQ(outcome.error.localizedDescription, QStringLiteral("Shot index missing from line"));
+}
+
 TEST(TallyMapFormatTest, ALoneCrFollowedByCrLfIsABlankLine)
 {
     TallyMap map;

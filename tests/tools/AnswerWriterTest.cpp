@@ -1,6 +1,7 @@
 #include "AnswerWriter.h"
 
 #include "support/QtPrinters.h"
+#include "support/WriteFailures.h"
 
 #include <QDir>
 #include <QFile>
@@ -93,6 +94,25 @@ TEST(AnswerWriterTest, AFailedWriteSaysWhyAndKeepsNothing)
     EXPECT_FALSE(writer.write(twoShots, &error));
     EXPECT_TRUE(error.startsWith("cannot write " + directory.filePath("missing/shots") + ": ")) << error.toStdString();
     EXPECT_FALSE(QFile::exists(writer.path()));
+}
+
+TEST(AnswerWriterTest, AnAnswerTheDiskCannotTakeFailsAndKeepsTheLastOne)
+{
+    QTemporaryDir directory;
+    ASSERT_TRUE(directory.isValid());
+    AnswerWriter writer(directory.filePath("shots"));
+    QString error;
+    ASSERT_TRUE(writer.write(twoShots, &error));
+    const QList<ShowModel::Shot> manyShots(40, { 3, "Camera 3", false, false });
+    bool written = true;
+    {
+        const FileSizeLimit limit(200); // the new answer is over 2 KB
+        written = writer.write(manyShots, &error);
+    }
+    EXPECT_FALSE(written);
+    EXPECT_EQ(error, "cannot write " + writer.path() + ": File too large");
+    EXPECT_EQ(contentsOf(writer.path()), AnswerWriter::notation(twoShots).toUtf8());
+    EXPECT_EQ(QDir(directory.path()).entryList(QDir::Files | QDir::Hidden), QStringList({ "shots" }));
 }
 
 TEST(AnswerWriterTest, WithdrawRemovesTheFile)

@@ -5,12 +5,16 @@
 #include "link/ShotsFile.h"
 #include "support/QtPrinters.h"
 
+#include <QDir>
 #include <QFile>
+#include <QFileInfo>
 #include <QTemporaryDir>
 
 #include <gtest/gtest.h>
 
 #include <csignal>
+#include <sys/stat.h>
+#include <unistd.h>
 
 namespace {
 
@@ -334,4 +338,115 @@ TEST(MixdeskProcessTest, QueryShotsFollowsTheSamePathRuleWithoutARuntimeDirector
     } else {
         EXPECT_EQ(run.standardError, "query_shots: no shot list at " + path.toUtf8() + " (is mixdesk running?)\n");
     }
+}
+
+// Asked four times a second, the script starts no program of its own: with
+// nothing to find on PATH it still names this user's folder.
+TEST(MixdeskProcessTest, QueryShotsStartsNoOtherProgramWithoutARuntimeDirectory)
+{
+    QTemporaryDir emptyPath;
+    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+    environment.remove("XDG_RUNTIME_DIR");
+    environment.insert("PATH", emptyPath.path());
+    const Finished run = runToEnd(queryShots(), {}, environment);
+    const QByteArray folder = "/tmp/mixdesk-" + QByteArray::number(::getuid());
+    if (run.exitCode == 0) {
+        EXPECT_FALSE(run.standardOutput.isEmpty());
+    } else {
+        EXPECT_EQ(run.standardError, "query_shots: no shot list at " + folder + "/shots (is mixdesk running?)\n");
+    }
+}
+
+namespace {
+
+// The script run as the user "nobody" without XDG_RUNTIME_DIR, so that its
+// folder is /tmp/mixdesk-<nobody's uid>, one this test may make, own or hand
+// to that user. Only root can run a program as another user.
+class SharedTmpFolderTest : public testing::Test {
+protected:
+    static constexpr uid_t nobody = 65534;
+
+    void SetUp() override
+    {
+        if (::getuid() != 0) {
+            GTEST_SKIP() << "running the query as another user needs root";
+        }
+        if (QFileInfo::exists(folder)) {
+            GTEST_SKIP() << folder.toStdString() << " is in use on this machine";
+        }
+        ASSERT_TRUE(scriptCopy.isValid());
+        // The build tree may not be open to nobody: run a copy from a folder
+        // that is.
+        script = scriptCopy.filePath("query_shots");
+        ASSERT_TRUE(QFile::copy(queryShots(), script));
+        ::chmod(QFile::encodeName(scriptCopy.path()).constData(), 0755);
+        ::chmod(QFile::encodeName(script).constData(), 0755);
+        made = true;
+    }
+
+    void TearDown() override
+    {
+        if (made) {
+            QDir(folder).removeRecursively();
+        }
+    }
+
+    void makeFolder(uid_t owner, mode_t mode, uid_t answerOwner)
+    {
+        ASSERT_TRUE(QDir().mkpath(folder));
+        const QByteArray native = QFile::encodeName(folder);
+        ASSERT_EQ(::chown(native.constData(), owner, owner), 0);
+        ASSERT_EQ(::chmod(native.constData(), mode), 0);
+        QFile answer(folder + "/shots");
+        ASSERT_TRUE(answer.open(QIODevice::WriteOnly));
+        answer.write(defaultAnswer());
+        answer.close();
+        ASSERT_EQ(::chown(QFile::encodeName(answer.fileName()).constData(), answerOwner, answerOwner), 0);
+    }
+
+    Finished queryAsNobody()
+    {
+        QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+        environment.remove("XDG_RUNTIME_DIR");
+        return runToEnd(QStringLiteral("setpriv"), { "--reuid=65534", "--regid=65534", "--clear-groups", "--", script },
+            environment);
+    }
+
+    const QString folder = QStringLiteral("/tmp/mixdesk-%1").arg(nobody);
+    QTemporaryDir scriptCopy;
+    QString script;
+    bool made = false;
+};
+
+} // namespace
+
+TEST_F(SharedTmpFolderTest, AnAnswerInTheUsersOwnPrivateFolderIsRead)
+{
+    makeFolder(nobody, 0700, nobody);
+    const Finished run = queryAsNobody();
+    EXPECT_EQ(run.standardError, "");
+    EXPECT_EQ(run.exitCode, 0);
+    EXPECT_EQ(run.standardOutput, defaultAnswer());
+}
+
+TEST_F(SharedTmpFolderTest, AFolderMadeByAnotherUserIsNotRead)
+{
+    makeFolder(0, 0755, 0);
+    const Finished run = queryAsNobody();
+    EXPECT_NE(run.exitCode, 0);
+    EXPECT_EQ(run.standardOutput, "");
+    EXPECT_EQ(
+        run.standardError, "query_shots: " + folder.toUtf8() + " is not a folder of this user's own; not reading it\n");
+}
+
+TEST_F(SharedTmpFolderTest, AnAnswerPutIntoAFolderOthersCanWriteIsNotRead)
+{
+    // The folder is the user's, but open to all: another user has put an
+    // answer of their own there.
+    makeFolder(nobody, 0777, 0);
+    const Finished run = queryAsNobody();
+    EXPECT_NE(run.exitCode, 0);
+    EXPECT_EQ(run.standardOutput, "");
+    EXPECT_EQ(
+        run.standardError, "query_shots: " + folder.toUtf8() + "/shots was not written by this user; not reading it\n");
 }

@@ -1,10 +1,10 @@
 #include "AnswerWriter.h"
 
+#include "core/SmallFile.h"
 #include "core/StandardOutput.h"
 #include "link/AppleScriptNotationWriter.h"
 
 #include <QFile>
-#include <QSaveFile>
 #include <QStringList>
 
 namespace {
@@ -47,14 +47,11 @@ QString AnswerWriter::notation(const QList<ShowModel::Shot>& shots)
 
 bool AnswerWriter::write(const QList<ShowModel::Shot>& shots, QString* error)
 {
-    QSaveFile file(m_path);
-    if (!file.open(QIODevice::WriteOnly)) {
-        *error = QStringLiteral("cannot write %1: %2").arg(m_path, file.errorString());
-        return false;
-    }
-    file.write(notation(shots).toUtf8());
-    if (!file.commit()) {
-        *error = QStringLiteral("cannot write %1: %2").arg(m_path, file.errorString());
+    // A full disk keeps the previous answer in place rather than leaving a
+    // cut-off one that a reader would take for garbage.
+    QString reason;
+    if (!SmallFile::write(m_path, notation(shots).toUtf8(), &reason)) {
+        *error = QStringLiteral("cannot write %1: %2").arg(m_path, reason);
         return false;
     }
     m_written = true;

@@ -1,17 +1,18 @@
 #include "ShotNamesFile.h"
 
-#include <QFile>
+#include "core/SmallFile.h"
 
 namespace ShotNamesFile {
 
 std::optional<QStringList> read(const QString& path, QString* error)
 {
-    QFile file(path);
-    if (!file.open(QIODevice::ReadOnly)) {
-        *error = QStringLiteral("cannot read the shot list %1: %2").arg(path, file.errorString());
+    QString reason;
+    const std::optional<QByteArray> contents = SmallFile::read(path, &reason);
+    if (!contents) {
+        *error = QStringLiteral("cannot read the shot list %1: %2").arg(path, reason);
         return std::nullopt;
     }
-    const QStringList names = parse(file.readAll());
+    const QStringList names = parse(*contents);
     if (names.isEmpty()) {
         *error = QStringLiteral("the shot list %1 holds no shot name").arg(path);
         return std::nullopt;
