@@ -1,6 +1,10 @@
 #include "app/RunOptions.h"
 
 #include "sources/MixdeskShotSource.h"
+#include "sources/ObsShotSource.h"
+
+#include <QFile>
+#include <QProcessEnvironment>
 
 namespace {
 
@@ -76,9 +80,32 @@ std::optional<QString> RunOptions::takeFrom(QStringList& arguments, RunOptions* 
 QStringList RunOptions::helpLines()
 {
     return {
-        QStringLiteral("  --source SOURCE       where the shots come from: mixdesk (the default)"),
+        QStringLiteral("  --source SOURCE       where the shots come from: mixdesk (the default), or"),
+        QStringLiteral("                        obs://HOST[:PORT] for OBS Studio (port 4455 by default)"),
         QStringLiteral("  --password-file FILE  the switcher's password, on the file's first line"),
+        QStringLiteral("                        (else from MIXDESK_TALLY_OBS_PASSWORD)"),
     };
+}
+
+std::optional<QString> readSwitcherPassword(const RunOptions& options, QString* problem)
+{
+    if (options.passwordFile.isEmpty()) {
+        return QProcessEnvironment::systemEnvironment().value(obsPasswordVariable);
+    }
+    QFile file(options.passwordFile);
+    if (!file.open(QIODevice::ReadOnly)) {
+        if (problem) {
+            *problem = QStringLiteral("cannot read the password file '%1': %2")
+                           .arg(options.passwordFile, file.errorString());
+        }
+        return std::nullopt;
+    }
+    // The first line only, without its line end: editors add one.
+    QByteArray line = file.readLine();
+    while (line.endsWith('\n') || line.endsWith('\r')) {
+        line.chop(1);
+    }
+    return QString::fromUtf8(line);
 }
 
 std::unique_ptr<ShotSource> makeShotSource(const RunOptions& options, QString* problem)
@@ -86,8 +113,22 @@ std::unique_ptr<ShotSource> makeShotSource(const RunOptions& options, QString* p
     if (options.source == QLatin1String("mixdesk")) {
         return std::make_unique<MixdeskShotSource>();
     }
+    if (ObsAddress::looksLikeAddress(options.source)) {
+        const std::optional<ObsAddress> address = ObsAddress::parse(options.source, problem);
+        if (!address) {
+            return nullptr;
+        }
+        const std::optional<QString> password = readSwitcherPassword(options, problem);
+        if (!password) {
+            return nullptr;
+        }
+        ObsShotSource::Settings settings;
+        settings.address = *address;
+        settings.password = *password;
+        return std::make_unique<ObsShotSource>(settings);
+    }
     if (problem) {
-        *problem = QStringLiteral("unknown source '%1' (expected mixdesk)").arg(options.source);
+        *problem = QStringLiteral("unknown source '%1' (expected mixdesk or obs://HOST[:PORT])").arg(options.source);
     }
     return nullptr;
 }

@@ -29,5 +29,15 @@ struct RunOptions {
     static QStringList helpLines();
 };
 
+// Where the switcher's password comes from when no --password-file is given:
+// an environment variable keeps it off the command line, which every user of
+// the computer can see.
+inline const QString obsPasswordVariable = QStringLiteral("MIXDESK_TALLY_OBS_PASSWORD");
+
+// The switcher's password: the first line of --password-file, else the
+// environment variable, else empty. Nothing, with the reason in problem,
+// when the file cannot be read.
+std::optional<QString> readSwitcherPassword(const RunOptions& options, QString* problem);
+
 // The shot source the options choose, or nothing with the reason in problem.
 std::unique_ptr<ShotSource> makeShotSource(const RunOptions& options, QString* problem);

@@ -113,29 +113,39 @@ int runWatch(const QStringList& arguments)
     // As the window does: the device first, one query before the first tick,
     // then a tick every 0.25 s.
     USBHIDAppDelegate::shared();
-    WatchPrinter printer(tallyMap->shotSelections().size());
     QString sourceProblem;
     const std::unique_ptr<ShotSource> source = makeShotSource(options.run, &sourceProblem);
     if (!source) {
         return CommandLine::usageError(command(), sourceProblem);
     }
+    WatchPrinter printer(tallyMap->shotSelections().size(), source->displayName());
     TallyCycle cycle(*source, printer);
     Mixdesk::ShotList shotList = source->queryShots();
     qint64 ticksDone = 0;
 
+    const auto tick = [&] {
+        if (stopRequested != 0) {
+            QCoreApplication::exit(CommandLine::exitOk);
+            return false;
+        }
+        cycle.updateTallyLights(shotList, *tallyMap);
+        return true;
+    };
     QTimer timer;
     timer.setInterval(tickInterval);
     QObject::connect(&timer, &QTimer::timeout, [&] {
-        if (stopRequested != 0) {
-            QCoreApplication::exit(CommandLine::exitOk);
+        if (!tick()) {
             return;
         }
-        cycle.updateTallyLights(shotList, *tallyMap);
         ++ticksDone;
         if (options.ticks != 0 && ticksDone >= options.ticks) {
             QCoreApplication::exit(CommandLine::exitOk);
         }
     });
+    // A switcher that announces a cut gets it onto the lights at once; these
+    // extra ticks do not count towards --ticks, which measures time.
+    QObject::connect(source.get(), &ShotSource::shotsChanged, [&] { tick(); });
+    QObject::connect(source.get(), &ShotSource::statusChanged, [](const QString& status) { printLine(status); });
     timer.start();
     return QCoreApplication::exec();
 }

@@ -2,8 +2,9 @@
 
 #include "core/StandardOutput.h"
 
-WatchPrinter::WatchPrinter(qsizetype lightCount)
-    : m_modes(lightCount)
+WatchPrinter::WatchPrinter(qsizetype lightCount, QString sourceName)
+    : m_sourceName(std::move(sourceName))
+    , m_modes(lightCount)
 {
 }
 
@@ -14,7 +15,7 @@ void WatchPrinter::setMixdeskWarningHidden(bool hidden)
         return;
     }
     m_running = running;
-    printLine(running ? QStringLiteral("Mixdesk running") : QStringLiteral("Mixdesk not running"));
+    printLine(m_sourceName + (running ? QStringLiteral(" running") : QStringLiteral(" not running")));
 }
 
 void WatchPrinter::setEnableEditing(bool /*enabled*/)
@@ -24,7 +25,7 @@ void WatchPrinter::setEnableEditing(bool /*enabled*/)
 
 void WatchPrinter::refreshAssignmentTitles()
 {
-    printLine(QStringLiteral("Assigned shots renamed in Mixdesk"));
+    printLine(QStringLiteral("Assigned shots renamed in ") + m_sourceName);
 }
 
 qsizetype WatchPrinter::indicatorCount() const
