@@ -66,6 +66,9 @@ std::optional<QString> RunOptions::takeFrom(QStringList& arguments, RunOptions* 
             }
             if (taken.matched) {
                 options->*option.field = taken.value;
+                if (option.field == &RunOptions::source) {
+                    options->sourceGiven = true;
+                }
                 matched = true;
                 break;
             }
@@ -90,7 +93,8 @@ QStringList RunOptions::helpLines()
 std::optional<QString> readSwitcherPassword(const RunOptions& options, QString* problem)
 {
     if (options.passwordFile.isEmpty()) {
-        return QProcessEnvironment::systemEnvironment().value(obsPasswordVariable);
+        const QString fromEnvironment = QProcessEnvironment::systemEnvironment().value(obsPasswordVariable);
+        return fromEnvironment.isEmpty() ? options.savedPassword : fromEnvironment;
     }
     QFile file(options.passwordFile);
     if (!file.open(QIODevice::ReadOnly)) {

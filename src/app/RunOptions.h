@@ -16,8 +16,13 @@ struct RunOptions {
     // "mixdesk" (the default), or a switcher's address such as
     // "obs://HOST:PORT".
     QString source = QStringLiteral("mixdesk");
+    // Whether the command line named the source (else a saved choice may).
+    bool sourceGiven = false;
     // A file whose first line is the switcher's password.
     QString passwordFile;
+    // A password known otherwise (the window's saved choice); a password
+    // file or the environment variable still comes first.
+    QString savedPassword;
 
     // Takes the options it knows out of arguments ("--source X" and
     // "--source=X" alike) and leaves the rest (files, a command's own

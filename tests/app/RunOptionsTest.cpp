@@ -137,3 +137,26 @@ TEST(RunOptionsTest, WithoutAPasswordFileThePasswordComesFromTheEnvironment)
     qunsetenv("MIXDESK_TALLY_OBS_PASSWORD");
     EXPECT_EQ(readSwitcherPassword(RunOptions {}, &problem), QString());
 }
+
+TEST(RunOptionsTest, OnlyASourceOnTheCommandLineCountsAsGiven)
+{
+    QStringList arguments { QStringLiteral("studio.tlx") };
+    RunOptions options;
+    ASSERT_EQ(RunOptions::takeFrom(arguments, &options), std::nullopt);
+    EXPECT_FALSE(options.sourceGiven);
+    arguments = QStringList { QStringLiteral("--source=mixdesk") };
+    ASSERT_EQ(RunOptions::takeFrom(arguments, &options), std::nullopt);
+    EXPECT_TRUE(options.sourceGiven);
+}
+
+TEST(RunOptionsTest, TheSavedPasswordServesOnlyWhenNeitherFileNorEnvironmentGiveOne)
+{
+    qunsetenv("MIXDESK_TALLY_OBS_PASSWORD");
+    RunOptions options;
+    options.savedPassword = QStringLiteral("saved");
+    QString problem;
+    EXPECT_EQ(readSwitcherPassword(options, &problem), QStringLiteral("saved"));
+    qputenv("MIXDESK_TALLY_OBS_PASSWORD", "from the environment");
+    EXPECT_EQ(readSwitcherPassword(options, &problem), QStringLiteral("from the environment"));
+    qunsetenv("MIXDESK_TALLY_OBS_PASSWORD");
+}
