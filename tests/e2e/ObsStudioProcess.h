@@ -164,9 +164,14 @@ private:
         const QString log = logTail();
         // OBS cannot run at all without OpenGL: that is a missing capability
         // of the machine, not a failure of the program under test.
-        const bool glFailed = log.contains(QStringLiteral("Failed to initialize video"))
-            || (log.contains(QStringLiteral("GL"), Qt::CaseSensitive)
-                && log.contains(QStringLiteral("fail"), Qt::CaseInsensitive));
+        bool glFailed = false;
+        for (const QString& line : log.split(QLatin1Char('\n'))) {
+            // OBS's own words when it cannot set up its graphics, or an
+            // error-level line about OpenGL/EGL/GLX failing.
+            glFailed = glFailed || line.contains(QStringLiteral("Failed to initialize video"))
+                || (line.startsWith(QStringLiteral("error:")) && line.contains(QStringLiteral("GL"))
+                    && line.contains(QStringLiteral("fail"), Qt::CaseInsensitive));
+        }
         if (glFailed) {
             m_unavailable = QStringLiteral("OBS Studio cannot start here without OpenGL; its log:\n") + log;
             return false;
