@@ -2,9 +2,9 @@
 // on a display of its own, tallyctl watch follows it with the capture device
 // as box, and each cut is timed from the moment it is sent to OBS until the
 // tally box has received all sixteen reports of the tick that shows it.
-// Usage: obs_cut_latency [CUTS]   (default 200). Prints median, p99 and max,
-// and the same for OBS's own announcement of the cut to a client, which is
-// the part of the delay that lies in OBS.
+// Usage: obs_cut_latency [CUTS [FPS]]   (default 200 cuts, OBS's own frame
+// rate). Prints median, p99 and max, and the same for OBS's own announcement
+// of the cut to a client, which is the part of the delay that lies in OBS.
 
 #include "e2e/ObsStudioProcess.h"
 #include "support/ObsTestClient.h"
@@ -68,6 +68,9 @@ int main(int argc, char** argv)
 {
     QCoreApplication app(argc, argv);
     const int cuts = argc > 1 ? std::max(10, std::atoi(argv[1])) : 200;
+    // OBS changes its program scene on its next video frame, so its frame
+    // rate bounds how soon it can announce a cut; 0 keeps its own (30).
+    const int framesPerSecond = argc > 2 ? std::atoi(argv[2]) : 0;
     QTemporaryDir folder;
     ObsStudioProcess obs;
     if (!obs.start()) {
@@ -84,6 +87,14 @@ int main(int argc, char** argv)
     desk.call(
         QStringLiteral("SetCurrentSceneTransition"), { { QStringLiteral("transitionName"), QStringLiteral("Cut") } });
     desk.call(QStringLiteral("SetStudioModeEnabled"), { { QStringLiteral("studioModeEnabled"), false } });
+    if (framesPerSecond > 0) {
+        const ObsTestClient::Answer video = desk.call(QStringLiteral("SetVideoSettings"),
+            { { QStringLiteral("fpsNumerator"), framesPerSecond }, { QStringLiteral("fpsDenominator"), 1 } });
+        if (!video.ok) {
+            fail(QStringLiteral("OBS Studio refused %1 frames per second: %2").arg(framesPerSecond).arg(video.comment));
+            return 1;
+        }
+    }
     for (const char* scene : { "Wide", "Close" }) {
         desk.call(QStringLiteral("CreateScene"), { { QStringLiteral("sceneName"), QString::fromLatin1(scene) } });
     }
