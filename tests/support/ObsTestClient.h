@@ -115,7 +115,7 @@ private:
                         return true;
                     }
                 }
-                return m_socket.state() == QAbstractSocket::UnconnectedState && !m_messages.isEmpty() && false;
+                return false;
             },
             patienceMs);
         return found;
