@@ -8,6 +8,7 @@
 #include "support/ObsTestClient.h"
 #include "support/QtPrinters.h"
 
+#include <QDir>
 #include <QProcess>
 #include <QTemporaryDir>
 
@@ -36,11 +37,13 @@ protected:
 
     void TearDown() override
     {
-        if (watch.state() != QProcess::NotRunning) {
-            watch.terminate();
-            if (!watch.waitForFinished(5000)) {
-                watch.kill();
-                watch.waitForFinished();
+        for (QProcess* process : { &watch, &window }) {
+            if (process->state() != QProcess::NotRunning) {
+                process->terminate();
+                if (!process->waitForFinished(5000)) {
+                    process->kill();
+                    process->waitForFinished();
+                }
             }
         }
         obs.stop();
@@ -89,6 +92,24 @@ protected:
         ASSERT_TRUE(watch.waitForStarted(10000));
     }
 
+    // The window, offscreen, with a home and settings of its own.
+    void startWindow(const QStringList& arguments, const QString& password)
+    {
+        QDir(folder.path()).mkpath(QStringLiteral("runtime"));
+        QFile::setPermissions(folder.filePath(QStringLiteral("runtime")),
+            QFileDevice::ReadOwner | QFileDevice::WriteOwner | QFileDevice::ExeOwner);
+        QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+        environment.insert(QStringLiteral("HOME"), folder.path());
+        environment.insert(QStringLiteral("XDG_CONFIG_HOME"), folder.filePath(QStringLiteral("config")));
+        environment.insert(QStringLiteral("XDG_RUNTIME_DIR"), folder.filePath(QStringLiteral("runtime")));
+        environment.insert(QStringLiteral("QT_QPA_PLATFORM"), QStringLiteral("offscreen"));
+        environment.insert(QStringLiteral("MIXDESK_TALLY_HID_CAPTURE"), capture.path);
+        environment.insert(QStringLiteral("MIXDESK_TALLY_OBS_PASSWORD"), password);
+        window.setProcessEnvironment(environment);
+        window.start(QStringLiteral(TALLY_BINARY_DIR "/bin/mixdesk-tally"), arguments);
+        ASSERT_TRUE(window.waitForStarted(10000));
+    }
+
     // Waits until watch has printed line; true when it did.
     bool printed(const QString& line, int patienceMs = 10000)
     {
@@ -134,6 +155,7 @@ protected:
     CaptureFile capture;
     QString mapPath;
     QProcess watch;
+    QProcess window;
     QString output;
     qint64 nestedWideItem = 0;
 };
@@ -217,4 +239,27 @@ TEST_F(ObsStudioWatchTest, WhenOBSQuitsTheLightsFreezeAndWatchSaysSo)
     EXPECT_EQ(capture.lines().size(), reports);
     EXPECT_EQ(lastTick(), wideLiveCloseInPreview);
     EXPECT_EQ(watch.state(), QProcess::Running);
+}
+
+TEST_F(ObsStudioWatchTest, TheWindowFollowsOBSStudioToo)
+{
+    ASSERT_NO_FATAL_FAILURE(buildStudio());
+    ASSERT_NO_FATAL_FAILURE(startWindow({ QStringLiteral("--source"), obs.address(), mapPath }, obs.password()));
+    ASSERT_TRUE(boxShows(wideLiveCloseInPreview, 20000)) << lastTick().toStdString();
+    call(QStringLiteral("TriggerStudioModeTransition"));
+    ASSERT_TRUE(boxShows(closeLiveWideInPreview)) << lastTick().toStdString();
+}
+
+TEST_F(ObsStudioWatchTest, TheWindowStartsWithTheSourceChosenInItLastTime)
+{
+    ASSERT_NO_FATAL_FAILURE(buildStudio());
+    const QString settingsFolder = folder.filePath(QStringLiteral("config/Mixdesk"));
+    ASSERT_TRUE(QDir().mkpath(settingsFolder));
+    QFile settings(settingsFolder + QStringLiteral("/Mixdesk Tally.conf"));
+    ASSERT_TRUE(settings.open(QIODevice::WriteOnly));
+    settings.write(
+        QStringLiteral("[General]\nShotSource=%1\nObsPassword=%2\n").arg(obs.address(), obs.password()).toUtf8());
+    settings.close();
+    ASSERT_NO_FATAL_FAILURE(startWindow({ mapPath }, QString()));
+    ASSERT_TRUE(boxShows(wideLiveCloseInPreview, 20000)) << lastTick().toStdString();
 }
