@@ -10,6 +10,7 @@ packages=(
   libhidapi-dev libudev-dev
   libgtest-dev libgmock-dev libbenchmark-dev
   xvfb xauth fonts-dejavu-core
+  obs-studio
   desktop-file-utils libxml2-utils shared-mime-info
   dpkg-dev file
   nodejs

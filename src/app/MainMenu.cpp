@@ -1,16 +1,21 @@
 #include "app/MainMenu.h"
 
+#include "app/ObsSourceDialog.h"
 #include "app/RecentDocuments.h"
 #include "app/UserDefaults.h"
 #include "app/ViewController.h"
 #include "core/Text.h"
+#include "sources/MixdeskShotSource.h"
+#include "sources/ObsShotSource.h"
 
+#include <QActionGroup>
 #include <QApplication>
 #include <QCheckBox>
 #include <QFileInfo>
 #include <QKeySequence>
 #include <QMenu>
 #include <QMenuBar>
+#include <QMessageBox>
 #include <QUrl>
 
 MainMenu::MainMenu(QMenuBar& menuBar, ViewController& controller)
@@ -20,6 +25,71 @@ MainMenu::MainMenu(QMenuBar& menuBar, ViewController& controller)
     buildFileMenu(menuBar);
     buildEditMenu(menuBar);
     buildViewMenu(menuBar);
+    buildSourceMenu(menuBar);
+}
+
+void MainMenu::buildSourceMenu(QMenuBar& menuBar)
+{
+    m_sourceMenu = menuBar.addMenu(tr("&Source"));
+    auto* group = new QActionGroup(m_sourceMenu);
+    m_mixdeskSource = m_sourceMenu->addAction(tr("Mixdesk"));
+    m_obsSource = m_sourceMenu->addAction(tr("OBS Studio…"));
+    for (QAction* item : { m_mixdeskSource.data(), m_obsSource.data() }) {
+        item->setCheckable(true);
+        group->addAction(item);
+    }
+    checkCurrentSource();
+    connect(m_mixdeskSource, &QAction::triggered, this, &MainMenu::chooseMixdeskSource);
+    connect(m_obsSource, &QAction::triggered, this, &MainMenu::askForObsSource);
+}
+
+void MainMenu::checkCurrentSource()
+{
+    const bool followsObs = m_controller.shotSource().displayName() == QLatin1String("OBS Studio");
+    m_obsSource->setChecked(followsObs);
+    m_mixdeskSource->setChecked(!followsObs);
+}
+
+void MainMenu::chooseMixdeskSource()
+{
+    m_controller.setShotSource(std::make_unique<MixdeskShotSource>());
+    UserDefaults::standardUserDefaults().setObject(Preferences::shotSource, QStringLiteral("mixdesk"));
+    checkCurrentSource();
+}
+
+void MainMenu::askForObsSource()
+{
+    UserDefaults& defaults = UserDefaults::standardUserDefaults();
+    ObsSourceDialog dialog(defaults.objectForKey(Preferences::shotSource).toString(),
+        defaults.objectForKey(Preferences::obsPassword).toString(), m_controller.window());
+    dialog.setWindowModality(Qt::WindowModal);
+    QString problem;
+    if (dialog.exec() != QDialog::Accepted) {
+        checkCurrentSource(); // nothing changed
+        return;
+    }
+    if (!chooseObsSource(dialog.address(), dialog.password(), &problem)) {
+        checkCurrentSource();
+        QMessageBox::warning(m_controller.window(), tr("OBS Studio"), problem);
+    }
+}
+
+bool MainMenu::chooseObsSource(const QString& address, const QString& password, QString* problem)
+{
+    const std::optional<ObsAddress> parsed = ObsAddress::parse(address, problem);
+    if (!parsed) {
+        return false;
+    }
+    ObsShotSource::Settings settings;
+    settings.address = *parsed;
+    settings.password = password;
+    m_controller.setShotSource(std::make_unique<ObsShotSource>(settings));
+    UserDefaults& defaults = UserDefaults::standardUserDefaults();
+    // The password makes the settings file a secret of the user's.
+    defaults.setObject(Preferences::obsPassword, password, true);
+    defaults.setObject(Preferences::shotSource, address, true);
+    checkCurrentSource();
+    return true;
 }
 
 void MainMenu::buildFileMenu(QMenuBar& menuBar)

@@ -3,7 +3,11 @@
 #include "outputs/TslSender.h"
 #include "outputs/WebTallyServer.h"
 #include "sources/MixdeskShotSource.h"
+#include "sources/ObsShotSource.h"
 #include "sources/TslShotSource.h"
+
+#include <QFile>
+#include <QProcessEnvironment>
 
 namespace {
 
@@ -149,6 +153,9 @@ std::optional<QString> RunOptions::takeFrom(QStringList& arguments, RunOptions* 
             }
             if (taken.matched) {
                 options->*option.field = taken.value;
+                if (option.field == &RunOptions::source) {
+                    options->sourceGiven = true;
+                }
                 matched = true;
                 break;
             }
@@ -175,16 +182,40 @@ std::optional<QString> RunOptions::takeFrom(QStringList& arguments, RunOptions* 
 QStringList RunOptions::helpLines()
 {
     return {
-        QStringLiteral("  --source SOURCE       where the shots come from: mixdesk (the default), or TSL UMD"),
-        QStringLiteral("                        from a switcher: tsl://[ADDRESS:]PORT (3.1) or"),
+        QStringLiteral("  --source SOURCE       where the shots come from: mixdesk (the default),"),
+        QStringLiteral("                        obs://HOST[:PORT] for OBS Studio (port 4455 by default), or TSL"),
+        QStringLiteral("                        UMD from a switcher: tsl://[ADDRESS:]PORT (3.1) or"),
         QStringLiteral("                        tsl5://[ADDRESS:]PORT (5.0) over UDP, tsl+tcp:// or tsl5+tcp://"),
         QStringLiteral("  --password-file FILE  the switcher's password, on the file's first line"),
+        QStringLiteral("                        (else from MIXDESK_TALLY_OBS_PASSWORD)"),
         QStringLiteral("  --tsl URL             send the lights as TSL UMD 3.1 to udp://HOST:PORT (repeatable)"),
         QStringLiteral("  --tsl5 URL            send the lights as TSL UMD 5.0 to udp:// or tcp://HOST:PORT"),
         QStringLiteral("                        (repeatable)"),
         QStringLiteral("  --tsl-offset N        light N is TSL display index N + offset (default 0)"),
         QStringLiteral("  --web [ADDRESS:]PORT  serve the web tally page for phones (every interface if no ADDRESS)"),
     };
+}
+
+std::optional<QString> readSwitcherPassword(const RunOptions& options, QString* problem)
+{
+    if (options.passwordFile.isEmpty()) {
+        const QString fromEnvironment = QProcessEnvironment::systemEnvironment().value(obsPasswordVariable);
+        return fromEnvironment.isEmpty() ? options.savedPassword : fromEnvironment;
+    }
+    QFile file(options.passwordFile);
+    if (!file.open(QIODevice::ReadOnly)) {
+        if (problem) {
+            *problem = QStringLiteral("cannot read the password file '%1': %2")
+                           .arg(options.passwordFile, file.errorString());
+        }
+        return std::nullopt;
+    }
+    // The first line only, without its line end: editors add one.
+    QByteArray line = file.readLine();
+    while (line.endsWith('\n') || line.endsWith('\r')) {
+        line.chop(1);
+    }
+    return QString::fromUtf8(line);
 }
 
 std::unique_ptr<ShotSource> makeShotSource(const RunOptions& options, QString* problem)
@@ -195,8 +226,22 @@ std::unique_ptr<ShotSource> makeShotSource(const RunOptions& options, QString* p
     if (TslShotSource::isTslAddress(options.source)) {
         return makeTslShotSource(options.source, problem);
     }
+    if (ObsAddress::looksLikeAddress(options.source)) {
+        const std::optional<ObsAddress> address = ObsAddress::parse(options.source, problem);
+        if (!address) {
+            return nullptr;
+        }
+        const std::optional<QString> password = readSwitcherPassword(options, problem);
+        if (!password) {
+            return nullptr;
+        }
+        ObsShotSource::Settings settings;
+        settings.address = *address;
+        settings.password = *password;
+        return std::make_unique<ObsShotSource>(settings);
+    }
     if (problem) {
-        *problem = QStringLiteral("unknown source '%1' (expected mixdesk, tsl://[ADDRESS:]PORT or "
+        *problem = QStringLiteral("unknown source '%1' (expected mixdesk, obs://HOST[:PORT], tsl://[ADDRESS:]PORT or "
                                   "tsl5://[ADDRESS:]PORT)")
                        .arg(options.source);
     }

@@ -17,8 +17,13 @@ struct RunOptions {
     // "mixdesk" (the default), or a switcher's address such as
     // "obs://HOST:PORT".
     QString source = QStringLiteral("mixdesk");
+    // Whether the command line named the source (else a saved choice may).
+    bool sourceGiven = false;
     // A file whose first line is the switcher's password.
     QString passwordFile;
+    // A password known otherwise (the window's saved choice); a password
+    // file or the environment variable still comes first.
+    QString savedPassword;
 
     // TSL UMD outputs (--tsl, --tsl5, --tsl-offset): every destination
     // given, as written ("udp://HOST:PORT", "tcp://HOST:PORT"), 3.1 and 5.0
@@ -38,6 +43,16 @@ struct RunOptions {
     // One line per option, for --help.
     static QStringList helpLines();
 };
+
+// Where the switcher's password comes from when no --password-file is given:
+// an environment variable keeps it off the command line, which every user of
+// the computer can see.
+inline const QString obsPasswordVariable = QStringLiteral("MIXDESK_TALLY_OBS_PASSWORD");
+
+// The switcher's password: the first line of --password-file, else the
+// environment variable, else empty. Nothing, with the reason in problem,
+// when the file cannot be read.
+std::optional<QString> readSwitcherPassword(const RunOptions& options, QString* problem);
 
 // The shot source the options choose, or nothing with the reason in problem.
 std::unique_ptr<ShotSource> makeShotSource(const RunOptions& options, QString* problem);

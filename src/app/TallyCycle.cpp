@@ -32,7 +32,7 @@ void TallyCycle::sendToSharedDevice(quint8 command)
 }
 
 TallyCycle::TallyCycle(ShotSource& source, Observer& observer, SendControl sendControl)
-    : m_source(source)
+    : m_source(&source)
     , m_observer(observer)
     , m_sendControl(std::move(sendControl))
 {
@@ -58,7 +58,7 @@ void TallyCycle::updateTallyLights(Mixdesk::ShotList& shotList, TallyMap& tallyM
 
 void TallyCycle::updateTallyLights(Mixdesk::ShotList& shotList, Lights& lights)
 {
-    const bool running = m_source.isRunning();
+    const bool running = m_source->isRunning();
     m_observer.setMixdeskWarningHidden(running);
     if (!running) {
         // The lights freeze in their last state: switching them off here
@@ -95,7 +95,7 @@ void TallyCycle::publish(bool sourceRunning, const QList<Mixdesk::ShotList>& lig
 void TallyCycle::followShotList(Mixdesk::ShotList& shotList, Lights& lights)
 {
     const qsizetype previousCount = shotList.size();
-    shotList = m_source.queryShots();
+    shotList = m_source->queryShots();
     if (shotList.isEmpty()) {
         // A failed query says nothing about the assignments; editing stays
         // as it was.

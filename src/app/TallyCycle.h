@@ -62,6 +62,11 @@ public:
 
     TallyCycle(ShotSource& source, Observer& observer, SendControl sendControl = sendToSharedDevice);
 
+    // Follows another source from the next tick on (the user chose another
+    // switcher). Not owned; it must outlive the cycle or be replaced first.
+    void setSource(ShotSource& source) { m_source = &source; }
+    ShotSource& source() const { return *m_source; }
+
     // Outputs besides the indicators and the tally box (web page, TSL). Each
     // gets the lights after every tick, also while the source is lost. Not
     // owned; an output must outlive the cycle or be removed first.
@@ -82,7 +87,7 @@ private:
     void followShotList(Mixdesk::ShotList& shotList, Lights& lights);
     void publish(bool sourceRunning, const QList<Mixdesk::ShotList>& lights);
 
-    ShotSource& m_source;
+    ShotSource* m_source;
     Observer& m_observer;
     SendControl m_sendControl;
     QList<TallyOutput*> m_outputs;

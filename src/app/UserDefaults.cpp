@@ -1,5 +1,6 @@
 #include "app/UserDefaults.h"
 
+#include <QFile>
 #include <QSettings>
 
 namespace {
@@ -50,6 +51,15 @@ bool UserDefaults::boolForKey(const QString& key) const
     // An INI file hands booleans back as the text "true" or "false", which
     // QVariant converts as wanted; numbers count as true when not zero.
     return objectForKey(key).toBool();
+}
+
+void UserDefaults::setObject(const QString& key, const QVariant& value, bool isPrivate)
+{
+    m_settings->setValue(key, value);
+    m_settings->sync();
+    if (isPrivate) {
+        QFile::setPermissions(m_settings->fileName(), QFileDevice::ReadOwner | QFileDevice::WriteOwner);
+    }
 }
 
 void UserDefaults::setBool(const QString& key, bool value)

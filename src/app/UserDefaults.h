@@ -44,6 +44,9 @@ public:
     // Stores a value at once, as a control bound to the key does when the
     // user switches it.
     void setBool(const QString& key, bool value);
+    // Stores any value at once. With private set, the settings file becomes
+    // readable and writable by the user only: it then holds a secret.
+    void setObject(const QString& key, const QVariant& value, bool isPrivate = false);
 
     QString settingsFilePath() const;
 
@@ -59,6 +62,12 @@ namespace Preferences {
 inline const QString alwaysOnTop = QStringLiteral("AlwaysOnTop");
 // Lists shots named "... Clear Layer" in the shot editor (default true).
 inline const QString showEmptyLayers = QStringLiteral("ShowEmptyLayers");
+// Where the shots come from when the command line does not say: "mixdesk"
+// (default, never registered so the absence of a choice stays visible) or
+// "obs://HOST:PORT".
+inline const QString shotSource = QStringLiteral("ShotSource");
+// OBS Studio's websocket password, kept with the source.
+inline const QString obsPassword = QStringLiteral("ObsPassword");
 
 // Both preferences with their defaults, in one dictionary.
 QVariantMap registeredDefaults();

@@ -92,13 +92,33 @@ ViewController::ViewController(Dependencies dependencies, QWidget* parent)
     m_ui->setupUi(this);
     lockTallyCheckBox = m_ui->lockTallyCheckBox;
     mixdeskWarning = m_ui->mixdeskWarning;
+    followShotSource();
+    viewDidLoad();
+}
+
+void ViewController::followShotSource()
+{
     if (mixdeskWarning) {
         mixdeskWarning->setText(m_shotSource->notRunningWarning());
     }
     // A source that hears of a cut says so; the tick runs at once rather
     // than up to a quarter of a second later.
     connect(m_shotSource.get(), &ShotSource::shotsChanged, this, [this] { queryMixdeskWithTimer(timer); });
-    viewDidLoad();
+}
+
+void ViewController::setShotSource(std::unique_ptr<ShotSource> source)
+{
+    if (!source) {
+        return;
+    }
+    m_shotSource->disconnect(this);
+    m_cycle.setSource(*source);
+    // The old source may be inside one of its own signals: it goes once
+    // control is back in the event loop.
+    m_shotSource.release()->deleteLater();
+    m_shotSource = std::move(source);
+    shotList.clear();
+    followShotSource();
 }
 
 ViewController::~ViewController() = default;

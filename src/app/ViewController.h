@@ -90,6 +90,11 @@ public:
 
     RecentDocuments& recentDocuments() const { return *m_recentDocuments; }
     ShotSource& shotSource() const { return *m_shotSource; }
+    // Follows another switcher from now on (the user chose one). The shots
+    // of the old one are forgotten, so the first answer of the new one binds
+    // the assignments by name, as after a restart of Mixdesk; the lights
+    // keep their state until that answer.
+    void setShotSource(std::unique_ptr<ShotSource> source);
     // The update cycle, for outputs that follow the lights (web page, TSL).
     TallyCycle& cycle() { return m_cycle; }
     const EditingLock& editingLock() const { return m_editingLock; }
@@ -153,6 +158,7 @@ private:
     void showDocument(const QUrl& url);
     void present(const QString& identifier, QWidget* destination);
     void passwordDialogDidClose(QObject* dialog);
+    void followShotSource();
     void editorDidClose(QObject* editor);
 
     std::unique_ptr<Ui::ViewController> m_ui;

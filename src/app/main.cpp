@@ -5,6 +5,7 @@
 #include "app/ModalPanelProbe.h"
 #include "app/RunOptions.h"
 #include "app/SingleInstance.h"
+#include "app/UserDefaults.h"
 #include "core/StandardOutput.h"
 #include "outputs/TslSender.h"
 #include "outputs/WebTallyServer.h"
@@ -66,6 +67,15 @@ int main(int argc, char* argv[])
     delegate.applicationDidFinishLaunching();
     QObject::connect(&app, &QApplication::aboutToQuit, &delegate, &AppDelegate::applicationWillTerminate);
 
+    // Without --source, the source chosen in the window last time.
+    if (!options.sourceGiven) {
+        const UserDefaults& defaults = UserDefaults::standardUserDefaults();
+        const QString saved = defaults.objectForKey(Preferences::shotSource).toString();
+        if (!saved.isEmpty()) {
+            options.source = saved;
+            options.savedPassword = defaults.objectForKey(Preferences::obsPassword).toString();
+        }
+    }
     QString sourceProblem;
     ViewController::Dependencies dependencies;
     dependencies.shotSource = makeShotSource(options, &sourceProblem);

@@ -161,7 +161,6 @@ int runWatch(const QStringList& arguments)
 
     // As the window does: the device first (above), one query before the
     // first tick, then a tick every 0.25 s.
-    WatchPrinter printer(tallyMap->shotSelections().size(), printStyle(options));
     QString sourceProblem;
     const std::unique_ptr<ShotSource> source = makeShotSource(options.run, &sourceProblem);
     if (!source) {
@@ -173,6 +172,8 @@ int runWatch(const QStringList& arguments)
         printErrorLine(QStringLiteral("tallyctl watch: ") + webProblem);
         return CommandLine::exitFailure;
     }
+    WatchPrinter printer(tallyMap->shotSelections().size(), printStyle(options));
+    printer.setSourceName(source->displayName());
     TallyCycle cycle(*source, printer);
     QString tslProblem;
     const std::unique_ptr<TslSender> tslSender = makeTslSender(options.run, &tslProblem);
@@ -184,14 +185,20 @@ int runWatch(const QStringList& arguments)
     Mixdesk::ShotList shotList = source->queryShots();
     qint64 ticksDone = 0;
 
+    const auto tick = [&] {
+        if (stopRequested != 0) {
+            QCoreApplication::exit(CommandLine::exitOk);
+            return false;
+        }
+        cycle.updateTallyLights(shotList, *tallyMap);
+        return true;
+    };
     QTimer timer;
     timer.setInterval(tickInterval);
     QObject::connect(&timer, &QTimer::timeout, [&] {
-        if (stopRequested != 0) {
-            QCoreApplication::exit(CommandLine::exitOk);
+        if (!tick()) {
             return;
         }
-        cycle.updateTallyLights(shotList, *tallyMap);
         // Asked after the tick, when the box found at start-up has had a
         // quarter of a second to be matched.
         printer.setTallyBoxAttached(tallyBox.controller() != nullptr);
@@ -200,6 +207,13 @@ int runWatch(const QStringList& arguments)
             QCoreApplication::exit(CommandLine::exitOk);
         }
     });
+    // A switcher that announces a cut gets it onto the lights at once; these
+    // extra ticks do not count towards --ticks, which measures time.
+    QObject::connect(source.get(), &ShotSource::shotsChanged, [&] { tick(); });
+    // Status lines are for a person; with --json they go to standard error
+    // so that standard output stays one object a line.
+    QObject::connect(source.get(), &ShotSource::statusChanged,
+        [json = options.json](const QString& status) { json ? printErrorLine(status) : printLine(status); });
     timer.start();
     return QCoreApplication::exec();
 }

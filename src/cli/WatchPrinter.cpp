@@ -30,7 +30,7 @@ void WatchPrinter::setMixdeskWarningHidden(bool hidden)
         return;
     }
     m_running = running;
-    emitChange(running ? QStringLiteral("Mixdesk running") : QStringLiteral("Mixdesk not running"),
+    emitChange(m_sourceName + (running ? QStringLiteral(" running") : QStringLiteral(" not running")),
         { { QStringLiteral("event"), QStringLiteral("mixdesk") }, { QStringLiteral("running"), running } });
 }
 
@@ -41,7 +41,7 @@ void WatchPrinter::setEnableEditing(bool /*enabled*/)
 
 void WatchPrinter::refreshAssignmentTitles()
 {
-    emitChange(QStringLiteral("Assigned shots renamed in Mixdesk"),
+    emitChange(QStringLiteral("Assigned shots renamed in ") + m_sourceName,
         { { QStringLiteral("event"), QStringLiteral("renamed") } });
 }
 

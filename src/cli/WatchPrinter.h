@@ -5,12 +5,14 @@
 #include <QDateTime>
 #include <QJsonObject>
 #include <QList>
+#include <QString>
 
 #include <functional>
 #include <optional>
 
-// What tallyctl watch shows of the update cycle: a line when Mixdesk starts
-// or stops running ("Mixdesk running", "Mixdesk not running"), a line when a
+// What tallyctl watch shows of the update cycle: a line when the switcher
+// starts or stops running ("Mixdesk running", "Mixdesk not running", or with
+// the name of the chosen source), a line when a
 // light changes mode ("Light 3: live"), a line when renamed shots change the
 // assignments, and a line when no tally box is there to drive ("No tally box
 // attached") or one comes back. The first tick prints the whole state.
@@ -28,6 +30,9 @@ public:
     // system clock.
     explicit WatchPrinter(qsizetype lightCount, Style style = Style::Plain, Clock clock = {}, Sink sink = {});
 
+    // The switcher's name in the running lines; "Mixdesk" unless set.
+    void setSourceName(const QString& name) { m_sourceName = name; }
+
     void setMixdeskWarningHidden(bool hidden) override;
     void setEnableEditing(bool enabled) override;
     void refreshAssignmentTitles() override;
@@ -44,6 +49,7 @@ private:
     Style m_style;
     Clock m_clock;
     Sink m_sink;
+    QString m_sourceName = QStringLiteral("Mixdesk");
     std::optional<bool> m_running;
     std::optional<bool> m_boxAttached;
     QList<std::optional<TallyMode>> m_modes;

@@ -2,6 +2,7 @@
 
 #include "sources/MixdeskShotSource.h"
 #include "support/FakeMixdeskPlatform.h"
+#include "support/FakeShotSource.h"
 #include "support/QtPrinters.h"
 #include "support/ShotNotation.h"
 #include "tallymap/TallyMap.h"
@@ -436,4 +437,15 @@ TEST_F(TallyCycleTest, ARemovedOutputGetsNothingMore)
     cycle.removeOutput(&output);
     tick();
     EXPECT_EQ(output.snapshots.size(), 1);
+}
+
+TEST_F(TallyCycleTest, AfterTheSourceIsReplacedTheTickAsksTheNewOne)
+{
+    FakeShotSource other;
+    other.running = false;
+    cycle.setSource(other);
+    tick();
+    EXPECT_EQ(observer.warningHidden, false);
+    EXPECT_EQ(platform->runningCountQueries, 0);
+    EXPECT_EQ(&cycle.source(), &other);
 }

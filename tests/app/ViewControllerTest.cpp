@@ -334,6 +334,48 @@ TEST_F(ViewControllerTest, TheWarningNamesTheSourceThatIsMissing)
     EXPECT_EQ(platform->runningCountQueries, 0);
 }
 
+TEST_F(ViewControllerTest, AReplacedSourceDrivesTheLightsAndNamesItsWarning)
+{
+    makeWindow();
+    main.window->show();
+    controller->tallyMap.setShotSelection(0, { record("Cam 1") });
+    auto owned = std::make_unique<FakeShotSource>();
+    FakeShotSource* source = owned.get();
+    source->running = false;
+    const int mixdeskQueries = platform->runningCountQueries;
+    controller->setShotSource(std::move(owned));
+    EXPECT_EQ(controller->mixdeskWarning->text(), QStringLiteral("Fake switcher is not connected"));
+    tick();
+    EXPECT_FALSE(controller->mixdeskWarning->isHidden());
+    EXPECT_EQ(platform->runningCountQueries, mixdeskQueries) << "Mixdesk is no longer asked";
+
+    auto live = std::make_shared<Mixdesk::Shot>(QStringLiteral("Cam 1"));
+    live->shotId = QStringLiteral("cam-1");
+    live->isLive = true;
+    source->shots = { live };
+    source->running = true;
+    const qsizetype sent = device->reports.size();
+    source->announceChange();
+    EXPECT_TRUE(controller->mixdeskWarning->isHidden());
+    EXPECT_EQ(device->reports.size(), sent + 16);
+    EXPECT_EQ(controller->tallyStateDisplays[0]->mode, TallyMode::live);
+}
+
+TEST_F(ViewControllerTest, AReplacedSourceNoLongerTriggersTicks)
+{
+    auto first = std::make_unique<FakeShotSource>();
+    QPointer<FakeShotSource> old = first.get();
+    makeWindow(std::move(first));
+    main.window->show();
+    controller->setShotSource(std::make_unique<FakeShotSource>());
+    ASSERT_FALSE(old.isNull()) << "deleted only back in the event loop";
+    const qsizetype sent = device->reports.size();
+    old->announceChange();
+    EXPECT_EQ(device->reports.size(), sent);
+    QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+    EXPECT_TRUE(old.isNull());
+}
+
 TEST_F(ViewControllerTest, WithNoSourceChosenTheWarningIsMixdesks)
 {
     makeWindow();

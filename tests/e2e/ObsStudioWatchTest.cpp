@@ -1,0 +1,265 @@
+// tallyctl watch following a real OBS Studio: OBS runs on a display of its
+// own, the test plays the operator through OBS's websocket server, and the
+// tally box is the capture device.
+
+#include "CaptureFile.h"
+#include "ObsStudioProcess.h"
+#include "support/Eventually.h"
+#include "support/ObsTestClient.h"
+#include "support/QtPrinters.h"
+
+#include <QDir>
+#include <QProcess>
+#include <QTemporaryDir>
+
+#include <gtest/gtest.h>
+
+namespace {
+
+class ObsStudioWatchTest : public testing::Test {
+protected:
+    void SetUp() override
+    {
+        ASSERT_TRUE(folder.isValid());
+        if (!obs.start()) {
+            if (!obs.unavailableReason().isEmpty()) {
+                GTEST_SKIP() << obs.unavailableReason().toStdString();
+            }
+            FAIL() << obs.failure().toStdString();
+        }
+        ASSERT_TRUE(operatorDesk.logIn(obs.webSocketUrl(), obs.password()));
+        capture.path = folder.filePath(QStringLiteral("capture.hex"));
+        mapPath = folder.filePath(QStringLiteral("studio.tlx"));
+        QFile map(mapPath);
+        ASSERT_TRUE(map.open(QIODevice::WriteOnly));
+        map.write("0|Wide\r\n1|Close\r\n2|Camera 1\r\n3|Camera 2\r\n");
+    }
+
+    void TearDown() override
+    {
+        for (QProcess* process : { &watch, &window }) {
+            if (process->state() != QProcess::NotRunning) {
+                process->terminate();
+                if (!process->waitForFinished(5000)) {
+                    process->kill();
+                    process->waitForFinished();
+                }
+            }
+        }
+        obs.stop();
+    }
+
+    void call(const QString& type, const QJsonObject& data = {})
+    {
+        const ObsTestClient::Answer answer = operatorDesk.call(type, data);
+        ASSERT_TRUE(answer.ok) << type.toStdString() << ": " << answer.comment.toStdString();
+    }
+
+    // Two scenes, "Wide" showing Camera 1 and "Close" showing Camera 2 and,
+    // nested, the whole of Wide. Cuts are immediate.
+    void buildStudio()
+    {
+        call(QStringLiteral("SetCurrentSceneTransition"),
+            { { QStringLiteral("transitionName"), QStringLiteral("Cut") } });
+        call(QStringLiteral("CreateScene"), { { QStringLiteral("sceneName"), QStringLiteral("Wide") } });
+        call(QStringLiteral("CreateScene"), { { QStringLiteral("sceneName"), QStringLiteral("Close") } });
+        addCamera(QStringLiteral("Wide"), QStringLiteral("Camera 1"));
+        addCamera(QStringLiteral("Close"), QStringLiteral("Camera 2"));
+        const ObsTestClient::Answer nested = operatorDesk.call(QStringLiteral("CreateSceneItem"),
+            { { QStringLiteral("sceneName"), QStringLiteral("Close") },
+                { QStringLiteral("sourceName"), QStringLiteral("Wide") } });
+        ASSERT_TRUE(nested.ok) << nested.comment.toStdString();
+        nestedWideItem = nested.data.value(QLatin1String("sceneItemId")).toInteger();
+        call(QStringLiteral("SetCurrentProgramScene"), { { QStringLiteral("sceneName"), QStringLiteral("Wide") } });
+        call(QStringLiteral("SetCurrentPreviewScene"), { { QStringLiteral("sceneName"), QStringLiteral("Close") } });
+    }
+
+    void addCamera(const QString& scene, const QString& name)
+    {
+        call(QStringLiteral("CreateInput"),
+            { { QStringLiteral("sceneName"), scene }, { QStringLiteral("inputName"), name },
+                { QStringLiteral("inputKind"), QStringLiteral("color_source_v3") } });
+    }
+
+    void startWatch(const QString& password)
+    {
+        QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+        environment.insert(QStringLiteral("MIXDESK_TALLY_HID_CAPTURE"), capture.path);
+        environment.insert(QStringLiteral("MIXDESK_TALLY_OBS_PASSWORD"), password);
+        watch.setProcessEnvironment(environment);
+        watch.start(QStringLiteral(TALLY_BINARY_DIR "/bin/tallyctl"),
+            { QStringLiteral("watch"), QStringLiteral("--source"), obs.address(), mapPath });
+        ASSERT_TRUE(watch.waitForStarted(10000));
+    }
+
+    // The window, offscreen, with a home and settings of its own.
+    void startWindow(const QStringList& arguments, const QString& password)
+    {
+        QDir(folder.path()).mkpath(QStringLiteral("runtime"));
+        QFile::setPermissions(folder.filePath(QStringLiteral("runtime")),
+            QFileDevice::ReadOwner | QFileDevice::WriteOwner | QFileDevice::ExeOwner);
+        QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+        environment.insert(QStringLiteral("HOME"), folder.path());
+        environment.insert(QStringLiteral("XDG_CONFIG_HOME"), folder.filePath(QStringLiteral("config")));
+        environment.insert(QStringLiteral("XDG_RUNTIME_DIR"), folder.filePath(QStringLiteral("runtime")));
+        environment.insert(QStringLiteral("QT_QPA_PLATFORM"), QStringLiteral("offscreen"));
+        environment.insert(QStringLiteral("MIXDESK_TALLY_HID_CAPTURE"), capture.path);
+        environment.insert(QStringLiteral("MIXDESK_TALLY_OBS_PASSWORD"), password);
+        window.setProcessEnvironment(environment);
+        window.start(QStringLiteral(TALLY_BINARY_DIR "/bin/mixdesk-tally"), arguments);
+        ASSERT_TRUE(window.waitForStarted(10000));
+    }
+
+    // Waits until watch has printed line; true when it did.
+    bool printed(const QString& line, int patienceMs = 10000)
+    {
+        return eventually(
+            [&] {
+                output += QString::fromUtf8(watch.readAllStandardOutput());
+                return output.split(QLatin1Char('\n')).contains(line);
+            },
+            patienceMs);
+    }
+
+    // Waits until watch has printed line at least times times.
+    bool printedTimes(const QString& line, qsizetype times, int patienceMs = 10000)
+    {
+        return eventually(
+            [&] {
+                output += QString::fromUtf8(watch.readAllStandardOutput());
+                return output.split(QLatin1Char('\n')).count(line) >= times;
+            },
+            patienceMs);
+    }
+
+    // Waits until the last complete tick at the box is bytes.
+    bool boxShows(const QByteArray& bytes, int patienceMs = 10000)
+    {
+        return eventually(
+            [&] {
+                const QList<QByteArray> ticks = capture.ticks();
+                return !ticks.isEmpty() && ticks.last() == bytes;
+            },
+            patienceMs);
+    }
+
+    QByteArray lastTick() const
+    {
+        const QList<QByteArray> ticks = capture.ticks();
+        return ticks.isEmpty() ? QByteArray("<none>") : ticks.last();
+    }
+
+    QTemporaryDir folder;
+    ObsStudioProcess obs;
+    ObsTestClient operatorDesk;
+    CaptureFile capture;
+    QString mapPath;
+    QProcess watch;
+    QProcess window;
+    QString output;
+    qint64 nestedWideItem = 0;
+};
+
+// Lights 1-4: Wide, Close, Camera 1, Camera 2; 5-8 off.
+const QByteArray wideLiveCloseInPreview = "b1 21 02 d2 b3 23 04 d4 05 25 06 26 07 27 08 28";
+const QByteArray closeLiveWideInPreview = "01 d1 b2 22 b3 23 b4 24 05 25 06 26 07 27 08 28";
+
+} // namespace
+
+TEST_F(ObsStudioWatchTest, WatchFollowsProgramAndPreviewThroughCutsAndTransitions)
+{
+    ASSERT_NO_FATAL_FAILURE(buildStudio());
+    ASSERT_NO_FATAL_FAILURE(startWatch(obs.password()));
+    ASSERT_TRUE(printed(QStringLiteral("OBS Studio running"))) << output.toStdString();
+    ASSERT_TRUE(printed(QStringLiteral("Light 1: live"))) << output.toStdString();
+    ASSERT_TRUE(boxShows(wideLiveCloseInPreview)) << lastTick().toStdString();
+    EXPECT_TRUE(printed(QStringLiteral("Light 2: preview"))) << output.toStdString();
+    EXPECT_TRUE(printed(QStringLiteral("Light 3: live"))) << output.toStdString();
+    EXPECT_TRUE(printed(QStringLiteral("Light 4: preview"))) << output.toStdString();
+
+    // The studio-mode transition swaps program and preview. Camera 1 stays
+    // live: Close carries Wide nested in it.
+    call(QStringLiteral("TriggerStudioModeTransition"));
+    ASSERT_TRUE(boxShows(closeLiveWideInPreview)) << lastTick().toStdString();
+    EXPECT_TRUE(printed(QStringLiteral("Light 2: live"))) << output.toStdString();
+    EXPECT_TRUE(printed(QStringLiteral("Light 4: live"))) << output.toStdString();
+
+    // Hiding the nested Wide on program takes Camera 1 off air.
+    call(QStringLiteral("SetSceneItemEnabled"),
+        { { QStringLiteral("sceneName"), QStringLiteral("Close") }, { QStringLiteral("sceneItemId"), nestedWideItem },
+            { QStringLiteral("sceneItemEnabled"), false } });
+    ASSERT_TRUE(boxShows("01 d1 b2 22 03 d3 b4 24 05 25 06 26 07 27 08 28")) << lastTick().toStdString();
+    EXPECT_TRUE(printed(QStringLiteral("Light 3: preview"))) << output.toStdString();
+}
+
+TEST_F(ObsStudioWatchTest, WatchFollowsARenamedCameraAndANewScene)
+{
+    ASSERT_NO_FATAL_FAILURE(buildStudio());
+    ASSERT_NO_FATAL_FAILURE(startWatch(obs.password()));
+    ASSERT_TRUE(boxShows(wideLiveCloseInPreview)) << lastTick().toStdString();
+    call(QStringLiteral("SetInputName"),
+        { { QStringLiteral("inputName"), QStringLiteral("Camera 1") },
+            { QStringLiteral("newInputName"), QStringLiteral("Cam 1") } });
+    ASSERT_TRUE(printed(QStringLiteral("Assigned shots renamed in OBS Studio"))) << output.toStdString();
+    // A scene made after the start is followed too.
+    call(QStringLiteral("CreateScene"), { { QStringLiteral("sceneName"), QStringLiteral("Titles") } });
+    call(QStringLiteral("SetCurrentPreviewScene"), { { QStringLiteral("sceneName"), QStringLiteral("Titles") } });
+    call(QStringLiteral("TriggerStudioModeTransition"));
+    // Titles is on program, Wide (with the renamed camera) in preview.
+    ASSERT_TRUE(boxShows("01 d1 02 22 03 d3 04 24 05 25 06 26 07 27 08 28")) << lastTick().toStdString();
+}
+
+TEST_F(ObsStudioWatchTest, AWrongPasswordIsReportedAndTheBoxStaysDark)
+{
+    ASSERT_NO_FATAL_FAILURE(startWatch(QStringLiteral("not the password")));
+    ASSERT_TRUE(printed(QStringLiteral("OBS Studio at 127.0.0.1:%1: not connected (OBS Studio refused the password); "
+                                       "reconnecting")
+                            .arg(obs.port())))
+        << output.toStdString();
+    EXPECT_TRUE(printed(QStringLiteral("OBS Studio not running"))) << output.toStdString();
+    EXPECT_TRUE(capture.lines().isEmpty());
+}
+
+TEST_F(ObsStudioWatchTest, WhenOBSQuitsTheLightsFreezeAndWatchSaysSo)
+{
+    ASSERT_NO_FATAL_FAILURE(buildStudio());
+    ASSERT_NO_FATAL_FAILURE(startWatch(obs.password()));
+    ASSERT_TRUE(boxShows(wideLiveCloseInPreview)) << lastTick().toStdString();
+    ASSERT_TRUE(printed(QStringLiteral("OBS Studio running"))) << output.toStdString();
+    // The first tick, before the connection, said "not running" once already.
+    const qsizetype notRunningBefore = output.split(QLatin1Char('\n')).count(QStringLiteral("OBS Studio not running"));
+    obs.quitObs();
+    ASSERT_TRUE(printedTimes(QStringLiteral("OBS Studio not running"), notRunningBefore + 1)) << output.toStdString();
+    EXPECT_TRUE(output.contains(QStringLiteral("OBS Studio at 127.0.0.1:%1: not connected (").arg(obs.port())))
+        << output.toStdString();
+    EXPECT_TRUE(output.contains(QStringLiteral("); reconnecting"))) << output.toStdString();
+    // Nothing more goes to the box: it keeps showing the last state.
+    const qsizetype reports = capture.lines().size();
+    QThread::msleep(800);
+    EXPECT_EQ(capture.lines().size(), reports);
+    EXPECT_EQ(lastTick(), wideLiveCloseInPreview);
+    EXPECT_EQ(watch.state(), QProcess::Running);
+}
+
+TEST_F(ObsStudioWatchTest, TheWindowFollowsOBSStudioToo)
+{
+    ASSERT_NO_FATAL_FAILURE(buildStudio());
+    ASSERT_NO_FATAL_FAILURE(startWindow({ QStringLiteral("--source"), obs.address(), mapPath }, obs.password()));
+    ASSERT_TRUE(boxShows(wideLiveCloseInPreview, 20000)) << lastTick().toStdString();
+    call(QStringLiteral("TriggerStudioModeTransition"));
+    ASSERT_TRUE(boxShows(closeLiveWideInPreview)) << lastTick().toStdString();
+}
+
+TEST_F(ObsStudioWatchTest, TheWindowStartsWithTheSourceChosenInItLastTime)
+{
+    ASSERT_NO_FATAL_FAILURE(buildStudio());
+    const QString settingsFolder = folder.filePath(QStringLiteral("config/Mixdesk"));
+    ASSERT_TRUE(QDir().mkpath(settingsFolder));
+    QFile settings(settingsFolder + QStringLiteral("/Mixdesk Tally.conf"));
+    ASSERT_TRUE(settings.open(QIODevice::WriteOnly));
+    settings.write(
+        QStringLiteral("[General]\nShotSource=%1\nObsPassword=%2\n").arg(obs.address(), obs.password()).toUtf8());
+    settings.close();
+    ASSERT_NO_FATAL_FAILURE(startWindow({ mapPath }, QString()));
+    ASSERT_TRUE(boxShows(wideLiveCloseInPreview, 20000)) << lastTick().toStdString();
+}

@@ -1,0 +1,174 @@
+// The shot list OBS Studio's scenes and inputs give: which shots exist, their
+// ids, and which are live or in preview.
+
+#include "sources/ObsSceneGraph.h"
+
+#include <gtest/gtest.h>
+
+namespace {
+
+using Item = ObsSceneGraph::Item;
+
+// "name:LP" per shot: L when live, P when in preview.
+QStringList summary(const Mixdesk::ShotList& shots)
+{
+    QStringList lines;
+    for (const Mixdesk::ShotPtr& shot : shots) {
+        lines.append(shot->name + QLatin1Char(':') + (shot->isLive ? QStringLiteral("L") : QString())
+            + (shot->isPreview ? QStringLiteral("P") : QString()));
+    }
+    return lines;
+}
+
+Mixdesk::ShotPtr shotNamed(const Mixdesk::ShotList& shots, const QString& name)
+{
+    for (const Mixdesk::ShotPtr& shot : shots) {
+        if (shot->name == name) {
+            return shot;
+        }
+    }
+    return nullptr;
+}
+
+// Two scenes, "Wide" with Camera 1 and "Close" with Camera 2, and a third
+// input placed nowhere.
+ObsSceneGraph studio()
+{
+    ObsSceneGraph graph;
+    graph.setScenes({ { QStringLiteral("Wide"), {} }, { QStringLiteral("Close"), {} } });
+    graph.setInputs(
+        { { QStringLiteral("Camera 1"), {} }, { QStringLiteral("Camera 2"), {} }, { QStringLiteral("Music"), {} } });
+    graph.setItems(QStringLiteral("Wide"), { Item { 1, QStringLiteral("Camera 1"), true } });
+    graph.setItems(QStringLiteral("Close"), { Item { 1, QStringLiteral("Camera 2"), true } });
+    graph.setProgramScene(QStringLiteral("Wide"));
+    graph.setPreviewScene(QStringLiteral("Close"));
+    return graph;
+}
+
+} // namespace
+
+TEST(ObsSceneGraphTest, EveryScene_ThenEveryInputIsAShotInTheSwitchersOrder)
+{
+    ObsSceneGraph graph = studio();
+    EXPECT_EQ(summary(graph.shots()), QStringList({ "Wide:L", "Close:", "Camera 1:L", "Camera 2:", "Music:" }));
+}
+
+TEST(ObsSceneGraphTest, PreviewShowsOnlyWhileStudioModeIsOn)
+{
+    ObsSceneGraph graph = studio();
+    graph.setStudioMode(true);
+    EXPECT_EQ(summary(graph.shots()), QStringList({ "Wide:L", "Close:P", "Camera 1:L", "Camera 2:P", "Music:" }));
+    graph.setStudioMode(false);
+    EXPECT_EQ(summary(graph.shots()), QStringList({ "Wide:L", "Close:", "Camera 1:L", "Camera 2:", "Music:" }));
+}
+
+TEST(ObsSceneGraphTest, AnInputIsLiveThroughANestedSceneAndAGroup)
+{
+    ObsSceneGraph graph;
+    graph.setScenes({ { QStringLiteral("Show"), {} }, { QStringLiteral("Guests"), {} } });
+    graph.setInputs(
+        { { QStringLiteral("Camera 1"), {} }, { QStringLiteral("Camera 2"), {} }, { QStringLiteral("Camera 3"), {} } });
+    graph.setItems(QStringLiteral("Show"),
+        { Item { 1, QStringLiteral("Guests"), true }, Item { 2, QStringLiteral("Desk"), true } });
+    graph.setItems(QStringLiteral("Guests"), { Item { 1, QStringLiteral("Camera 1"), true } });
+    graph.setItems(QStringLiteral("Desk"), { Item { 1, QStringLiteral("Camera 2"), true } }); // a group
+    graph.setProgramScene(QStringLiteral("Show"));
+    EXPECT_EQ(summary(graph.shots()), QStringList({ "Show:L", "Guests:", "Camera 1:L", "Camera 2:L", "Camera 3:" }));
+}
+
+TEST(ObsSceneGraphTest, AHiddenItemHidesEverythingUnderIt)
+{
+    ObsSceneGraph graph;
+    graph.setScenes({ { QStringLiteral("Show"), {} }, { QStringLiteral("Guests"), {} } });
+    graph.setInputs({ { QStringLiteral("Camera 1"), {} }, { QStringLiteral("Camera 2"), {} } });
+    graph.setItems(QStringLiteral("Show"),
+        { Item { 1, QStringLiteral("Guests"), false }, Item { 2, QStringLiteral("Camera 2"), false } });
+    graph.setItems(QStringLiteral("Guests"), { Item { 1, QStringLiteral("Camera 1"), true } });
+    graph.setProgramScene(QStringLiteral("Show"));
+    EXPECT_EQ(summary(graph.shots()), QStringList({ "Show:L", "Guests:", "Camera 1:", "Camera 2:" }));
+
+    EXPECT_TRUE(graph.setItemEnabled(QStringLiteral("Show"), 1, true));
+    EXPECT_EQ(summary(graph.shots()), QStringList({ "Show:L", "Guests:", "Camera 1:L", "Camera 2:" }));
+}
+
+TEST(ObsSceneGraphTest, SettingAnItemToTheStateItHasChangesNothing)
+{
+    ObsSceneGraph graph = studio();
+    EXPECT_FALSE(graph.setItemEnabled(QStringLiteral("Wide"), 1, true));
+    EXPECT_FALSE(graph.setItemEnabled(QStringLiteral("Wide"), 99, false));
+    EXPECT_FALSE(graph.setItemEnabled(QStringLiteral("Nowhere"), 1, false));
+}
+
+TEST(ObsSceneGraphTest, AnInputSeenTwiceStaysLiveWhenOneOfItsItemsIsHidden)
+{
+    ObsSceneGraph graph = studio();
+    graph.setItems(QStringLiteral("Wide"),
+        { Item { 1, QStringLiteral("Camera 1"), false }, Item { 2, QStringLiteral("Camera 1"), true } });
+    EXPECT_TRUE(shotNamed(graph.shots(), QStringLiteral("Camera 1"))->isLive);
+}
+
+TEST(ObsSceneGraphTest, ScenesThatHoldEachOtherAreWalkedOnce)
+{
+    ObsSceneGraph graph;
+    graph.setScenes({ { QStringLiteral("A"), {} }, { QStringLiteral("B"), {} } });
+    graph.setInputs({ { QStringLiteral("Camera 1"), {} } });
+    graph.setItems(QStringLiteral("A"), { Item { 1, QStringLiteral("B"), true } });
+    graph.setItems(
+        QStringLiteral("B"), { Item { 1, QStringLiteral("A"), true }, Item { 2, QStringLiteral("Camera 1"), true } });
+    graph.setProgramScene(QStringLiteral("A"));
+    EXPECT_EQ(summary(graph.shots()), QStringList({ "A:L", "B:", "Camera 1:L" }));
+}
+
+TEST(ObsSceneGraphTest, TheIdIsTheUuidWhereReportedElseTheName)
+{
+    ObsSceneGraph graph;
+    graph.setScenes({ { QStringLiteral("Wide"), QStringLiteral("1b5c-uuid") }, { QStringLiteral("Close"), {} } });
+    graph.setInputs(
+        { { QStringLiteral("Camera 1"), QStringLiteral("9f00-uuid") }, { QStringLiteral("Camera 2"), {} } });
+    const Mixdesk::ShotList shots = graph.shots();
+    ASSERT_EQ(shots.size(), 4);
+    EXPECT_EQ(shots[0]->shotId, QStringLiteral("1b5c-uuid"));
+    EXPECT_EQ(shots[1]->shotId, QStringLiteral("Close"));
+    EXPECT_EQ(shots[2]->shotId, QStringLiteral("9f00-uuid"));
+    EXPECT_EQ(shots[3]->shotId, QStringLiteral("Camera 2"));
+}
+
+TEST(ObsSceneGraphTest, ARenamedInputKeepsItsIdAndStaysLive)
+{
+    ObsSceneGraph graph = studio();
+    graph.renameSource(QStringLiteral("Camera 1"), QStringLiteral("Cam 1"));
+    const Mixdesk::ShotPtr renamed = shotNamed(graph.shots(), QStringLiteral("Cam 1"));
+    ASSERT_NE(renamed, nullptr);
+    EXPECT_EQ(renamed->shotId, QStringLiteral("Camera 1"));
+    EXPECT_TRUE(renamed->isLive);
+    EXPECT_EQ(shotNamed(graph.shots(), QStringLiteral("Camera 1")), nullptr);
+}
+
+TEST(ObsSceneGraphTest, ARenamedProgramSceneKeepsItsIdAndStaysLive)
+{
+    ObsSceneGraph graph = studio();
+    graph.renameSource(QStringLiteral("Wide"), QStringLiteral("Wide shot"));
+    graph.renameSource(QStringLiteral("Wide shot"), QStringLiteral("Total"));
+    const Mixdesk::ShotPtr renamed = shotNamed(graph.shots(), QStringLiteral("Total"));
+    ASSERT_NE(renamed, nullptr);
+    EXPECT_EQ(renamed->shotId, QStringLiteral("Wide"));
+    EXPECT_TRUE(renamed->isLive);
+    EXPECT_EQ(graph.programScene(), QStringLiteral("Total"));
+    EXPECT_TRUE(shotNamed(graph.shots(), QStringLiteral("Camera 1"))->isLive);
+}
+
+TEST(ObsSceneGraphTest, ARereadAfterARenameKeepsTheCarriedId)
+{
+    ObsSceneGraph graph = studio();
+    graph.renameSource(QStringLiteral("Camera 2"), QStringLiteral("Cam 2"));
+    graph.clearContents();
+    graph.setInputs({ { QStringLiteral("Cam 2"), {} } });
+    EXPECT_EQ(graph.shots().first()->shotId, QStringLiteral("Camera 2"));
+}
+
+TEST(ObsSceneGraphTest, NoProgramSceneMeansNothingIsLive)
+{
+    ObsSceneGraph graph = studio();
+    graph.setProgramScene({});
+    EXPECT_EQ(summary(graph.shots()), QStringList({ "Wide:", "Close:", "Camera 1:", "Camera 2:", "Music:" }));
+}
