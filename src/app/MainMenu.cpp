@@ -1,5 +1,6 @@
 #include "app/MainMenu.h"
 
+#include "app/LostSourceMenu.h"
 #include "app/RecentDocuments.h"
 #include "app/UserDefaults.h"
 #include "app/ViewController.h"
@@ -10,6 +11,7 @@
 #include <QKeySequence>
 #include <QMenu>
 #include <QMenuBar>
+#include <QMessageBox>
 #include <QUrl>
 
 MainMenu::MainMenu(QMenuBar& menuBar, ViewController& controller)
@@ -19,6 +21,7 @@ MainMenu::MainMenu(QMenuBar& menuBar, ViewController& controller)
     buildFileMenu(menuBar);
     buildEditMenu(menuBar);
     buildViewMenu(menuBar);
+    buildHelpMenu(menuBar);
 }
 
 void MainMenu::buildFileMenu(QMenuBar& menuBar)
@@ -37,14 +40,18 @@ void MainMenu::buildFileMenu(QMenuBar& menuBar)
     save->setShortcut(QKeySequence::Save);
     connect(save, &QAction::triggered, &m_controller, [this, save] { m_controller.saveDocument(save); });
     QAction* saveAs = m_fileMenu->addAction(tr("Save &As…"));
-    saveAs->setShortcut(QKeySequence::SaveAs);
+    // Not every desktop gives Save As a key of its own; this one is common
+    // to them all.
+    saveAs->setShortcut(QKeySequence(Qt::CTRL | Qt::SHIFT | Qt::Key_S));
     connect(saveAs, &QAction::triggered, &m_controller, [this, saveAs] { m_controller.saveDocumentAs(saveAs); });
 
     m_fileMenu->addSeparator();
     QAction* quit = m_fileMenu->addAction(tr("&Quit"));
     quit->setShortcut(QKeySequence::Quit);
     quit->setMenuRole(QAction::QuitRole);
-    connect(quit, &QAction::triggered, qApp, &QApplication::quit, Qt::QueuedConnection);
+    // Closing the main window ends the program, after the window has asked
+    // about unsaved changes.
+    connect(quit, &QAction::triggered, m_controller.window(), &QWidget::close, Qt::QueuedConnection);
 }
 
 void MainMenu::buildEditMenu(QMenuBar& menuBar)
@@ -63,6 +70,7 @@ void MainMenu::buildEditMenu(QMenuBar& menuBar)
     });
     m_editMenu->addSeparator();
     addTestLightsItem();
+    m_lostSourceMenu = new LostSourceMenu(*m_editMenu, m_controller);
 }
 
 void MainMenu::addLockEditingItem()
@@ -130,4 +138,20 @@ void MainMenu::rebuildOpenRecentMenu()
         m_controller.recentDocuments().clearRecentDocuments();
         rebuildOpenRecentMenu();
     });
+}
+
+void MainMenu::buildHelpMenu(QMenuBar& menuBar)
+{
+    m_helpMenu = menuBar.addMenu(tr("&Help"));
+    m_about = m_helpMenu->addAction(tr("&About Mixdesk Tally"));
+    m_about->setMenuRole(QAction::AboutRole);
+    connect(m_about, &QAction::triggered, &m_controller,
+        [this] { QMessageBox::about(m_controller.window(), tr("About Mixdesk Tally"), aboutText()); });
+}
+
+QString MainMenu::aboutText()
+{
+    return tr("<b>Mixdesk Tally %1</b><p>Drives the studio tally lights from the switcher's program and "
+              "preview shots.</p>")
+        .arg(QStringLiteral(TALLY_VERSION));
 }

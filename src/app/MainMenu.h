@@ -1,5 +1,7 @@
 #pragma once
 
+#include "app/LostSourceMenu.h"
+
 #include <QAction>
 #include <QMenu>
 #include <QMenuBar>
@@ -9,9 +11,10 @@
 class ViewController;
 
 // The main window's menu bar: File (Open, Open Recent, Save, Save As, Quit),
-// Edit (Lock Editing, Require Password to Unlock, Test Lights) and View
-// (Always on Top). The commands go to the main screen controller; Open Recent
-// is rebuilt from the recent documents each time it opens.
+// Edit (Lock Editing, Require Password to Unlock, Test Lights, When the
+// Switcher Is Lost), View (Always on Top) and Help (About). The commands go
+// to the main screen controller; Open Recent is rebuilt from the recent
+// documents each time it opens.
 class MainMenu : public QObject {
     Q_OBJECT
 
@@ -27,6 +30,12 @@ public:
     QAction* requirePasswordAction() const { return m_requirePassword; }
     QAction* lockEditingAction() const { return m_lockEditing; }
     QAction* testLightsAction() const { return m_testLights; }
+    LostSourceMenu* lostSourceMenu() const { return m_lostSourceMenu; }
+    QMenu* helpMenu() const { return m_helpMenu; }
+    QAction* aboutAction() const { return m_about; }
+
+    // The About box's text: the program's name, version and purpose.
+    static QString aboutText();
 
     // Fills Open Recent from the list: missing files disabled, then Clear.
     void rebuildOpenRecentMenu();
@@ -35,6 +44,7 @@ private:
     void buildFileMenu(QMenuBar& menuBar);
     void buildEditMenu(QMenuBar& menuBar);
     void buildViewMenu(QMenuBar& menuBar);
+    void buildHelpMenu(QMenuBar& menuBar);
     void addLockEditingItem();
     void addTestLightsItem();
     // The item stores the preference itself, then tells the controller.
@@ -49,4 +59,7 @@ private:
     QPointer<QAction> m_requirePassword;
     QPointer<QAction> m_lockEditing;
     QPointer<QAction> m_testLights;
+    QPointer<LostSourceMenu> m_lostSourceMenu;
+    QPointer<QMenu> m_helpMenu;
+    QPointer<QAction> m_about;
 };

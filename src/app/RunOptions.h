@@ -1,5 +1,6 @@
 #pragma once
 
+#include "app/LostSourcePolicy.h"
 #include "sources/ShotSource.h"
 
 #include <QString>
@@ -18,6 +19,14 @@ struct RunOptions {
     QString source = QStringLiteral("mixdesk");
     // A file whose first line is the switcher's password.
     QString passwordFile;
+    // What the lights do while the source is lost, and at quit; unset
+    // choices leave the saved preference (or the default) in force.
+    std::optional<LostSourcePolicy::Action> whenSourceLost;
+    std::optional<int> blinkAfterSeconds;
+    bool lightsOffAtQuit = false;
+
+    // base with the choices made on the command line put over it.
+    LostSourcePolicy lostSourcePolicy(LostSourcePolicy base = {}) const;
 
     // Takes the options it knows out of arguments ("--source X" and
     // "--source=X" alike) and leaves the rest (files, a command's own

@@ -54,6 +54,11 @@ bool UserDefaults::boolForKey(const QString& key) const
 
 void UserDefaults::setBool(const QString& key, bool value)
 {
+    setObject(key, value);
+}
+
+void UserDefaults::setObject(const QString& key, const QVariant& value)
+{
     m_settings->setValue(key, value);
     // Written at once so that a crash or a second instance reading the same
     // file sees the user's choice.

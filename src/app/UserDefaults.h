@@ -44,6 +44,8 @@ public:
     // Stores a value at once, as a control bound to the key does when the
     // user switches it.
     void setBool(const QString& key, bool value);
+    // The same for any value QSettings can hold.
+    void setObject(const QString& key, const QVariant& value);
 
     QString settingsFilePath() const;
 

@@ -2,6 +2,7 @@
 
 #include "app/DocumentPanels.h"
 #include "app/FileDialogPanels.h"
+#include "app/MessageBoxSaveChangesPrompt.h"
 #include "app/RecentDocuments.h"
 #include "app/UserDefaults.h"
 #include "core/FatalError.h"
@@ -67,6 +68,19 @@ std::unique_ptr<RecentDocuments> orDefault(std::unique_ptr<RecentDocuments> rece
     return recent ? std::move(recent) : std::make_unique<RecentDocuments>();
 }
 
+std::unique_ptr<SaveChangesPrompt> orDefault(std::unique_ptr<SaveChangesPrompt> prompt)
+{
+    return prompt ? std::move(prompt) : std::make_unique<MessageBoxSaveChangesPrompt>();
+}
+
+// Two assignments are the same when they hold the same names in the same
+// order: that is what a saved file would hold.
+bool sameNames(const Mixdesk::ShotList& a, const Mixdesk::ShotList& b)
+{
+    return std::equal(a.begin(), a.end(), b.begin(), b.end(),
+        [](const Mixdesk::ShotPtr& x, const Mixdesk::ShotPtr& y) { return x->name == y->name; });
+}
+
 std::unique_ptr<ShotSource> orDefault(std::unique_ptr<ShotSource> source)
 {
     return source ? std::move(source) : std::make_unique<MixdeskShotSource>();
@@ -85,6 +99,7 @@ ViewController::ViewController(Dependencies dependencies, QWidget* parent)
     , m_documentPanels(orDefault(std::move(dependencies.documentPanels)))
     , m_recentDocuments(orDefault(std::move(dependencies.recentDocuments)))
     , m_shotSource(orDefault(std::move(dependencies.shotSource)))
+    , m_saveChangesPrompt(orDefault(std::move(dependencies.saveChangesPrompt)))
     , m_cycle(*m_shotSource, *this)
     , m_editingLock(*this)
 {
@@ -97,6 +112,7 @@ ViewController::ViewController(Dependencies dependencies, QWidget* parent)
     // A source that hears of a cut says so; the tick runs at once rather
     // than up to a quarter of a second later.
     connect(m_shotSource.get(), &ShotSource::shotsChanged, this, [this] { queryMixdeskWithTimer(timer); });
+    m_cycle.setLostSourcePolicy(LostSourcePolicy::fromDefaults(UserDefaults::standardUserDefaults()));
     viewDidLoad();
 }
 
@@ -269,7 +285,15 @@ void ViewController::queryMixdeskWithTimer(QTimer* /*timer*/)
     }
     m_inTick = true;
     updateTallyLights();
+    noteTickStatus();
     m_inTick = false;
+}
+
+void ViewController::noteTickStatus()
+{
+    m_status.noteTick(m_sourceRunning, shotList.size(), m_shotSource->displayName(), m_shotSource->notRunningWarning());
+    const USBHIDAppDelegate& box = USBHIDAppDelegate::shared();
+    m_status.noteDevice(box.controller() != nullptr, box.lastWriteFailed());
 }
 
 void ViewController::updateTallyLights()
@@ -277,8 +301,27 @@ void ViewController::updateTallyLights()
     m_cycle.updateTallyLights(shotList, tallyMap);
 }
 
+void ViewController::setLostSourcePolicy(const LostSourcePolicy& policy)
+{
+    m_cycle.setLostSourcePolicy(policy);
+}
+
+void ViewController::chooseLostSourcePolicy(const LostSourcePolicy& policy)
+{
+    setLostSourcePolicy(policy);
+    policy.storeIn(UserDefaults::standardUserDefaults());
+}
+
+void ViewController::applicationWillQuit()
+{
+    if (m_cycle.lostSourcePolicy().turnOffAtQuit) {
+        m_cycle.turnLightsOff(tallyMap.shotSelections().size());
+    }
+}
+
 void ViewController::setMixdeskWarningHidden(bool hidden)
 {
+    m_sourceRunning = hidden;
     if (mixdeskWarning) {
         mixdeskWarning->setHidden(hidden);
     }
@@ -301,8 +344,34 @@ void ViewController::showLightMode(qsizetype lightIndex, TallyMode mode)
 
 // Documents.
 
+void ViewController::setDocumentEdited(bool edited)
+{
+    m_documentEdited = edited;
+    window()->setWindowModified(edited);
+}
+
+bool ViewController::canDiscardChanges()
+{
+    if (!m_documentEdited) {
+        return true;
+    }
+    switch (m_saveChangesPrompt->ask(window(), window()->windowTitle())) {
+    case SaveChangesPrompt::Answer::discard:
+        return true;
+    case SaveChangesPrompt::Answer::cancel:
+        return false;
+    case SaveChangesPrompt::Answer::save:
+        saveDocument(nullptr);
+        return !m_documentEdited; // a cancelled or failed save keeps the changes
+    }
+    return false;
+}
+
 void ViewController::openDocument(QObject* /*sender*/)
 {
+    if (!canDiscardChanges()) {
+        return;
+    }
     const std::optional<QUrl> url = runOpenPanel();
     if (url && !url->isEmpty()) {
         loadTallyMap(*url);
@@ -325,11 +394,13 @@ void ViewController::saveDocumentAs(QObject* /*sender*/)
 
 std::optional<QUrl> ViewController::runOpenPanel()
 {
+    m_documentPanels->currentPath = currentDocumentUrl.toLocalFile();
     return m_documentPanels->runOpenPanel(window());
 }
 
 std::optional<QUrl> ViewController::runSavePanel()
 {
+    m_documentPanels->currentPath = currentDocumentUrl.toLocalFile();
     return m_documentPanels->runSavePanel(window());
 }
 
@@ -339,9 +410,12 @@ void ViewController::loadTallyMap(const QUrl& url)
     std::optional<TallyMap> loaded = TallyMapFile::open(url.toLocalFile(), TallyMapFile::documentType, &error);
     if (!loaded) {
         printLine(QStringLiteral("Read of document failed: ") + error.localizedDescription);
+        m_status.noteDocumentFailure(tr("open"), url.toLocalFile(), error.localizedDescription);
         return;
     }
+    m_status.noteDocumentSuccess();
     tallyMap = std::move(*loaded);
+    setDocumentEdited(false);
     if (!shotList.isEmpty()) {
         tallyMap.resolveShotIds(shotList);
     }
@@ -364,8 +438,11 @@ void ViewController::saveTallyMap(const std::optional<QUrl>& requested)
     Error error;
     if (!TallyMapFile::write(tallyMap, url->toLocalFile(), TallyMapFile::documentType, &error)) {
         printLine(QStringLiteral("Save of document failed: ") + error.localizedDescription);
+        m_status.noteDocumentFailure(tr("save"), url->toLocalFile(), error.localizedDescription);
         return;
     }
+    m_status.noteDocumentSuccess();
+    setDocumentEdited(false);
     if (*url == currentDocumentUrl) {
         return;
     }
@@ -525,6 +602,7 @@ void ViewController::prepareForSegue(const QString& identifier, QObject* destina
     }
     editor->setRepresentedObject({ shotList, tallyMap.shotSelection(lightIndex) });
     editor->lightIndex = lightIndex;
+    editor->setWindowTitle(EditViewController::titleForLight(lightIndex));
 }
 
 void ViewController::dismissViewController(QObject* viewController)
@@ -569,6 +647,9 @@ void ViewController::editorDidClose(QObject* editorObject)
         fatalError(QStringLiteral("the shot editor came back for light index %1, outside the tally map's %2 lights")
                        .arg(editor->lightIndex)
                        .arg(tallyMap.shotSelections().size()));
+    }
+    if (!sameNames(tallyMap.shotSelection(editor->lightIndex), lists.at(1))) {
+        setDocumentEdited(true);
     }
     // One assignment: a tick sees either the old list or the new one.
     tallyMap.setShotSelection(editor->lightIndex, lists.at(1));

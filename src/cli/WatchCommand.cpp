@@ -25,7 +25,8 @@ const Command& command()
 {
     static const Command definition {
         QStringLiteral("watch"),
-        QStringLiteral("watch [--ticks N] [--source SOURCE] [--password-file FILE] MAP"),
+        QStringLiteral("watch [--ticks N] [--source SOURCE] [--password-file FILE] [--when-lost keep|off|blink] "
+                       "[--blink-after SECONDS] [--lights-off-at-quit] MAP"),
         QStringLiteral("Run the update cycle on a tally map without a window, printing each change, until "
                        "interrupted (or for N ticks of 0.25 s)"),
         runWatch,
@@ -120,6 +121,7 @@ int runWatch(const QStringList& arguments)
         return CommandLine::usageError(command(), sourceProblem);
     }
     TallyCycle cycle(*source, printer);
+    cycle.setLostSourcePolicy(options.run.lostSourcePolicy());
     Mixdesk::ShotList shotList = source->queryShots();
     qint64 ticksDone = 0;
 
@@ -137,7 +139,11 @@ int runWatch(const QStringList& arguments)
         }
     });
     timer.start();
-    return QCoreApplication::exec();
+    const int exitCode = QCoreApplication::exec();
+    if (cycle.lostSourcePolicy().turnOffAtQuit) {
+        cycle.turnLightsOff(tallyMap->shotSelections().size());
+    }
+    return exitCode;
 }
 
 } // namespace

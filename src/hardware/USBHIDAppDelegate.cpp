@@ -52,6 +52,7 @@ const HidDevicePtr& USBHIDAppDelegate::controller() const
 void USBHIDAppDelegate::setController(HidDevicePtr device)
 {
     m_controller = std::move(device);
+    m_lastWriteFailed = false;
 }
 
 void USBHIDAppDelegate::handleMatch(const HidDevicePtr& device)
@@ -77,6 +78,7 @@ void USBHIDAppDelegate::sendControl(quint8 command)
         return;
     }
     const qint32 status = m_controller->setReport(command, report);
+    m_lastWriteFailed = status != 0;
     if (status != 0) {
         systemLog(QStringLiteral("set report failed status: %1").arg(status));
     }

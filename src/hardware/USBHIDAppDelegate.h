@@ -49,10 +49,15 @@ public:
     // zeros, report ID the byte itself. Blocks for the one write.
     void sendControl(quint8 command);
 
+    // Whether the last write to the device failed; false while none has been
+    // tried since the device came.
+    bool lastWriteFailed() const { return m_lastWriteFailed; }
+
     // Every matching device the back end knows of now, driven or not.
     QList<HidDevicePtr> attachedDevices() const;
 
 private:
     std::unique_ptr<HidBackend> m_backend;
     HidDevicePtr m_controller;
+    bool m_lastWriteFailed = false;
 };
