@@ -4,6 +4,7 @@
 #include "app/RecentDocuments.h"
 #include "app/UserDefaults.h"
 #include "app/ViewController.h"
+#include "views/TallyState.h"
 
 #include <QApplication>
 #include <QCheckBox>
@@ -107,6 +108,37 @@ void MainMenu::buildViewMenu(QMenuBar& menuBar)
     m_alwaysOnTop->setCheckable(true);
     m_alwaysOnTop->setChecked(UserDefaults::standardUserDefaults().boolForKey(Preferences::alwaysOnTop));
     connect(m_alwaysOnTop, &QAction::toggled, this, &MainMenu::alwaysOnTopToggled);
+    m_bigTally = m_viewMenu->addAction(tr("&Big Tally"));
+    m_bigTally->setCheckable(true);
+    m_bigTally->setShortcut(QKeySequence(Qt::Key_F11));
+    connect(m_bigTally, &QAction::toggled, this, &MainMenu::bigTallyToggled);
+}
+
+void MainMenu::bigTallyToggled(bool on)
+{
+    if (!on) {
+        if (m_bigTallyView) {
+            m_bigTallyView->close();
+        }
+        return;
+    }
+    if (!m_bigTallyView) {
+        m_bigTallyView = new BigTallyView(m_controller.window());
+        m_bigTallyView->setAttribute(Qt::WA_DeleteOnClose);
+        connect(&m_controller, &ViewController::lightModeShown, m_bigTallyView, &BigTallyView::showLight);
+        connect(m_bigTallyView, &BigTallyView::closed, m_bigTally, [this] { m_bigTally->setChecked(false); });
+        // Shows the lights as they are now, not only from the next tick.
+        for (qsizetype lightIndex = 0; lightIndex < m_controller.tallyStateDisplays.size(); ++lightIndex) {
+            if (const TallyState* display = m_controller.tallyStateDisplays[lightIndex]) {
+                QStringList names;
+                for (const Mixdesk::ShotPtr& shot : m_controller.tallyMap.shotSelection(lightIndex)) {
+                    names.append(shot->name);
+                }
+                m_bigTallyView->showLight(lightIndex, display->mode, names.join(QStringLiteral(", ")));
+            }
+        }
+    }
+    m_bigTallyView->showFullScreen();
 }
 
 void MainMenu::alwaysOnTopToggled(bool checked)

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "app/BigTallyView.h"
 #include "app/LostSourceMenu.h"
 
 #include <QAction>
@@ -27,6 +28,9 @@ public:
     QMenu* editMenu() const { return m_editMenu; }
     QMenu* viewMenu() const { return m_viewMenu; }
     QAction* alwaysOnTopAction() const { return m_alwaysOnTop; }
+    // View > Big Tally (F11): the lights full screen.
+    QAction* bigTallyAction() const { return m_bigTally; }
+    BigTallyView* bigTallyView() const { return m_bigTallyView; }
     QAction* requirePasswordAction() const { return m_requirePassword; }
     QAction* lockEditingAction() const { return m_lockEditing; }
     QAction* testLightsAction() const { return m_testLights; }
@@ -49,6 +53,7 @@ private:
     void addTestLightsItem();
     // The item stores the preference itself, then tells the controller.
     void alwaysOnTopToggled(bool checked);
+    void bigTallyToggled(bool on);
 
     ViewController& m_controller;
     QPointer<QMenu> m_fileMenu;
@@ -56,6 +61,8 @@ private:
     QPointer<QMenu> m_editMenu;
     QPointer<QMenu> m_viewMenu;
     QPointer<QAction> m_alwaysOnTop;
+    QPointer<QAction> m_bigTally;
+    QPointer<BigTallyView> m_bigTallyView;
     QPointer<QAction> m_requirePassword;
     QPointer<QAction> m_lockEditing;
     QPointer<QAction> m_testLights;

@@ -340,6 +340,13 @@ void ViewController::showLightMode(qsizetype lightIndex, TallyMode mode)
     }
     display->mode = mode;
     display->setNeedsDisplayInRect(display->rect());
+    QStringList names;
+    if (lightIndex < tallyMap.shotSelections().size()) {
+        for (const Mixdesk::ShotPtr& shot : tallyMap.shotSelection(lightIndex)) {
+            names.append(shot->name);
+        }
+    }
+    Q_EMIT lightModeShown(lightIndex, mode, names.join(QStringLiteral(", ")));
 }
 
 // Documents.

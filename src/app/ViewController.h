@@ -152,6 +152,9 @@ Q_SIGNALS:
     // be) when this is emitted. The screen runs without blocking the caller,
     // so whoever listens (a test, say) can work it like a user would.
     void viewControllerPresented(const QString& identifier, QWidget* viewController);
+    // An indicator was given its mode (by a tick, or the lights-off at
+    // quit); shotNames are the light's assigned shots, for larger views.
+    void lightModeShown(qsizetype lightIndex, TallyMode mode, const QString& shotNames);
 
 protected:
     void viewDidLoad();
