@@ -21,6 +21,7 @@
 #include <QDir>
 #include <QFileInfo>
 #include <QPushButton>
+#include <QRegularExpression>
 #include <QStandardPaths>
 #include <QTimer>
 
@@ -121,6 +122,13 @@ ViewController::~ViewController() = default;
 void ViewController::viewDidLoad()
 {
     connectControls();
+    // A larger window gives its height to the lamps, not to the row of
+    // light numbers above them: no empty band when maximised.
+    m_ui->lightsLayout->setRowStretch(0, 0);
+    m_ui->lightsLayout->setRowStretch(1, 1);
+    for (QLabel* number : findChildren<QLabel*>(QRegularExpression(QStringLiteral("^lightNumber[0-9]+$")))) {
+        number->setSizePolicy(number->sizePolicy().horizontalPolicy(), QSizePolicy::Fixed);
+    }
     // Until the first tick knows better, no warning: it would flash for a
     // quarter of a second on every start beside a running Mixdesk.
     if (mixdeskWarning) {
