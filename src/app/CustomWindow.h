@@ -2,9 +2,12 @@
 
 #include <QMainWindow>
 
-// The main window. It adds no state of its own: its title and represented
-// file are QWidget's windowTitle and windowFilePath, and its level is the
-// stays-on-top hint, reported the way the controller thinks of it.
+#include <functional>
+
+// The main window. Its title and represented file are QWidget's windowTitle
+// and windowFilePath, and its level is the stays-on-top hint, reported the
+// way the controller thinks of it. The title stays the file's name; the
+// title bar adds " *" while the map has unsaved changes.
 class CustomWindow : public QMainWindow {
     Q_OBJECT
 
@@ -18,4 +21,25 @@ public:
     // normalWindowLevel.
     int windowLevel() const;
     void setWindowLevel(int level);
+
+    // What the title bar shows: the title, with " *" while modified.
+    QString displayedTitle() const;
+
+    // Asked before the window closes (and the program with it); false keeps
+    // it open. Unset, the window always closes.
+    void setCloseGuard(std::function<bool()> closeGuard);
+
+    // The window's size and place, kept between runs.
+    void restoreSavedGeometry();
+    static inline const QString geometryKey = QStringLiteral("MainWindowGeometry");
+
+protected:
+    void changeEvent(QEvent* event) override;
+    void showEvent(QShowEvent* event) override;
+    void closeEvent(QCloseEvent* event) override;
+
+private:
+    void showTitle();
+
+    std::function<bool()> m_closeGuard;
 };

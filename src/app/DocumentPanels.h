@@ -17,4 +17,8 @@ public:
     // nothing when the panel is cancelled.
     virtual std::optional<QUrl> runOpenPanel(QWidget* parent) = 0;
     virtual std::optional<QUrl> runSavePanel(QWidget* parent) = 0;
+
+    // The current map's file, or empty while it has none: the open panel
+    // starts in its folder and the save panel proposes it.
+    QString currentPath;
 };

@@ -61,6 +61,10 @@ std::optional<QUrl> FileDialogPanels::runOpenPanel(QWidget* parent)
     dialog.setAcceptMode(QFileDialog::AcceptOpen);
     // One file at a time: a second map would only replace the first.
     dialog.setFileMode(QFileDialog::ExistingFile);
+    // Shows live together: the next map is most likely beside this one.
+    if (!currentPath.isEmpty()) {
+        dialog.setDirectory(QFileInfo(currentPath).absolutePath());
+    }
     return run(dialog);
 }
 
@@ -72,6 +76,11 @@ std::optional<QUrl> FileDialogPanels::runSavePanel(QWidget* parent)
     dialog.setFileMode(QFileDialog::AnyFile);
     // A name typed without extension still makes a tally map file.
     dialog.setDefaultSuffix(TallyMapFile::documentType);
+    // Save As starts from the current name, in its folder.
+    if (!currentPath.isEmpty()) {
+        dialog.setDirectory(QFileInfo(currentPath).absolutePath());
+        dialog.selectFile(QFileInfo(currentPath).fileName());
+    }
     return run(dialog);
 }
 

@@ -1,5 +1,6 @@
 #include "app/MainMenu.h"
 
+#include "app/LostSourceMenu.h"
 #include "app/ObsSourceDialog.h"
 #include "app/RecentDocuments.h"
 #include "app/UserDefaults.h"
@@ -7,6 +8,7 @@
 #include "core/Text.h"
 #include "sources/MixdeskShotSource.h"
 #include "sources/ObsShotSource.h"
+#include "views/TallyState.h"
 
 #include <QActionGroup>
 #include <QApplication>
@@ -26,6 +28,7 @@ MainMenu::MainMenu(QMenuBar& menuBar, ViewController& controller)
     buildEditMenu(menuBar);
     buildViewMenu(menuBar);
     buildSourceMenu(menuBar);
+    buildHelpMenu(menuBar);
 }
 
 void MainMenu::buildSourceMenu(QMenuBar& menuBar)
@@ -108,14 +111,18 @@ void MainMenu::buildFileMenu(QMenuBar& menuBar)
     save->setShortcut(QKeySequence::Save);
     connect(save, &QAction::triggered, &m_controller, [this, save] { m_controller.saveDocument(save); });
     QAction* saveAs = m_fileMenu->addAction(tr("Save &As…"));
-    saveAs->setShortcut(QKeySequence::SaveAs);
+    // Not every desktop gives Save As a key of its own; this one is common
+    // to them all.
+    saveAs->setShortcut(QKeySequence(Qt::CTRL | Qt::SHIFT | Qt::Key_S));
     connect(saveAs, &QAction::triggered, &m_controller, [this, saveAs] { m_controller.saveDocumentAs(saveAs); });
 
     m_fileMenu->addSeparator();
     QAction* quit = m_fileMenu->addAction(tr("&Quit"));
     quit->setShortcut(QKeySequence::Quit);
     quit->setMenuRole(QAction::QuitRole);
-    connect(quit, &QAction::triggered, qApp, &QApplication::quit, Qt::QueuedConnection);
+    // Closing the main window ends the program, after the window has asked
+    // about unsaved changes.
+    connect(quit, &QAction::triggered, m_controller.window(), &QWidget::close, Qt::QueuedConnection);
 }
 
 void MainMenu::buildEditMenu(QMenuBar& menuBar)
@@ -134,6 +141,7 @@ void MainMenu::buildEditMenu(QMenuBar& menuBar)
     });
     m_editMenu->addSeparator();
     addTestLightsItem();
+    m_lostSourceMenu = new LostSourceMenu(*m_editMenu, m_controller);
 }
 
 void MainMenu::addLockEditingItem()
@@ -170,6 +178,37 @@ void MainMenu::buildViewMenu(QMenuBar& menuBar)
     m_alwaysOnTop->setCheckable(true);
     m_alwaysOnTop->setChecked(UserDefaults::standardUserDefaults().boolForKey(Preferences::alwaysOnTop));
     connect(m_alwaysOnTop, &QAction::toggled, this, &MainMenu::alwaysOnTopToggled);
+    m_bigTally = m_viewMenu->addAction(tr("&Big Tally"));
+    m_bigTally->setCheckable(true);
+    m_bigTally->setShortcut(QKeySequence(Qt::Key_F11));
+    connect(m_bigTally, &QAction::toggled, this, &MainMenu::bigTallyToggled);
+}
+
+void MainMenu::bigTallyToggled(bool on)
+{
+    if (!on) {
+        if (m_bigTallyView) {
+            m_bigTallyView->close();
+        }
+        return;
+    }
+    if (!m_bigTallyView) {
+        m_bigTallyView = new BigTallyView(m_controller.window());
+        m_bigTallyView->setAttribute(Qt::WA_DeleteOnClose);
+        connect(&m_controller, &ViewController::lightModeShown, m_bigTallyView, &BigTallyView::showLight);
+        connect(m_bigTallyView, &BigTallyView::closed, m_bigTally, [this] { m_bigTally->setChecked(false); });
+        // Shows the lights as they are now, not only from the next tick.
+        for (qsizetype lightIndex = 0; lightIndex < m_controller.tallyStateDisplays.size(); ++lightIndex) {
+            if (const TallyState* display = m_controller.tallyStateDisplays[lightIndex]) {
+                QStringList names;
+                for (const Mixdesk::ShotPtr& shot : m_controller.tallyMap.shotSelection(lightIndex)) {
+                    names.append(shot->name);
+                }
+                m_bigTallyView->showLight(lightIndex, display->mode, names.join(QStringLiteral(", ")));
+            }
+        }
+    }
+    m_bigTallyView->showFullScreen();
 }
 
 void MainMenu::alwaysOnTopToggled(bool checked)
@@ -201,4 +240,20 @@ void MainMenu::rebuildOpenRecentMenu()
         m_controller.recentDocuments().clearRecentDocuments();
         rebuildOpenRecentMenu();
     });
+}
+
+void MainMenu::buildHelpMenu(QMenuBar& menuBar)
+{
+    m_helpMenu = menuBar.addMenu(tr("&Help"));
+    m_about = m_helpMenu->addAction(tr("&About Mixdesk Tally"));
+    m_about->setMenuRole(QAction::AboutRole);
+    connect(m_about, &QAction::triggered, &m_controller,
+        [this] { QMessageBox::about(m_controller.window(), tr("About Mixdesk Tally"), aboutText()); });
+}
+
+QString MainMenu::aboutText()
+{
+    return tr("<b>Mixdesk Tally %1</b><p>Drives the studio tally lights from the switcher's program and "
+              "preview shots.</p>")
+        .arg(QStringLiteral(TALLY_VERSION));
 }

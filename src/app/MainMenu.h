@@ -1,5 +1,8 @@
 #pragma once
 
+#include "app/BigTallyView.h"
+#include "app/LostSourceMenu.h"
+
 #include <QAction>
 #include <QMenu>
 #include <QMenuBar>
@@ -9,9 +12,10 @@
 class ViewController;
 
 // The main window's menu bar: File (Open, Open Recent, Save, Save As, Quit),
-// Edit (Lock Editing, Require Password to Unlock, Test Lights) and View
-// (Always on Top) and Source (Mixdesk, OBS Studio…). The commands go to the main screen controller; Open Recent
-// is rebuilt from the recent documents each time it opens.
+// Edit (Lock Editing, Require Password to Unlock, Test Lights, When the
+// Switcher Is Lost), View (Always on Top), Source (Mixdesk, OBS Studio…)
+// and Help (About). The commands go to the main screen controller; Open
+// Recent is rebuilt from the recent documents each time it opens.
 class MainMenu : public QObject {
     Q_OBJECT
 
@@ -24,6 +28,9 @@ public:
     QMenu* editMenu() const { return m_editMenu; }
     QMenu* viewMenu() const { return m_viewMenu; }
     QAction* alwaysOnTopAction() const { return m_alwaysOnTop; }
+    // View > Big Tally (F11): the lights full screen.
+    QAction* bigTallyAction() const { return m_bigTally; }
+    BigTallyView* bigTallyView() const { return m_bigTallyView; }
     QAction* requirePasswordAction() const { return m_requirePassword; }
     QAction* lockEditingAction() const { return m_lockEditing; }
     QAction* testLightsAction() const { return m_testLights; }
@@ -36,6 +43,12 @@ public:
     // chooses otherwise). False, with the reason, for an unusable address.
     void chooseMixdeskSource();
     bool chooseObsSource(const QString& address, const QString& password, QString* problem = nullptr);
+    LostSourceMenu* lostSourceMenu() const { return m_lostSourceMenu; }
+    QMenu* helpMenu() const { return m_helpMenu; }
+    QAction* aboutAction() const { return m_about; }
+
+    // The About box's text: the program's name, version and purpose.
+    static QString aboutText();
 
     // Fills Open Recent from the list: missing files disabled, then Clear.
     void rebuildOpenRecentMenu();
@@ -47,10 +60,12 @@ private:
     void buildSourceMenu(QMenuBar& menuBar);
     void askForObsSource();
     void checkCurrentSource();
+    void buildHelpMenu(QMenuBar& menuBar);
     void addLockEditingItem();
     void addTestLightsItem();
     // The item stores the preference itself, then tells the controller.
     void alwaysOnTopToggled(bool checked);
+    void bigTallyToggled(bool on);
 
     ViewController& m_controller;
     QPointer<QMenu> m_fileMenu;
@@ -58,10 +73,15 @@ private:
     QPointer<QMenu> m_editMenu;
     QPointer<QMenu> m_viewMenu;
     QPointer<QAction> m_alwaysOnTop;
+    QPointer<QAction> m_bigTally;
+    QPointer<BigTallyView> m_bigTallyView;
     QPointer<QAction> m_requirePassword;
     QPointer<QAction> m_lockEditing;
     QPointer<QAction> m_testLights;
     QPointer<QMenu> m_sourceMenu;
     QPointer<QAction> m_mixdeskSource;
     QPointer<QAction> m_obsSource;
+    QPointer<LostSourceMenu> m_lostSourceMenu;
+    QPointer<QMenu> m_helpMenu;
+    QPointer<QAction> m_about;
 };

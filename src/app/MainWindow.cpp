@@ -1,8 +1,10 @@
 #include "app/MainWindow.h"
 
 #include "app/MainMenu.h"
+#include "app/StatusLine.h"
 
 #include <QMenuBar>
+#include <QStatusBar>
 
 MainWindow MainWindow::make(ViewController::Dependencies dependencies)
 {
@@ -10,6 +12,13 @@ MainWindow MainWindow::make(ViewController::Dependencies dependencies)
     made.window = std::make_unique<CustomWindow>();
     made.controller = new ViewController(std::move(dependencies));
     made.window->setCentralWidget(made.controller);
+    ViewController* controller = made.controller;
+    made.window->setCloseGuard([controller] { return controller->canDiscardChanges(); });
     made.menu = new MainMenu(*made.window->menuBar(), *made.controller);
+    made.statusLine = new StatusLine(made.controller->shotSource().displayName());
+    // Kept, not a passing message: menu hints would otherwise wipe it.
+    made.window->statusBar()->addWidget(made.statusLine, 1);
+    StatusLine* line = made.statusLine;
+    QObject::connect(&made.controller->status(), &TallyStatus::changed, line, &StatusLine::showProblems);
     return made;
 }

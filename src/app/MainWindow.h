@@ -6,6 +6,7 @@
 #include <memory>
 
 class MainMenu;
+class StatusLine;
 
 // Puts the main window together: the window, the main screen controller as
 // its content and the menu bar. The program makes one at start; widget tests
@@ -14,6 +15,7 @@ struct MainWindow {
     std::unique_ptr<CustomWindow> window;
     ViewController* controller = nullptr;
     MainMenu* menu = nullptr;
+    StatusLine* statusLine = nullptr;
 
     static MainWindow make(ViewController::Dependencies dependencies = {});
 };

@@ -129,27 +129,75 @@ std::optional<QString> takeWebOption(QStringList& arguments, qsizetype index, Ru
     return std::nullopt;
 }
 
+// Checks and stores the values of the lost-source options.
+std::optional<QString> applyLostSourceValue(const QString& name, const QString& value, RunOptions* options)
+{
+    if (name == QLatin1String("--when-lost")) {
+        options->whenSourceLost = LostSourcePolicy::actionNamed(value);
+        if (!options->whenSourceLost) {
+            return QStringLiteral("--when-lost takes %1, not '%2'")
+                .arg(LostSourcePolicy::actionNames().join(QStringLiteral(", ")), value);
+        }
+        return std::nullopt;
+    }
+    bool isNumber = false;
+    const int seconds = value.toInt(&isNumber);
+    if (!isNumber || seconds < 0) {
+        return QStringLiteral("--blink-after takes a whole number of seconds, not '%1'").arg(value);
+    }
+    options->blinkAfterSeconds = seconds;
+    return std::nullopt;
+}
+
 } // namespace
+
+LostSourcePolicy RunOptions::lostSourcePolicy(LostSourcePolicy base) const
+{
+    if (whenSourceLost) {
+        base.action = *whenSourceLost;
+    }
+    if (blinkAfterSeconds) {
+        base.blinkAfterSeconds = *blinkAfterSeconds;
+    }
+    if (lightsOffAtQuit) {
+        base.turnOffAtQuit = true;
+    }
+    return base;
+}
 
 std::optional<QString> RunOptions::takeFrom(QStringList& arguments, RunOptions* options)
 {
     const struct {
         QString name;
-        QString RunOptions::*field;
+        QString RunOptions::*field; // null: checked by applyLostSourceValue
     } known[] = {
         { QStringLiteral("--source"), &RunOptions::source },
         { QStringLiteral("--password-file"), &RunOptions::passwordFile },
+        { QStringLiteral("--when-lost"), nullptr },
+        { QStringLiteral("--blink-after"), nullptr },
     };
     qsizetype index = 0;
     while (index < arguments.size()) {
         if (arguments[index] == QLatin1String("--")) {
             break; // what follows are files, whatever their names
         }
+        if (arguments[index] == QLatin1String("--lights-off-at-quit")) {
+            options->lightsOffAtQuit = true;
+            arguments.removeAt(index);
+            continue;
+        }
         bool matched = false;
         for (const auto& option : known) {
             TakenValue taken = takeValue(arguments, index, option.name);
             if (taken.problem) {
                 return taken.problem;
+            }
+            if (taken.matched && option.field == nullptr) {
+                if (std::optional<QString> problem = applyLostSourceValue(option.name, taken.value, options)) {
+                    return problem;
+                }
+                matched = true;
+                break;
             }
             if (taken.matched) {
                 options->*option.field = taken.value;
@@ -193,6 +241,11 @@ QStringList RunOptions::helpLines()
         QStringLiteral("                        (repeatable)"),
         QStringLiteral("  --tsl-offset N        light N is TSL display index N + offset (default 0)"),
         QStringLiteral("  --web [ADDRESS:]PORT  serve the web tally page for phones (every interface if no ADDRESS)"),
+        QStringLiteral("  --when-lost ACTION    while the switcher is lost: keep the lights (keep, the"),
+        QStringLiteral("                        default), turn them off (off), or blink them (blink)"),
+        QStringLiteral("  --blink-after N       with --when-lost blink: N seconds of keeping the lights"),
+        QStringLiteral("                        before they blink (default 10)"),
+        QStringLiteral("  --lights-off-at-quit  turn every light off when the program ends"),
     };
 }
 

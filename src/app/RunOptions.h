@@ -1,5 +1,6 @@
 #pragma once
 
+#include "app/LostSourcePolicy.h"
 #include "outputs/WebListenAddress.h"
 #include "sources/ShotSource.h"
 
@@ -33,6 +34,14 @@ struct RunOptions {
     int tslIndexOffset = 0;
     // The web tally page: off unless --web [ADDRESS:]PORT is given.
     std::optional<WebListenAddress> web;
+    // What the lights do while the source is lost, and at quit; unset
+    // choices leave the saved preference (or the default) in force.
+    std::optional<LostSourcePolicy::Action> whenSourceLost;
+    std::optional<int> blinkAfterSeconds;
+    bool lightsOffAtQuit = false;
+
+    // base with the choices made on the command line put over it.
+    LostSourcePolicy lostSourcePolicy(LostSourcePolicy base = {}) const;
 
     // Takes the options it knows out of arguments ("--source X" and
     // "--source=X" alike) and leaves the rest (files, a command's own

@@ -6,6 +6,8 @@
 #include "sources/ShotSource.h"
 #include "tallymap/TallyMap.h"
 
+#include <QElapsedTimer>
+
 namespace {
 
 // The program's tally map as the cycle sees it.
@@ -29,6 +31,15 @@ private:
 void TallyCycle::sendToSharedDevice(quint8 command)
 {
     USBHIDAppDelegate::shared().sendControl(command);
+}
+
+qint64 TallyCycle::monotonicMilliseconds()
+{
+    static QElapsedTimer clock;
+    if (!clock.isValid()) {
+        clock.start();
+    }
+    return clock.elapsed();
 }
 
 TallyCycle::TallyCycle(ShotSource& source, Observer& observer, SendControl sendControl)
@@ -61,11 +72,14 @@ void TallyCycle::updateTallyLights(Mixdesk::ShotList& shotList, Lights& lights)
     const bool running = m_source->isRunning();
     m_observer.setMixdeskWarningHidden(running);
     if (!running) {
-        // The lights freeze in their last state: switching them off here
-        // would black out the studio whenever Mixdesk is restarted.
+        // By default the lights freeze in their last state: switching them
+        // off here would black out the studio whenever Mixdesk is
+        // restarted. The user may choose otherwise.
+        followPolicyWhileLost(lights.shotSelections().size());
         publish(false, lights.shotSelections());
         return;
     }
+    m_lostSince.reset();
     followShotList(shotList, lights);
     driveLights(lights.shotSelections(), shotList);
     publish(true, lights.shotSelections());
@@ -90,6 +104,54 @@ void TallyCycle::publish(bool sourceRunning, const QList<Mixdesk::ShotList>& lig
     for (TallyOutput* output : std::as_const(m_outputs)) {
         output->publish(snapshot);
     }
+}
+
+void TallyCycle::followPolicyWhileLost(qsizetype lightCount)
+{
+    const qint64 now = m_clock();
+    if (!m_lostSince) {
+        m_lostSince = now;
+    }
+    switch (m_policy.action) {
+    case LostSourcePolicy::Action::keepLights:
+        return;
+    case LostSourcePolicy::Action::turnOff:
+        for (qsizetype lightIndex = 0; lightIndex < lightCount; ++lightIndex) {
+            showAndSend(lightIndex, TallyMode::off);
+        }
+        return;
+    case LostSourcePolicy::Action::blink: {
+        const qint64 blinking = now - *m_lostSince - qint64(m_policy.blinkAfterSeconds) * 1000;
+        if (blinking < 0) {
+            return; // still the grace period: a quick restart goes unseen
+        }
+        // The dark half first, so the change is seen as soon as the grace
+        // period ends.
+        const bool dark = (blinking / LostSourcePolicy::blinkHalfPeriodMilliseconds) % 2 == 0;
+        for (qsizetype lightIndex = 0; lightIndex < lightCount; ++lightIndex) {
+            const TallyMode held = lightIndex < m_lastModes.size() ? m_lastModes[lightIndex] : TallyMode::off;
+            showAndSend(lightIndex, dark ? TallyMode::off : held);
+        }
+        return;
+    }
+    }
+}
+
+void TallyCycle::turnLightsOff(qsizetype lightCount)
+{
+    for (qsizetype lightIndex = 0; lightIndex < lightCount; ++lightIndex) {
+        showAndSend(lightIndex, TallyMode::off);
+    }
+}
+
+void TallyCycle::showAndSend(qsizetype lightIndex, TallyMode mode)
+{
+    if (lightIndex < m_observer.indicatorCount()) {
+        m_observer.showLightMode(lightIndex, mode);
+    }
+    const LightCommand::BytePair bytes = TallyEvaluation::bytesForLight(lightIndex, mode);
+    m_sendControl(bytes.first);
+    m_sendControl(bytes.second);
 }
 
 void TallyCycle::followShotList(Mixdesk::ShotList& shotList, Lights& lights)

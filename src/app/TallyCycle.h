@@ -1,5 +1,6 @@
 #pragma once
 
+#include "app/LostSourcePolicy.h"
 #include "link/Mixdesk.h"
 #include "outputs/TallyOutput.h"
 #include "views/TallyMode.h"
@@ -60,12 +61,26 @@ public:
     // box is attached.
     static void sendToSharedDevice(quint8 command);
 
+    // Milliseconds on a clock that never goes back.
+    using Clock = std::function<qint64()>;
+    static qint64 monotonicMilliseconds();
+
     TallyCycle(ShotSource& source, Observer& observer, SendControl sendControl = sendToSharedDevice);
 
     // Follows another source from the next tick on (the user chose another
     // switcher). Not owned; it must outlive the cycle or be replaced first.
     void setSource(ShotSource& source) { m_source = &source; }
     ShotSource& source() const { return *m_source; }
+    // What the lights do while the source is lost. The default keeps them
+    // as they are and sends nothing.
+    void setLostSourcePolicy(const LostSourcePolicy& policy) { m_policy = policy; }
+    const LostSourcePolicy& lostSourcePolicy() const { return m_policy; }
+    // Tests set the time by hand; the blink and its grace period follow it.
+    void setClock(Clock clock) { m_clock = std::move(clock); }
+
+    // Sends every one of lightCount lights off and shows them off, whatever
+    // the source says: the lights at quit, when the user asked for that.
+    void turnLightsOff(qsizetype lightCount);
 
     // Outputs besides the indicators and the tally box (web page, TSL). Each
     // gets the lights after every tick, also while the source is lost. Not
@@ -86,6 +101,9 @@ public:
 private:
     void followShotList(Mixdesk::ShotList& shotList, Lights& lights);
     void publish(bool sourceRunning, const QList<Mixdesk::ShotList>& lights);
+    // The lost-source part of a tick, after the warning is shown.
+    void followPolicyWhileLost(qsizetype lightCount);
+    void showAndSend(qsizetype lightIndex, TallyMode mode);
 
     ShotSource* m_source;
     Observer& m_observer;
@@ -93,4 +111,8 @@ private:
     QList<TallyOutput*> m_outputs;
     // The modes the last tick decided, for outputs while the source is lost.
     QList<TallyMode> m_lastModes;
+    LostSourcePolicy m_policy;
+    Clock m_clock = monotonicMilliseconds;
+    // When the source was first seen lost, until it is back.
+    std::optional<qint64> m_lostSince;
 };

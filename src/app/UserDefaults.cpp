@@ -64,6 +64,11 @@ void UserDefaults::setObject(const QString& key, const QVariant& value, bool isP
 
 void UserDefaults::setBool(const QString& key, bool value)
 {
+    setObject(key, value);
+}
+
+void UserDefaults::setObject(const QString& key, const QVariant& value)
+{
     m_settings->setValue(key, value);
     // Written at once so that a crash or a second instance reading the same
     // file sees the user's choice.

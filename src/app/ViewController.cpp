@@ -2,6 +2,7 @@
 
 #include "app/DocumentPanels.h"
 #include "app/FileDialogPanels.h"
+#include "app/MessageBoxSaveChangesPrompt.h"
 #include "app/RecentDocuments.h"
 #include "app/UserDefaults.h"
 #include "core/FatalError.h"
@@ -21,6 +22,7 @@
 #include <QDir>
 #include <QFileInfo>
 #include <QPushButton>
+#include <QRegularExpression>
 #include <QStandardPaths>
 #include <QTimer>
 
@@ -68,6 +70,19 @@ std::unique_ptr<RecentDocuments> orDefault(std::unique_ptr<RecentDocuments> rece
     return recent ? std::move(recent) : std::make_unique<RecentDocuments>();
 }
 
+std::unique_ptr<SaveChangesPrompt> orDefault(std::unique_ptr<SaveChangesPrompt> prompt)
+{
+    return prompt ? std::move(prompt) : std::make_unique<MessageBoxSaveChangesPrompt>();
+}
+
+// Two assignments are the same when they hold the same names in the same
+// order: that is what a saved file would hold.
+bool sameNames(const Mixdesk::ShotList& a, const Mixdesk::ShotList& b)
+{
+    return std::equal(a.begin(), a.end(), b.begin(), b.end(),
+        [](const Mixdesk::ShotPtr& x, const Mixdesk::ShotPtr& y) { return x->name == y->name; });
+}
+
 std::unique_ptr<ShotSource> orDefault(std::unique_ptr<ShotSource> source)
 {
     return source ? std::move(source) : std::make_unique<MixdeskShotSource>();
@@ -86,6 +101,7 @@ ViewController::ViewController(Dependencies dependencies, QWidget* parent)
     , m_documentPanels(orDefault(std::move(dependencies.documentPanels)))
     , m_recentDocuments(orDefault(std::move(dependencies.recentDocuments)))
     , m_shotSource(orDefault(std::move(dependencies.shotSource)))
+    , m_saveChangesPrompt(orDefault(std::move(dependencies.saveChangesPrompt)))
     , m_cycle(*m_shotSource, *this)
     , m_editingLock(*this)
 {
@@ -93,6 +109,7 @@ ViewController::ViewController(Dependencies dependencies, QWidget* parent)
     lockTallyCheckBox = m_ui->lockTallyCheckBox;
     mixdeskWarning = m_ui->mixdeskWarning;
     followShotSource();
+    m_cycle.setLostSourcePolicy(LostSourcePolicy::fromDefaults(UserDefaults::standardUserDefaults()));
     viewDidLoad();
 }
 
@@ -126,6 +143,13 @@ ViewController::~ViewController() = default;
 void ViewController::viewDidLoad()
 {
     connectControls();
+    // A larger window gives its height to the lamps, not to the row of
+    // light numbers above them: no empty band when maximised.
+    m_ui->lightsLayout->setRowStretch(0, 0);
+    m_ui->lightsLayout->setRowStretch(1, 1);
+    for (QLabel* number : findChildren<QLabel*>(QRegularExpression(QStringLiteral("^lightNumber[0-9]+$")))) {
+        number->setSizePolicy(number->sizePolicy().horizontalPolicy(), QSizePolicy::Fixed);
+    }
     // Until the first tick knows better, no warning: it would flash for a
     // quarter of a second on every start beside a running Mixdesk.
     if (mixdeskWarning) {
@@ -291,7 +315,15 @@ void ViewController::queryMixdeskWithTimer(QTimer* /*timer*/)
     }
     m_inTick = true;
     updateTallyLights();
+    noteTickStatus();
     m_inTick = false;
+}
+
+void ViewController::noteTickStatus()
+{
+    m_status.noteTick(m_sourceRunning, shotList.size(), m_shotSource->displayName(), m_shotSource->notRunningWarning());
+    const USBHIDAppDelegate& box = USBHIDAppDelegate::shared();
+    m_status.noteDevice(box.controller() != nullptr, box.lastWriteFailed());
 }
 
 void ViewController::updateTallyLights()
@@ -299,8 +331,27 @@ void ViewController::updateTallyLights()
     m_cycle.updateTallyLights(shotList, tallyMap);
 }
 
+void ViewController::setLostSourcePolicy(const LostSourcePolicy& policy)
+{
+    m_cycle.setLostSourcePolicy(policy);
+}
+
+void ViewController::chooseLostSourcePolicy(const LostSourcePolicy& policy)
+{
+    setLostSourcePolicy(policy);
+    policy.storeIn(UserDefaults::standardUserDefaults());
+}
+
+void ViewController::applicationWillQuit()
+{
+    if (m_cycle.lostSourcePolicy().turnOffAtQuit) {
+        m_cycle.turnLightsOff(tallyMap.shotSelections().size());
+    }
+}
+
 void ViewController::setMixdeskWarningHidden(bool hidden)
 {
+    m_sourceRunning = hidden;
     if (mixdeskWarning) {
         mixdeskWarning->setHidden(hidden);
     }
@@ -319,12 +370,45 @@ void ViewController::showLightMode(qsizetype lightIndex, TallyMode mode)
     }
     display->mode = mode;
     display->setNeedsDisplayInRect(display->rect());
+    QStringList names;
+    if (lightIndex < tallyMap.shotSelections().size()) {
+        for (const Mixdesk::ShotPtr& shot : tallyMap.shotSelection(lightIndex)) {
+            names.append(shot->name);
+        }
+    }
+    Q_EMIT lightModeShown(lightIndex, mode, names.join(QStringLiteral(", ")));
 }
 
 // Documents.
 
+void ViewController::setDocumentEdited(bool edited)
+{
+    m_documentEdited = edited;
+    window()->setWindowModified(edited);
+}
+
+bool ViewController::canDiscardChanges()
+{
+    if (!m_documentEdited) {
+        return true;
+    }
+    switch (m_saveChangesPrompt->ask(window(), window()->windowTitle())) {
+    case SaveChangesPrompt::Answer::discard:
+        return true;
+    case SaveChangesPrompt::Answer::cancel:
+        return false;
+    case SaveChangesPrompt::Answer::save:
+        saveDocument(nullptr);
+        return !m_documentEdited; // a cancelled or failed save keeps the changes
+    }
+    return false;
+}
+
 void ViewController::openDocument(QObject* /*sender*/)
 {
+    if (!canDiscardChanges()) {
+        return;
+    }
     const std::optional<QUrl> url = runOpenPanel();
     if (url && !url->isEmpty()) {
         loadTallyMap(*url);
@@ -347,11 +431,13 @@ void ViewController::saveDocumentAs(QObject* /*sender*/)
 
 std::optional<QUrl> ViewController::runOpenPanel()
 {
+    m_documentPanels->currentPath = currentDocumentUrl.toLocalFile();
     return m_documentPanels->runOpenPanel(window());
 }
 
 std::optional<QUrl> ViewController::runSavePanel()
 {
+    m_documentPanels->currentPath = currentDocumentUrl.toLocalFile();
     return m_documentPanels->runSavePanel(window());
 }
 
@@ -361,9 +447,12 @@ void ViewController::loadTallyMap(const QUrl& url)
     std::optional<TallyMap> loaded = TallyMapFile::open(url.toLocalFile(), TallyMapFile::documentType, &error);
     if (!loaded) {
         printLine(QStringLiteral("Read of document failed: ") + error.localizedDescription);
+        m_status.noteDocumentFailure(tr("open"), url.toLocalFile(), error.localizedDescription);
         return;
     }
+    m_status.noteDocumentSuccess();
     tallyMap = std::move(*loaded);
+    setDocumentEdited(false);
     if (!shotList.isEmpty()) {
         tallyMap.resolveShotIds(shotList);
     }
@@ -386,8 +475,11 @@ void ViewController::saveTallyMap(const std::optional<QUrl>& requested)
     Error error;
     if (!TallyMapFile::write(tallyMap, url->toLocalFile(), TallyMapFile::documentType, &error)) {
         printLine(QStringLiteral("Save of document failed: ") + error.localizedDescription);
+        m_status.noteDocumentFailure(tr("save"), url->toLocalFile(), error.localizedDescription);
         return;
     }
+    m_status.noteDocumentSuccess();
+    setDocumentEdited(false);
     if (*url == currentDocumentUrl) {
         return;
     }
@@ -547,6 +639,7 @@ void ViewController::prepareForSegue(const QString& identifier, QObject* destina
     }
     editor->setRepresentedObject({ shotList, tallyMap.shotSelection(lightIndex) });
     editor->lightIndex = lightIndex;
+    editor->setWindowTitle(EditViewController::titleForLight(lightIndex));
 }
 
 void ViewController::dismissViewController(QObject* viewController)
@@ -591,6 +684,9 @@ void ViewController::editorDidClose(QObject* editorObject)
         fatalError(QStringLiteral("the shot editor came back for light index %1, outside the tally map's %2 lights")
                        .arg(editor->lightIndex)
                        .arg(tallyMap.shotSelections().size()));
+    }
+    if (!sameNames(tallyMap.shotSelection(editor->lightIndex), lists.at(1))) {
+        setDocumentEdited(true);
     }
     // One assignment: a tick sees either the old list or the new one.
     tallyMap.setShotSelection(editor->lightIndex, lists.at(1));

@@ -3,7 +3,9 @@
 #include "app/DocumentPanels.h"
 #include "app/EditingLock.h"
 #include "app/RecentDocuments.h"
+#include "app/SaveChangesPrompt.h"
 #include "app/TallyCycle.h"
+#include "app/TallyStatus.h"
 #include "link/Mixdesk.h"
 #include "sources/ShotSource.h"
 #include "tallymap/TallyMap.h"
@@ -45,6 +47,7 @@ public:
         std::unique_ptr<RecentDocuments> recentDocuments;
         // Where the shots come from; Mixdesk's query when left empty.
         std::unique_ptr<ShotSource> shotSource;
+        std::unique_ptr<SaveChangesPrompt> saveChangesPrompt;
     };
 
     explicit ViewController(QWidget* parent = nullptr);
@@ -77,6 +80,14 @@ public:
     // One tick of the update cycle.
     void updateTallyLights();
 
+    // Whether the map has changes not yet saved; the window's title bar
+    // shows it.
+    bool isDocumentEdited() const { return m_documentEdited; }
+    // Asks to save unsaved changes before they would be lost: true when the
+    // caller may go on (saved, discarded, or nothing to save), false when
+    // the user cancelled or the save did not happen.
+    bool canDiscardChanges();
+
     // The document commands.
     void loadTallyMap(const QUrl& url);
     void saveTallyMap(const std::optional<QUrl>& url);
@@ -98,6 +109,18 @@ public:
     // The update cycle, for outputs that follow the lights (web page, TSL).
     TallyCycle& cycle() { return m_cycle; }
     const EditingLock& editingLock() const { return m_editingLock; }
+
+    // What the lights do while the source is lost and at quit. The window
+    // starts with the saved preferences; choosing stores the choice too.
+    const LostSourcePolicy& lostSourcePolicy() const { return m_cycle.lostSourcePolicy(); }
+    void setLostSourcePolicy(const LostSourcePolicy& policy);
+    void chooseLostSourcePolicy(const LostSourcePolicy& policy);
+    // What is wrong now, in words, for the status line.
+    TallyStatus& status() { return m_status; }
+
+    // Switches every light off on the box and on screen when the user asked
+    // for that at quit; otherwise sends nothing, and the lights stay lit.
+    void applicationWillQuit();
 
     // Segues to the other screens. Every identifier other than
     // passwordSegueIdentifier and testSegueIdentifier opens the shot editor
@@ -134,6 +157,9 @@ Q_SIGNALS:
     // be) when this is emitted. The screen runs without blocking the caller,
     // so whoever listens (a test, say) can work it like a user would.
     void viewControllerPresented(const QString& identifier, QWidget* viewController);
+    // An indicator was given its mode (by a tick, or the lights-off at
+    // quit); shotNames are the light's assigned shots, for larger views.
+    void lightModeShown(qsizetype lightIndex, TallyMode mode, const QString& shotNames);
 
 protected:
     void viewDidLoad();
@@ -160,13 +186,19 @@ private:
     void passwordDialogDidClose(QObject* dialog);
     void followShotSource();
     void editorDidClose(QObject* editor);
+    void noteTickStatus();
+    void setDocumentEdited(bool edited);
 
     std::unique_ptr<Ui::ViewController> m_ui;
     std::unique_ptr<DocumentPanels> m_documentPanels;
     std::unique_ptr<RecentDocuments> m_recentDocuments;
     std::unique_ptr<ShotSource> m_shotSource;
+    std::unique_ptr<SaveChangesPrompt> m_saveChangesPrompt;
     TallyCycle m_cycle;
     EditingLock m_editingLock;
+    TallyStatus m_status;
+    bool m_sourceRunning = true;
+    bool m_documentEdited = false;
     QPointer<QAction> m_requirementMenuItem;
     bool m_enableEditing = false;
     bool m_inTick = false;

@@ -1,6 +1,7 @@
 // Mixdesk Tally: the main window beside Mixdesk, driving the tally box.
 
 #include "app/AppDelegate.h"
+#include "app/LaunchInformation.h"
 #include "app/MainWindow.h"
 #include "app/ModalPanelProbe.h"
 #include "app/RunOptions.h"
@@ -35,8 +36,22 @@ std::optional<QString> takeEndOfOptions(QStringList& arguments)
 
 int main(int argc, char* argv[])
 {
+    // Help and the version need no window: answered before QApplication
+    // looks for a display, so they work where there is none.
+    QStringList rawArguments;
+    for (int index = 1; index < argc; ++index) {
+        rawArguments.append(QString::fromLocal8Bit(argv[index]));
+    }
+    if (const std::optional<QStringList> lines = LaunchInformation::requestedLines(rawArguments)) {
+        for (const QString& line : *lines) {
+            printLine(line);
+        }
+        return 0;
+    }
+
     QApplication app(argc, argv);
     QApplication::setApplicationName(QStringLiteral("Mixdesk Tally"));
+    QApplication::setApplicationVersion(QStringLiteral(TALLY_VERSION));
     QApplication::setOrganizationName(QStringLiteral("Mixdesk"));
     QApplication::setDesktopFileName(QStringLiteral("mixdesk-tally"));
     QStringList files = QApplication::arguments().mid(1);
@@ -99,7 +114,12 @@ int main(int argc, char* argv[])
     MainWindow main = MainWindow::make(std::move(dependencies));
     main.controller->cycle().addOutput(tslSender.get());
     main.controller->cycle().addOutput(web.get());
+    // Choices on the command line hold for this run only; the saved ones
+    // come back next time.
+    main.controller->setLostSourcePolicy(options.lostSourcePolicy(main.controller->lostSourcePolicy()));
+    QObject::connect(&app, &QApplication::aboutToQuit, main.controller, &ViewController::applicationWillQuit);
     delegate.setKeyWindow(main.window.get());
+    main.window->restoreSavedGeometry();
     main.window->show();
     delegate.applicationOpenFiles(files);
 

@@ -30,7 +30,8 @@ const Command& command()
         QStringLiteral("watch"),
         QStringLiteral("watch [--ticks N] [--json] [--timestamps|--no-timestamps] [--source SOURCE] "
                        "[--password-file FILE] [--tsl URL]... [--tsl5 URL]... [--tsl-offset N] "
-                       "[--web [ADDRESS:]PORT] MAP"),
+                       "[--web [ADDRESS:]PORT] [--when-lost keep|off|blink] [--blink-after SECONDS] "
+                       "[--lights-off-at-quit] MAP"),
         QStringLiteral("Run the update cycle on a tally map without a window, printing each change, until "
                        "interrupted (or for N ticks of 0.25 s)"),
         runWatch,
@@ -182,6 +183,7 @@ int runWatch(const QStringList& arguments)
     }
     cycle.addOutput(tslSender.get());
     cycle.addOutput(web.get());
+    cycle.setLostSourcePolicy(options.run.lostSourcePolicy());
     Mixdesk::ShotList shotList = source->queryShots();
     qint64 ticksDone = 0;
 
@@ -215,7 +217,11 @@ int runWatch(const QStringList& arguments)
     QObject::connect(source.get(), &ShotSource::statusChanged,
         [json = options.json](const QString& status) { json ? printErrorLine(status) : printLine(status); });
     timer.start();
-    return QCoreApplication::exec();
+    const int exitCode = QCoreApplication::exec();
+    if (cycle.lostSourcePolicy().turnOffAtQuit) {
+        cycle.turnLightsOff(tallyMap->shotSelections().size());
+    }
+    return exitCode;
 }
 
 } // namespace

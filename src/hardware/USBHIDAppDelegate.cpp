@@ -68,6 +68,7 @@ const HidDevicePtr& USBHIDAppDelegate::controller() const
 void USBHIDAppDelegate::setController(HidDevicePtr device)
 {
     m_controller = std::move(device);
+    m_lastWriteFailed = false;
 }
 
 void USBHIDAppDelegate::handleMatch(const HidDevicePtr& device)
@@ -93,6 +94,7 @@ bool USBHIDAppDelegate::sendControl(quint8 command)
         return false;
     }
     const qint32 status = m_controller->setReport(command, report);
+    m_lastWriteFailed = status != 0;
     if (status != 0) {
         systemLog(QStringLiteral("set report failed status: %1").arg(status));
         return false;

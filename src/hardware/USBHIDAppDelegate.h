@@ -53,10 +53,15 @@ public:
     // the report went out (the window ignores it; tallyctl reports it).
     bool sendControl(quint8 command);
 
+    // Whether the last write to the device failed; false while none has been
+    // tried since the device came.
+    bool lastWriteFailed() const { return m_lastWriteFailed; }
+
     // Every matching device the back end knows of now, driven or not.
     QList<HidDevicePtr> attachedDevices() const;
 
 private:
     std::unique_ptr<HidBackend> m_backend;
     HidDevicePtr m_controller;
+    bool m_lastWriteFailed = false;
 };

@@ -9,7 +9,9 @@
 #include <QCheckBox>
 #include <QCloseEvent>
 #include <QHeaderView>
+#include <QKeySequence>
 #include <QPushButton>
+#include <QShortcut>
 #include <QTableWidget>
 
 namespace {
@@ -26,6 +28,7 @@ EditViewController::EditViewController(QWidget* parent)
     table = m_ui->table;
     showEmptyCheckBox = m_ui->showEmptyCheckBox;
     doneButton = m_ui->doneButton;
+    cancelButton = m_ui->cancelButton;
     // A sheet over the main window that blocks only that window: the update
     // tick waits for application-modal panels, and the lights must keep
     // following the production while shots are being assigned.
@@ -43,6 +46,15 @@ void EditViewController::viewDidLoad()
     bindToPreference(showEmptyCheckBox, Preferences::showEmptyLayers);
     connect(showEmptyCheckBox, &QCheckBox::clicked, this, [this] { toggleShowEmptyWithSender(showEmptyCheckBox); });
     connect(doneButton, &QPushButton::clicked, this, [this] { finishEditingWithSender(doneButton); });
+    connect(cancelButton, &QPushButton::clicked, this, [this] { cancelEditingWithSender(cancelButton); });
+    // The sheet is a plain widget, not a dialog: the keys a dialog would
+    // give its default and cancel buttons are set up by hand.
+    for (const QKeySequence& key : { QKeySequence(Qt::Key_Return), QKeySequence(Qt::Key_Enter) }) {
+        auto* done = new QShortcut(key, this);
+        connect(done, &QShortcut::activated, doneButton, &QPushButton::click);
+    }
+    auto* cancel = new QShortcut(QKeySequence(Qt::Key_Escape), this);
+    connect(cancel, &QShortcut::activated, cancelButton, &QPushButton::click);
     reloadTable();
 }
 
@@ -66,6 +78,7 @@ void EditViewController::setRepresentedObject(const QList<Mixdesk::ShotList>& li
         fatalError(QStringLiteral("the shot editor was given no shot lists"));
     }
     shotLists = lists;
+    m_originalAssignment = lists.size() > 1 ? lists.at(1) : Mixdesk::ShotList {};
     rebuildRows();
 }
 
@@ -155,6 +168,22 @@ void EditViewController::toggleShowEmptyWithSender(QObject* /*sender*/)
 void EditViewController::finishEditingWithSender(QObject* /*sender*/)
 {
     askPresenterToDismiss();
+}
+
+void EditViewController::cancelEditingWithSender(QObject* /*sender*/)
+{
+    if (shotLists.size() > 1) {
+        shotLists[1] = m_originalAssignment;
+    }
+    // The boxes show what is handed back, should the presenter keep the
+    // editor up.
+    reloadTable();
+    askPresenterToDismiss();
+}
+
+QString EditViewController::titleForLight(int lightIndex)
+{
+    return tr("Assign Shots to Light %1").arg(lightIndex + 1);
 }
 
 void EditViewController::closeEvent(QCloseEvent* event)

@@ -21,7 +21,8 @@ class EditViewController;
 // The shot editor of one tally light: one check box per shot the production
 // application reports, ticked when the shot lights this light. It works on
 // its own copy of the light's list (the records themselves are shared) and
-// hands it back when it is dismissed; there is no cancel. The main window
+// hands it back when it is dismissed. Cancel (or Escape) hands back the list
+// as it came; closing the sheet any other way keeps the ticks. The main window
 // shows it as a window-modal sheet so that the lights keep updating.
 class EditViewController : public QWidget {
     Q_OBJECT
@@ -53,6 +54,10 @@ public:
     QPointer<QTableWidget> table;
     QPointer<QCheckBox> showEmptyCheckBox;
     QPointer<QPushButton> doneButton;
+    QPointer<QPushButton> cancelButton;
+
+    // "Assign Shots to Light 3" for light index 2.
+    static QString titleForLight(int lightIndex);
     // The rows, row r showing element r.
     Mixdesk::ShotList usableShotList;
     QList<Mixdesk::ShotList> shotLists;
@@ -63,6 +68,8 @@ public Q_SLOTS:
     // stored its new state before this runs.
     void toggleShowEmptyWithSender(QObject* sender);
     void finishEditingWithSender(QObject* sender);
+    // Puts the light's list back as it was given, then ends editing.
+    void cancelEditingWithSender(QObject* sender);
 
 protected:
     void viewDidLoad();
@@ -78,5 +85,7 @@ private:
 
     std::unique_ptr<Ui::EditViewController> m_ui;
     DismissViewController m_dismissViewController;
+    // The light's list as given, for Cancel.
+    Mixdesk::ShotList m_originalAssignment;
     bool m_dismissing = false;
 };

@@ -35,6 +35,20 @@ public:
 
     QSize sizeHint() const override;
 
+    // The large style, for a lamp seen across a studio: the light's number
+    // and its shots inside the lamp, text that grows with the lamp, and a
+    // mark besides colour (a thick solid frame for LIVE, a dashed one for
+    // PREVIEW) for operators who cannot tell red from green. Off by default:
+    // the small style is the main window's.
+    bool glanceable = false;
+    int lightNumber = 0;
+    QString shotNames;
+    // The pixel size of the large style's LIVE/PREVIEW label.
+    int glanceableLabelPixelSize() const;
+
 protected:
     void paintEvent(QPaintEvent* event) override;
+
+private:
+    void paintGlanceable(QPainter& painter);
 };

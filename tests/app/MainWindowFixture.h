@@ -77,6 +77,7 @@ protected:
         ViewController::Dependencies dependencies;
         dependencies.documentPanels = std::move(panelsOwned);
         dependencies.shotSource = std::move(shotSource);
+        dependencies.saveChangesPrompt = std::move(saveChangesPrompt);
         dependencies.recentDocuments = std::make_unique<RecentDocuments>(
             std::make_unique<QSettings>(directory.filePath(QStringLiteral("recent.ini")), QSettings::IniFormat));
         main = MainWindow::make(std::move(dependencies));
@@ -128,4 +129,6 @@ protected:
     MainWindow main;
     ViewController* controller = nullptr;
     FakeDocumentPanels* panels = nullptr;
+    // Taken by the next makeWindow; the message box when left empty.
+    std::unique_ptr<SaveChangesPrompt> saveChangesPrompt;
 };

@@ -3,6 +3,7 @@
 // at the layout.
 
 #include "MainWindowFixture.h"
+#include "app/StatusLine.h"
 #include "support/QtPrinters.h"
 
 #include <QApplication>
@@ -59,6 +60,47 @@ TEST_F(MainWindowScreenshotTest, MainWindowWhileMixdeskIsNotRunning)
     QApplication::processEvents();
     ASSERT_TRUE(controller->mixdeskWarning->isVisible());
     const QString path = screenshotPath(QStringLiteral("main-window-no-mixdesk.png"));
+    QFile::remove(path);
+    ASSERT_TRUE(main.window->grab().save(path)) << path.toStdString();
+}
+
+TEST_F(MainWindowScreenshotTest, MainWindowWithAProblemInTheStatusLine)
+{
+    answer({ { "1", "Camera 1", true, false }, { "2", "Camera 2", false, true } });
+    makeWindow();
+    controller->tallyMap.setShotSelection(0, { record("Camera 1") });
+    controller->tallyMap.setShotSelection(1, { record("Camera 2") });
+    controller->refreshAssignmentTitles();
+    main.window->show();
+    USBHIDAppDelegate::shared().setController(nullptr);
+    controller->loadTallyMap(QUrl::fromLocalFile(directory.filePath(QStringLiteral("Sunday service.tlx"))));
+    tick();
+    QApplication::processEvents();
+    ASSERT_TRUE(main.statusLine->isVisible());
+    ASSERT_TRUE(main.statusLine->showsProblem());
+    const QString path = screenshotPath(QStringLiteral("main-window-status.png"));
+    QFile::remove(path);
+    ASSERT_TRUE(main.window->grab().save(path)) << path.toStdString();
+}
+
+TEST_F(MainWindowScreenshotTest, MainWindowMaximisedKeepsItsLampsInProportion)
+{
+    answer({ { "1", "Camera 1", true, false }, { "2", "Camera 2", false, true } });
+    makeWindow();
+    controller->tallyMap.setShotSelection(0, { record("Camera 1") });
+    controller->tallyMap.setShotSelection(1, { record("Camera 2") });
+    controller->refreshAssignmentTitles();
+    main.window->show();
+    main.window->resize(1600, 900);
+    tick();
+    QApplication::processEvents();
+    // The extra height goes to the lamps: the numbers sit right above them.
+    const QWidget* number = controller->findChild<QWidget*>(QStringLiteral("lightNumber1"));
+    ASSERT_NE(number, nullptr);
+    const int gap = controller->tallyStateDisplays[0]->geometry().top() - number->geometry().bottom();
+    EXPECT_LT(gap, 20);
+    EXPECT_GT(controller->tallyStateDisplays[0]->height(), 400);
+    const QString path = screenshotPath(QStringLiteral("main-window-maximised.png"));
     QFile::remove(path);
     ASSERT_TRUE(main.window->grab().save(path)) << path.toStdString();
 }

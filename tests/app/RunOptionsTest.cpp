@@ -301,3 +301,41 @@ TEST(RunOptionsTest, TheSavedPasswordServesOnlyWhenNeitherFileNorEnvironmentGive
     EXPECT_EQ(readSwitcherPassword(options, &problem), QStringLiteral("from the environment"));
     qunsetenv("MIXDESK_TALLY_OBS_PASSWORD");
 }
+
+TEST(RunOptionsTest, WithoutLostSourceOptionsThePolicyGivenStaysAsItIs)
+{
+    QStringList arguments { QStringLiteral("map.tlx") };
+    RunOptions options;
+    ASSERT_EQ(RunOptions::takeFrom(arguments, &options), std::nullopt);
+    const LostSourcePolicy saved { LostSourcePolicy::Action::blink, 4, true };
+    EXPECT_EQ(options.lostSourcePolicy(saved), saved);
+    EXPECT_EQ(options.lostSourcePolicy(), LostSourcePolicy {});
+}
+
+TEST(RunOptionsTest, LostSourceOptionsAreTakenAndPutOverThePolicy)
+{
+    QStringList arguments { QStringLiteral("--when-lost"), QStringLiteral("blink"), QStringLiteral("--blink-after=3"),
+        QStringLiteral("--lights-off-at-quit"), QStringLiteral("map.tlx") };
+    RunOptions options;
+    ASSERT_EQ(RunOptions::takeFrom(arguments, &options), std::nullopt);
+    EXPECT_EQ(arguments, QStringList { QStringLiteral("map.tlx") });
+    EXPECT_EQ(options.lostSourcePolicy(), (LostSourcePolicy { LostSourcePolicy::Action::blink, 3, true }));
+}
+
+TEST(RunOptionsTest, AnUnknownLostSourceActionIsAUsageProblemNamingTheChoices)
+{
+    QStringList arguments { QStringLiteral("--when-lost=dim") };
+    RunOptions options;
+    EXPECT_EQ(
+        RunOptions::takeFrom(arguments, &options), QStringLiteral("--when-lost takes keep, off, blink, not 'dim'"));
+}
+
+TEST(RunOptionsTest, ABlinkDelayThatIsNotAWholeNumberOfSecondsIsAUsageProblem)
+{
+    for (const QString& value : { QStringLiteral("-1"), QStringLiteral("soon"), QStringLiteral("1.5") }) {
+        QStringList arguments { QStringLiteral("--blink-after"), value };
+        RunOptions options;
+        EXPECT_EQ(RunOptions::takeFrom(arguments, &options),
+            QStringLiteral("--blink-after takes a whole number of seconds, not '%1'").arg(value));
+    }
+}

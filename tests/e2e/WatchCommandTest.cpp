@@ -124,7 +124,55 @@ TEST_F(WatchCommandTest, WrongUsageExitsTwoWithAUsageLine)
     EXPECT_EQ(watch.exitCode(), 2);
     EXPECT_TRUE(watch.readAllStandardError().contains(
         "usage: tallyctl watch [--ticks N] [--json] [--timestamps|--no-timestamps] [--source SOURCE] "
-        "[--password-file FILE] [--tsl URL]... [--tsl5 URL]... [--tsl-offset N] [--web [ADDRESS:]PORT] MAP"));
+        "[--password-file FILE] [--tsl URL]... [--tsl5 URL]... [--tsl-offset N] [--web [ADDRESS:]PORT] "
+        "[--when-lost keep|off|blink] [--blink-after SECONDS] [--lights-off-at-quit] MAP"));
+}
+
+namespace {
+
+const QByteArray everyLightOff = "01 21 02 22 03 23 04 24 05 25 06 26 07 27 08 28";
+
+} // namespace
+
+TEST_F(WatchCommandTest, WithLightsOffAtQuitTheLastBytesSwitchEveryLightOff)
+{
+    ASSERT_TRUE(standin.start());
+    start({ QStringLiteral("--ticks=3"), QStringLiteral("--lights-off-at-quit"), mapPath });
+    ASSERT_TRUE(finished());
+    EXPECT_EQ(watch.exitCode(), 0) << watch.readAllStandardError().toStdString();
+    const QList<QByteArray> ticks = capture.ticks();
+    ASSERT_EQ(ticks.size(), 4);
+    EXPECT_EQ(ticks[2], "b1 21 02 d2 b3 23 04 24 05 25 06 26 07 27 08 28");
+    EXPECT_EQ(ticks[3], everyLightOff);
+}
+
+TEST_F(WatchCommandTest, WithoutLightsOffAtQuitTheLastTickIsTheLastBytesSent)
+{
+    ASSERT_TRUE(standin.start());
+    start({ QStringLiteral("--ticks=2"), mapPath });
+    ASSERT_TRUE(finished());
+    const QList<QByteArray> ticks = capture.ticks();
+    ASSERT_EQ(ticks.size(), 2);
+    EXPECT_EQ(ticks.last(), "b1 21 02 d2 b3 23 04 24 05 25 06 26 07 27 08 28");
+}
+
+TEST_F(WatchCommandTest, WithoutMixdeskAndWhenLostOffEveryTickSwitchesEveryLightOff)
+{
+    start({ QStringLiteral("--ticks=2"), QStringLiteral("--when-lost"), QStringLiteral("off"), mapPath });
+    ASSERT_TRUE(finished());
+    if (anyMixdeskRunning()) {
+        GTEST_SKIP() << "another process named mixdesk runs on this machine";
+    }
+    EXPECT_EQ(watch.exitCode(), 0) << watch.readAllStandardError().toStdString();
+    EXPECT_EQ(capture.ticks(), (QList<QByteArray> { everyLightOff, everyLightOff }));
+}
+
+TEST_F(WatchCommandTest, AnUnknownWhenLostChoiceIsAUsageError)
+{
+    start({ QStringLiteral("--when-lost=dim"), mapPath });
+    ASSERT_TRUE(finished());
+    EXPECT_EQ(watch.exitCode(), 2);
+    EXPECT_TRUE(watch.readAllStandardError().contains("--when-lost takes keep, off, blink, not 'dim'"));
 }
 
 TEST_F(WatchCommandTest, AnUnreadableMapFailsWithTheReason)

@@ -133,6 +133,27 @@ TEST(USBHIDAppDelegateTest, FailedWriteIsLoggedWithItsStatusAndTheDeviceIsKept)
     EXPECT_EQ(device->commandBytes(), QList<quint8>({ 0xB1, 0x21 }));
 }
 
+TEST(USBHIDAppDelegateTest, AFailedWriteIsRememberedUntilAWriteWorksOrAnotherDeviceComes)
+{
+    LogCapture log;
+    DelegateOnFakeBackend fixture;
+    auto device = std::make_shared<FakeDevice>();
+    fixture.backend->plug(device);
+    EXPECT_FALSE(fixture.delegate.lastWriteFailed());
+
+    device->status = -1;
+    fixture.delegate.sendControl(0xB1);
+    EXPECT_TRUE(fixture.delegate.lastWriteFailed());
+    device->status = 0;
+    fixture.delegate.sendControl(0x21);
+    EXPECT_FALSE(fixture.delegate.lastWriteFailed());
+
+    device->status = -1;
+    fixture.delegate.sendControl(0xB1);
+    fixture.backend->plug(std::make_shared<FakeDevice>(QStringLiteral("second")));
+    EXPECT_FALSE(fixture.delegate.lastWriteFailed());
+}
+
 TEST(USBHIDAppDelegateTest, HidLayerThatCannotStartIsLoggedAndTheDelegateStillTakesBytes)
 {
     LogCapture log;

@@ -14,6 +14,7 @@
 #include <QPushButton>
 #include <QTableWidget>
 #include <QTemporaryDir>
+#include <QTest>
 
 #include <gtest/gtest.h>
 
@@ -371,3 +372,46 @@ TEST_F(EditViewControllerDeathTest, CellForAColumnTheTableHasNotStops)
 }
 
 } // namespace
+
+TEST_F(EditViewControllerTest, CancelHandsBackTheListAsItCameAfterTicking)
+{
+    const Mixdesk::ShotPtr wide = makeShot("1", "Wide");
+    const Mixdesk::ShotPtr stage = makeShot("3", "Stage");
+    QList<Mixdesk::ShotList> handedBack;
+    makeEditor({ wide, stage }, { stage });
+    editor->setPresentingViewController(
+        [this, &handedBack](QObject*) { handedBack.append(editor->representedObject().value(1)); });
+
+    row(0)->click();
+    row(1)->click();
+    ASSERT_EQ(lightsList(), (Mixdesk::ShotList { wide }));
+    editor->cancelButton->click();
+
+    EXPECT_EQ(handedBack, (QList<Mixdesk::ShotList> { { stage } }));
+}
+
+TEST_F(EditViewControllerTest, EscapeCancelsAndReturnIsDone)
+{
+    const Mixdesk::ShotPtr wide = makeShot("1", "Wide");
+    QList<Mixdesk::ShotList> handedBack;
+    makeEditor({ wide }, {});
+    editor->setPresentingViewController(
+        [this, &handedBack](QObject*) { handedBack.append(editor->representedObject().value(1)); });
+    editor->show();
+    QApplication::setActiveWindow(editor.get());
+
+    row(0)->click();
+    QTest::keyClick(editor.get(), Qt::Key_Escape);
+    ASSERT_EQ(handedBack.size(), 1);
+    EXPECT_TRUE(handedBack.last().isEmpty());
+
+    row(0)->click();
+    QTest::keyClick(editor.get(), Qt::Key_Return);
+    ASSERT_EQ(handedBack.size(), 2);
+    EXPECT_EQ(handedBack.last(), (Mixdesk::ShotList { wide }));
+}
+
+TEST_F(EditViewControllerTest, TheTitleNamesTheLightByItsNumber)
+{
+    EXPECT_EQ(EditViewController::titleForLight(2), QStringLiteral("Assign Shots to Light 3"));
+}

@@ -1,0 +1,51 @@
+#pragma once
+
+#include <QDateTime>
+#include <QObject>
+#include <QString>
+#include <QStringList>
+
+#include <functional>
+
+// What stands between the operator and working lights, in words, for the
+// window's status line: the switcher missing or answering with no shots, no
+// tally box, the box refusing writes, the last file that could not be
+// opened or saved. The cycle reports every tick; the text (and the line in
+// the system log) changes only when the situation does, so a problem that
+// lasts an hour leaves one log line, not fourteen thousand.
+class TallyStatus : public QObject {
+    Q_OBJECT
+
+public:
+    using Log = std::function<void(const QString&)>;
+    using Clock = std::function<QDateTime()>;
+
+    // The log defaults to the system log, the clock to local time.
+    explicit TallyStatus(Log log = {}, Clock clock = {}, QObject* parent = nullptr);
+
+    // After every tick: whether the source was there, and if so how many
+    // shots it gave; notRunning is the source's own warning.
+    void noteTick(bool sourceRunning, qsizetype shotCount, const QString& sourceName, const QString& notRunning);
+    // The tally box now: attached or not, and whether its last write failed.
+    void noteDevice(bool attached, bool writeFailing);
+    // A file that could not be opened or saved, until the next one that
+    // could.
+    void noteDocumentFailure(const QString& what, const QString& path, const QString& reason);
+    void noteDocumentSuccess();
+
+    // The problems now, most urgent first; empty when the lights work.
+    QString text() const { return m_text; }
+
+Q_SIGNALS:
+    void changed(const QString& text);
+
+private:
+    void update();
+
+    Log m_log;
+    Clock m_clock;
+    QString m_sourceProblem;
+    QString m_deviceProblem;
+    QString m_documentProblem;
+    QString m_text;
+};
