@@ -56,6 +56,8 @@ bool UserDefaults::boolForKey(const QString& key) const
 void UserDefaults::setObject(const QString& key, const QVariant& value, bool isPrivate)
 {
     m_settings->setValue(key, value);
+    // Written at once so that a crash or a second instance reading the same
+    // file sees the user's choice.
     m_settings->sync();
     if (isPrivate) {
         QFile::setPermissions(m_settings->fileName(), QFileDevice::ReadOwner | QFileDevice::WriteOwner);
@@ -65,14 +67,6 @@ void UserDefaults::setObject(const QString& key, const QVariant& value, bool isP
 void UserDefaults::setBool(const QString& key, bool value)
 {
     setObject(key, value);
-}
-
-void UserDefaults::setObject(const QString& key, const QVariant& value)
-{
-    m_settings->setValue(key, value);
-    // Written at once so that a crash or a second instance reading the same
-    // file sees the user's choice.
-    m_settings->sync();
 }
 
 QString UserDefaults::settingsFilePath() const
