@@ -1,6 +1,7 @@
 #include "app/CustomWindow.h"
 
 #include "app/UserDefaults.h"
+#include "core/Text.h"
 
 #include <QCloseEvent>
 #include <QWindow>
@@ -32,7 +33,8 @@ void CustomWindow::setWindowLevel(int level)
 
 QString CustomWindow::displayedTitle() const
 {
-    return isWindowModified() ? windowTitle() + QStringLiteral(" *") : windowTitle();
+    const QString title = Text::shownWindowTitle(windowTitle());
+    return isWindowModified() ? title + QStringLiteral(" *") : title;
 }
 
 void CustomWindow::setCloseGuard(std::function<bool()> closeGuard)

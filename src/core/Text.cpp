@@ -35,6 +35,25 @@ QString literalWindowTitle(const QString& name)
     return title.replace(QLatin1String("[*]"), QLatin1String("[*][*]"));
 }
 
+QString shownWindowTitle(const QString& title)
+{
+    static const QString placeholder = QStringLiteral("[*]");
+    QString shown;
+    qsizetype from = 0;
+    while (true) {
+        const qsizetype at = title.indexOf(placeholder, from);
+        if (at < 0) {
+            return shown + title.mid(from);
+        }
+        shown += title.mid(from, at - from);
+        from = at + placeholder.size();
+        if (title.mid(from, placeholder.size()) == placeholder) {
+            shown += placeholder;
+            from += placeholder.size();
+        }
+    }
+}
+
 QString measurablePrefix(const QString& text, qsizetype limit)
 {
     if (text.size() <= limit) {

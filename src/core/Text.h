@@ -21,6 +21,11 @@ QString fromLiteralMnemonicText(const QString& text);
 // each one doubled, so that a file named "take[*].tlx" keeps its name.
 QString literalWindowTitle(const QString& name);
 
+// What a window shows of such a title: "[*][*]" as "[*]", a lone "[*]" (the
+// modified marker's place) left out. For a window that puts its own marker
+// on its native title.
+QString shownWindowTitle(const QString& title);
+
 // At most `limit` UTF-16 units of text, never cutting a character in two:
 // enough to fill any widget, however long the name.
 QString measurablePrefix(const QString& text, qsizetype limit);

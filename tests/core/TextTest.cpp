@@ -28,3 +28,12 @@ TEST(TextTest, DifferentTextIsNotEqual)
     EXPECT_FALSE(Text::equal(QStringLiteral("Cam 1"), QStringLiteral("Cam 1 ")));
     EXPECT_TRUE(Text::equal(QString(), QStringLiteral("")));
 }
+
+TEST(TextTest, AShownTitleTurnsDoubledPlaceholdersIntoOneAndLeavesLoneOnesOut)
+{
+    EXPECT_EQ(Text::shownWindowTitle(QStringLiteral("take[*][*]2.tlx")), QStringLiteral("take[*]2.tlx"));
+    EXPECT_EQ(Text::shownWindowTitle(QStringLiteral("studio.tlx[*]")), QStringLiteral("studio.tlx"));
+    EXPECT_EQ(Text::shownWindowTitle(QStringLiteral("plain.tlx")), QStringLiteral("plain.tlx"));
+    const QString name = QStringLiteral("a[*]b[*][*]c.tlx");
+    EXPECT_EQ(Text::shownWindowTitle(Text::literalWindowTitle(name)), name);
+}
