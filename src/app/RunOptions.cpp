@@ -1,5 +1,6 @@
 #include "app/RunOptions.h"
 
+#include "app/TallyCycle.h"
 #include "outputs/TslSender.h"
 #include "outputs/WebTallyServer.h"
 #include "sources/MixdeskShotSource.h"
@@ -350,4 +351,32 @@ std::unique_ptr<WebTallyServer> startWebTally(const RunOptions& options, QString
         return nullptr;
     }
     return server;
+}
+
+StartedOutputs::StartedOutputs() = default;
+StartedOutputs::StartedOutputs(StartedOutputs&&) noexcept = default;
+StartedOutputs& StartedOutputs::operator=(StartedOutputs&&) noexcept = default;
+StartedOutputs::~StartedOutputs() = default;
+
+void StartedOutputs::addTo(TallyCycle& cycle) const
+{
+    cycle.addOutput(tsl.get());
+    cycle.addOutput(web.get());
+}
+
+std::optional<StartedOutputs> startOutputs(const RunOptions& options, OutputsProblem* problem)
+{
+    StartedOutputs outputs;
+    QString reason;
+    outputs.tsl = makeTslSender(options, &reason);
+    if (!outputs.tsl && !reason.isEmpty()) {
+        *problem = { reason, true };
+        return std::nullopt;
+    }
+    outputs.web = startWebTally(options, &reason);
+    if (options.web && !outputs.web) {
+        *problem = { reason, false };
+        return std::nullopt;
+    }
+    return outputs;
 }

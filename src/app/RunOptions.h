@@ -78,3 +78,29 @@ class WebTallyServer;
 // problem, when the options ask for none; nothing with the reason in problem
 // when it cannot listen there.
 std::unique_ptr<WebTallyServer> startWebTally(const RunOptions& options, QString* problem);
+
+class TallyCycle;
+
+// Every output besides the window and the tally box that the options ask
+// for, started, for the window and tallyctl watch alike. They must outlive
+// the cycle they are added to, or be removed from it first.
+struct StartedOutputs {
+    std::unique_ptr<TslSender> tsl;
+    std::unique_ptr<WebTallyServer> web;
+
+    StartedOutputs();
+    StartedOutputs(StartedOutputs&&) noexcept;
+    StartedOutputs& operator=(StartedOutputs&&) noexcept;
+    ~StartedOutputs();
+
+    void addTo(TallyCycle& cycle) const;
+};
+
+// Why the outputs could not start: a usage mistake (a bad destination), or
+// the system refusing (a port in use).
+struct OutputsProblem {
+    QString text;
+    bool isUsage = false;
+};
+
+std::optional<StartedOutputs> startOutputs(const RunOptions& options, OutputsProblem* problem);

@@ -8,8 +8,6 @@
 #include "app/SingleInstance.h"
 #include "app/UserDefaults.h"
 #include "core/StandardOutput.h"
-#include "outputs/TslSender.h"
-#include "outputs/WebTallyServer.h"
 
 #include <QApplication>
 
@@ -98,22 +96,15 @@ int main(int argc, char* argv[])
         printErrorLine(QStringLiteral("mixdesk-tally: ") + sourceProblem);
         return 2;
     }
-    QString tslProblem;
-    const std::unique_ptr<TslSender> tslSender = makeTslSender(options, &tslProblem);
-    if (!tslSender && !tslProblem.isEmpty()) {
-        printErrorLine(QStringLiteral("mixdesk-tally: ") + tslProblem);
-        return 2;
-    }
-    // Made before the window, so that it outlives the window's update cycle.
-    QString webProblem;
-    const std::unique_ptr<WebTallyServer> web = startWebTally(options, &webProblem);
-    if (options.web && !web) {
-        printErrorLine(QStringLiteral("mixdesk-tally: ") + webProblem);
-        return 1;
+    // Started before the window, so that they outlive its update cycle.
+    OutputsProblem outputsProblem;
+    const std::optional<StartedOutputs> outputs = startOutputs(options, &outputsProblem);
+    if (!outputs) {
+        printErrorLine(QStringLiteral("mixdesk-tally: ") + outputsProblem.text);
+        return outputsProblem.isUsage ? 2 : 1;
     }
     MainWindow main = MainWindow::make(std::move(dependencies));
-    main.controller->cycle().addOutput(tslSender.get());
-    main.controller->cycle().addOutput(web.get());
+    outputs->addTo(main.controller->cycle());
     // Choices on the command line hold for this run only; the saved ones
     // come back next time.
     main.controller->setLostSourcePolicy(options.lostSourcePolicy(main.controller->lostSourcePolicy()));

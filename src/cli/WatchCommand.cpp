@@ -6,8 +6,6 @@
 #include "cli/WatchPrinter.h"
 #include "core/StandardOutput.h"
 #include "hardware/USBHIDAppDelegate.h"
-#include "outputs/TslSender.h"
-#include "outputs/WebTallyServer.h"
 
 #include <QCoreApplication>
 #include <QTimer>
@@ -167,22 +165,19 @@ int runWatch(const QStringList& arguments)
     if (!source) {
         return CommandLine::usageError(command(), sourceProblem);
     }
-    QString webProblem;
-    const std::unique_ptr<WebTallyServer> web = startWebTally(options.run, &webProblem);
-    if (options.run.web && !web) {
-        printErrorLine(QStringLiteral("tallyctl watch: ") + webProblem);
+    OutputsProblem outputsProblem;
+    const std::optional<StartedOutputs> outputs = startOutputs(options.run, &outputsProblem);
+    if (!outputs) {
+        if (outputsProblem.isUsage) {
+            return CommandLine::usageError(command(), outputsProblem.text);
+        }
+        printErrorLine(QStringLiteral("tallyctl watch: ") + outputsProblem.text);
         return CommandLine::exitFailure;
     }
     WatchPrinter printer(tallyMap->shotSelections().size(), printStyle(options));
     printer.setSourceName(source->displayName());
     TallyCycle cycle(*source, printer);
-    QString tslProblem;
-    const std::unique_ptr<TslSender> tslSender = makeTslSender(options.run, &tslProblem);
-    if (!tslSender && !tslProblem.isEmpty()) {
-        return CommandLine::usageError(command(), tslProblem);
-    }
-    cycle.addOutput(tslSender.get());
-    cycle.addOutput(web.get());
+    outputs->addTo(cycle);
     cycle.setLostSourcePolicy(options.run.lostSourcePolicy());
     Mixdesk::ShotList shotList = source->queryShots();
     qint64 ticksDone = 0;

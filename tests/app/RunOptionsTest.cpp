@@ -6,6 +6,7 @@
 #include "support/QtPrinters.h"
 
 #include <QFile>
+#include <QTcpServer>
 #include <QTemporaryDir>
 #include <QUdpSocket>
 
@@ -338,4 +339,32 @@ TEST(RunOptionsTest, ABlinkDelayThatIsNotAWholeNumberOfSecondsIsAUsageProblem)
         EXPECT_EQ(RunOptions::takeFrom(arguments, &options),
             QStringLiteral("--blink-after takes a whole number of seconds, not '%1'").arg(value));
     }
+}
+
+TEST(RunOptionsTest, WithNoOutputsAskedForNoneStartsAndNothingIsAProblem)
+{
+    OutputsProblem problem;
+    const std::optional<StartedOutputs> outputs = startOutputs(RunOptions {}, &problem);
+    ASSERT_TRUE(outputs.has_value());
+    EXPECT_EQ(outputs->tsl, nullptr);
+    EXPECT_EQ(outputs->web, nullptr);
+}
+
+TEST(RunOptionsTest, ABadTslDestinationIsAUsageProblemAndABusyWebPortIsNot)
+{
+    RunOptions badDestination;
+    badDestination.tsl50Destinations = { QStringLiteral("ftp://studio:21") };
+    OutputsProblem problem;
+    EXPECT_FALSE(startOutputs(badDestination, &problem).has_value());
+    EXPECT_TRUE(problem.isUsage);
+    EXPECT_FALSE(problem.text.isEmpty());
+
+    QTcpServer taken;
+    ASSERT_TRUE(taken.listen(QHostAddress::LocalHost, 0));
+    QStringList arguments { QStringLiteral("--web"), QStringLiteral("127.0.0.1:%1").arg(taken.serverPort()) };
+    RunOptions busyPort;
+    ASSERT_EQ(RunOptions::takeFrom(arguments, &busyPort), std::nullopt);
+    EXPECT_FALSE(startOutputs(busyPort, &problem).has_value());
+    EXPECT_FALSE(problem.isUsage);
+    EXPECT_TRUE(problem.text.contains(QString::number(taken.serverPort()))) << problem.text.toStdString();
 }
