@@ -1,10 +1,9 @@
 // tallyctl watch sending TSL UMD beside the built stand-in, and following a
 // switcher that speaks TSL UMD, as real processes.
 
-#include "CaptureFile.h"
+#include "WatchProcessFixture.h"
 #include "outputs/TslUmd50.h"
 #include "support/QtPrinters.h"
-#include "tools/StandinProcess.h"
 
 #include <QNetworkDatagram>
 #include <QProcess>
@@ -17,25 +16,15 @@
 
 namespace {
 
-class TslWatchProcessTest : public testing::Test {
+class TslWatchProcessTest : public WatchProcessFixture {
 protected:
     void SetUp() override
     {
-        ASSERT_TRUE(folder.isValid());
-        capture.path = folder.filePath(QStringLiteral("capture.hex"));
-        mapPath = folder.filePath(QStringLiteral("studio.tlx"));
-        QFile file(mapPath);
-        ASSERT_TRUE(file.open(QIODevice::WriteOnly));
-        file.write("0|Camera 1\r\n1|Camera 2\r\n2|Camera 1|Camera 2\r\n");
-        ASSERT_TRUE(receiver.bind(QHostAddress::LocalHost, 0));
-    }
-
-    void TearDown() override
-    {
-        if (watch.state() != QProcess::NotRunning) {
-            watch.kill();
-            watch.waitForFinished();
+        WatchProcessFixture::SetUp();
+        if (HasFatalFailure()) {
+            return;
         }
+        ASSERT_TRUE(receiver.bind(QHostAddress::LocalHost, 0));
     }
 
     void start(const QStringList& arguments)
@@ -66,11 +55,6 @@ protected:
             && found->second.textTally == colour && found->second.text == text;
     }
 
-    QTemporaryDir folder;
-    QString mapPath;
-    StandinProcess standin;
-    CaptureFile capture;
-    QProcess watch;
     QUdpSocket receiver;
     std::map<int, TslUmd50::Display> displays;
     int undecodable = 0;

@@ -1,10 +1,9 @@
 // tallyctl watch beside the built stand-in, as real processes.
 
-#include "CaptureFile.h"
 #include "MixdeskProcesses.h"
+#include "WatchProcessFixture.h"
 #include "support/QtPrinters.h"
 #include "support/TallyctlProcess.h"
-#include "tools/StandinProcess.h"
 
 #include <QJsonDocument>
 #include <QJsonObject>
@@ -16,18 +15,8 @@
 
 namespace {
 
-class WatchCommandTest : public testing::Test {
+class WatchCommandTest : public WatchProcessFixture {
 protected:
-    void SetUp() override
-    {
-        ASSERT_TRUE(folder.isValid());
-        capture.path = folder.filePath(QStringLiteral("capture.hex"));
-        mapPath = folder.filePath(QStringLiteral("studio.tlx"));
-        QFile file(mapPath);
-        ASSERT_TRUE(file.open(QIODevice::WriteOnly));
-        file.write("0|Camera 1\r\n1|Camera 2\r\n2|Camera 1|Camera 2\r\n");
-    }
-
     // With the capture file as tally box, unless withoutTallyBox.
     void start(const QStringList& arguments, bool withoutTallyBox = false)
     {
@@ -52,12 +41,6 @@ protected:
         }
         return true;
     }
-
-    QTemporaryDir folder;
-    QString mapPath;
-    StandinProcess standin;
-    CaptureFile capture;
-    QProcess watch;
 };
 
 } // namespace
