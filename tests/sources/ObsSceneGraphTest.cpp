@@ -3,22 +3,13 @@
 
 #include "sources/ObsSceneGraph.h"
 
+#include "support/ShotSummary.h"
+
 #include <gtest/gtest.h>
 
 namespace {
 
 using Item = ObsSceneGraph::Item;
-
-// "name:LP" per shot: L when live, P when in preview.
-QStringList summary(const Mixdesk::ShotList& shots)
-{
-    QStringList lines;
-    for (const Mixdesk::ShotPtr& shot : shots) {
-        lines.append(shot->name + QLatin1Char(':') + (shot->isLive ? QStringLiteral("L") : QString())
-            + (shot->isPreview ? QStringLiteral("P") : QString()));
-    }
-    return lines;
-}
 
 Mixdesk::ShotPtr shotNamed(const Mixdesk::ShotList& shots, const QString& name)
 {
@@ -50,16 +41,16 @@ ObsSceneGraph studio()
 TEST(ObsSceneGraphTest, EveryScene_ThenEveryInputIsAShotInTheSwitchersOrder)
 {
     ObsSceneGraph graph = studio();
-    EXPECT_EQ(summary(graph.shots()), QStringList({ "Wide:L", "Close:", "Camera 1:L", "Camera 2:", "Music:" }));
+    EXPECT_EQ(shotSummary(graph.shots()), QStringList({ "Wide:L", "Close:", "Camera 1:L", "Camera 2:", "Music:" }));
 }
 
 TEST(ObsSceneGraphTest, PreviewShowsOnlyWhileStudioModeIsOn)
 {
     ObsSceneGraph graph = studio();
     graph.setStudioMode(true);
-    EXPECT_EQ(summary(graph.shots()), QStringList({ "Wide:L", "Close:P", "Camera 1:L", "Camera 2:P", "Music:" }));
+    EXPECT_EQ(shotSummary(graph.shots()), QStringList({ "Wide:L", "Close:P", "Camera 1:L", "Camera 2:P", "Music:" }));
     graph.setStudioMode(false);
-    EXPECT_EQ(summary(graph.shots()), QStringList({ "Wide:L", "Close:", "Camera 1:L", "Camera 2:", "Music:" }));
+    EXPECT_EQ(shotSummary(graph.shots()), QStringList({ "Wide:L", "Close:", "Camera 1:L", "Camera 2:", "Music:" }));
 }
 
 TEST(ObsSceneGraphTest, AnInputIsLiveThroughANestedSceneAndAGroup)
@@ -73,7 +64,8 @@ TEST(ObsSceneGraphTest, AnInputIsLiveThroughANestedSceneAndAGroup)
     graph.setItems(QStringLiteral("Guests"), { Item { 1, QStringLiteral("Camera 1"), true } });
     graph.setItems(QStringLiteral("Desk"), { Item { 1, QStringLiteral("Camera 2"), true } }); // a group
     graph.setProgramScene(QStringLiteral("Show"));
-    EXPECT_EQ(summary(graph.shots()), QStringList({ "Show:L", "Guests:", "Camera 1:L", "Camera 2:L", "Camera 3:" }));
+    EXPECT_EQ(
+        shotSummary(graph.shots()), QStringList({ "Show:L", "Guests:", "Camera 1:L", "Camera 2:L", "Camera 3:" }));
 }
 
 TEST(ObsSceneGraphTest, AHiddenItemHidesEverythingUnderIt)
@@ -85,10 +77,10 @@ TEST(ObsSceneGraphTest, AHiddenItemHidesEverythingUnderIt)
         { Item { 1, QStringLiteral("Guests"), false }, Item { 2, QStringLiteral("Camera 2"), false } });
     graph.setItems(QStringLiteral("Guests"), { Item { 1, QStringLiteral("Camera 1"), true } });
     graph.setProgramScene(QStringLiteral("Show"));
-    EXPECT_EQ(summary(graph.shots()), QStringList({ "Show:L", "Guests:", "Camera 1:", "Camera 2:" }));
+    EXPECT_EQ(shotSummary(graph.shots()), QStringList({ "Show:L", "Guests:", "Camera 1:", "Camera 2:" }));
 
     EXPECT_TRUE(graph.setItemEnabled(QStringLiteral("Show"), 1, true));
-    EXPECT_EQ(summary(graph.shots()), QStringList({ "Show:L", "Guests:", "Camera 1:L", "Camera 2:" }));
+    EXPECT_EQ(shotSummary(graph.shots()), QStringList({ "Show:L", "Guests:", "Camera 1:L", "Camera 2:" }));
 }
 
 TEST(ObsSceneGraphTest, SettingAnItemToTheStateItHasChangesNothing)
@@ -116,7 +108,7 @@ TEST(ObsSceneGraphTest, ScenesThatHoldEachOtherAreWalkedOnce)
     graph.setItems(
         QStringLiteral("B"), { Item { 1, QStringLiteral("A"), true }, Item { 2, QStringLiteral("Camera 1"), true } });
     graph.setProgramScene(QStringLiteral("A"));
-    EXPECT_EQ(summary(graph.shots()), QStringList({ "A:L", "B:", "Camera 1:L" }));
+    EXPECT_EQ(shotSummary(graph.shots()), QStringList({ "A:L", "B:", "Camera 1:L" }));
 }
 
 TEST(ObsSceneGraphTest, TheIdIsTheUuidWhereReportedElseTheName)
@@ -170,5 +162,5 @@ TEST(ObsSceneGraphTest, NoProgramSceneMeansNothingIsLive)
 {
     ObsSceneGraph graph = studio();
     graph.setProgramScene({});
-    EXPECT_EQ(summary(graph.shots()), QStringList({ "Wide:", "Close:", "Camera 1:", "Camera 2:", "Music:" }));
+    EXPECT_EQ(shotSummary(graph.shots()), QStringList({ "Wide:", "Close:", "Camera 1:", "Camera 2:", "Music:" }));
 }

@@ -8,6 +8,7 @@
 #include "sources/ObsAuthentication.h"
 #include "support/Eventually.h"
 #include "support/QtPrinters.h"
+#include "support/ShotSummary.h"
 
 #include <QSignalSpy>
 
@@ -16,17 +17,6 @@
 namespace {
 
 using Item = FakeObsServer::Item;
-
-// "name:LP" per shot: L when live, P when in preview.
-QStringList summary(const Mixdesk::ShotList& shots)
-{
-    QStringList lines;
-    for (const Mixdesk::ShotPtr& shot : shots) {
-        lines.append(shot->name + QLatin1Char(':') + (shot->isLive ? QStringLiteral("L") : QString())
-            + (shot->isPreview ? QStringLiteral("P") : QString()));
-    }
-    return lines;
-}
 
 class ObsShotSourceTest : public testing::Test {
 protected:
@@ -66,7 +56,7 @@ protected:
         return eventually([this] { return source->isRunning(); }, 5000);
     }
 
-    QStringList shots() { return summary(source->queryShots()); }
+    QStringList shots() { return shotSummary(source->queryShots()); }
 
     bool shotsBecome(const QStringList& expected)
     {
