@@ -237,7 +237,7 @@ void MainMenu::rebuildOpenRecentMenu()
     QAction* clear = m_openRecentMenu->addAction(tr("Clear Menu"));
     clear->setEnabled(!paths.isEmpty());
     connect(clear, &QAction::triggered, this, [this] {
-        m_controller.recentDocuments().clearRecentDocuments();
+        m_controller.clearRecentDocuments();
         rebuildOpenRecentMenu();
     });
 }

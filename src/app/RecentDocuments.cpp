@@ -1,10 +1,16 @@
 #include "app/RecentDocuments.h"
 
+#include "core/SmallFile.h"
+
+#include <QDir>
 #include <QFileInfo>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QStandardPaths>
 
 namespace {
 
-const QString recentDocumentsKey = QStringLiteral("RecentDocuments");
+const QString previousSettingsKey = QStringLiteral("RecentDocuments");
 
 QString canonicalPath(const QString& path)
 {
@@ -15,46 +21,96 @@ QString canonicalPath(const QString& path)
     return canonical.isEmpty() ? info.absoluteFilePath() : canonical;
 }
 
+QStringList usable(QStringList paths)
+{
+    paths.removeAll(QString());
+    return paths.mid(0, RecentDocuments::maximumCount);
+}
+
+// A JSON array of strings: a path may hold any character but NUL, a line
+// break included, and JSON carries them all.
+QStringList parseList(const QByteArray& bytes)
+{
+    QStringList paths;
+    const QJsonDocument document = QJsonDocument::fromJson(bytes);
+    for (const QJsonValue& value : document.array()) {
+        paths.append(value.toString());
+    }
+    return usable(paths);
+}
+
+QByteArray serialise(const QStringList& paths)
+{
+    return QJsonDocument(QJsonArray::fromStringList(paths)).toJson(QJsonDocument::Indented);
+}
+
 } // namespace
 
 RecentDocuments::RecentDocuments()
-    : RecentDocuments(std::make_unique<QSettings>(QStringLiteral("Mixdesk"), QStringLiteral("Mixdesk Tally")))
+    : RecentDocuments(
+        standardListFilePath(), std::make_unique<QSettings>(QStringLiteral("Mixdesk"), QStringLiteral("Mixdesk Tally")))
 {
 }
 
-RecentDocuments::RecentDocuments(std::unique_ptr<QSettings> settings)
-    : m_settings(std::move(settings))
+RecentDocuments::RecentDocuments(QString listFilePath, std::unique_ptr<QSettings> previousSettings)
+    : m_listFilePath(std::move(listFilePath))
+    , m_previousSettings(std::move(previousSettings))
 {
 }
 
-void RecentDocuments::noteNewRecentDocument(const QString& path)
+QString RecentDocuments::standardListFilePath()
+{
+    return QStandardPaths::writableLocation(QStandardPaths::GenericDataLocation)
+        + QStringLiteral("/Mixdesk/Mixdesk Tally/recent-documents.json");
+}
+
+bool RecentDocuments::noteNewRecentDocument(const QString& path, QString* problem)
 {
     const QString entry = canonicalPath(path);
     QStringList paths = recentDocuments();
     paths.removeAll(entry);
     paths.prepend(entry);
-    store(paths.mid(0, maximumCount));
+    return store(paths.mid(0, maximumCount), problem);
 }
 
 QStringList RecentDocuments::recentDocuments() const
 {
-    m_settings->sync();
-    QStringList paths = m_settings->value(recentDocumentsKey).toStringList();
-    paths.removeAll(QString());
-    return paths.mid(0, maximumCount);
+    return m_unstored ? *m_unstored : readStored();
 }
 
-void RecentDocuments::clearRecentDocuments()
+bool RecentDocuments::clearRecentDocuments(QString* problem)
 {
-    store({});
+    return store({}, problem);
 }
 
-void RecentDocuments::store(const QStringList& paths)
+QStringList RecentDocuments::readStored() const
 {
-    if (paths.isEmpty()) {
-        m_settings->remove(recentDocumentsKey);
-    } else {
-        m_settings->setValue(recentDocumentsKey, paths);
+    if (QFileInfo::exists(m_listFilePath)) {
+        // An unreadable or damaged list is an empty one: the menu is a
+        // convenience and must never stand in the way of opening a map.
+        return parseList(SmallFile::read(m_listFilePath, nullptr).value_or(QByteArray()));
     }
-    m_settings->sync();
+    if (m_previousSettings) {
+        m_previousSettings->sync();
+        return usable(m_previousSettings->value(previousSettingsKey).toStringList());
+    }
+    return {};
+}
+
+bool RecentDocuments::store(const QStringList& paths, QString* problem)
+{
+    QString reason;
+    const bool folderReady = QDir().mkpath(QFileInfo(m_listFilePath).absolutePath());
+    if (!folderReady) {
+        reason = QStringLiteral("cannot make the folder %1").arg(QFileInfo(m_listFilePath).absolutePath());
+    }
+    if (!folderReady || !SmallFile::write(m_listFilePath, serialise(paths), &reason)) {
+        m_unstored = paths;
+        if (problem) {
+            *problem = reason;
+        }
+        return false;
+    }
+    m_unstored.reset();
+    return true;
 }

@@ -45,6 +45,12 @@ void TallyStatus::noteDocumentFailure(const QString& what, const QString& path, 
     update();
 }
 
+void TallyStatus::noteRecentDocumentsFailure(const QString& path, const QString& reason)
+{
+    m_documentProblem = tr("Could not update the Open Recent list in %1: %2").arg(path, reason);
+    update();
+}
+
 void TallyStatus::noteDocumentSuccess()
 {
     m_documentProblem.clear();

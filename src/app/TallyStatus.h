@@ -32,6 +32,8 @@ public:
     // could.
     void noteDocumentFailure(const QString& what, const QString& path, const QString& reason);
     void noteDocumentSuccess();
+    // The Open Recent list could not be stored at path.
+    void noteRecentDocumentsFailure(const QString& path, const QString& reason);
 
     // The problems now, most urgent first; empty when the lights work.
     QString text() const { return m_text; }

@@ -459,8 +459,7 @@ void ViewController::loadTallyMap(const QUrl& url)
     refreshAssignmentTitles();
     currentDocumentUrl = url;
     showDocument(url);
-    m_recentDocuments->noteNewRecentDocument(url.toLocalFile());
-    Q_EMIT recentDocumentsChanged();
+    noteRecentDocument(url.toLocalFile());
 }
 
 void ViewController::saveTallyMap(const std::optional<QUrl>& requested)
@@ -485,7 +484,24 @@ void ViewController::saveTallyMap(const std::optional<QUrl>& requested)
     }
     currentDocumentUrl = *url;
     showDocument(*url);
-    m_recentDocuments->noteNewRecentDocument(url->toLocalFile());
+    noteRecentDocument(url->toLocalFile());
+}
+
+void ViewController::clearRecentDocuments()
+{
+    QString problem;
+    if (!m_recentDocuments->clearRecentDocuments(&problem)) {
+        m_status.noteRecentDocumentsFailure(m_recentDocuments->listFilePath(), problem);
+    }
+    Q_EMIT recentDocumentsChanged();
+}
+
+void ViewController::noteRecentDocument(const QString& path)
+{
+    QString problem;
+    if (!m_recentDocuments->noteNewRecentDocument(path, &problem)) {
+        m_status.noteRecentDocumentsFailure(m_recentDocuments->listFilePath(), problem);
+    }
     Q_EMIT recentDocumentsChanged();
 }
 

@@ -100,6 +100,8 @@ public:
     static QList<QPointer<TallyState>> collectTallyStateDisplays(const QWidget& view);
 
     RecentDocuments& recentDocuments() const { return *m_recentDocuments; }
+    // Open Recent ▸ Clear Menu; a list that cannot be stored is reported.
+    void clearRecentDocuments();
     ShotSource& shotSource() const { return *m_shotSource; }
     // Follows another switcher from now on (the user chose one). The shots
     // of the old one are forgotten, so the first answer of the new one binds
@@ -182,6 +184,9 @@ private:
     QPushButton* assignmentButton(qsizetype lightIndex) const;
     void connectControls();
     void showDocument(const QUrl& url);
+    // Puts the map on Open Recent; a list that cannot be stored goes on the
+    // status line, and the map itself stays opened or saved.
+    void noteRecentDocument(const QString& path);
     void present(const QString& identifier, QWidget* destination);
     void passwordDialogDidClose(QObject* dialog);
     void followShotSource();

@@ -79,7 +79,7 @@ protected:
         dependencies.shotSource = std::move(shotSource);
         dependencies.saveChangesPrompt = std::move(saveChangesPrompt);
         dependencies.recentDocuments = std::make_unique<RecentDocuments>(
-            std::make_unique<QSettings>(directory.filePath(QStringLiteral("recent.ini")), QSettings::IniFormat));
+            recentListPath.isEmpty() ? directory.filePath(QStringLiteral("recent-documents.json")) : recentListPath);
         main = MainWindow::make(std::move(dependencies));
         controller = main.controller;
         controller->timer->stop();
@@ -124,6 +124,8 @@ protected:
     static Mixdesk::ShotPtr record(const QString& name) { return std::make_shared<Mixdesk::Shot>(name); }
 
     QTemporaryDir directory;
+    // Where Open Recent is kept; empty for a file in directory.
+    QString recentListPath;
     std::shared_ptr<FakeMixdeskPlatform> platform = std::make_shared<FakeMixdeskPlatform>();
     std::shared_ptr<FakeDevice> device = std::make_shared<FakeDevice>();
     MainWindow main;

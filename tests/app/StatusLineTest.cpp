@@ -84,3 +84,22 @@ TEST_F(StatusLineTest, AFileThatCannotBeSavedIsNamed)
     controller->saveTallyMap(QUrl::fromLocalFile(unwritable));
     EXPECT_TRUE(line().startsWith(QStringLiteral("⚠ Could not save show.tlx: "))) << line().toStdString();
 }
+
+TEST_F(StatusLineTest, AnOpenRecentListThatCannotBeStoredIsNamedAndTheSaveStillCounts)
+{
+    answer({ { "1", "Cam 1", true, false } });
+    // A folder cannot be made inside a regular file, for root as for anyone.
+    const QString blocker = writeFile(QStringLiteral("not-a-folder"), "x");
+    recentListPath = blocker + QStringLiteral("/recent-documents.json");
+    makeWindow();
+    tick();
+    const QString path = directory.filePath(QStringLiteral("show.tlx"));
+    controller->saveTallyMap(QUrl::fromLocalFile(path));
+
+    EXPECT_TRUE(readFile(path).startsWith("0|"));
+    EXPECT_EQ(controller->currentDocumentUrl, QUrl::fromLocalFile(path));
+    EXPECT_TRUE(line().startsWith(QStringLiteral("⚠ Could not update the Open Recent list in ") + recentListPath))
+        << line().toStdString();
+    // The menu still offers the map for the rest of the session.
+    EXPECT_EQ(controller->recentDocuments().recentDocuments(), QStringList { QFileInfo(path).canonicalFilePath() });
+}
