@@ -1,6 +1,7 @@
 #include "app/MainMenu.h"
 
 #include "app/LostSourceMenu.h"
+#include "app/NetworkOutputsDialog.h"
 #include "app/ObsSourceDialog.h"
 #include "app/RecentDocuments.h"
 #include "app/UserDefaults.h"
@@ -28,6 +29,7 @@ MainMenu::MainMenu(QMenuBar& menuBar, ViewController& controller)
     buildEditMenu(menuBar);
     buildViewMenu(menuBar);
     buildSourceMenu(menuBar);
+    buildOutputsMenu(menuBar);
     buildHelpMenu(menuBar);
 }
 
@@ -93,6 +95,32 @@ bool MainMenu::chooseObsSource(const QString& address, const QString& password, 
     defaults.setObject(Preferences::shotSource, address, true);
     checkCurrentSource();
     return true;
+}
+
+void MainMenu::buildOutputsMenu(QMenuBar& menuBar)
+{
+    m_outputsMenu = menuBar.addMenu(tr("&Outputs"));
+    m_networkOutputs = m_outputsMenu->addAction(tr("&Network Outputs…"));
+    connect(m_networkOutputs, &QAction::triggered, this, &MainMenu::askForNetworkOutputs);
+}
+
+void MainMenu::askForNetworkOutputs()
+{
+    // The dialog shows what runs now, outputs from the command line included.
+    NetworkOutputsDialog dialog(
+        m_controller.networkOutputs().current(),
+        [this](const NetworkOutputChoices& choices) { return chooseNetworkOutputs(choices); }, m_controller.window());
+    dialog.setWindowModality(Qt::WindowModal);
+    dialog.exec();
+}
+
+std::optional<QString> MainMenu::chooseNetworkOutputs(const NetworkOutputChoices& choices)
+{
+    OutputsProblem problem;
+    if (!m_controller.networkOutputs().choose(choices, UserDefaults::standardUserDefaults(), &problem)) {
+        return problem.text;
+    }
+    return std::nullopt;
 }
 
 void MainMenu::buildFileMenu(QMenuBar& menuBar)

@@ -2,6 +2,7 @@
 
 #include "app/BigTallyView.h"
 #include "app/LostSourceMenu.h"
+#include "app/NetworkOutputChoices.h"
 
 #include <QAction>
 #include <QMenu>
@@ -9,12 +10,14 @@
 #include <QObject>
 #include <QPointer>
 
+#include <optional>
+
 class ViewController;
 
 // The main window's menu bar: File (Open, Open Recent, Save, Save As, Quit),
 // Edit (Lock Editing, Require Password to Unlock, Test Lights, When the
-// Switcher Is Lost), View (Always on Top), Source (Mixdesk, OBS Studio…)
-// and Help (About). The commands go to the main screen controller; Open
+// Switcher Is Lost), View (Always on Top), Source (Mixdesk, OBS Studio…),
+// Outputs (Network Outputs…) and Help (About). The commands go to the main screen controller; Open
 // Recent is rebuilt from the recent documents each time it opens.
 class MainMenu : public QObject {
     Q_OBJECT
@@ -44,6 +47,13 @@ public:
     void chooseMixdeskSource();
     bool chooseObsSource(const QString& address, const QString& password, QString* problem = nullptr);
     LostSourceMenu* lostSourceMenu() const { return m_lostSourceMenu; }
+    QMenu* outputsMenu() const { return m_outputsMenu; }
+    QAction* networkOutputsAction() const { return m_networkOutputs; }
+
+    // Runs the web page and TSL outputs the choices ask for, from now on and
+    // at the next start (unless the command line chooses otherwise). The
+    // reason, with the running outputs left alone, when they cannot run.
+    std::optional<QString> chooseNetworkOutputs(const NetworkOutputChoices& choices);
     QMenu* helpMenu() const { return m_helpMenu; }
     QAction* aboutAction() const { return m_about; }
 
@@ -60,6 +70,8 @@ private:
     void buildSourceMenu(QMenuBar& menuBar);
     void askForObsSource();
     void checkCurrentSource();
+    void buildOutputsMenu(QMenuBar& menuBar);
+    void askForNetworkOutputs();
     void buildHelpMenu(QMenuBar& menuBar);
     void addLockEditingItem();
     void addTestLightsItem();
@@ -82,6 +94,8 @@ private:
     QPointer<QAction> m_mixdeskSource;
     QPointer<QAction> m_obsSource;
     QPointer<LostSourceMenu> m_lostSourceMenu;
+    QPointer<QMenu> m_outputsMenu;
+    QPointer<QAction> m_networkOutputs;
     QPointer<QMenu> m_helpMenu;
     QPointer<QAction> m_about;
 };

@@ -69,6 +69,7 @@ const NumberOption numberOptions[] = {
 };
 
 // Takes a repeatable or a number option at arguments[index] into options.
+// They are all TSL options, so taking one marks TSL as given.
 TakenValue takeOtherOption(QStringList& arguments, qsizetype index, RunOptions* options)
 {
     for (const RepeatableOption& option : repeatableOptions) {
@@ -76,6 +77,7 @@ TakenValue takeOtherOption(QStringList& arguments, qsizetype index, RunOptions* 
         if (taken.matched) {
             if (!taken.problem) {
                 (options->*option.field).append(taken.value);
+                options->tslGiven = true;
             }
             return taken;
         }
@@ -92,6 +94,7 @@ TakenValue takeOtherOption(QStringList& arguments, qsizetype index, RunOptions* 
                                     .arg(taken.value);
             }
             options->*option.field = number;
+            options->tslGiven = true;
             return taken;
         }
     }

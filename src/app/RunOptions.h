@@ -32,6 +32,9 @@ struct RunOptions {
     QStringList tsl31Destinations;
     QStringList tsl50Destinations;
     int tslIndexOffset = 0;
+    // Whether the command line gave any TSL option: then it decides the TSL
+    // outputs whole, and none saved in the window's settings are added.
+    bool tslGiven = false;
     // The web tally page: off unless --web [ADDRESS:]PORT is given.
     std::optional<WebListenAddress> web;
     // What the lights do while the source is lost, and at quit; unset

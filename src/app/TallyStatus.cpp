@@ -57,10 +57,16 @@ void TallyStatus::noteDocumentSuccess()
     update();
 }
 
+void TallyStatus::noteOutputs(const QString& problem)
+{
+    m_outputsProblem = problem;
+    update();
+}
+
 void TallyStatus::update()
 {
     QStringList problems;
-    for (const QString* problem : { &m_sourceProblem, &m_deviceProblem, &m_documentProblem }) {
+    for (const QString* problem : { &m_sourceProblem, &m_deviceProblem, &m_documentProblem, &m_outputsProblem }) {
         if (!problem->isEmpty()) {
             problems.append(*problem);
         }

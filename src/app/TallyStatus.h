@@ -10,7 +10,7 @@
 // What stands between the operator and working lights, in words, for the
 // window's status line: the switcher missing or answering with no shots, no
 // tally box, the box refusing writes, the last file that could not be
-// opened or saved. The cycle reports every tick; the text (and the line in
+// opened or saved, a saved output that could not start. The cycle reports every tick; the text (and the line in
 // the system log) changes only when the situation does, so a problem that
 // lasts an hour leaves one log line, not fourteen thousand.
 class TallyStatus : public QObject {
@@ -34,6 +34,9 @@ public:
     void noteDocumentSuccess();
     // The Open Recent list could not be stored at path.
     void noteRecentDocumentsFailure(const QString& path, const QString& reason);
+    // Outputs besides the window and the box (the web page, TSL) that
+    // should run and do not, in words; empty when they all run.
+    void noteOutputs(const QString& problem);
 
     // The problems now, most urgent first; empty when the lights work.
     QString text() const { return m_text; }
@@ -49,5 +52,6 @@ private:
     QString m_sourceProblem;
     QString m_deviceProblem;
     QString m_documentProblem;
+    QString m_outputsProblem;
     QString m_text;
 };

@@ -68,6 +68,16 @@ inline const QString showEmptyLayers = QStringLiteral("ShowEmptyLayers");
 inline const QString shotSource = QStringLiteral("ShotSource");
 // OBS Studio's websocket password, kept with the source.
 inline const QString obsPassword = QStringLiteral("ObsPassword");
+// The outputs besides the window and the tally box, chosen in Outputs >
+// Network Outputs. None is ever registered: a key nobody set means the
+// output is off, so that a first start serves and sends nothing.
+// Where the web tally page listens, "[ADDRESS:]PORT"; empty: no page.
+inline const QString webTally = QStringLiteral("WebTally");
+// TSL UMD destinations, "udp://HOST:PORT" (and "tcp://HOST:PORT" for 5.0).
+inline const QString tsl31Destinations = QStringLiteral("Tsl31Destinations");
+inline const QString tsl50Destinations = QStringLiteral("Tsl50Destinations");
+// Light N is TSL display index N + this (default 0).
+inline const QString tslIndexOffset = QStringLiteral("TslIndexOffset");
 
 // Both preferences with their defaults, in one dictionary.
 QVariantMap registeredDefaults();

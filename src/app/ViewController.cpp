@@ -104,8 +104,10 @@ ViewController::ViewController(Dependencies dependencies, QWidget* parent)
     , m_saveChangesPrompt(orDefault(std::move(dependencies.saveChangesPrompt)))
     , m_cycle(*m_shotSource, *this)
     , m_editingLock(*this)
+    , m_networkOutputs(m_cycle)
 {
     m_ui->setupUi(this);
+    connect(&m_networkOutputs, &NetworkOutputs::problemChanged, &m_status, &TallyStatus::noteOutputs);
     lockTallyCheckBox = m_ui->lockTallyCheckBox;
     mixdeskWarning = m_ui->mixdeskWarning;
     followShotSource();

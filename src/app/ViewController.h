@@ -2,6 +2,7 @@
 
 #include "app/DocumentPanels.h"
 #include "app/EditingLock.h"
+#include "app/NetworkOutputs.h"
 #include "app/RecentDocuments.h"
 #include "app/SaveChangesPrompt.h"
 #include "app/TallyCycle.h"
@@ -110,6 +111,9 @@ public:
     void setShotSource(std::unique_ptr<ShotSource> source);
     // The update cycle, for outputs that follow the lights (web page, TSL).
     TallyCycle& cycle() { return m_cycle; }
+    // The web page and TSL outputs, in the cycle for the controller's life;
+    // none until the program starts them.
+    NetworkOutputs& networkOutputs() { return m_networkOutputs; }
     const EditingLock& editingLock() const { return m_editingLock; }
 
     // What the lights do while the source is lost and at quit. The window
@@ -202,6 +206,8 @@ private:
     TallyCycle m_cycle;
     EditingLock m_editingLock;
     TallyStatus m_status;
+    // After the cycle, so that the outputs leave it before it goes.
+    NetworkOutputs m_networkOutputs;
     bool m_sourceRunning = true;
     bool m_documentEdited = false;
     QPointer<QAction> m_requirementMenuItem;

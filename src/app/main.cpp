@@ -96,15 +96,16 @@ int main(int argc, char* argv[])
         printErrorLine(QStringLiteral("mixdesk-tally: ") + sourceProblem);
         return 2;
     }
-    // Started before the window, so that they outlive its update cycle.
+    MainWindow main = MainWindow::make(std::move(dependencies));
+    // The web page and TSL outputs: the command line's, else the window's
+    // saved choices. Only the command line's own can stop the program; a
+    // saved one that fails shows on the status line.
     OutputsProblem outputsProblem;
-    const std::optional<StartedOutputs> outputs = startOutputs(options, &outputsProblem);
-    if (!outputs) {
+    if (!main.controller->networkOutputs().startAtLaunch(
+            options, NetworkOutputChoices::saved(UserDefaults::standardUserDefaults()), &outputsProblem)) {
         printErrorLine(QStringLiteral("mixdesk-tally: ") + outputsProblem.text);
         return outputsProblem.isUsage ? 2 : 1;
     }
-    MainWindow main = MainWindow::make(std::move(dependencies));
-    outputs->addTo(main.controller->cycle());
     // Choices on the command line hold for this run only; the saved ones
     // come back next time.
     main.controller->setLostSourcePolicy(options.lostSourcePolicy(main.controller->lostSourcePolicy()));

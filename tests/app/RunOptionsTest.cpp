@@ -80,6 +80,25 @@ TEST(RunOptionsTest, TslDestinationsMayBeGivenMoreThanOnce)
     EXPECT_EQ(arguments, QStringList { QStringLiteral("map.tlx") });
 }
 
+TEST(RunOptionsTest, AnyTslOptionMarksTslAsGivenOnTheCommandLine)
+{
+    const QStringList each[] = {
+        { QStringLiteral("--tsl"), QStringLiteral("udp://10.0.0.4:4003") },
+        { QStringLiteral("--tsl5=tcp://10.0.0.3:9000") },
+        { QStringLiteral("--tsl-offset"), QStringLiteral("0") },
+    };
+    for (QStringList arguments : each) {
+        const QString shown = arguments.join(QLatin1Char(' '));
+        RunOptions options;
+        ASSERT_EQ(RunOptions::takeFrom(arguments, &options), std::nullopt) << shown.toStdString();
+        EXPECT_TRUE(options.tslGiven) << shown.toStdString();
+    }
+    QStringList others { QStringLiteral("--web"), QStringLiteral("8080"), QStringLiteral("map.tlx") };
+    RunOptions options;
+    ASSERT_EQ(RunOptions::takeFrom(others, &options), std::nullopt);
+    EXPECT_FALSE(options.tslGiven);
+}
+
 TEST(RunOptionsTest, WithoutTslOptionsThereIsNoTslSenderAndNoProblem)
 {
     QString problem;

@@ -86,3 +86,15 @@ TEST_F(TallyStatusTest, ALastingProblemIsLoggedOnceWithATimeAndItsEndOnceMore)
             QStringLiteral("2026-03-14T09:31:00 Lights working again") }));
     EXPECT_EQ(emitted, (QStringList { QStringLiteral("Mixdesk is not running"), QString() }));
 }
+
+TEST_F(TallyStatusTest, AnOutputThatCouldNotStartIsToldAfterTheOtherProblemsUntilItIsCleared)
+{
+    runningWithShots();
+    status.noteDevice(false, false);
+    status.noteOutputs(QStringLiteral("The saved web tally page did not start: port in use"));
+    EXPECT_EQ(
+        status.text(), QStringLiteral("No tally box attached · The saved web tally page did not start: port in use"));
+    status.noteOutputs(QString());
+    EXPECT_EQ(status.text(), QStringLiteral("No tally box attached"));
+    EXPECT_EQ(emitted.size(), 3);
+}
