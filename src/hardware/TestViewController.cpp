@@ -10,28 +10,21 @@
 #include <QLayout>
 #include <QTimer>
 
-#include <algorithm>
 
 namespace {
-
-bool hasRunningChase(const TestSequenceRunner* runner)
-{
-    const QList<QTimer*> timers = runner->findChildren<QTimer*>(Qt::FindDirectChildrenOnly);
-    return std::any_of(timers.cbegin(), timers.cend(), [](const QTimer* timer) { return timer->isActive(); });
-}
 
 // A chase left running by a panel that has gone stays with the application
 // until its last timer has stopped itself, then frees itself: nothing is
 // kept for a panel whose chase is over.
 void releaseRunner(TestSequenceRunner* runner)
 {
-    if (!hasRunningChase(runner)) {
+    if (!runner->isRunning()) {
         delete runner;
         return;
     }
     runner->setParent(QCoreApplication::instance());
     QObject::connect(runner, &TestSequenceRunner::timerInvalidated, runner, [runner] {
-        if (!hasRunningChase(runner)) {
+        if (!runner->isRunning()) {
             runner->deleteLater();
         }
     });
