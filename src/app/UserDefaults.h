@@ -68,6 +68,11 @@ inline const QString showEmptyLayers = QStringLiteral("ShowEmptyLayers");
 inline const QString shotSource = QStringLiteral("ShotSource");
 // OBS Studio's websocket password, kept with the source.
 inline const QString obsPassword = QStringLiteral("ObsPassword");
+// The main window's lamps in the large style: number and shots inside the
+// lamp, text sized by the lamp, a frame that tells live from preview besides
+// the colour. Never registered: unset reads false, the small LIVE/PREVIEW
+// lamps.
+inline const QString largeLampLabels = QStringLiteral("LargeLampLabels");
 
 // Both preferences with their defaults, in one dictionary.
 QVariantMap registeredDefaults();

@@ -91,6 +91,12 @@ int LampLabelLayout::minimumLampHeight()
     return static_cast<int>(std::ceil(text + 2 * (lampMargin + thinnestLiveFrame)));
 }
 
+int LampLabelLayout::naturalLampHeight()
+{
+    const int text = lineHeight(2 * minimumPixelSize) + 2 * lineHeight(minimumPixelSize) + 4 * lineGap;
+    return static_cast<int>(std::ceil(text + 2 * (lampMargin + thinnestLiveFrame)));
+}
+
 QList<LampLabelLayout::Slot> LampLabelLayout::fittingSlots() const
 {
     const int number = std::max(minimumPixelSize, 2 * m_unit);

@@ -70,6 +70,11 @@ public:
     // The smallest widget height that holds all three lines at the smallest
     // text size.
     static int minimumLampHeight();
+    // The smallest widget height that shows all three lines in their full
+    // proportions, the number twice the size of the mode's word, at the
+    // smallest text size: the least a window should give a lamp that has
+    // the width for it.
+    static int naturalLampHeight();
 
 private:
     struct Slot {

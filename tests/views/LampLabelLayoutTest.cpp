@@ -154,6 +154,21 @@ TEST(LampLabelLayoutTest, TheMinimumLampHeightHoldsAllThreeLinesAndOnePixelLessD
     EXPECT_EQ(roles(lamp(QSizeF(104, height - 1))), QList<Role>({ Role::number, Role::shots }));
 }
 
+TEST(LampLabelLayoutTest, AtItsNaturalHeightALampShowsTheNumberTwiceTheSizeOfTheModesWord)
+{
+    const int height = LampLabelLayout::naturalLampHeight();
+    EXPECT_GT(height, LampLabelLayout::minimumLampHeight());
+    const LampLabelLayout natural = lamp(QSizeF(104, height));
+    ASSERT_EQ(roles(natural), QList<Role>({ Role::number, Role::shots, Role::mode }));
+    EXPECT_EQ(pixelSize(natural, Role::mode), LampLabelLayout::minimumPixelSize);
+    EXPECT_EQ(pixelSize(natural, Role::number), 2 * LampLabelLayout::minimumPixelSize);
+    // A pixel less and the number gives up some of its size first.
+    const LampLabelLayout lower = lamp(QSizeF(104, height - 1));
+    EXPECT_EQ(roles(lower), QList<Role>({ Role::number, Role::shots, Role::mode }));
+    EXPECT_LT(pixelSize(lower, Role::number), 2 * LampLabelLayout::minimumPixelSize);
+    EXPECT_GT(pixelSize(lower, Role::number), pixelSize(lower, Role::mode));
+}
+
 TEST(LampLabelLayoutTest, TheShotsTakeASecondLineOnlyWhereThereIsRoom)
 {
     EXPECT_EQ(lamp(QSizeF(300, 340)).line(Role::shots)->maximumLines, 2);
