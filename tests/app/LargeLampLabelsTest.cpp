@@ -129,7 +129,7 @@ TEST_F(LargeLampLabelsTest, ChoosingThemPutsEachLightsNumberAndShotsInsideItsLam
     EXPECT_GT(inkIn(*lamp(1), live, box(*lamp(1), LampLabelLayout::Role::number)), 5);
     EXPECT_GT(inkIn(*lamp(1), live, box(*lamp(1), LampLabelLayout::Role::shots)), 20);
     EXPECT_GT(inkIn(*lamp(1), live, box(*lamp(1), LampLabelLayout::Role::mode)), 20);
-    // The specified colour stays the fill.
+    // The lamp keeps its red or green fill under the text.
     const QPoint inside = lamp(1)->glanceableLayout().textRect().topLeft().toPoint() + QPoint(1, 1);
     EXPECT_EQ(live.pixelColor(inside), QColor(0xFF, 0x00, 0x00));
     EXPECT_EQ(lamp(2)->grab().toImage().pixelColor(inside), QColor(0x00, 0xFF, 0x00));
