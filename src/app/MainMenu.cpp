@@ -206,10 +206,20 @@ void MainMenu::buildViewMenu(QMenuBar& menuBar)
     m_alwaysOnTop->setCheckable(true);
     m_alwaysOnTop->setChecked(UserDefaults::standardUserDefaults().boolForKey(Preferences::alwaysOnTop));
     connect(m_alwaysOnTop, &QAction::toggled, this, &MainMenu::alwaysOnTopToggled);
+    m_largeLampLabels = m_viewMenu->addAction(tr("Large Lamp &Labels"));
+    m_largeLampLabels->setCheckable(true);
+    m_largeLampLabels->setChecked(m_controller.showsLargeLampLabels());
+    connect(m_largeLampLabels, &QAction::toggled, this, &MainMenu::largeLampLabelsToggled);
     m_bigTally = m_viewMenu->addAction(tr("&Big Tally"));
     m_bigTally->setCheckable(true);
     m_bigTally->setShortcut(QKeySequence(Qt::Key_F11));
     connect(m_bigTally, &QAction::toggled, this, &MainMenu::bigTallyToggled);
+}
+
+void MainMenu::largeLampLabelsToggled(bool on)
+{
+    UserDefaults::standardUserDefaults().setBool(Preferences::largeLampLabels, on);
+    m_controller.applyLargeLampLabels();
 }
 
 void MainMenu::bigTallyToggled(bool on)
@@ -228,11 +238,7 @@ void MainMenu::bigTallyToggled(bool on)
         // Shows the lights as they are now, not only from the next tick.
         for (qsizetype lightIndex = 0; lightIndex < m_controller.tallyStateDisplays.size(); ++lightIndex) {
             if (const TallyState* display = m_controller.tallyStateDisplays[lightIndex]) {
-                QStringList names;
-                for (const Mixdesk::ShotPtr& shot : m_controller.tallyMap.shotSelection(lightIndex)) {
-                    names.append(shot->name);
-                }
-                m_bigTallyView->showLight(lightIndex, display->mode, names.join(QStringLiteral(", ")));
+                m_bigTallyView->showLight(lightIndex, display->mode, m_controller.shotNamesOfLight(lightIndex));
             }
         }
     }

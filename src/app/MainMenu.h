@@ -16,8 +16,9 @@ class ViewController;
 
 // The main window's menu bar: File (Open, Open Recent, Save, Save As, Quit),
 // Edit (Lock Editing, Require Password to Unlock, Test Lights, When the
-// Switcher Is Lost), View (Always on Top), Source (Mixdesk, OBS Studio…),
-// Outputs (Network Outputs…) and Help (About). The commands go to the main screen controller; Open
+// Switcher Is Lost), View (Always on Top, Large Lamp Labels, Big Tally),
+// Source (Mixdesk, OBS Studio…), Outputs (Network Outputs…) and Help
+// (About). The commands go to the main screen controller; Open
 // Recent is rebuilt from the recent documents each time it opens.
 class MainMenu : public QObject {
     Q_OBJECT
@@ -31,6 +32,8 @@ public:
     QMenu* editMenu() const { return m_editMenu; }
     QMenu* viewMenu() const { return m_viewMenu; }
     QAction* alwaysOnTopAction() const { return m_alwaysOnTop; }
+    // View > Large Lamp Labels: the window's lamps in the large style.
+    QAction* largeLampLabelsAction() const { return m_largeLampLabels; }
     // View > Big Tally (F11): the lights full screen.
     QAction* bigTallyAction() const { return m_bigTally; }
     BigTallyView* bigTallyView() const { return m_bigTallyView; }
@@ -77,6 +80,7 @@ private:
     void addTestLightsItem();
     // The item stores the preference itself, then tells the controller.
     void alwaysOnTopToggled(bool checked);
+    void largeLampLabelsToggled(bool on);
     void bigTallyToggled(bool on);
 
     ViewController& m_controller;
@@ -85,6 +89,7 @@ private:
     QPointer<QMenu> m_editMenu;
     QPointer<QMenu> m_viewMenu;
     QPointer<QAction> m_alwaysOnTop;
+    QPointer<QAction> m_largeLampLabels;
     QPointer<QAction> m_bigTally;
     QPointer<BigTallyView> m_bigTallyView;
     QPointer<QAction> m_requirePassword;

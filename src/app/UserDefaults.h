@@ -55,7 +55,7 @@ private:
     QVariantMap m_registeredDefaults;
 };
 
-// The two preferences of the program.
+// The preferences of the program.
 namespace Preferences {
 
 // Keeps the main window above other windows (default false).
@@ -78,8 +78,14 @@ inline const QString tsl31Destinations = QStringLiteral("Tsl31Destinations");
 inline const QString tsl50Destinations = QStringLiteral("Tsl50Destinations");
 // Light N is TSL display index N + this (default 0).
 inline const QString tslIndexOffset = QStringLiteral("TslIndexOffset");
+// The main window's lamps in the large style: number and shots inside the
+// lamp, text sized by the lamp, a frame that tells live from preview besides
+// the colour. Never registered: unset reads false, the small LIVE/PREVIEW
+// lamps.
+inline const QString largeLampLabels = QStringLiteral("LargeLampLabels");
 
-// Both preferences with their defaults, in one dictionary.
+// The registered preferences (always on top, empty layers) with their
+// defaults, in one dictionary.
 QVariantMap registeredDefaults();
 
 // Registers registeredDefaults(); done once when the application has started.

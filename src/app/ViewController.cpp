@@ -158,6 +158,11 @@ void ViewController::viewDidLoad()
         mixdeskWarning->hide();
     }
     tallyStateDisplays = collectTallyStateDisplays(*this);
+    for (qsizetype lightIndex = 0; lightIndex < tallyStateDisplays.size(); ++lightIndex) {
+        tallyStateDisplays[lightIndex]->lightNumber = static_cast<int>(lightIndex + 1);
+        m_smallLampHeights.append(tallyStateDisplays[lightIndex]->minimumHeight());
+    }
+    applyLargeLampLabels();
     // The first answer comes before the timer exists, so the first tick
     // compares against it.
     shotList = m_shotSource->queryShots();
@@ -284,6 +289,56 @@ void ViewController::refreshAssignmentTitles()
         // Long names are cut in the button; the whole title is a hover away.
         button->setToolTip(title);
     }
+    showLampShotNames();
+}
+
+QString ViewController::shotNamesOfLight(qsizetype lightIndex) const
+{
+    QStringList names;
+    if (lightIndex >= 0 && lightIndex < tallyMap.shotSelections().size()) {
+        for (const Mixdesk::ShotPtr& shot : tallyMap.shotSelection(lightIndex)) {
+            names.append(shot->name);
+        }
+    }
+    return names.join(QStringLiteral(", "));
+}
+
+void ViewController::showLampShotNames()
+{
+    // The large style shows the shots inside the lamp; an assignment made
+    // while the switcher is away shows there at once, not at the next tick.
+    for (qsizetype lightIndex = 0; lightIndex < tallyStateDisplays.size(); ++lightIndex) {
+        TallyState* display = tallyStateDisplays[lightIndex];
+        const QString names = shotNamesOfLight(lightIndex);
+        if (display == nullptr || display->shotNames == names) {
+            continue;
+        }
+        display->shotNames = names;
+        if (display->glanceable) {
+            display->update();
+        }
+    }
+}
+
+void ViewController::applyLargeLampLabels()
+{
+    m_largeLampLabels = UserDefaults::standardUserDefaults().boolForKey(Preferences::largeLampLabels);
+    for (qsizetype lightIndex = 0; lightIndex < tallyStateDisplays.size(); ++lightIndex) {
+        TallyState* display = tallyStateDisplays[lightIndex];
+        if (display == nullptr) {
+            continue;
+        }
+        display->glanceable = m_largeLampLabels;
+        const int smallHeight = m_smallLampHeights.value(lightIndex, display->minimumHeight());
+        display->setMinimumHeight(
+            m_largeLampLabels ? std::max(smallHeight, LampLabelLayout::naturalLampHeight()) : smallHeight);
+        display->update();
+    }
+    // The number is inside the lamp now: the row above would say it twice.
+    for (QLabel* number : findChildren<QLabel*>(QRegularExpression(QStringLiteral("^lightNumber[0-9]+$")))) {
+        number->setHidden(m_largeLampLabels);
+    }
+    showLampShotNames();
 }
 
 void ViewController::applyAlwaysOnTop()
@@ -370,15 +425,11 @@ void ViewController::showLightMode(qsizetype lightIndex, TallyMode mode)
     if (display == nullptr) {
         fatalError(QStringLiteral("the indicator of light %1 has gone").arg(lightIndex + 1));
     }
+    const QString names = shotNamesOfLight(lightIndex);
     display->mode = mode;
+    display->shotNames = names;
     display->setNeedsDisplayInRect(display->rect());
-    QStringList names;
-    if (lightIndex < tallyMap.shotSelections().size()) {
-        for (const Mixdesk::ShotPtr& shot : tallyMap.shotSelection(lightIndex)) {
-            names.append(shot->name);
-        }
-    }
-    Q_EMIT lightModeShown(lightIndex, mode, names.join(QStringLiteral(", ")));
+    Q_EMIT lightModeShown(lightIndex, mode, names);
 }
 
 // Documents.

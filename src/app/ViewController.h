@@ -77,6 +77,13 @@ public:
     void refreshAssignmentTitles() override;
     // Keeps the window above the others while "AlwaysOnTop" is on.
     void applyAlwaysOnTop();
+    // Draws the indicators in the large style while "LargeLampLabels" is on,
+    // and tall enough for their number, shots and mode's word; in the small
+    // LIVE/PREVIEW style otherwise.
+    void applyLargeLampLabels();
+    bool showsLargeLampLabels() const { return m_largeLampLabels; }
+    // The names of the shots assigned to a light, as its lamp shows them.
+    QString shotNamesOfLight(qsizetype lightIndex) const;
 
     // One tick of the update cycle.
     void updateTallyLights();
@@ -197,6 +204,7 @@ private:
     void editorDidClose(QObject* editor);
     void noteTickStatus();
     void setDocumentEdited(bool edited);
+    void showLampShotNames();
 
     std::unique_ptr<Ui::ViewController> m_ui;
     std::unique_ptr<DocumentPanels> m_documentPanels;
@@ -213,4 +221,7 @@ private:
     QPointer<QAction> m_requirementMenuItem;
     bool m_enableEditing = false;
     bool m_inTick = false;
+    bool m_largeLampLabels = false;
+    // The indicators' heights from the layout, for the small style.
+    QList<int> m_smallLampHeights;
 };

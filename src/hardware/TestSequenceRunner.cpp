@@ -4,6 +4,8 @@
 #include "hardware/LightCommand.h"
 #include "hardware/USBHIDAppDelegate.h"
 
+#include <algorithm>
+
 void TestSequenceRunner::sendToSharedDevice(quint8 byte)
 {
     USBHIDAppDelegate::shared().sendControl(byte);
@@ -75,12 +77,36 @@ quint8 TestSequenceRunner::previewBoxByte(const QString& title, bool on)
 
 void TestSequenceRunner::programBoxToggled(const QString& title, bool on)
 {
-    m_send(programBoxByte(title, on));
+    send(programBoxByte(title, on));
 }
 
 void TestSequenceRunner::previewBoxToggled(const QString& title, bool on)
 {
-    m_send(previewBoxByte(title, on));
+    send(previewBoxByte(title, on));
+}
+
+void TestSequenceRunner::stop()
+{
+    bool stopped = false;
+    for (QTimer* timer : chaseTimers()) {
+        stopped = stopped || timer->isActive();
+        timer->stop();
+    }
+    if (stopped) {
+        Q_EMIT chaseStopped(m_testStep);
+    }
+}
+
+bool TestSequenceRunner::isRunning() const
+{
+    const QList<QTimer*> timers = chaseTimers();
+    return std::any_of(timers.cbegin(), timers.cend(), [](const QTimer* timer) { return timer->isActive(); });
+}
+
+QList<QTimer*> TestSequenceRunner::chaseTimers() const
+{
+    // Every timer a start made is the runner's own child, and only those.
+    return findChildren<QTimer*>(Qt::FindDirectChildrenOnly);
 }
 
 qint64 TestSequenceRunner::testStep() const
@@ -93,9 +119,15 @@ QTimer* TestSequenceRunner::timer() const
     return m_timer;
 }
 
+void TestSequenceRunner::send(quint8 byte)
+{
+    m_send(byte);
+    Q_EMIT byteSent(byte);
+}
+
 void TestSequenceRunner::send(const QList<quint8>& bytes)
 {
     for (const quint8 byte : bytes) {
-        m_send(byte);
+        send(byte);
     }
 }

@@ -60,6 +60,14 @@ public:
     void programBoxToggled(const QString& title, bool on);
     void previewBoxToggled(const QString& title, bool on);
 
+    // Stops every chase timer that is still running, the one a second
+    // start left behind included, and sends nothing: the lights stay as the
+    // last step left them. Without it a chase runs to its end.
+    void stop();
+
+    // Whether a chase timer is still running.
+    bool isRunning() const;
+
     // Index of the next step of the chase.
     qint64 testStep() const;
 
@@ -68,15 +76,24 @@ public:
     QTimer* timer() const;
 
 Q_SIGNALS:
+    // Every byte as it is handed on, whoever asked for it: a check box, all
+    // lights off or the chase.
+    void byteSent(quint8 byte);
+
     // After the bytes of one step (index from 0) have been sent.
     void stepPerformed(qint64 step, const QList<quint8>& bytes);
 
     // A chase timer has stopped itself after the last step.
     void timerInvalidated(QTimer* timer);
 
+    // stop() has stopped the chase before its end.
+    void chaseStopped(qint64 testStep);
+
 private:
     void timerTicked(QTimer* timer);
+    void send(quint8 byte);
     void send(const QList<quint8>& bytes);
+    QList<QTimer*> chaseTimers() const;
 
     SendFunction m_send;
     StepPolicy m_policy;

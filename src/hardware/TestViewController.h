@@ -1,8 +1,13 @@
 #pragma once
 
+#include "hardware/ChaseProgress.h"
+#include "hardware/LightCommandMirror.h"
+
 #include <QDialog>
+#include <QLabel>
 #include <QList>
 #include <QPointer>
+#include <QProgressBar>
 #include <QPushButton>
 #include <QWidget>
 
@@ -10,6 +15,7 @@
 
 class QCheckBox;
 class QTimer;
+class TallyState;
 class TestSequenceRunner;
 
 namespace Ui {
@@ -22,6 +28,13 @@ class TestViewController;
 // only link between the box and its light. Every byte goes through a
 // TestSequenceRunner to USBHIDAppDelegate::shared(); the panel reads nothing
 // back from the device.
+//
+// Under the boxes a row of small lamps shows what has been sent: every byte
+// the panel hands on, from a box, All Off or the chase, is applied to a
+// mirror of the lights. The boxes themselves stay as the user left them (the
+// chase clears them and leaves them clear), so the lamps, not the boxes, are
+// where the chase can be watched. A line under the lamps counts the chase's
+// steps, and Stop, enabled while a chase runs, ends it where it is.
 //
 // The panel is application-modal: while it is up the update tick waits, and
 // only then does the chase step. It closes itself (Close button or the
@@ -42,7 +55,17 @@ public:
 
     QPointer<QPushButton> allOffButton;
     QPointer<QPushButton> testButton;
+    QPointer<QPushButton> stopButton;
     QPointer<QPushButton> closeButton;
+
+    // The lamps of what has been sent, in light order, and the chase's
+    // progress.
+    QPointer<QWidget> lampStackView;
+    QPointer<QLabel> chaseProgressLabel;
+    QPointer<QProgressBar> chaseProgressBar;
+    const QList<QPointer<TallyState>>& sentLamps() const { return m_lamps; }
+    const LightCommandMirror& mirror() const { return m_mirror; }
+    const ChaseProgress& chaseProgress() const { return m_progress; }
 
     // The chase's current timer (before any start, one that never runs), the
     // index of its next step, and the steps themselves.
@@ -68,8 +91,16 @@ public Q_SLOTS:
 
     void runTestWithTimer(QTimer* timer);
 
+    // Stops every running chase timer; the lights stay as they are.
+    void stopTestWithSender(QObject* sender);
+
 private:
     void connectActions();
+    void followRunner();
+    void makeLamps();
+    void byteSent(quint8 byte);
+    void showLamp(int lightIndex);
+    void showChaseProgress();
     static QCheckBox* checkBoxFromSender(QObject* sender);
     // Unchecks every box of both rows, in row order, without sending.
     void clearAllCheckBoxes();
@@ -77,4 +108,7 @@ private:
 
     std::unique_ptr<Ui::TestViewController> m_ui;
     TestSequenceRunner* m_runner;
+    LightCommandMirror m_mirror;
+    ChaseProgress m_progress;
+    QList<QPointer<TallyState>> m_lamps;
 };

@@ -13,6 +13,21 @@ enum class TallyMode : quint8 {
     live = 2,
 };
 
+// The word an indicator shows for the mode: "LIVE", "PREVIEW", or nothing
+// for a dark light.
+inline QString tallyModeLabel(TallyMode mode)
+{
+    switch (mode) {
+    case TallyMode::live:
+        return QStringLiteral("LIVE");
+    case TallyMode::preview:
+        return QStringLiteral("PREVIEW");
+    case TallyMode::off:
+        break;
+    }
+    return {};
+}
+
 // The mode as tallyctl and logs name it: "off", "preview" or "live".
 inline QString tallyModeName(TallyMode mode)
 {

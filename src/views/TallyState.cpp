@@ -5,8 +5,6 @@
 #include <QPainter>
 #include <QPainterPath>
 
-#include <algorithm>
-
 namespace {
 
 constexpr qreal cornerRadius = 5.0;
@@ -30,15 +28,7 @@ void TallyState::setNeedsDisplayInRect(const QRect& rect)
 
 QString TallyState::label(Mode mode)
 {
-    switch (mode) {
-    case Mode::preview:
-        return QStringLiteral("PREVIEW");
-    case Mode::live:
-        return QStringLiteral("LIVE");
-    case Mode::off:
-        break;
-    }
-    return {};
+    return tallyModeLabel(mode);
 }
 
 QColor TallyState::fillColor(Mode mode)
@@ -80,52 +70,64 @@ QSize TallyState::sizeHint() const
     return QSize(widest + 16, metrics.height() + 2 * static_cast<int>(labelBottomMargin) + 2);
 }
 
+LampLabelLayout TallyState::glanceableLayout() const
+{
+    return LampLabelLayout(QSizeF(size()), lightNumber, shotNames, mode);
+}
+
 int TallyState::glanceableLabelPixelSize() const
 {
-    return std::max(labelPixelSize, std::min(height() / 6, width() / 8));
+    return glanceableLayout().labelPixelSize();
 }
 
 void TallyState::paintGlanceable(QPainter& painter)
 {
-    const QRectF bounds = QRectF(rect()).adjusted(2, 2, -2, -2);
+    const LampLabelLayout layout = glanceableLayout();
     QPainterPath outline;
-    outline.addRoundedRect(bounds, cornerRadius * 2, cornerRadius * 2);
+    outline.addRoundedRect(layout.lampRect(), layout.cornerRadius(), layout.cornerRadius());
     painter.fillPath(outline, fillColor(mode));
 
-    const int labelSize = glanceableLabelPixelSize();
-    QFont font = labelFont();
-    // An unlit lamp sits on whatever its surround is (dark in the big
-    // view): its number stays readable in gray.
-    painter.setPen(QPen(mode == Mode::off ? QColor(0xA0, 0xA0, 0xA0) : QColor(Qt::black)));
-    // The number, large, in the upper half; the shots under it; the mode's
-    // word at the foot.
-    font.setPixelSize(labelSize * 2);
-    font.setBold(true);
-    painter.setFont(font);
-    const qreal third = bounds.height() / 3;
-    painter.drawText(QRectF(bounds.left(), bounds.top(), bounds.width(), third * 1.3), Qt::AlignCenter,
-        lightNumber > 0 ? QString::number(lightNumber) : QString());
-    font.setPixelSize(std::max(labelPixelSize, labelSize * 3 / 4));
-    font.setBold(false);
-    painter.setFont(font);
-    const QRectF namesBox(bounds.left() + 4, bounds.top() + third * 1.3, bounds.width() - 8, third);
-    painter.drawText(namesBox, Qt::AlignCenter | Qt::TextWordWrap,
-        QFontMetricsF(font).elidedText(shotNames, Qt::ElideRight, namesBox.width() * 2));
-    font.setPixelSize(labelSize);
-    font.setBold(true);
-    painter.setFont(font);
-    painter.drawText(QRectF(bounds.left(), bounds.bottom() - third * 0.7, bounds.width(), third * 0.7), Qt::AlignCenter,
-        label(mode));
+    painter.setPen(QPen(glanceableTextColor()));
+    for (const LampLabelLayout::Line& line : layout.lines()) {
+        drawGlanceableLine(painter, line);
+    }
 
     QPen frame(outlineColor);
-    if (mode == Mode::live) {
-        frame = QPen(Qt::black, std::max(4, labelSize / 3), Qt::SolidLine);
-    } else if (mode == Mode::preview) {
-        frame = QPen(Qt::black, std::max(3, labelSize / 4), Qt::DashLine);
+    if (mode != Mode::off) {
+        frame = QPen(Qt::black, layout.frameWidth(), layout.frameStyle());
     }
     painter.setPen(frame);
     painter.setBrush(Qt::NoBrush);
     painter.drawPath(outline);
+}
+
+void TallyState::drawGlanceableLine(QPainter& painter, const LampLabelLayout::Line& line) const
+{
+    if (line.text.isEmpty()) {
+        return;
+    }
+    QFont font = labelFont();
+    font.setPixelSize(line.pixelSize);
+    font.setBold(line.bold);
+    painter.setFont(font);
+    // Only the shots can outgrow their box: they end in an ellipsis rather
+    // than a cut glyph.
+    const QString text = line.role == LampLabelLayout::Role::shots
+        ? QFontMetricsF(font).elidedText(line.text, Qt::ElideRight, line.box.width() * line.maximumLines)
+        : line.text;
+    painter.drawText(line.box, Qt::AlignCenter | Qt::TextWordWrap, text);
+}
+
+QColor TallyState::glanceableTextColor() const
+{
+    if (mode != Mode::off) {
+        return QColor(Qt::black);
+    }
+    // An unlit lamp shows its surround: its number stays readable in a gray
+    // that stands out from it, light on the big view's dark, dark on a
+    // window's light gray.
+    const bool darkSurround = palette().color(backgroundRole()).lightness() < 128;
+    return darkSurround ? QColor(0xA0, 0xA0, 0xA0) : QColor(0x50, 0x50, 0x50);
 }
 
 void TallyState::paintEvent(QPaintEvent* /*event*/)

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "views/LampLabelLayout.h"
 #include "views/TallyMode.h"
 
 #include <QFont>
@@ -39,10 +40,13 @@ public:
     // and its shots inside the lamp, text that grows with the lamp, and a
     // mark besides colour (a thick solid frame for LIVE, a dashed one for
     // PREVIEW) for operators who cannot tell red from green. Off by default:
-    // the small style is the main window's.
+    // the small style is the main window's. The big tally view, the main
+    // window's large lamp labels and the test panel's lamps all draw it.
     bool glanceable = false;
     int lightNumber = 0;
     QString shotNames;
+    // Where the large style puts its text at the view's present size.
+    LampLabelLayout glanceableLayout() const;
     // The pixel size of the large style's LIVE/PREVIEW label.
     int glanceableLabelPixelSize() const;
 
@@ -51,4 +55,6 @@ protected:
 
 private:
     void paintGlanceable(QPainter& painter);
+    void drawGlanceableLine(QPainter& painter, const LampLabelLayout::Line& line) const;
+    QColor glanceableTextColor() const;
 };

@@ -104,3 +104,33 @@ TEST_F(MainWindowScreenshotTest, MainWindowMaximisedKeepsItsLampsInProportion)
     QFile::remove(path);
     ASSERT_TRUE(main.window->grab().save(path)) << path.toStdString();
 }
+
+TEST_F(MainWindowScreenshotTest, MainWindowWithLargeLampLabels)
+{
+    answer({ { "1", "Camera 1", true, false }, { "2", "Camera 2", false, true }, { "3", "Wide Shot", false, false } });
+    makeWindow();
+    controller->tallyMap.setShotSelection(0, { record("Camera 1") });
+    controller->tallyMap.setShotSelection(1, { record("Camera 2") });
+    controller->tallyMap.setShotSelection(2, { record("Camera 1"), record("Wide Shot") });
+    controller->tallyMap.setShotSelection(3, { record("Wide Shot") });
+    controller->refreshAssignmentTitles();
+    main.menu->largeLampLabelsAction()->trigger();
+    main.window->show();
+    tick();
+    QApplication::processEvents();
+
+    const QString path = screenshotPath(QStringLiteral("main-window-large-labels.png"));
+    QFile::remove(path);
+    const QImage image = main.window->grab().toImage();
+    ASSERT_TRUE(image.save(path)) << path.toStdString();
+    // Lamp 1 is red and lamp 2 green inside their frames; every lamp is
+    // tall enough for its number, its shots and the mode's word.
+    for (const auto& [index, colour] :
+        { std::pair { 0, QColor(0xFF, 0x00, 0x00) }, std::pair { 1, QColor(0x00, 0xFF, 0x00) } }) {
+        const TallyState* lamp = controller->tallyStateDisplays[index];
+        const QPoint inside
+            = lamp->mapTo(main.window.get(), lamp->glanceableLayout().textRect().topLeft().toPoint() + QPoint(1, 1));
+        EXPECT_EQ(image.pixelColor(inside * image.devicePixelRatio()), colour) << "lamp " << index + 1;
+        EXPECT_EQ(lamp->glanceableLayout().lines().size(), 3) << "lamp " << index + 1;
+    }
+}

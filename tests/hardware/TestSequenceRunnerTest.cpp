@@ -281,3 +281,106 @@ TEST_F(TestSequenceRunnerTest, ChaseStepsComeNoEarlierThanTheStepIntervalApart)
             << "step " << i + 1 << " at " << stepTimes[i] << " ms";
     }
 }
+
+TEST_F(TestSequenceRunnerTest, EveryByteIsAnnouncedAsItIsSentWhoeverAskedForIt)
+{
+    TestSequenceRunner runner(recorder());
+    QList<quint8> announced;
+    QObject::connect(&runner, &TestSequenceRunner::byteSent, &runner, [&](quint8 byte) {
+        // Announced after it has gone out, never before.
+        EXPECT_EQ(sent.last(), byte);
+        announced.append(byte);
+    });
+    runner.programBoxToggled(QStringLiteral("2"), true);
+    runner.previewBoxToggled(QStringLiteral("7"), false);
+    runner.turnOffAll();
+    runner.testAll();
+    tick(runner.timer());
+
+    QList<quint8> expected { 0xB2, 0x27, 0xB0, 0xD0 };
+    expected += step(0);
+    expected += step(1);
+    EXPECT_EQ(announced, expected);
+    EXPECT_EQ(sent, expected);
+}
+
+TEST_F(TestSequenceRunnerTest, IsRunningFromTheStartOfAChaseUntilItsTimerStopsItself)
+{
+    TestSequenceRunner runner(recorder());
+    EXPECT_FALSE(runner.isRunning());
+    runner.testAll();
+    EXPECT_TRUE(runner.isRunning());
+    for (int ticks = 0; ticks < 20; ++ticks) {
+        tick(runner.timer());
+    }
+    EXPECT_EQ(runner.testStep(), 21);
+    EXPECT_TRUE(runner.isRunning());
+    tick(runner.timer());
+    EXPECT_FALSE(runner.isRunning());
+}
+
+TEST_F(TestSequenceRunnerTest, StopHaltsEveryChaseTimerTheOneLeftByARestartIncludedAndSendsNothing)
+{
+    TestSequenceRunner runner(recorder());
+    runner.testAll();
+    QTimer* first = runner.timer();
+    tick(first);
+    runner.testAll();
+    QTimer* second = runner.timer();
+    tick(second);
+    ASSERT_NE(first, second);
+    ASSERT_TRUE(first->isActive());
+    sent.clear();
+    QList<qint64> stoppedAt;
+    QObject::connect(&runner, &TestSequenceRunner::chaseStopped, &runner, [&](qint64 at) { stoppedAt.append(at); });
+
+    runner.stop();
+
+    EXPECT_FALSE(first->isActive());
+    EXPECT_FALSE(second->isActive());
+    EXPECT_FALSE(runner.isRunning());
+    EXPECT_TRUE(sent.isEmpty());
+    EXPECT_EQ(stoppedAt, QList<qint64>({ 2 }));
+    EXPECT_EQ(runner.testStep(), 2);
+}
+
+TEST_F(TestSequenceRunnerTest, NoStepFollowsAStopOnTheEventLoopsOwnTicks)
+{
+    TestSequenceRunner runner(recorder(), TestSequenceRunner::StepPolicy::always);
+    runner.testAll();
+    runner.stop();
+    sent.clear();
+    QEventLoop loop;
+    QTimer::singleShot(3 * TestSequenceRunner::stepInterval, &loop, &QEventLoop::quit);
+    loop.exec();
+    EXPECT_TRUE(sent.isEmpty());
+    EXPECT_EQ(runner.testStep(), 1);
+}
+
+TEST_F(TestSequenceRunnerTest, StopWithoutARunningChaseDoesNothing)
+{
+    TestSequenceRunner runner(recorder());
+    bool stopped = false;
+    QObject::connect(&runner, &TestSequenceRunner::chaseStopped, &runner, [&] { stopped = true; });
+    runner.stop();
+    runner.testAll();
+    for (int ticks = 0; ticks < 21; ++ticks) {
+        tick(runner.timer());
+    }
+    ASSERT_FALSE(runner.isRunning());
+    runner.stop();
+    EXPECT_FALSE(stopped);
+}
+
+TEST_F(TestSequenceRunnerTest, AChaseStartedAfterAStopBeginsAgainAtItsFirstStep)
+{
+    TestSequenceRunner runner(recorder());
+    runner.testAll();
+    tick(runner.timer());
+    runner.stop();
+    sent.clear();
+    runner.testAll();
+    EXPECT_EQ(sent, step(0));
+    EXPECT_TRUE(runner.isRunning());
+    EXPECT_EQ(runner.testStep(), 1);
+}

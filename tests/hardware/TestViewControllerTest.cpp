@@ -7,12 +7,16 @@
 #include "hardware/TestSequenceRunner.h"
 #include "hardware/USBHIDAppDelegate.h"
 #include "support/QtPrinters.h"
+#include "views/TallyState.h"
 
 #include <QApplication>
 #include <QCheckBox>
 #include <QDialog>
+#include <QEventLoop>
+#include <QImage>
 #include <QLabel>
 #include <QLayout>
+#include <QProgressBar>
 #include <QPushButton>
 #include <QTimer>
 
@@ -481,6 +485,252 @@ TEST_F(TestViewControllerTest, BytesVanishWhileNoDeviceIsAttachedAndThePanelCarr
     box(panel.programStackView, 2)->click();
     EXPECT_EQ(late->commandBytes(), QList<quint8>({ 0xB2 }));
     EXPECT_TRUE(device->reports.isEmpty());
+}
+
+namespace {
+
+QList<TallyMode> sentModes(const TestViewController& panel)
+{
+    QList<TallyMode> modes;
+    for (const QPointer<TallyState>& lamp : panel.sentLamps()) {
+        modes.append(lamp->mode);
+    }
+    return modes;
+}
+
+QList<TallyMode> modes(std::initializer_list<int> lightsLive, std::initializer_list<int> lightsInPreview)
+{
+    QList<TallyMode> all(8, TallyMode::off);
+    for (const int light : lightsInPreview) {
+        all[light - 1] = TallyMode::preview;
+    }
+    for (const int light : lightsLive) {
+        all[light - 1] = TallyMode::live;
+    }
+    return all;
+}
+
+bool anyBoxChecked(const TestViewController& panel)
+{
+    for (QWidget* row : { panel.programStackView.data(), panel.previewStackView.data() }) {
+        for (const QCheckBox* each : row->findChildren<QCheckBox*>()) {
+            if (each->isChecked()) {
+                return true;
+            }
+        }
+    }
+    return false;
+}
+
+} // namespace
+
+TEST_F(TestViewControllerTest, EightSentLampsInTheLargeStyleEachUnderItsLightsBoxesAllDarkAtFirst)
+{
+    TestViewController panel;
+    showModal(panel);
+    ASSERT_EQ(panel.sentLamps().size(), 8);
+    EXPECT_EQ(sentModes(panel), modes({}, {}));
+    for (int light = 1; light <= 8; ++light) {
+        const TallyState* lamp = panel.sentLamps().at(light - 1);
+        EXPECT_TRUE(lamp->glanceable);
+        EXPECT_EQ(lamp->lightNumber, light);
+        EXPECT_TRUE(lamp->isVisible());
+        const QCheckBox* above = box(panel.programStackView, light);
+        const int lampCentre = lamp->mapTo(&panel, lamp->rect().center()).x();
+        const int boxLeft = above->mapTo(&panel, QPoint(0, 0)).x();
+        EXPECT_GE(lampCentre, boxLeft) << "light " << light;
+        EXPECT_LE(lampCentre, boxLeft + above->width()) << "light " << light;
+    }
+    EXPECT_TRUE(takeSent().isEmpty());
+}
+
+TEST_F(TestViewControllerTest, SentLampsFollowEveryCheckBoxClick)
+{
+    TestViewController panel;
+    box(panel.programStackView, 3)->click();
+    box(panel.previewStackView, 5)->click();
+    EXPECT_EQ(sentModes(panel), modes({ 3 }, { 5 }));
+    box(panel.previewStackView, 3)->click();
+    EXPECT_EQ(panel.mirror().lamps(2), (LightCommandMirror::Lamps { true, true }));
+    box(panel.programStackView, 3)->click();
+    EXPECT_EQ(sentModes(panel), modes({}, { 3, 5 }));
+    EXPECT_EQ(takeSent(), QList<quint8>({ 0xB3, 0xD5, 0xD3, 0x03 }));
+}
+
+TEST_F(TestViewControllerTest, ALitSentLampIsPaintedInItsColourWithItsNumber)
+{
+    TestViewController panel;
+    showModal(panel);
+    box(panel.programStackView, 1)->click();
+    box(panel.previewStackView, 2)->click();
+    QApplication::processEvents();
+    for (const auto& [index, colour] :
+        { std::pair { 0, QColor(0xFF, 0x00, 0x00) }, std::pair { 1, QColor(0x00, 0xFF, 0x00) } }) {
+        TallyState* lamp = panel.sentLamps().at(index);
+        const QImage image = lamp->grab().toImage();
+        const LampLabelLayout layout = lamp->glanceableLayout();
+        const QRect text = layout.textRect().toAlignedRect();
+        EXPECT_EQ(image.pixelColor(text.left() + 1, text.top() + 1), colour) << "lamp " << index + 1;
+        int ink = 0;
+        const QRect number = layout.line(LampLabelLayout::Role::number)->box.toAlignedRect().intersected(text);
+        for (int y = number.top(); y <= number.bottom(); ++y) {
+            for (int x = number.left(); x <= number.right(); ++x) {
+                ink += qGray(image.pixel(x, y)) < 60 ? 1 : 0;
+            }
+        }
+        EXPECT_GT(ink, 5) << "no number in lamp " << index + 1;
+    }
+}
+
+TEST_F(TestViewControllerTest, AllOffDarkensEverySentLampAndLeavesThemDarkWhileTheBoxesAreCleared)
+{
+    TestViewController panel;
+    box(panel.programStackView, 1)->click();
+    box(panel.previewStackView, 8)->click();
+    panel.allOffButton->click();
+    EXPECT_EQ(sentModes(panel), modes({}, {}));
+    EXPECT_FALSE(anyBoxChecked(panel));
+    EXPECT_EQ(takeSent(), QList<quint8>({ 0xB1, 0xD8, 0xB0, 0xD0 }));
+}
+
+TEST_F(TestViewControllerTest, SentLampsFollowTheChaseStepByStepWhileTheBoxesStayCleared)
+{
+    TestViewController panel;
+    showModal(panel);
+    box(panel.programStackView, 4)->click();
+    box(panel.previewStackView, 6)->click();
+    panel.testButton->click();
+    EXPECT_FALSE(anyBoxChecked(panel));
+    EXPECT_EQ(sentModes(panel), modes({ 1, 2, 3, 4, 5, 6, 7, 8 }, {}));
+    const QList<QList<TallyMode>> expected {
+        modes({}, {}),
+        modes({}, { 1, 2, 3, 4, 5, 6, 7, 8 }),
+        modes({}, {}),
+        modes({ 1 }, {}),
+        modes({}, { 1 }),
+        modes({ 2 }, {}),
+    };
+    for (const QList<TallyMode>& next : expected) {
+        tick(panel.timer());
+        EXPECT_EQ(sentModes(panel), next) << "step " << panel.testStep();
+        EXPECT_FALSE(anyBoxChecked(panel)) << "step " << panel.testStep();
+    }
+}
+
+TEST_F(TestViewControllerTest, SentLampsShowWhatThePanelSentEvenWithNoDeviceToReceiveIt)
+{
+    TestViewController panel;
+    USBHIDAppDelegate::setSharedBackendForTesting(std::make_unique<FakeBackend>());
+    box(panel.previewStackView, 7)->click();
+    EXPECT_EQ(sentModes(panel), modes({}, { 7 }));
+    EXPECT_TRUE(device->reports.isEmpty());
+}
+
+TEST_F(TestViewControllerTest, ChaseProgressCountsTheStepsSentAndEndsFinished)
+{
+    TestViewController panel;
+    showModal(panel);
+    EXPECT_EQ(panel.chaseProgressLabel->text(), QStringLiteral("Chase not running"));
+    EXPECT_EQ(panel.chaseProgressBar->value(), 0);
+    EXPECT_EQ(panel.chaseProgressBar->maximum(), 21);
+
+    panel.testButton->click();
+    EXPECT_EQ(panel.chaseProgressLabel->text(), QStringLiteral("Step 1 of 21"));
+    EXPECT_EQ(panel.chaseProgressBar->value(), 1);
+    for (int ticks = 0; ticks < 6; ++ticks) {
+        tick(panel.timer());
+    }
+    EXPECT_EQ(panel.chaseProgressLabel->text(), QStringLiteral("Step 7 of 21"));
+    EXPECT_EQ(panel.chaseProgressBar->value(), 7);
+
+    for (int ticks = 0; ticks < 14; ++ticks) {
+        tick(panel.timer());
+    }
+    EXPECT_EQ(panel.chaseProgressLabel->text(), QStringLiteral("Step 21 of 21"));
+    tick(panel.timer());
+    EXPECT_EQ(panel.chaseProgressLabel->text(), QStringLiteral("Chase finished: 21 steps"));
+    EXPECT_EQ(panel.chaseProgressBar->value(), 21);
+}
+
+TEST_F(TestViewControllerTest, StopIsEnabledOnlyWhileAChaseRuns)
+{
+    TestViewController panel;
+    showModal(panel);
+    EXPECT_EQ(panel.stopButton->text(), QStringLiteral("Stop"));
+    EXPECT_FALSE(panel.stopButton->isEnabled());
+    panel.testButton->click();
+    EXPECT_TRUE(panel.stopButton->isEnabled());
+    for (int ticks = 0; ticks < 20; ++ticks) {
+        tick(panel.timer());
+    }
+    EXPECT_TRUE(panel.stopButton->isEnabled()) << "the timer has yet to stop itself";
+    tick(panel.timer());
+    EXPECT_FALSE(panel.stopButton->isEnabled());
+}
+
+TEST_F(TestViewControllerTest, StopEndsEveryChaseTimerARestartLeftAndSendsNothingMoreWhileTheLampsStayAsTheyAre)
+{
+    TestViewController panel;
+    showModal(panel);
+    panel.testButton->click();
+    QTimer* first = panel.timer();
+    tick(first);
+    panel.testButton->click();
+    QTimer* second = panel.timer();
+    for (int ticks = 0; ticks < 3; ++ticks) {
+        tick(first);
+        tick(second);
+    }
+    ASSERT_EQ(panel.testStep(), 7);
+    const QList<TallyMode> before = sentModes(panel);
+    ASSERT_EQ(before, modes({ 2 }, {}));
+    takeSent();
+
+    panel.stopButton->click();
+
+    EXPECT_FALSE(first->isActive());
+    EXPECT_FALSE(second->isActive());
+    EXPECT_FALSE(panel.stopButton->isEnabled());
+    EXPECT_EQ(panel.chaseProgressLabel->text(), QStringLiteral("Stopped after step 7 of 21"));
+    EXPECT_EQ(panel.chaseProgressBar->value(), 7);
+    // A second and more on the event loop's own timers: nothing goes out.
+    QEventLoop loop;
+    QTimer::singleShot(1200, &loop, &QEventLoop::quit);
+    loop.exec();
+    EXPECT_TRUE(takeSent().isEmpty());
+    EXPECT_EQ(panel.testStep(), 7);
+    EXPECT_EQ(sentModes(panel), before);
+    EXPECT_FALSE(anyBoxChecked(panel));
+}
+
+TEST_F(TestViewControllerTest, TestAfterStopRunsTheChaseAgainFromItsFirstStep)
+{
+    TestViewController panel;
+    showModal(panel);
+    panel.testButton->click();
+    tick(panel.timer());
+    panel.stopButton->click();
+    takeSent();
+
+    panel.testButton->click();
+
+    EXPECT_EQ(takeSent(), step(0));
+    EXPECT_TRUE(panel.timer()->isActive());
+    EXPECT_TRUE(panel.stopButton->isEnabled());
+    EXPECT_EQ(panel.chaseProgressLabel->text(), QStringLiteral("Step 1 of 21"));
+}
+
+TEST_F(TestViewControllerTest, AStoppedChaseLeavesNothingBehindWhenThePanelGoes)
+{
+    QPointer<TestSequenceRunner> runner;
+    {
+        TestViewController panel;
+        showModal(panel);
+        panel.testButton->click();
+        panel.stopButton->click();
+        runner = panel.runner();
+    }
+    EXPECT_TRUE(runner.isNull());
 }
 
 using TestViewControllerDeathTest = TestViewControllerTest;

@@ -261,3 +261,123 @@ TEST(TallyStateTest, NarrowViewClipsLabelAtBothSidesRatherThanShrinkingIt)
     EXPECT_LT(wholeInk.left(), shift);
     EXPECT_GT(wholeInk.right(), shift + narrow.width() - 1);
 }
+
+namespace {
+
+TallyState* glanceableLamp(TallyState& view, QSize size, TallyState::Mode mode)
+{
+    view.glanceable = true;
+    view.lightNumber = 7;
+    view.shotNames = QStringLiteral("Camera 2");
+    view.mode = mode;
+    view.resize(size);
+    return &view;
+}
+
+// Dark pixels inside a box of the image.
+QRect darkPixelBoundsIn(const QImage& image, const QRect& box)
+{
+    QRect bounds;
+    for (int y = box.top(); y <= box.bottom(); ++y) {
+        for (int x = box.left(); x <= box.right(); ++x) {
+            if (isDark(image.pixelColor(x, y))) {
+                bounds |= QRect(x, y, 1, 1);
+            }
+        }
+    }
+    return bounds;
+}
+
+// Whether each pixel along the top edge of the frame is dark, away from the
+// rounded corners.
+QList<bool> darkAlongTheTopFrame(const QImage& image, const LampLabelLayout& layout)
+{
+    QList<bool> dark;
+    const int y = static_cast<int>(layout.lampRect().top());
+    for (int x = static_cast<int>(layout.lampRect().left() + 12); x < layout.lampRect().right() - 12; ++x) {
+        dark.append(qGray(image.pixel(x, y)) < 60);
+    }
+    return dark;
+}
+
+} // namespace
+
+TEST(TallyStateTest, LargeStylePaintsNumberShotsAndModeWordEachInsideItsOwnBox)
+{
+    TallyState view;
+    glanceableLamp(view, QSize(200, 200), TallyState::Mode::live);
+    const LampLabelLayout layout = view.glanceableLayout();
+    ASSERT_EQ(layout.lines().size(), 3);
+    const QImage image = view.grab().toImage();
+
+    // Inside the frame every dark pixel is text, and lies in a line's box.
+    const QRect text = layout.textRect().toAlignedRect().adjusted(1, 1, -1, -1);
+    QRegion lines;
+    for (const LampLabelLayout::Line& line : layout.lines()) {
+        const QRect box = line.box.toAlignedRect();
+        lines += box;
+        EXPECT_FALSE(darkPixelBoundsIn(image, box.intersected(text)).isEmpty())
+            << "nothing drawn for " << line.text.toStdString();
+    }
+    for (int y = text.top(); y <= text.bottom(); ++y) {
+        for (int x = text.left(); x <= text.right(); ++x) {
+            if (isDark(image.pixelColor(x, y))) {
+                ASSERT_TRUE(lines.contains(QPoint(x, y))) << "ink outside the lines at " << x << "," << y;
+            }
+        }
+    }
+    EXPECT_EQ(image.pixelColor(text.left() + 2, text.top() + 2), QColor(0xFF, 0x00, 0x00));
+}
+
+TEST(TallyStateTest, LargeStyleNumberGrowsWithTheLamp)
+{
+    auto numberInkHeight = [](QSize size) {
+        TallyState view;
+        glanceableLamp(view, size, TallyState::Mode::preview);
+        const QImage image = view.grab().toImage();
+        const QRect box = view.glanceableLayout().line(LampLabelLayout::Role::number)->box.toAlignedRect();
+        return darkPixelBoundsIn(image, box.intersected(view.glanceableLayout().textRect().toAlignedRect())).height();
+    };
+    const int small = numberInkHeight(QSize(104, LampLabelLayout::minimumLampHeight()));
+    const int large = numberInkHeight(QSize(400, 300));
+    EXPECT_GT(small, 4);
+    EXPECT_GT(large, 2 * small);
+}
+
+TEST(TallyStateTest, LargeStyleTellsLiveFromPreviewByTheFrameNotOnlyByColour)
+{
+    const QSize size(104, LampLabelLayout::minimumLampHeight());
+    TallyState live;
+    TallyState preview;
+    glanceableLamp(live, size, TallyState::Mode::live);
+    glanceableLamp(preview, size, TallyState::Mode::preview);
+    const QList<bool> liveEdge = darkAlongTheTopFrame(live.grab().toImage(), live.glanceableLayout());
+    const QList<bool> previewEdge = darkAlongTheTopFrame(preview.grab().toImage(), preview.glanceableLayout());
+    ASSERT_FALSE(liveEdge.isEmpty());
+    EXPECT_EQ(liveEdge.count(false), 0) << "the live frame should be solid";
+    EXPECT_GT(previewEdge.count(false), previewEdge.size() / 10) << "the preview frame should be dashed";
+    EXPECT_GT(previewEdge.count(true), previewEdge.size() / 10) << "the preview frame should be drawn";
+}
+
+TEST(TallyStateTest, LargeStyleShowsAnUnlitLampsNumberAgainstALightOrADarkSurround)
+{
+    TallyState light;
+    glanceableLamp(light, QSize(200, 200), TallyState::Mode::off);
+    QPalette dark = light.palette();
+    dark.setColor(QPalette::Window, QColor(0x20, 0x20, 0x20));
+    TallyState onDark;
+    glanceableLamp(onDark, QSize(200, 200), TallyState::Mode::off);
+    onDark.setPalette(dark);
+    const QRect box = light.glanceableLayout().line(LampLabelLayout::Role::number)->box.toAlignedRect();
+    for (TallyState* view : { &light, &onDark }) {
+        const QImage image = view->grab().toImage();
+        const int surround = qGray(image.pixel(box.left() + 2, box.top() + 2));
+        int strongest = 0;
+        for (int y = box.top(); y <= box.bottom(); ++y) {
+            for (int x = box.left(); x <= box.right(); ++x) {
+                strongest = std::max(strongest, std::abs(qGray(image.pixel(x, y)) - surround));
+            }
+        }
+        EXPECT_GT(strongest, 100) << "the number hardly differs from its surround";
+    }
+}
