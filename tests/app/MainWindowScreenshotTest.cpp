@@ -1,14 +1,17 @@
-// Renders the main window to build/<preset>/screenshots/main-window.png, with
-// a live light, a preview light and the warning, so that a person can look
-// at the layout.
+// Renders the main window and its dialogs into build/<preset>/screenshots
+// (main-window.png with a live light, a preview light and the warning, and
+// the others beside it), so that a person can look at the layout.
 
 #include "MainWindowFixture.h"
+#include "app/NetworkOutputsDialog.h"
 #include "app/StatusLine.h"
 #include "support/QtPrinters.h"
 
 #include <QApplication>
 #include <QDir>
 #include <QImage>
+#include <QLabel>
+#include <QPlainTextEdit>
 
 #include <gtest/gtest.h>
 
@@ -133,4 +136,25 @@ TEST_F(MainWindowScreenshotTest, MainWindowWithLargeLampLabels)
         EXPECT_EQ(image.pixelColor(inside * image.devicePixelRatio()), colour) << "lamp " << index + 1;
         EXPECT_EQ(lamp->glanceableLayout().lines().size(), 3) << "lamp " << index + 1;
     }
+}
+
+TEST_F(MainWindowScreenshotTest, NetworkOutputsDialogRefusingABadDestination)
+{
+    NetworkOutputChoices current;
+    current.web = QStringLiteral("8080");
+    current.tsl50Destinations = { QStringLiteral("udp://192.168.1.40:8900") };
+    NetworkOutputsDialog dialog(current, [](const NetworkOutputChoices& choices) { return choices.problem(); });
+    dialog.tsl31Field->setPlainText(QStringLiteral("udp://monitor-wall"));
+    dialog.show();
+    dialog.tryChoices();
+    QApplication::processEvents();
+
+    ASSERT_TRUE(dialog.isVisible());
+    ASSERT_TRUE(dialog.problemLabel->isVisible());
+    const QString path = screenshotPath(QStringLiteral("network-outputs.png"));
+    QFile::remove(path);
+    const QImage image = dialog.grab().toImage();
+    ASSERT_TRUE(image.save(path)) << path.toStdString();
+    EXPECT_TRUE(dialog.problemLabel->text().contains(QStringLiteral("monitor-wall")))
+        << dialog.problemLabel->text().toStdString();
 }
