@@ -17,6 +17,8 @@ constexpr int smallestNumberPixelSize = 6;
 constexpr qreal largestCornerRadius = 10.0;
 constexpr int thinnestLiveFrame = 4;
 constexpr int thinnestPreviewFrame = 3;
+// The widest a grown number's size may be, as a share of the text's width.
+constexpr qreal numberWidthShare = 1.1;
 
 int lineHeight(int pixelSize)
 {
@@ -109,13 +111,15 @@ QList<LampLabelLayout::Slot> LampLabelLayout::fittingSlots() const
     };
     for (QList<Slot> slots : choices) {
         if (fits(slots)) {
-            // Room to spare goes to a second line of shots first.
+            // Room to spare goes to a second line of shots first, then to
+            // the number.
             if (slots.size() > 1) {
                 slots[1].lines = 2;
                 if (!fits(slots)) {
                     slots[1].lines = 1;
                 }
             }
+            growNumber(slots);
             return slots;
         }
         // Then the number gives up its extra size before a line is dropped.
@@ -132,6 +136,23 @@ QList<LampLabelLayout::Slot> LampLabelLayout::fittingSlots() const
         }
     }
     return {};
+}
+
+void LampLabelLayout::growNumber(QList<Slot>& slots) const
+{
+    // A tall lamp (a maximised window, the big tally view) has height to
+    // spare: the number is what is read from across the studio, so it takes
+    // half of that spare height, keeping the rest as air between the lines,
+    // and never grows wider than the lamp (a digit is about 0.6 of its size;
+    // "8" at the cap still leaves a margin on both sides).
+    int used = lineGap * static_cast<int>(slots.size() + 1);
+    for (const Slot& slot : slots) {
+        used += lineHeight(slot.pixelSize) * slot.lines;
+    }
+    const qreal spare = m_textRect.height() - used;
+    const int byHeight = slots[0].pixelSize + static_cast<int>(std::floor(spare / 2 / lineSpacing));
+    const int byWidth = static_cast<int>(m_textRect.width() * numberWidthShare);
+    slots[0].pixelSize = std::max(slots[0].pixelSize, std::min(byHeight, byWidth));
 }
 
 bool LampLabelLayout::fits(const QList<Slot>& slots) const

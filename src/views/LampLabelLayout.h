@@ -85,6 +85,7 @@ private:
 
     qreal liveFrameWidth() const;
     QList<Slot> fittingSlots() const;
+    void growNumber(QList<Slot>& slots) const;
     bool fits(const QList<Slot>& slots) const;
     void place(const QList<Slot>& slots, int lightNumber, const QString& shotNames);
 

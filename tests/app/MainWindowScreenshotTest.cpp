@@ -138,6 +138,34 @@ TEST_F(MainWindowScreenshotTest, MainWindowWithLargeLampLabels)
     }
 }
 
+TEST_F(MainWindowScreenshotTest, MaximisedLargeLampLabelsGrowWithTheLamps)
+{
+    answer({ { "1", "Camera 1", true, false }, { "2", "Camera 2", false, true }, { "3", "Wide Shot", false, false } });
+    makeWindow();
+    controller->tallyMap.setShotSelection(0, { record("Camera 1") });
+    controller->tallyMap.setShotSelection(1, { record("Camera 2") });
+    controller->tallyMap.setShotSelection(2, { record("Camera 1"), record("Wide Shot") });
+    controller->refreshAssignmentTitles();
+    main.menu->largeLampLabelsAction()->trigger();
+    main.window->show();
+    QApplication::processEvents();
+    const int normalNumberSize = controller->tallyStateDisplays[0]->glanceableLayout().lines().first().pixelSize;
+    main.window->resize(1600, 900);
+    tick();
+    QApplication::processEvents();
+
+    const QString path = screenshotPath(QStringLiteral("main-window-large-labels-maximised.png"));
+    QFile::remove(path);
+    ASSERT_TRUE(main.window->grab().save(path)) << path.toStdString();
+    // Read from across a studio: the number grows with the lamp, and the
+    // lamps take the height the window gained.
+    const LampLabelLayout layout = controller->tallyStateDisplays[0]->glanceableLayout();
+    ASSERT_FALSE(layout.lines().isEmpty());
+    EXPECT_EQ(layout.lines().first().role, LampLabelLayout::Role::number);
+    EXPECT_GT(layout.lines().first().pixelSize, 2 * normalNumberSize);
+    EXPECT_GT(controller->tallyStateDisplays[0]->height(), 400);
+}
+
 TEST_F(MainWindowScreenshotTest, NetworkOutputsDialogRefusingABadDestination)
 {
     NetworkOutputChoices current;

@@ -59,10 +59,28 @@ TEST(LampLabelLayoutTest, TextGrowsWithTheLamp)
     EXPECT_GT(pixelSize(large, Role::number), pixelSize(small, Role::number));
     EXPECT_GT(pixelSize(large, Role::mode), pixelSize(small, Role::mode));
     EXPECT_GT(large.labelPixelSize(), small.labelPixelSize());
-    // The number is the largest text, twice the mode's word where there is
-    // room for it.
-    EXPECT_EQ(pixelSize(large, Role::number), 2 * pixelSize(large, Role::mode));
+    // The number is the largest text, at least twice the mode's word where
+    // there is room for it.
+    EXPECT_GE(pixelSize(large, Role::number), 2 * pixelSize(large, Role::mode));
     EXPECT_GT(pixelSize(large, Role::mode), pixelSize(large, Role::shots));
+}
+
+TEST(LampLabelLayoutTest, ATallLampGivesHalfItsSpareHeightToTheNumberUpToItsWidth)
+{
+    // A maximised window's lamps are tall bars: the number, read from
+    // across the studio, takes the height the other lines leave.
+    const LampLabelLayout bar = lamp(QSizeF(180, 700));
+    const int word = pixelSize(bar, Role::mode);
+    EXPECT_GT(pixelSize(bar, Role::number), 4 * word);
+    EXPECT_LE(pixelSize(bar, Role::number), bar.textRect().width() * 1.1);
+    // Half the spare height stays as air between the lines.
+    qreal used = 0;
+    for (const LampLabelLayout::Line& line : bar.lines()) {
+        used += line.box.height();
+    }
+    EXPECT_GT(bar.textRect().height() - used, bar.textRect().height() / 4);
+    // A lamp as tall but wider is not held back by its width.
+    EXPECT_GT(pixelSize(lamp(QSizeF(400, 700)), Role::number), pixelSize(bar, Role::number));
 }
 
 TEST(LampLabelLayoutTest, AWideLowLampIsSizedByItsHeightAndATallNarrowOneByItsWidth)
