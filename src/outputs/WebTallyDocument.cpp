@@ -13,15 +13,10 @@ QString modeWord(const TallySnapshot& snapshot, const LightState& light)
     if (!snapshot.sourceRunning) {
         return QStringLiteral("NO SIGNAL");
     }
-    switch (light.mode) {
-    case TallyMode::live:
-        return QStringLiteral("LIVE");
-    case TallyMode::preview:
-        return QStringLiteral("PREVIEW");
-    case TallyMode::off:
-        break;
-    }
-    return QStringLiteral("OFF");
+    // The window's word for the mode; a dark light, which the window leaves
+    // blank, is named in the list.
+    const QString label = tallyModeLabel(light.mode);
+    return label.isEmpty() ? QStringLiteral("OFF") : label;
 }
 
 QString lookClass(const TallySnapshot& snapshot, const LightState& light)
