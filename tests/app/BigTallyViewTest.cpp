@@ -17,10 +17,7 @@ class BigTallyViewTest : public MainWindowFixture {
 protected:
     void showLiveAndPreview()
     {
-        answer({ { "1", "Camera 1", true, false }, { "2", "Camera 2", false, true } });
-        makeWindow();
-        controller->tallyMap.setShotSelection(0, { record("Camera 1") });
-        controller->tallyMap.setShotSelection(1, { record("Camera 2") });
+        makeWindowWithLiveAndPreview();
         main.window->show();
         tick();
     }

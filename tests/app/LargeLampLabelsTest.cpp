@@ -15,11 +15,7 @@ class LargeLampLabelsTest : public MainWindowFixture {
 protected:
     void showLiveAndPreview()
     {
-        answer({ { "1", "Camera 1", true, false }, { "2", "Camera 2", false, true } });
-        makeWindow();
-        controller->tallyMap.setShotSelection(0, { record("Camera 1") });
-        controller->tallyMap.setShotSelection(1, { record("Camera 2") });
-        controller->refreshAssignmentTitles();
+        makeWindowWithLiveAndPreview();
         main.window->show();
         tick();
         QApplication::processEvents();

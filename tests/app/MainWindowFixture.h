@@ -95,6 +95,27 @@ protected:
 
     void tick() { controller->queryMixdeskWithTimer(controller->timer); }
 
+    // A window (not shown yet) whose light 1 has Camera 1, live, and light 2
+    // Camera 2, in preview.
+    void makeWindowWithLiveAndPreview()
+    {
+        answer({ { "1", "Camera 1", true, false }, { "2", "Camera 2", false, true } });
+        makeWindow();
+        assignLiveAndPreview();
+    }
+
+    // As makeWindowWithLiveAndPreview, with Wide Shot off air on light 3
+    // (beside Camera 1) and on light 4 alone.
+    void makeWindowWithAStudio()
+    {
+        answer(
+            { { "1", "Camera 1", true, false }, { "2", "Camera 2", false, true }, { "3", "Wide Shot", false, false } });
+        makeWindow();
+        controller->tallyMap.setShotSelection(2, { record("Camera 1"), record("Wide Shot") });
+        controller->tallyMap.setShotSelection(3, { record("Wide Shot") });
+        assignLiveAndPreview();
+    }
+
     QPushButton* button(int lightNumber) const
     {
         for (QPushButton* candidate : controller->findChildren<QPushButton*>()) {
@@ -133,4 +154,12 @@ protected:
     FakeDocumentPanels* panels = nullptr;
     // Taken by the next makeWindow; the message box when left empty.
     std::unique_ptr<SaveChangesPrompt> saveChangesPrompt;
+
+private:
+    void assignLiveAndPreview()
+    {
+        controller->tallyMap.setShotSelection(0, { record("Camera 1") });
+        controller->tallyMap.setShotSelection(1, { record("Camera 2") });
+        controller->refreshAssignmentTitles();
+    }
 };

@@ -30,13 +30,7 @@ QString screenshotPath(const QString& name)
 
 TEST_F(MainWindowScreenshotTest, MainWindowWithLiveAndPreviewLights)
 {
-    answer({ { "1", "Camera 1", true, false }, { "2", "Camera 2", false, true }, { "3", "Wide Shot", false, false } });
-    makeWindow();
-    controller->tallyMap.setShotSelection(0, { record("Camera 1") });
-    controller->tallyMap.setShotSelection(1, { record("Camera 2") });
-    controller->tallyMap.setShotSelection(2, { record("Camera 1"), record("Wide Shot") });
-    controller->tallyMap.setShotSelection(3, { record("Wide Shot") });
-    controller->refreshAssignmentTitles();
+    makeWindowWithAStudio();
     main.window->show();
     tick();
     QApplication::processEvents();
@@ -69,11 +63,7 @@ TEST_F(MainWindowScreenshotTest, MainWindowWhileMixdeskIsNotRunning)
 
 TEST_F(MainWindowScreenshotTest, MainWindowWithAProblemInTheStatusLine)
 {
-    answer({ { "1", "Camera 1", true, false }, { "2", "Camera 2", false, true } });
-    makeWindow();
-    controller->tallyMap.setShotSelection(0, { record("Camera 1") });
-    controller->tallyMap.setShotSelection(1, { record("Camera 2") });
-    controller->refreshAssignmentTitles();
+    makeWindowWithLiveAndPreview();
     main.window->show();
     USBHIDAppDelegate::shared().setController(nullptr);
     controller->loadTallyMap(QUrl::fromLocalFile(directory.filePath(QStringLiteral("Sunday service.tlx"))));
@@ -88,11 +78,7 @@ TEST_F(MainWindowScreenshotTest, MainWindowWithAProblemInTheStatusLine)
 
 TEST_F(MainWindowScreenshotTest, MainWindowMaximisedKeepsItsLampsInProportion)
 {
-    answer({ { "1", "Camera 1", true, false }, { "2", "Camera 2", false, true } });
-    makeWindow();
-    controller->tallyMap.setShotSelection(0, { record("Camera 1") });
-    controller->tallyMap.setShotSelection(1, { record("Camera 2") });
-    controller->refreshAssignmentTitles();
+    makeWindowWithLiveAndPreview();
     main.window->show();
     main.window->resize(1600, 900);
     tick();
@@ -110,13 +96,7 @@ TEST_F(MainWindowScreenshotTest, MainWindowMaximisedKeepsItsLampsInProportion)
 
 TEST_F(MainWindowScreenshotTest, MainWindowWithLargeLampLabels)
 {
-    answer({ { "1", "Camera 1", true, false }, { "2", "Camera 2", false, true }, { "3", "Wide Shot", false, false } });
-    makeWindow();
-    controller->tallyMap.setShotSelection(0, { record("Camera 1") });
-    controller->tallyMap.setShotSelection(1, { record("Camera 2") });
-    controller->tallyMap.setShotSelection(2, { record("Camera 1"), record("Wide Shot") });
-    controller->tallyMap.setShotSelection(3, { record("Wide Shot") });
-    controller->refreshAssignmentTitles();
+    makeWindowWithAStudio();
     main.menu->largeLampLabelsAction()->trigger();
     main.window->show();
     tick();
@@ -140,12 +120,7 @@ TEST_F(MainWindowScreenshotTest, MainWindowWithLargeLampLabels)
 
 TEST_F(MainWindowScreenshotTest, MaximisedLargeLampLabelsGrowWithTheLamps)
 {
-    answer({ { "1", "Camera 1", true, false }, { "2", "Camera 2", false, true }, { "3", "Wide Shot", false, false } });
-    makeWindow();
-    controller->tallyMap.setShotSelection(0, { record("Camera 1") });
-    controller->tallyMap.setShotSelection(1, { record("Camera 2") });
-    controller->tallyMap.setShotSelection(2, { record("Camera 1"), record("Wide Shot") });
-    controller->refreshAssignmentTitles();
+    makeWindowWithAStudio();
     main.menu->largeLampLabelsAction()->trigger();
     main.window->show();
     QApplication::processEvents();
