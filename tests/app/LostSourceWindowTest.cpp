@@ -20,17 +20,7 @@ protected:
     // Light 1 live on a running fake switcher, one tick done.
     void makeLiveWindow()
     {
-        auto owned = std::make_unique<FakeShotSource>();
-        source = owned.get();
-        auto live = std::make_shared<Mixdesk::Shot>(QStringLiteral("Cam 1"));
-        live->shotId = QStringLiteral("1");
-        live->isLive = true;
-        auto other = std::make_shared<Mixdesk::Shot>(QStringLiteral("Cam 2"));
-        other->shotId = QStringLiteral("2");
-        source->shots = { live, other };
-        makeWindow(std::move(owned));
-        main.window->show();
-        controller->tallyMap.setShotSelection(0, { record("Cam 1") });
+        source = makeWindowFollowingAFakeSwitcher();
         tick();
         ASSERT_EQ(controller->tallyStateDisplays[0]->mode, TallyMode::live);
     }

@@ -14,6 +14,7 @@
 #include "hardware/HardwareFakes.h"
 #include "hardware/USBHIDAppDelegate.h"
 #include "support/FakeMixdeskPlatform.h"
+#include "support/FakeShotSource.h"
 #include "support/ShotNotation.h"
 #include "views/TallyState.h"
 
@@ -94,6 +95,24 @@ protected:
     }
 
     void tick() { controller->queryMixdeskWithTimer(controller->timer); }
+
+    // A shown window following a fake switcher instead of Mixdesk: Cam 1 is
+    // live there, Cam 2 is not, and light 1 has Cam 1. No tick yet.
+    FakeShotSource* makeWindowFollowingAFakeSwitcher()
+    {
+        auto owned = std::make_unique<FakeShotSource>();
+        FakeShotSource* source = owned.get();
+        auto live = std::make_shared<Mixdesk::Shot>(QStringLiteral("Cam 1"));
+        live->shotId = QStringLiteral("1");
+        live->isLive = true;
+        auto other = std::make_shared<Mixdesk::Shot>(QStringLiteral("Cam 2"));
+        other->shotId = QStringLiteral("2");
+        source->shots = { live, other };
+        makeWindow(std::move(owned));
+        main.window->show();
+        controller->tallyMap.setShotSelection(0, { record("Cam 1") });
+        return source;
+    }
 
     // A window (not shown yet) whose light 1 has Camera 1, live, and light 2
     // Camera 2, in preview.

@@ -301,17 +301,7 @@ TEST_F(ViewControllerTest, WithMixdeskAbsentTheWarningShowsTheLightsFreezeAndNot
 
 TEST_F(ViewControllerTest, ASourceThatAnnouncesAChangeGetsATickAtOnceWithoutTheTimer)
 {
-    auto owned = std::make_unique<FakeShotSource>();
-    FakeShotSource* source = owned.get();
-    auto live = std::make_shared<Mixdesk::Shot>(QStringLiteral("Cam 1"));
-    live->shotId = QStringLiteral("1");
-    live->isLive = true;
-    auto other = std::make_shared<Mixdesk::Shot>(QStringLiteral("Cam 2"));
-    other->shotId = QStringLiteral("2");
-    source->shots = { live, other };
-    makeWindow(std::move(owned));
-    main.window->show();
-    controller->tallyMap.setShotSelection(0, { record("Cam 1") });
+    FakeShotSource* source = makeWindowFollowingAFakeSwitcher();
     const qsizetype sent = device->reports.size();
 
     source->announceChange();
