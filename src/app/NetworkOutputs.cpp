@@ -116,7 +116,8 @@ bool NetworkOutputs::startWeb(const RunOptions& options, std::unique_ptr<WebTall
     }
     // The same address keeps the page that listens there: open pages stay
     // connected, and a new server could not take the port anyway.
-    if (m_running.web && m_webAddress == options.web) {
+    const std::optional<WebListenAddress> running = runningWebAddress();
+    if (running && running == options.web) {
         *server = std::move(m_running.web);
         return true;
     }
@@ -124,7 +125,7 @@ bool NetworkOutputs::startWeb(const RunOptions& options, std::unique_ptr<WebTall
     if (*server) {
         return true;
     }
-    if (m_running.web && m_webAddress->port == options.web->port) {
+    if (running && running->port == options.web->port) {
         return listenInPlaceOfOwnPage(*options.web, server, reason);
     }
     return false;
@@ -136,6 +137,7 @@ bool NetworkOutputs::listenInPlaceOfOwnPage(
     // The running page holds the port (moving from one interface to every
     // interface, say): it lets go for a moment, and takes the port back if
     // the new address cannot listen either.
+    const WebListenAddress previous = *runningWebAddress();
     m_cycle.removeOutput(m_running.web.get());
     m_running.web.reset();
     auto moved = std::make_unique<WebTallyServer>();
@@ -145,12 +147,11 @@ bool NetworkOutputs::listenInPlaceOfOwnPage(
     }
     auto back = std::make_unique<WebTallyServer>();
     QString lost;
-    if (back->listen(*m_webAddress, &lost)) {
+    if (back->listen(previous, &lost)) {
         m_running.web = std::move(back);
         m_cycle.addOutput(m_running.web.get());
     } else {
         m_current.web.reset();
-        m_webAddress.reset();
         setProblem(tr("The web tally page stopped: %1").arg(lost));
     }
     return false;
@@ -163,7 +164,13 @@ void NetworkOutputs::install(const NetworkOutputChoices& choices, StartedOutputs
     m_running = std::move(started);
     m_running.addTo(m_cycle);
     m_current = choices;
-    m_webAddress = m_running.web ? choices.runOptions().web : std::nullopt;
+}
+
+std::optional<WebListenAddress> NetworkOutputs::runningWebAddress() const
+{
+    // The page runs exactly when the current choices name one, and they
+    // were checked before they became current.
+    return m_running.web ? m_current.runOptions().web : std::nullopt;
 }
 
 void NetworkOutputs::setProblem(const QString& problem)

@@ -60,12 +60,13 @@ private:
     bool listenInPlaceOfOwnPage(
         const WebListenAddress& where, std::unique_ptr<WebTallyServer>* server, QString* reason);
     void install(const NetworkOutputChoices& choices, StartedOutputs started);
+    // Where the running page listens (nothing when none runs), to keep it
+    // when that does not change.
+    std::optional<WebListenAddress> runningWebAddress() const;
     void setProblem(const QString& problem);
 
     TallyCycle& m_cycle;
     NetworkOutputChoices m_current;
     StartedOutputs m_running;
-    // Where the running page listens, to keep it when that does not change.
-    std::optional<WebListenAddress> m_webAddress;
     QString m_problem;
 };
