@@ -100,9 +100,10 @@ QStringList RecentDocuments::readStored() const
 bool RecentDocuments::store(const QStringList& paths, QString* problem)
 {
     QString reason;
-    const bool folderReady = QDir().mkpath(QFileInfo(m_listFilePath).absolutePath());
+    const QString folder = QFileInfo(m_listFilePath).absolutePath();
+    const bool folderReady = QDir().mkpath(folder);
     if (!folderReady) {
-        reason = QStringLiteral("cannot make the folder %1").arg(QFileInfo(m_listFilePath).absolutePath());
+        reason = QStringLiteral("cannot make the folder %1").arg(folder);
     }
     if (!folderReady || !SmallFile::write(m_listFilePath, serialise(paths), &reason)) {
         m_unstored = paths;
