@@ -106,6 +106,27 @@ bool handOverFromAnotherThread(
     return arrived && handedOver;
 }
 
+// The paths a window that is the first instance takes from message, written
+// straight onto its socket as any local program could; empty, with a
+// failure, when nothing arrives.
+QStringList receivedFromRawMessage(const QByteArray& message)
+{
+    QTemporaryDir dir;
+    SingleInstance first(dir.path());
+    EXPECT_TRUE(first.becomePrimary());
+    QSignalSpy received(&first, &SingleInstance::filesReceived);
+    QLocalSocket sender;
+    sender.connectToServer(socketIn(dir));
+    EXPECT_TRUE(sender.waitForConnected(1000));
+    sender.write(message);
+    sender.flush();
+    if (!QTest::qWaitFor([&] { return received.count() == 1; }, 3000)) {
+        ADD_FAILURE() << "no paths arrived for " << message.toStdString();
+        return {};
+    }
+    return received.at(0).at(0).toStringList();
+}
+
 } // namespace
 
 TEST(SingleInstanceTest, AConnectionThatSaysNothingIsClosedAfterTheTimeLimit)
@@ -160,33 +181,13 @@ TEST(SingleInstanceTest, AMessageThatNeverEndsIsCutOffAtTheSizeLimit)
 
 TEST(SingleInstanceTest, ARelativePathIsTakenFromTheSendersFolder)
 {
-    QTemporaryDir dir;
-    SingleInstance first(dir.path());
-    ASSERT_TRUE(first.becomePrimary());
-    QSignalSpy received(&first, &SingleInstance::filesReceived);
-    QLocalSocket sender;
-    sender.connectToServer(socketIn(dir));
-    ASSERT_TRUE(sender.waitForConnected(1000));
-    sender.write("folder:/home/operator/maps\nstudio.tlx\n../other.tlx\n/abs/third.tlx\n\n");
-    sender.flush();
-    ASSERT_TRUE(QTest::qWaitFor([&] { return received.count() == 1; }, 3000));
-    EXPECT_EQ(received.at(0).at(0).toStringList(),
+    EXPECT_EQ(receivedFromRawMessage("folder:/home/operator/maps\nstudio.tlx\n../other.tlx\n/abs/third.tlx\n\n"),
         (QStringList { "/home/operator/maps/studio.tlx", "/home/operator/other.tlx", "/abs/third.tlx" }));
 }
 
 TEST(SingleInstanceTest, ARelativePathWithoutTheSendersFolderIsNotTakenFromTheWindowsFolder)
 {
-    QTemporaryDir dir;
-    SingleInstance first(dir.path());
-    ASSERT_TRUE(first.becomePrimary());
-    QSignalSpy received(&first, &SingleInstance::filesReceived);
-    QLocalSocket sender;
-    sender.connectToServer(socketIn(dir));
-    ASSERT_TRUE(sender.waitForConnected(1000));
-    sender.write("studio.tlx\n/abs/third.tlx\n\n");
-    sender.flush();
-    ASSERT_TRUE(QTest::qWaitFor([&] { return received.count() == 1; }, 3000));
-    EXPECT_EQ(received.at(0).at(0).toStringList(), (QStringList { "/abs/third.tlx" }));
+    EXPECT_EQ(receivedFromRawMessage("studio.tlx\n/abs/third.tlx\n\n"), (QStringList { "/abs/third.tlx" }));
 }
 
 // Running out of file descriptors makes accepting fail, and Qt then closes
