@@ -38,14 +38,22 @@ protected:
         tick();
     }
 
+    // Clicks light 1's button; the shot editor it presents, if any.
+    EditViewController* openEditorOfLightOne()
+    {
+        QWidget* shown = nullptr;
+        // Only for this click: the lambda holds on to a local.
+        const QMetaObject::Connection watch = QObject::connect(controller, &ViewController::viewControllerPresented,
+            [&shown](const QString&, QWidget* viewController) { shown = viewController; });
+        button(1)->click();
+        QObject::disconnect(watch);
+        return qobject_cast<EditViewController*>(shown);
+    }
+
     // Opens light 1's editor, ticks its first shot and presses Done.
     void assignFirstShotToLightOne()
     {
-        QWidget* shown = nullptr;
-        QObject::connect(controller, &ViewController::viewControllerPresented,
-            [&shown](const QString&, QWidget* viewController) { shown = viewController; });
-        button(1)->click();
-        auto* editor = qobject_cast<EditViewController*>(shown);
+        EditViewController* editor = openEditorOfLightOne();
         ASSERT_NE(editor, nullptr);
         editorTitle = editor->windowTitle();
         qobject_cast<QAbstractButton*>(editor->table->cellWidget(0, 0))->click();
@@ -155,11 +163,7 @@ TEST_F(EditingComfortsTest, ClosingTheWindowWithoutChangesAsksNothing)
 TEST_F(EditingComfortsTest, TheEditorReturningTheSameNamesIsNoChange)
 {
     controller->tallyMap.setShotSelection(0, { record("Cam 2") });
-    QWidget* shown = nullptr;
-    QObject::connect(controller, &ViewController::viewControllerPresented,
-        [&shown](const QString&, QWidget* viewController) { shown = viewController; });
-    button(1)->click();
-    auto* editor = qobject_cast<EditViewController*>(shown);
+    EditViewController* editor = openEditorOfLightOne();
     ASSERT_NE(editor, nullptr);
     editor->doneButton->click();
     EXPECT_FALSE(controller->isDocumentEdited());
