@@ -3,7 +3,7 @@
 // nothing) and the sixteen sendControl calls through the capture tally box.
 // The tick runs every 0.25 s; the query itself is measured in link_bench.
 
-#include "app/TallyCycle.h"
+#include "tally/TallyCycle.h"
 #include "hardware/CaptureBackend.h"
 #include "hardware/USBHIDAppDelegate.h"
 #include "link/MixdeskPlatform.h"

@@ -3,7 +3,7 @@
 
 #include "link/AppleScriptNotationParser.h"
 #include "link/AppleScriptNotationWriter.h"
-#include "link/LinuxMixdeskPlatform.h"
+#include "link/linux/LinuxMixdeskPlatform.h"
 #include "link/Mixdesk.h"
 #include "link/ShotDecoder.h"
 

@@ -3,7 +3,7 @@
 // of 8 lights against 100 shots under 20 us (the update tick runs it four
 // times a second).
 
-#include "app/TallyEvaluation.h"
+#include "tally/TallyEvaluation.h"
 #include "tallymap/TallyMap.h"
 
 #include <benchmark/benchmark.h>

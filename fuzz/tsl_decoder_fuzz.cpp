@@ -5,9 +5,9 @@
 // displays, a frame that unframes frames back to the same bytes, and the
 // stream readers never keep or hand on more than a packet's worth.
 
-#include "outputs/TslUmd31.h"
-#include "outputs/TslUmd50.h"
-#include "outputs/TslUmd50StreamReader.h"
+#include "tsl/TslUmd31.h"
+#include "tsl/TslUmd50.h"
+#include "tsl/TslUmd50StreamReader.h"
 #include "sources/TslDisplayTable.h"
 
 #include <cstdint>

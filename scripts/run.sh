@@ -44,6 +44,6 @@ echo "== The capture tally box received $reports reports ($((reports / 16)) tick
 tail -n 16 "$work/capture.hex" | cut -c1-2 | paste -sd' '
 
 screenshot=build/default/screenshots/main-window.png
-QT_QPA_PLATFORM=offscreen build/default/tests/app/main_window_tests --gtest_filter='MainWindowScreenshotTest.MainWindowWithLiveAndPreviewLights' \
+QT_QPA_PLATFORM=offscreen build/default/tests/widgets/main_window_tests --gtest_filter='MainWindowScreenshotTest.MainWindowWithLiveAndPreviewLights' \
   >/dev/null 2>&1
 echo "== Screenshot of the main window: $screenshot"

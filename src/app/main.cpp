@@ -1,13 +1,13 @@
 // Mixdesk Tally: the main window beside Mixdesk, driving the tally box.
 
-#include "app/AppDelegate.h"
-#include "app/LaunchInformation.h"
-#include "app/MainWindow.h"
-#include "app/ModalPanelProbe.h"
-#include "app/RunOptions.h"
-#include "app/SingleInstance.h"
-#include "app/UserDefaults.h"
-#include "core/StandardOutput.h"
+#include "mainwindow/AppDelegate.h"
+#include "launch/LaunchInformation.h"
+#include "mainwindow/MainWindow.h"
+#include "mainwindow/ModalPanelProbe.h"
+#include "launch/RunOptions.h"
+#include "launch/SingleInstance.h"
+#include "base/UserDefaults.h"
+#include "base/StandardOutput.h"
 
 #include <QApplication>
 

@@ -1,8 +1,8 @@
-#include "cli/ChaseCommand.h"
+#include "ChaseCommand.h"
 
-#include "cli/DeviceWait.h"
-#include "cli/DeviceWrites.h"
-#include "core/StandardOutput.h"
+#include "DeviceWait.h"
+#include "DeviceWrites.h"
+#include "base/StandardOutput.h"
 #include "hardware/TestSequenceRunner.h"
 
 #include <QEventLoop>

@@ -1,7 +1,7 @@
-#include "cli/CommandInputs.h"
+#include "CommandInputs.h"
 
-#include "core/Error.h"
-#include "core/SmallFile.h"
+#include "base/Error.h"
+#include "base/SmallFile.h"
 #include "link/AppleScriptNotationParser.h"
 #include "link/ShotDecoder.h"
 #include "tallymap/TallyMapFile.h"

@@ -1,6 +1,6 @@
-#include "cli/CommandLine.h"
+#include "CommandLine.h"
 
-#include "core/StandardOutput.h"
+#include "base/StandardOutput.h"
 
 #include <QRegularExpression>
 

@@ -2,10 +2,10 @@
 // script, without the production application. Useful to check a script, or a
 // bridge that writes answers, by hand.
 
-#include "cli/DecodeCommand.h"
+#include "DecodeCommand.h"
 
-#include "cli/CommandInputs.h"
-#include "core/StandardOutput.h"
+#include "CommandInputs.h"
+#include "base/StandardOutput.h"
 
 namespace {
 

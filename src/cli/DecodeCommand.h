@@ -1,6 +1,6 @@
 #pragma once
 
-#include "cli/CommandLine.h"
+#include "CommandLine.h"
 
 // tallyctl decode [--json] [FILE]: decodes a query answer in AppleScript
 // source notation and prints the shots.

@@ -1,6 +1,6 @@
-#include "cli/DeviceWait.h"
+#include "DeviceWait.h"
 
-#include "core/StandardOutput.h"
+#include "base/StandardOutput.h"
 #include "hardware/HidBackendFactory.h"
 #include "hardware/USBHIDAppDelegate.h"
 

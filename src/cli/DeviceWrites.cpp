@@ -1,7 +1,7 @@
-#include "cli/DeviceWrites.h"
+#include "DeviceWrites.h"
 
-#include "cli/CommandLine.h"
-#include "core/StandardOutput.h"
+#include "CommandLine.h"
+#include "base/StandardOutput.h"
 #include "hardware/USBHIDAppDelegate.h"
 
 void DeviceWrites::send(quint8 byte)

@@ -1,6 +1,6 @@
-#include "cli/DevicesCommand.h"
+#include "DevicesCommand.h"
 
-#include "core/StandardOutput.h"
+#include "base/StandardOutput.h"
 #include "hardware/USBHIDAppDelegate.h"
 
 namespace {

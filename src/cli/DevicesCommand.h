@@ -1,6 +1,6 @@
 #pragma once
 
-#include "cli/CommandLine.h"
+#include "CommandLine.h"
 
 // tallyctl devices: the tally boxes attached now.
 CommandLine::Command devicesCommand();

@@ -1,7 +1,7 @@
-#include "cli/DigestCommand.h"
+#include "DigestCommand.h"
 
-#include "core/StandardOutput.h"
-#include "views/PasswordDigest.h"
+#include "base/StandardOutput.h"
+#include "lock/PasswordDigest.h"
 
 namespace {
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "cli/CommandLine.h"
+#include "CommandLine.h"
 
 // tallyctl digest TEXT: the digest the editing lock keeps for TEXT as its
 // unlock password.

@@ -1,11 +1,11 @@
 // tallyctl evaluate: one tick's decision without the production application
 // or the device, to check a tally map against an answer by hand.
 
-#include "cli/EvaluateCommand.h"
+#include "EvaluateCommand.h"
 
-#include "app/TallyEvaluation.h"
-#include "cli/CommandInputs.h"
-#include "core/StandardOutput.h"
+#include "tally/TallyEvaluation.h"
+#include "CommandInputs.h"
+#include "base/StandardOutput.h"
 
 #include <QJsonArray>
 #include <QJsonDocument>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "cli/CommandLine.h"
+#include "CommandLine.h"
 
 // tallyctl evaluate [--json] MAP ANSWER: what every light of a tally map
 // shows for one query answer, and the bytes the tally box gets.

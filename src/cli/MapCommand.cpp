@@ -1,7 +1,7 @@
-#include "cli/MapCommand.h"
+#include "MapCommand.h"
 
-#include "cli/CommandInputs.h"
-#include "core/StandardOutput.h"
+#include "CommandInputs.h"
+#include "base/StandardOutput.h"
 
 #include <QJsonArray>
 #include <QJsonDocument>

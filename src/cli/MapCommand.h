@@ -1,6 +1,6 @@
 #pragma once
 
-#include "cli/CommandLine.h"
+#include "CommandLine.h"
 
 // tallyctl map show [--json] FILE: the lights of a tally map file and the
 // shot names assigned to each.

@@ -1,7 +1,7 @@
-#include "cli/OffCommand.h"
+#include "OffCommand.h"
 
-#include "cli/DeviceWait.h"
-#include "cli/DeviceWrites.h"
+#include "DeviceWait.h"
+#include "DeviceWrites.h"
 #include "hardware/TestSequenceRunner.h"
 
 namespace {

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "cli/CommandLine.h"
+#include "CommandLine.h"
 
 // tallyctl off: every program and preview lamp off (0xB0, then 0xD0).
 CommandLine::Command offCommand();

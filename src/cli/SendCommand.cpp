@@ -1,7 +1,7 @@
-#include "cli/SendCommand.h"
+#include "SendCommand.h"
 
-#include "cli/DeviceWait.h"
-#include "cli/DeviceWrites.h"
+#include "DeviceWait.h"
+#include "DeviceWrites.h"
 
 #include <QRegularExpression>
 

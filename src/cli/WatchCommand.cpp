@@ -1,10 +1,10 @@
-#include "cli/WatchCommand.h"
+#include "WatchCommand.h"
 
-#include "app/RunOptions.h"
-#include "app/TallyCycle.h"
-#include "cli/CommandInputs.h"
-#include "cli/WatchPrinter.h"
-#include "core/StandardOutput.h"
+#include "launch/RunOptions.h"
+#include "tally/TallyCycle.h"
+#include "CommandInputs.h"
+#include "WatchPrinter.h"
+#include "base/StandardOutput.h"
 #include "hardware/USBHIDAppDelegate.h"
 
 #include <QCoreApplication>

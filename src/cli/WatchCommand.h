@@ -1,6 +1,6 @@
 #pragma once
 
-#include "cli/CommandLine.h"
+#include "CommandLine.h"
 
 // tallyctl watch [--ticks N] [--json] MAP: the update cycle of the main window without
 // a window. Every 0.25 s it asks Mixdesk for its shots and drives the tally

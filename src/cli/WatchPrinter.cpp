@@ -1,6 +1,6 @@
-#include "cli/WatchPrinter.h"
+#include "WatchPrinter.h"
 
-#include "core/StandardOutput.h"
+#include "base/StandardOutput.h"
 
 #include <QJsonDocument>
 

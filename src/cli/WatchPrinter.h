@@ -1,6 +1,6 @@
 #pragma once
 
-#include "app/TallyCycle.h"
+#include "tally/TallyCycle.h"
 
 #include <QDateTime>
 #include <QJsonObject>

@@ -1,17 +1,17 @@
 // tallyctl: the command-line companion of Mixdesk Tally, for troubleshooting
 // and headless use. Each command lives in its own file and is listed here.
 
-#include "cli/ChaseCommand.h"
-#include "cli/CommandLine.h"
-#include "cli/DecodeCommand.h"
-#include "cli/DevicesCommand.h"
-#include "cli/DigestCommand.h"
-#include "cli/EvaluateCommand.h"
-#include "cli/MapCommand.h"
-#include "cli/OffCommand.h"
-#include "cli/SendCommand.h"
-#include "cli/WatchCommand.h"
-#include "core/StandardOutput.h"
+#include "ChaseCommand.h"
+#include "CommandLine.h"
+#include "DecodeCommand.h"
+#include "DevicesCommand.h"
+#include "DigestCommand.h"
+#include "EvaluateCommand.h"
+#include "MapCommand.h"
+#include "OffCommand.h"
+#include "SendCommand.h"
+#include "WatchCommand.h"
+#include "base/StandardOutput.h"
 
 #include <QCoreApplication>
 

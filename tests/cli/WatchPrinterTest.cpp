@@ -1,7 +1,7 @@
 // What tallyctl watch prints for each change, in its three styles, with a
 // fixed clock.
 
-#include "cli/WatchPrinter.h"
+#include "WatchPrinter.h"
 
 #include "support/QtPrinters.h"
 

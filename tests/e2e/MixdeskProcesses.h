@@ -5,7 +5,7 @@
 // absent checks that no other one (another test run, a person's stand-in) is
 // up.
 
-#include "link/LinuxMixdeskPlatform.h"
+#include "link/linux/LinuxMixdeskPlatform.h"
 #include "link/Mixdesk.h"
 
 inline bool anyMixdeskRunning()

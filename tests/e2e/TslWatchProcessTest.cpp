@@ -2,7 +2,7 @@
 // switcher that speaks TSL UMD, as real processes.
 
 #include "WatchProcessFixture.h"
-#include "outputs/TslUmd50.h"
+#include "tsl/TslUmd50.h"
 #include "support/QtPrinters.h"
 
 #include <QNetworkDatagram>

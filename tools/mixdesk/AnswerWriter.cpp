@@ -1,7 +1,7 @@
 #include "AnswerWriter.h"
 
-#include "core/SmallFile.h"
-#include "core/StandardOutput.h"
+#include "base/SmallFile.h"
+#include "base/StandardOutput.h"
 #include "link/AppleScriptNotationWriter.h"
 
 #include <QFile>

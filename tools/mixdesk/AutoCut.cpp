@@ -1,7 +1,7 @@
 #include "AutoCut.h"
 
 #include "ShowModel.h"
-#include "core/FatalError.h"
+#include "base/FatalError.h"
 
 AutoCut::AutoCut(ShowModel& model, QObject* parent)
     : QObject(parent)

@@ -2,7 +2,7 @@
 
 #include "AutoCut.h"
 #include "ShowModel.h"
-#include "core/StandardOutput.h"
+#include "base/StandardOutput.h"
 
 #include <QStringList>
 

@@ -3,7 +3,7 @@
 #include "AutoCut.h"
 #include "ShotRowDelegate.h"
 #include "ShowModel.h"
-#include "core/Text.h"
+#include "base/Text.h"
 
 #include <QCheckBox>
 #include <QHBoxLayout>

@@ -1,6 +1,6 @@
 #include "ShotNamesFile.h"
 
-#include "core/SmallFile.h"
+#include "base/SmallFile.h"
 
 namespace ShotNamesFile {
 

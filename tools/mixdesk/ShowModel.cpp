@@ -1,6 +1,6 @@
 #include "ShowModel.h"
 
-#include "core/FatalError.h"
+#include "base/FatalError.h"
 
 QStringList ShowModel::defaultShotNames()
 {

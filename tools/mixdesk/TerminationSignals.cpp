@@ -1,6 +1,6 @@
 #include "TerminationSignals.h"
 
-#include "core/FatalError.h"
+#include "base/FatalError.h"
 
 #include <QSocketNotifier>
 

@@ -12,7 +12,7 @@
 #include "ShotNamesFile.h"
 #include "ShowModel.h"
 #include "TerminationSignals.h"
-#include "core/StandardOutput.h"
+#include "base/StandardOutput.h"
 #include "link/ShotsFile.h"
 
 #include <QApplication>

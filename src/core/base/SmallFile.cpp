@@ -1,0 +1,140 @@
+#include "base/SmallFile.h"
+
+#include <QFile>
+#include <QSaveFile>
+
+#include <cerrno>
+#include <cstring>
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace SmallFile {
+
+namespace {
+
+QString systemError(int number)
+{
+    return QString::fromLocal8Bit(std::strerror(number));
+}
+
+QString tooLarge()
+{
+    return QStringLiteral("larger than %1 MiB, too large for this kind of file").arg(sizeLimit / (1024 * 1024));
+}
+
+void setReason(QString* reason, const QString& text)
+{
+    if (reason) {
+        *reason = text;
+    }
+}
+
+// Reads up to limit + 1 bytes, so that a stream longer than the limit shows.
+std::optional<QByteArray> readUpTo(int fd, qint64 limit, QString* reason)
+{
+    QByteArray data;
+    char buffer[65536];
+    while (data.size() <= limit) {
+        const ssize_t length = ::read(fd, buffer, sizeof buffer);
+        if (length < 0) {
+            if (errno == EINTR) {
+                continue;
+            }
+            setReason(reason, systemError(errno));
+            return std::nullopt;
+        }
+        if (length == 0) {
+            return data;
+        }
+        data.append(buffer, length);
+    }
+    setReason(reason, tooLarge());
+    return std::nullopt;
+}
+
+bool writeAll(int fd, const QByteArray& data, QString* reason)
+{
+    qsizetype written = 0;
+    while (written < data.size()) {
+        const ssize_t length = ::write(fd, data.constData() + written, static_cast<size_t>(data.size() - written));
+        if (length < 0) {
+            if (errno == EINTR) {
+                continue;
+            }
+            setReason(reason, systemError(errno));
+            return false;
+        }
+        if (length == 0) {
+            setReason(reason, systemError(ENOSPC));
+            return false;
+        }
+        written += length;
+    }
+    return true;
+}
+
+} // namespace
+
+std::optional<QByteArray> read(const QString& path, QString* reason)
+{
+    // Opened without waiting: opening a FIFO for reading would otherwise
+    // wait for a writer that may never come.
+    const QByteArray native = QFile::encodeName(path);
+    const int fd = ::open(native.constData(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY);
+    if (fd < 0) {
+        setReason(reason, systemError(errno));
+        return std::nullopt;
+    }
+    std::optional<QByteArray> data;
+    struct stat status { };
+    if (::fstat(fd, &status) != 0) {
+        setReason(reason, systemError(errno));
+    } else if (S_ISDIR(status.st_mode)) {
+        setReason(reason, systemError(EISDIR));
+    } else if (!S_ISREG(status.st_mode)) {
+        setReason(reason, QStringLiteral("not a regular file"));
+    } else if (status.st_size > sizeLimit) {
+        setReason(reason, tooLarge());
+    } else {
+        // A file that grows while it is read still stops at the limit.
+        data = readUpTo(fd, sizeLimit, reason);
+    }
+    ::close(fd);
+    return data;
+}
+
+std::optional<QByteArray> readStream(int fd, QString* reason)
+{
+    return readUpTo(fd, sizeLimit, reason);
+}
+
+bool write(const QString& path, const QByteArray& data, QString* reason)
+{
+    QSaveFile file(path);
+    if (!file.open(QIODevice::WriteOnly)) {
+        setReason(reason, file.errorString());
+        return false;
+    }
+    // The bytes go to the temporary file's descriptor directly rather than
+    // through the file's own buffer: a buffered failure would only surface
+    // in the flush inside commit(), where it goes unseen and an empty or
+    // partial file replaces the old one. Returning without commit() throws
+    // the temporary file away.
+    const int fd = file.handle();
+    if (!writeAll(fd, data, reason)) {
+        return false;
+    }
+    // File systems that allocate late report a full disk only here.
+    if (::fsync(fd) != 0) {
+        setReason(reason, systemError(errno));
+        return false;
+    }
+    if (!file.commit()) {
+        setReason(reason, file.errorString());
+        return false;
+    }
+    return true;
+}
+
+} // namespace SmallFile

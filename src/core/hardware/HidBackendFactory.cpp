@@ -1,0 +1,24 @@
+#include "hardware/HidBackendFactory.h"
+
+#include "hardware/CaptureBackend.h"
+
+#ifdef Q_OS_MACOS
+#include "hardware/mac/MacHidBackend.h"
+#else
+#include "hardware/DeviceChangeWatcher.h"
+#include "hardware/HidapiBackend.h"
+#include "hardware/linux/HidapiLibrary.h"
+#endif
+
+std::unique_ptr<HidBackend> makeHidBackendFromEnvironment()
+{
+    const QString capturePath = qEnvironmentVariable(hidCaptureEnvironmentVariable);
+    if (!capturePath.isEmpty()) {
+        return std::make_unique<CaptureBackend>(capturePath);
+    }
+#ifdef Q_OS_MACOS
+    return makeMacHidBackend();
+#else
+    return std::make_unique<HidapiBackend>(std::make_unique<HidapiLibrary>(), makeDeviceChangeWatcher());
+#endif
+}

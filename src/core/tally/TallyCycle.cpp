@@ -1,0 +1,197 @@
+#include "tally/TallyCycle.h"
+
+#include "tally/TallyEvaluation.h"
+#include "base/FatalError.h"
+#include "hardware/USBHIDAppDelegate.h"
+#include "sources/ShotSource.h"
+#include "tallymap/TallyMap.h"
+
+#include <QElapsedTimer>
+
+namespace {
+
+// The program's tally map as the cycle sees it.
+class TallyMapLights : public TallyCycle::Lights {
+public:
+    explicit TallyMapLights(TallyMap& map)
+        : m_map(map)
+    {
+    }
+
+    const QList<Mixdesk::ShotList>& shotSelections() const override { return m_map.shotSelections(); }
+    void resolveShotIds(const Mixdesk::ShotList& shots) override { m_map.resolveShotIds(shots); }
+    bool refreshShotNames(const Mixdesk::ShotList& shots) override { return m_map.refreshShotNames(shots); }
+
+private:
+    TallyMap& m_map;
+};
+
+} // namespace
+
+void TallyCycle::sendToSharedDevice(quint8 command)
+{
+    USBHIDAppDelegate::shared().sendControl(command);
+}
+
+qint64 TallyCycle::monotonicMilliseconds()
+{
+    static QElapsedTimer clock;
+    if (!clock.isValid()) {
+        clock.start();
+    }
+    return clock.elapsed();
+}
+
+TallyCycle::TallyCycle(ShotSource& source, Observer& observer, SendControl sendControl)
+    : m_source(&source)
+    , m_observer(observer)
+    , m_sendControl(std::move(sendControl))
+{
+}
+
+void TallyCycle::addOutput(TallyOutput* output)
+{
+    if (output != nullptr && !m_outputs.contains(output)) {
+        m_outputs.append(output);
+    }
+}
+
+void TallyCycle::removeOutput(TallyOutput* output)
+{
+    m_outputs.removeAll(output);
+}
+
+void TallyCycle::updateTallyLights(Mixdesk::ShotList& shotList, TallyMap& tallyMap)
+{
+    TallyMapLights lights(tallyMap);
+    updateTallyLights(shotList, lights);
+}
+
+void TallyCycle::updateTallyLights(Mixdesk::ShotList& shotList, Lights& lights)
+{
+    const bool running = m_source->isRunning();
+    m_observer.setMixdeskWarningHidden(running);
+    if (!running) {
+        // By default the lights freeze in their last state: switching them
+        // off here would black out the studio whenever Mixdesk is
+        // restarted. The user may choose otherwise.
+        followPolicyWhileLost(lights.shotSelections().size());
+        publish(false, lights.shotSelections());
+        return;
+    }
+    m_lostSince.reset();
+    followShotList(shotList, lights);
+    driveLights(lights.shotSelections(), shotList);
+    publish(true, lights.shotSelections());
+}
+
+void TallyCycle::publish(bool sourceRunning, const QList<Mixdesk::ShotList>& lights)
+{
+    if (m_outputs.isEmpty()) {
+        return;
+    }
+    TallySnapshot snapshot;
+    snapshot.sourceRunning = sourceRunning;
+    snapshot.lights.reserve(lights.size());
+    for (qsizetype lightIndex = 0; lightIndex < lights.size(); ++lightIndex) {
+        LightState light;
+        light.mode = lightIndex < m_lastModes.size() ? m_lastModes[lightIndex] : TallyMode::off;
+        for (const Mixdesk::ShotPtr& shot : lights[lightIndex]) {
+            light.shotNames.append(shot->name);
+        }
+        snapshot.lights.append(light);
+    }
+    for (TallyOutput* output : std::as_const(m_outputs)) {
+        output->publish(snapshot);
+    }
+}
+
+void TallyCycle::followPolicyWhileLost(qsizetype lightCount)
+{
+    const qint64 now = m_clock();
+    if (!m_lostSince) {
+        m_lostSince = now;
+    }
+    switch (m_policy.action) {
+    case LostSourcePolicy::Action::keepLights:
+        return;
+    case LostSourcePolicy::Action::turnOff:
+        for (qsizetype lightIndex = 0; lightIndex < lightCount; ++lightIndex) {
+            showAndSend(lightIndex, TallyMode::off);
+        }
+        return;
+    case LostSourcePolicy::Action::blink: {
+        const qint64 blinking = now - *m_lostSince - qint64(m_policy.blinkAfterSeconds) * 1000;
+        if (blinking < 0) {
+            return; // still the grace period: a quick restart goes unseen
+        }
+        // The dark half first, so the change is seen as soon as the grace
+        // period ends.
+        const bool dark = (blinking / LostSourcePolicy::blinkHalfPeriodMilliseconds) % 2 == 0;
+        for (qsizetype lightIndex = 0; lightIndex < lightCount; ++lightIndex) {
+            const TallyMode held = lightIndex < m_lastModes.size() ? m_lastModes[lightIndex] : TallyMode::off;
+            showAndSend(lightIndex, dark ? TallyMode::off : held);
+        }
+        return;
+    }
+    }
+}
+
+void TallyCycle::turnLightsOff(qsizetype lightCount)
+{
+    for (qsizetype lightIndex = 0; lightIndex < lightCount; ++lightIndex) {
+        showAndSend(lightIndex, TallyMode::off);
+    }
+}
+
+void TallyCycle::showAndSend(qsizetype lightIndex, TallyMode mode)
+{
+    if (lightIndex < m_observer.indicatorCount()) {
+        m_observer.showLightMode(lightIndex, mode);
+    }
+    const LightCommand::BytePair bytes = TallyEvaluation::bytesForLight(lightIndex, mode);
+    m_sendControl(bytes.first);
+    m_sendControl(bytes.second);
+}
+
+void TallyCycle::followShotList(Mixdesk::ShotList& shotList, Lights& lights)
+{
+    const qsizetype previousCount = shotList.size();
+    shotList = m_source->queryShots();
+    if (shotList.isEmpty()) {
+        // A failed query says nothing about the assignments; editing stays
+        // as it was.
+        return;
+    }
+    m_observer.setEnableEditing(true);
+    if (previousCount != 0) {
+        // Same session of Mixdesk: follow renames by id.
+        if (lights.refreshShotNames(shotList)) {
+            m_observer.refreshAssignmentTitles();
+        }
+    } else {
+        // First shots after none: the stored ids may be stale, the names are
+        // what lasts.
+        lights.resolveShotIds(shotList);
+    }
+}
+
+void TallyCycle::driveLights(const QList<Mixdesk::ShotList>& lights, const Mixdesk::ShotList& shotList)
+{
+    const TallyEvaluation::SplitShots shots = TallyEvaluation::splitShots(shotList);
+    const qsizetype lightCount = lights.size();
+    m_lastModes.resize(lightCount, TallyMode::off);
+    for (qsizetype lightIndex = 0; lightIndex < lightCount; ++lightIndex) {
+        const TallyMode mode = TallyEvaluation::decideLight(lights[lightIndex], shots.liveShots, shots.previewShots);
+        if (lightIndex >= m_observer.indicatorCount()) {
+            fatalError(QStringLiteral("no indicator for light %1: the window has %2")
+                           .arg(lightIndex + 1)
+                           .arg(m_observer.indicatorCount()));
+        }
+        m_observer.showLightMode(lightIndex, mode);
+        m_lastModes[lightIndex] = mode;
+        const LightCommand::BytePair bytes = TallyEvaluation::bytesForLight(lightIndex, mode);
+        m_sendControl(bytes.first);
+        m_sendControl(bytes.second);
+    }
+}

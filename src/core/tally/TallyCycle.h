@@ -1,0 +1,118 @@
+#pragma once
+
+#include "tally/LostSourcePolicy.h"
+#include "link/Mixdesk.h"
+#include "tally/TallyOutput.h"
+#include "model/TallyMode.h"
+
+#include <QList>
+
+#include <functional>
+
+class ShotSource;
+class TallyMap;
+
+// One tick of the update cycle: is the production application there, which
+// shots does it have now (both asked of a ShotSource, Mixdesk's query by
+// default), which mode does each light show, and the two command bytes of
+// every light. The cycle keeps nothing between ticks; the shot list it compares
+// against and the tally map belong to its owner (the main window, or
+// tallyctl watch), and what it shows goes through an Observer. No change
+// detection: every tick on which Mixdesk runs re-sends every light's bytes,
+// so a tally box plugged in between two ticks gets the whole state at once.
+class TallyCycle {
+public:
+    // What the cycle shows on the owner's screen (or prints).
+    class Observer {
+    public:
+        virtual ~Observer() = default;
+
+        // The "Mixdesk is not running" warning: shown while no copy of
+        // Mixdesk runs, hidden as soon as one does.
+        virtual void setMixdeskWarningHidden(bool hidden) = 0;
+        // Set to true on every tick that brings shots; never reset.
+        virtual void setEnableEditing(bool enabled) = 0;
+        // A shot assigned to a light was renamed in Mixdesk.
+        virtual void refreshAssignmentTitles() = 0;
+        // How many light indicators there are; fewer than lights is a
+        // miswired window and stops the process.
+        virtual qsizetype indicatorCount() const = 0;
+        // Stores the light's mode in its indicator and asks for a redraw of
+        // the indicator's whole bounds. Called before the light's bytes go.
+        virtual void showLightMode(qsizetype lightIndex, TallyMode mode) = 0;
+    };
+
+    // What the cycle needs of the tally map: the lights and the two ways of
+    // keeping their stored records in step with Mixdesk. TallyMap always has
+    // eight lights; the seam lets a map of another size be driven too.
+    class Lights {
+    public:
+        virtual ~Lights() = default;
+
+        virtual const QList<Mixdesk::ShotList>& shotSelections() const = 0;
+        virtual void resolveShotIds(const Mixdesk::ShotList& shots) = 0;
+        virtual bool refreshShotNames(const Mixdesk::ShotList& shots) = 0;
+    };
+
+    // Where the command bytes go, one call per byte.
+    using SendControl = std::function<void(quint8)>;
+
+    // Sends to USBHIDAppDelegate::shared(), which drops bytes while no tally
+    // box is attached.
+    static void sendToSharedDevice(quint8 command);
+
+    // Milliseconds on a clock that never goes back.
+    using Clock = std::function<qint64()>;
+    static qint64 monotonicMilliseconds();
+
+    TallyCycle(ShotSource& source, Observer& observer, SendControl sendControl = sendToSharedDevice);
+
+    // Follows another source from the next tick on (the user chose another
+    // switcher). Not owned; it must outlive the cycle or be replaced first.
+    void setSource(ShotSource& source) { m_source = &source; }
+    ShotSource& source() const { return *m_source; }
+    // What the lights do while the source is lost. The default keeps them
+    // as they are and sends nothing.
+    void setLostSourcePolicy(const LostSourcePolicy& policy) { m_policy = policy; }
+    const LostSourcePolicy& lostSourcePolicy() const { return m_policy; }
+    // Tests set the time by hand; the blink and its grace period follow it.
+    void setClock(Clock clock) { m_clock = std::move(clock); }
+
+    // Sends every one of lightCount lights off and shows them off, whatever
+    // the source says: the lights at quit, when the user asked for that.
+    void turnLightsOff(qsizetype lightCount);
+
+    // Outputs besides the indicators and the tally box (web page, TSL). Each
+    // gets the lights after every tick, also while the source is lost. Not
+    // owned; an output must outlive the cycle or be removed first.
+    void addOutput(TallyOutput* output);
+    void removeOutput(TallyOutput* output);
+
+    // One tick. shotList is the previous answer on entry and the new one on
+    // return (left alone while Mixdesk is not running).
+    void updateTallyLights(Mixdesk::ShotList& shotList, TallyMap& tallyMap);
+    void updateTallyLights(Mixdesk::ShotList& shotList, Lights& lights);
+
+    // The per-light part of a tick on an answer already in hand: modes,
+    // indicators and bytes, light 1 first. Used by the tick and measured on
+    // its own.
+    void driveLights(const QList<Mixdesk::ShotList>& lights, const Mixdesk::ShotList& shotList);
+
+private:
+    void followShotList(Mixdesk::ShotList& shotList, Lights& lights);
+    void publish(bool sourceRunning, const QList<Mixdesk::ShotList>& lights);
+    // The lost-source part of a tick, after the warning is shown.
+    void followPolicyWhileLost(qsizetype lightCount);
+    void showAndSend(qsizetype lightIndex, TallyMode mode);
+
+    ShotSource* m_source;
+    Observer& m_observer;
+    SendControl m_sendControl;
+    QList<TallyOutput*> m_outputs;
+    // The modes the last tick decided, for outputs while the source is lost.
+    QList<TallyMode> m_lastModes;
+    LostSourcePolicy m_policy;
+    Clock m_clock = monotonicMilliseconds;
+    // When the source was first seen lost, until it is back.
+    std::optional<qint64> m_lostSince;
+};

@@ -1,0 +1,70 @@
+#include "tally/TallyEvaluation.h"
+
+#include "base/Text.h"
+
+namespace TallyEvaluation {
+
+SplitShots splitShots(const Mixdesk::ShotList& shotList)
+{
+    SplitShots split;
+    for (const Mixdesk::ShotPtr& shot : shotList) {
+        if (shot->isLive) {
+            split.liveShots.append(shot);
+        }
+        if (shot->isPreview) {
+            split.previewShots.append(shot);
+        }
+    }
+    return split;
+}
+
+bool anyNameMatches(const Mixdesk::ShotList& assigned, const Mixdesk::ShotList& candidates)
+{
+    // Plain nested scans: both lists hold a handful of shots, and nothing is
+    // kept from one tick to the next.
+    for (const Mixdesk::ShotPtr& record : assigned) {
+        for (const Mixdesk::ShotPtr& candidate : candidates) {
+            if (Text::equal(record->name, candidate->name)) {
+                return true;
+            }
+        }
+    }
+    return false;
+}
+
+TallyMode decideLight(
+    const Mixdesk::ShotList& assigned, const Mixdesk::ShotList& liveShots, const Mixdesk::ShotList& previewShots)
+{
+    // Live wins over preview, so the preview scan only matters when no
+    // assigned shot is live.
+    if (anyNameMatches(assigned, liveShots)) {
+        return TallyMode::live;
+    }
+    if (anyNameMatches(assigned, previewShots)) {
+        return TallyMode::preview;
+    }
+    return TallyMode::off;
+}
+
+LightCommand::BytePair bytesForLight(qsizetype lightIndex, TallyMode mode)
+{
+    return LightCommand::bytesForMode(mode, static_cast<qint64>(lightIndex) + 1);
+}
+
+Evaluation evaluate(const QList<Mixdesk::ShotList>& lights, const Mixdesk::ShotList& shotList)
+{
+    const SplitShots shots = splitShots(shotList);
+    Evaluation evaluation;
+    evaluation.modes.reserve(lights.size());
+    evaluation.bytes.reserve(lights.size() * 2);
+    for (qsizetype lightIndex = 0; lightIndex < lights.size(); ++lightIndex) {
+        const TallyMode mode = decideLight(lights[lightIndex], shots.liveShots, shots.previewShots);
+        const LightCommand::BytePair bytes = bytesForLight(lightIndex, mode);
+        evaluation.modes.append(mode);
+        evaluation.bytes.append(bytes.first);
+        evaluation.bytes.append(bytes.second);
+    }
+    return evaluation;
+}
+
+} // namespace TallyEvaluation

@@ -1,0 +1,50 @@
+#pragma once
+
+#include "hardware/LightCommand.h"
+#include "link/Mixdesk.h"
+#include "model/TallyMode.h"
+
+#include <QList>
+
+// What each tally light shows for a given shot list, and the bytes that tell
+// the device. Shots are matched by name alone (Text::equal); the shotId plays
+// no part. The update tick walks the lights itself, one by one, so that it can
+// set a light's indicator before it sends that light's bytes:
+//
+//   const auto shots = TallyEvaluation::splitShots(shotList);
+//   for (qsizetype i = 0; i < lights.size(); ++i) {
+//       const TallyMode mode = TallyEvaluation::decideLight(lights[i], shots.liveShots, shots.previewShots);
+//       ... set indicator i ...
+//       const auto bytes = TallyEvaluation::bytesForLight(i, mode);  // send first, then second
+//   }
+namespace TallyEvaluation {
+
+// The live shots and the preview shots of a shot list, each in list order.
+// A shot may be in both.
+struct SplitShots {
+    Mixdesk::ShotList liveShots;
+    Mixdesk::ShotList previewShots;
+};
+SplitShots splitShots(const Mixdesk::ShotList& shotList);
+
+// Whether any assigned shot has the name of any candidate: assigned shots in
+// order, for each the candidates in order, stopping at the first match.
+bool anyNameMatches(const Mixdesk::ShotList& assigned, const Mixdesk::ShotList& candidates);
+
+// One light: live if an assigned shot is live, otherwise preview if one is in
+// preview, otherwise off. An empty assignment is off.
+TallyMode decideLight(
+    const Mixdesk::ShotList& assigned, const Mixdesk::ShotList& liveShots, const Mixdesk::ShotList& previewShots);
+
+// The two bytes for light index i (light number i + 1), program byte first.
+LightCommand::BytePair bytesForLight(qsizetype lightIndex, TallyMode mode);
+
+// The whole map at once: one mode per light, and every light's two bytes in
+// the order they are sent (light 1 first, program byte before preview byte).
+struct Evaluation {
+    QList<TallyMode> modes;
+    QList<quint8> bytes;
+};
+Evaluation evaluate(const QList<Mixdesk::ShotList>& lights, const Mixdesk::ShotList& shotList);
+
+} // namespace TallyEvaluation

@@ -1,0 +1,82 @@
+#include "tally/TallyStatus.h"
+
+#include "base/SystemLog.h"
+
+#include <QFileInfo>
+
+TallyStatus::TallyStatus(Log log, Clock clock, QObject* parent)
+    : QObject(parent)
+    , m_log(log ? std::move(log) : Log(systemLog))
+    , m_clock(clock ? std::move(clock) : Clock(&QDateTime::currentDateTime))
+{
+}
+
+void TallyStatus::noteTick(
+    bool sourceRunning, qsizetype shotCount, const QString& sourceName, const QString& notRunning)
+{
+    if (!sourceRunning) {
+        m_sourceProblem = notRunning;
+    } else if (shotCount == 0) {
+        // The query gives no reason the cycle could pass on: every failure
+        // is an empty answer, and the lights go off.
+        m_sourceProblem
+            = tr("%1 gives no shots (its query is failing or it has none): every light is off").arg(sourceName);
+    } else {
+        m_sourceProblem.clear();
+    }
+    update();
+}
+
+void TallyStatus::noteDevice(bool attached, bool writeFailing)
+{
+    if (!attached) {
+        m_deviceProblem = tr("No tally box attached");
+    } else if (writeFailing) {
+        m_deviceProblem = tr("The tally box refuses the lights' bytes");
+    } else {
+        m_deviceProblem.clear();
+    }
+    update();
+}
+
+void TallyStatus::noteDocumentFailure(const QString& what, const QString& path, const QString& reason)
+{
+    m_documentProblem = tr("Could not %1 %2: %3").arg(what, QFileInfo(path).fileName(), reason);
+    update();
+}
+
+void TallyStatus::noteRecentDocumentsFailure(const QString& path, const QString& reason)
+{
+    m_documentProblem = tr("Could not update the Open Recent list in %1: %2").arg(path, reason);
+    update();
+}
+
+void TallyStatus::noteDocumentSuccess()
+{
+    m_documentProblem.clear();
+    update();
+}
+
+void TallyStatus::noteOutputs(const QString& problem)
+{
+    m_outputsProblem = problem;
+    update();
+}
+
+void TallyStatus::update()
+{
+    QStringList problems;
+    for (const QString* problem : { &m_sourceProblem, &m_deviceProblem, &m_documentProblem, &m_outputsProblem }) {
+        if (!problem->isEmpty()) {
+            problems.append(*problem);
+        }
+    }
+    const QString text = problems.join(QStringLiteral(" · "));
+    if (text == m_text) {
+        return;
+    }
+    m_text = text;
+    const QString stamp = m_clock().toString(Qt::ISODate);
+    m_log(stamp + QLatin1Char(' ') + (text.isEmpty() ? tr("Lights working again") : text));
+    Q_EMIT changed(text);
+}

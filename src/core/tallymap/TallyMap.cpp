@@ -1,0 +1,138 @@
+#include "tallymap/TallyMap.h"
+
+#include "base/FatalError.h"
+#include "base/Text.h"
+#include "tallymap/TallyMapFormat.h"
+
+#include <QHash>
+
+namespace {
+
+// Later shots overwrite earlier ones, so when a key repeats the last shot
+// in the list is the one found.
+template<typename KeyOf> QHash<QString, Mixdesk::ShotPtr> indexShots(const Mixdesk::ShotList& shots, KeyOf keyOf)
+{
+    QHash<QString, Mixdesk::ShotPtr> index;
+    index.reserve(shots.size());
+    for (const Mixdesk::ShotPtr& shot : shots) {
+        index.insert(Text::canonical(keyOf(*shot)), shot);
+    }
+    return index;
+}
+
+Mixdesk::ShotList recordsNamed(const QStringList& names)
+{
+    Mixdesk::ShotList records;
+    records.reserve(names.size());
+    for (const QString& name : names) {
+        records.append(std::make_shared<Mixdesk::Shot>(name));
+    }
+    return records;
+}
+
+Error readError(const QString& message)
+{
+    return Error { NSOSStatusErrorDomain, 0, message };
+}
+
+} // namespace
+
+TallyMap::TallyMap()
+    : m_shotSelections(numberOfLights)
+{
+}
+
+void TallyMap::requireLightIndex(qint64 lightIndex)
+{
+    if (lightIndex < 0 || lightIndex >= numberOfLights) {
+        fatalError(
+            QStringLiteral("tally map light index %1 is outside 0 to %2").arg(lightIndex).arg(numberOfLights - 1));
+    }
+}
+
+const Mixdesk::ShotList& TallyMap::shotSelection(qint64 lightIndex) const
+{
+    requireLightIndex(lightIndex);
+    return m_shotSelections[lightIndex];
+}
+
+void TallyMap::setShotSelection(qint64 lightIndex, Mixdesk::ShotList shots)
+{
+    requireLightIndex(lightIndex);
+    for (const Mixdesk::ShotPtr& shot : shots) {
+        if (!shot) {
+            fatalError(
+                QStringLiteral("tally map light %1 was given a list with a missing shot record").arg(lightIndex));
+        }
+    }
+    m_shotSelections[lightIndex] = std::move(shots);
+}
+
+void TallyMap::resolveShotIds(const Mixdesk::ShotList& shots)
+{
+    const QHash<QString, Mixdesk::ShotPtr> byName
+        = indexShots(shots, [](const Mixdesk::Shot& shot) { return shot.name; });
+    for (const Mixdesk::ShotList& light : std::as_const(m_shotSelections)) {
+        for (const Mixdesk::ShotPtr& record : light) {
+            const auto found = byName.constFind(Text::canonical(record->name));
+            if (found != byName.cend()) {
+                record->shotId = found.value()->shotId;
+            }
+        }
+    }
+}
+
+bool TallyMap::refreshShotNames(const Mixdesk::ShotList& shots)
+{
+    const QHash<QString, Mixdesk::ShotPtr> byId
+        = indexShots(shots, [](const Mixdesk::Shot& shot) { return shot.shotId; });
+    bool changed = false;
+    for (const Mixdesk::ShotList& light : std::as_const(m_shotSelections)) {
+        for (const Mixdesk::ShotPtr& record : light) {
+            const auto found = byId.constFind(Text::canonical(record->shotId));
+            if (found != byId.cend() && !Text::equal(found.value()->name, record->name)) {
+                record->name = found.value()->name;
+                changed = true;
+            }
+        }
+    }
+    return changed;
+}
+
+QByteArray TallyMap::dataOfType(const QString& /*type*/) const
+{
+    QList<QStringList> namesPerLight;
+    namesPerLight.reserve(m_shotSelections.size());
+    for (const Mixdesk::ShotList& light : m_shotSelections) {
+        QStringList names;
+        names.reserve(light.size());
+        for (const Mixdesk::ShotPtr& record : light) {
+            names.append(record->name);
+        }
+        namesPerLight.append(names);
+    }
+    return TallyMapFormat::write(namesPerLight);
+}
+
+bool TallyMap::readFromData(const QByteArray& data, const QString& /*type*/, Error* error)
+{
+    // No range check here: a line naming a light outside the map stops the
+    // process in setShotSelection. Callers that read files from users check
+    // the indices first (TallyMapFormat::firstIndexOutside).
+    qsizetype failedLine = 0;
+    const std::optional<QString> failure = TallyMapFormat::readLines(
+        data,
+        [this](qint64 lightIndex, const QStringList& names) {
+            setShotSelection(lightIndex, recordsNamed(names));
+            return true;
+        },
+        &failedLine);
+    if (failure) {
+        if (error) {
+            *error = readError(*failure);
+            error->line = failedLine;
+        }
+        return false;
+    }
+    return true;
+}

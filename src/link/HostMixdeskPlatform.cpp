@@ -1,7 +1,0 @@
-#include "link/LinuxMixdeskPlatform.h"
-#include "link/MixdeskPlatform.h"
-
-std::shared_ptr<MixdeskPlatform> makeHostMixdeskPlatform()
-{
-    return std::make_shared<LinuxMixdeskPlatform>();
-}

@@ -1,0 +1,138 @@
+#include "launch/NetworkOutputChoices.h"
+
+#include "launch/RunOptions.h"
+#include "base/UserDefaults.h"
+#include "outputs/TslDestination.h"
+#include "tsl/TslTallyEncoding.h"
+#include "tallymap/TallyMap.h"
+
+namespace {
+
+struct DestinationGroup {
+    const QStringList& texts;
+    TslTallyEncoding::Version version;
+    QString name;
+};
+
+std::optional<QString> webProblem(const QString& text)
+{
+    if (text.trimmed().isEmpty()) {
+        return QStringLiteral("The web tally page needs a port to listen on: [ADDRESS:]PORT, such as 8080");
+    }
+    QString problem;
+    if (!WebListenAddress::parse(text.trimmed(), &problem)) {
+        return QStringLiteral("Web tally page: ") + problem;
+    }
+    return std::nullopt;
+}
+
+std::optional<QString> groupProblem(const DestinationGroup& group, int offset)
+{
+    for (const QString& text : group.texts) {
+        QString problem;
+        if (!TslDestination::parse(group.version, text, &problem)) {
+            return group.name + QStringLiteral(": ") + problem;
+        }
+    }
+    const int maxOffset = TslTallyEncoding::maxOffset(group.version, TallyMap::numberOfLights);
+    if (!group.texts.isEmpty() && offset > maxOffset) {
+        return QStringLiteral("The display index offset %1 is too large for %2: display indexes end at %3, so the "
+                              "offset can be at most %4")
+            .arg(offset)
+            .arg(group.name)
+            .arg(maxOffset + TallyMap::numberOfLights)
+            .arg(maxOffset);
+    }
+    return std::nullopt;
+}
+
+// A list as the settings file hands it back: a single value comes back as
+// text, an empty list as nothing or one empty text.
+QStringList storedList(const UserDefaults& defaults, const QString& key)
+{
+    QStringList list;
+    for (const QString& entry : defaults.objectForKey(key).toStringList()) {
+        if (!entry.trimmed().isEmpty()) {
+            list.append(entry.trimmed());
+        }
+    }
+    return list;
+}
+
+} // namespace
+
+void NetworkOutputChoices::takeTslFrom(const NetworkOutputChoices& other)
+{
+    tsl31Destinations = other.tsl31Destinations;
+    tsl50Destinations = other.tsl50Destinations;
+    tslIndexOffset = other.tslIndexOffset;
+}
+
+std::optional<QString> NetworkOutputChoices::problem() const
+{
+    if (web) {
+        if (std::optional<QString> problem = webProblem(*web)) {
+            return problem;
+        }
+    }
+    if (tslIndexOffset < 0) {
+        return QStringLiteral("The display index offset must be 0 or more, not %1").arg(tslIndexOffset);
+    }
+    const DestinationGroup groups[] = {
+        { tsl31Destinations, TslTallyEncoding::Version::v31, QStringLiteral("TSL 3.1") },
+        { tsl50Destinations, TslTallyEncoding::Version::v50, QStringLiteral("TSL 5.0") },
+    };
+    for (const DestinationGroup& group : groups) {
+        if (std::optional<QString> problem = groupProblem(group, tslIndexOffset)) {
+            return problem;
+        }
+    }
+    return std::nullopt;
+}
+
+RunOptions NetworkOutputChoices::runOptions() const
+{
+    RunOptions options;
+    if (web) {
+        QString ignored; // problem() has said there is none
+        options.web = WebListenAddress::parse(web->trimmed(), &ignored);
+    }
+    options.tsl31Destinations = tsl31Destinations;
+    options.tsl50Destinations = tsl50Destinations;
+    options.tslIndexOffset = tslIndexOffset;
+    options.tslGiven = sendsTsl();
+    return options;
+}
+
+NetworkOutputChoices NetworkOutputChoices::of(const RunOptions& options)
+{
+    NetworkOutputChoices choices;
+    if (options.web) {
+        choices.web = options.web->toString();
+    }
+    choices.tsl31Destinations = options.tsl31Destinations;
+    choices.tsl50Destinations = options.tsl50Destinations;
+    choices.tslIndexOffset = options.tslIndexOffset;
+    return choices;
+}
+
+NetworkOutputChoices NetworkOutputChoices::saved(const UserDefaults& defaults)
+{
+    NetworkOutputChoices choices;
+    const QString web = defaults.objectForKey(Preferences::webTally).toString().trimmed();
+    if (!web.isEmpty()) {
+        choices.web = web;
+    }
+    choices.tsl31Destinations = storedList(defaults, Preferences::tsl31Destinations);
+    choices.tsl50Destinations = storedList(defaults, Preferences::tsl50Destinations);
+    choices.tslIndexOffset = defaults.objectForKey(Preferences::tslIndexOffset).toInt();
+    return choices;
+}
+
+void NetworkOutputChoices::save(UserDefaults& defaults) const
+{
+    defaults.setObject(Preferences::webTally, web.value_or(QString()));
+    defaults.setObject(Preferences::tsl31Destinations, tsl31Destinations);
+    defaults.setObject(Preferences::tsl50Destinations, tsl50Destinations);
+    defaults.setObject(Preferences::tslIndexOffset, tslIndexOffset);
+}

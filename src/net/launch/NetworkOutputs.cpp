@@ -1,0 +1,183 @@
+#include "launch/NetworkOutputs.h"
+
+#include "tally/TallyCycle.h"
+#include "outputs/TslSender.h"
+#include "outputs/WebTallyServer.h"
+
+namespace {
+
+bool sameTsl(const NetworkOutputChoices& a, const NetworkOutputChoices& b)
+{
+    return a.tsl31Destinations == b.tsl31Destinations && a.tsl50Destinations == b.tsl50Destinations
+        && a.tslIndexOffset == b.tslIndexOffset;
+}
+
+} // namespace
+
+NetworkOutputs::NetworkOutputs(TallyCycle& cycle, QObject* parent)
+    : QObject(parent)
+    , m_cycle(cycle)
+{
+}
+
+NetworkOutputs::~NetworkOutputs()
+{
+    m_cycle.removeOutput(m_running.tsl.get());
+    m_cycle.removeOutput(m_running.web.get());
+}
+
+bool NetworkOutputs::startAtLaunch(
+    const RunOptions& commandLine, const NetworkOutputChoices& saved, OutputsProblem* problem)
+{
+    std::optional<StartedOutputs> started = startOutputs(commandLine, problem);
+    if (!started) {
+        return false;
+    }
+    install(NetworkOutputChoices::of(commandLine), std::move(*started));
+    QStringList problems;
+    if (!commandLine.tslGiven) {
+        NetworkOutputChoices next = m_current;
+        next.takeTslFrom(saved);
+        startSaved(next, tr("The saved TSL outputs"), &problems);
+    }
+    if (!commandLine.web) {
+        NetworkOutputChoices next = m_current;
+        next.web = saved.web;
+        startSaved(next, tr("The saved web tally page"), &problems);
+    }
+    setProblem(problems.join(QStringLiteral(" · ")));
+    return true;
+}
+
+void NetworkOutputs::startSaved(const NetworkOutputChoices& next, const QString& what, QStringList* problems)
+{
+    if (next == m_current) {
+        return;
+    }
+    OutputsProblem failed;
+    if (!replace(next, &failed)) {
+        problems->append(tr("%1 did not start: %2").arg(what, failed.text));
+    }
+}
+
+bool NetworkOutputs::apply(const NetworkOutputChoices& choices, OutputsProblem* problem)
+{
+    if (!replace(choices, problem)) {
+        return false;
+    }
+    // What runs now is what the operator just chose: an older failure no
+    // longer stands between them and their outputs.
+    setProblem(QString());
+    return true;
+}
+
+bool NetworkOutputs::choose(const NetworkOutputChoices& choices, UserDefaults& defaults, OutputsProblem* problem)
+{
+    if (!apply(choices, problem)) {
+        return false;
+    }
+    choices.save(defaults);
+    return true;
+}
+
+bool NetworkOutputs::replace(const NetworkOutputChoices& choices, OutputsProblem* problem)
+{
+    if (const std::optional<QString> bad = choices.problem()) {
+        *problem = { *bad, true };
+        return false;
+    }
+    // The page first: it is the only part that can still fail, and until it
+    // has, the running outputs stay untouched.
+    StartedOutputs next;
+    QString reason;
+    if (!startWeb(choices.runOptions(), &next.web, &reason)) {
+        *problem = { reason, false };
+        return false;
+    }
+    next.tsl = senderFor(choices);
+    install(choices, std::move(next));
+    return true;
+}
+
+std::unique_ptr<TslSender> NetworkOutputs::senderFor(const NetworkOutputChoices& choices)
+{
+    // An unchanged sender goes on, so that its TCP connections are not cut.
+    if (m_running.tsl && sameTsl(choices, m_current)) {
+        return std::move(m_running.tsl);
+    }
+    QString ignored; // checked before: every destination parses
+    return makeTslSender(choices.runOptions(), &ignored);
+}
+
+bool NetworkOutputs::startWeb(const RunOptions& options, std::unique_ptr<WebTallyServer>* server, QString* reason)
+{
+    if (!options.web) {
+        return true;
+    }
+    // The same address keeps the page that listens there: open pages stay
+    // connected, and a new server could not take the port anyway.
+    const std::optional<WebListenAddress> running = runningWebAddress();
+    if (running && running == options.web) {
+        *server = std::move(m_running.web);
+        return true;
+    }
+    *server = startWebTally(options, reason);
+    if (*server) {
+        return true;
+    }
+    if (running && running->port == options.web->port) {
+        return listenInPlaceOfOwnPage(*options.web, server, reason);
+    }
+    return false;
+}
+
+bool NetworkOutputs::listenInPlaceOfOwnPage(
+    const WebListenAddress& where, std::unique_ptr<WebTallyServer>* server, QString* reason)
+{
+    // The running page holds the port (moving from one interface to every
+    // interface, say): it lets go for a moment, and takes the port back if
+    // the new address cannot listen either.
+    const WebListenAddress previous = *runningWebAddress();
+    m_cycle.removeOutput(m_running.web.get());
+    m_running.web.reset();
+    auto moved = std::make_unique<WebTallyServer>();
+    if (moved->listen(where, reason)) {
+        *server = std::move(moved);
+        return true;
+    }
+    auto back = std::make_unique<WebTallyServer>();
+    QString lost;
+    if (back->listen(previous, &lost)) {
+        m_running.web = std::move(back);
+        m_cycle.addOutput(m_running.web.get());
+    } else {
+        m_current.web.reset();
+        setProblem(tr("The web tally page stopped: %1").arg(lost));
+    }
+    return false;
+}
+
+void NetworkOutputs::install(const NetworkOutputChoices& choices, StartedOutputs started)
+{
+    m_cycle.removeOutput(m_running.tsl.get());
+    m_cycle.removeOutput(m_running.web.get());
+    m_running = std::move(started);
+    m_running.addTo(m_cycle);
+    m_current = choices;
+}
+
+std::optional<WebListenAddress> NetworkOutputs::runningWebAddress() const
+{
+    // The page runs exactly when the current choices name one, and they
+    // were checked before they became current.
+    return m_running.web ? m_current.runOptions().web : std::nullopt;
+}
+
+void NetworkOutputs::setProblem(const QString& problem)
+{
+    if (problem == m_problem) {
+        return;
+    }
+    m_problem = problem;
+    Q_EMIT problemChanged(problem);
+}

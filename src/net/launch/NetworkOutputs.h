@@ -1,0 +1,72 @@
+#pragma once
+
+#include "launch/NetworkOutputChoices.h"
+#include "launch/RunOptions.h"
+#include "outputs/WebListenAddress.h"
+
+#include <QObject>
+#include <QString>
+
+#include <optional>
+
+class TallyCycle;
+class UserDefaults;
+
+// The outputs besides the window and the tally box while the program runs:
+// the web tally page and the TSL UMD sender, added to the update cycle and
+// replaced at once when the operator chooses others, without a restart. A
+// change either happens whole or not at all: a bad choice or a port that
+// cannot be listened on leaves the running outputs as they were.
+class NetworkOutputs : public QObject {
+    Q_OBJECT
+
+public:
+    explicit NetworkOutputs(TallyCycle& cycle, QObject* parent = nullptr);
+    // Takes its outputs out of the cycle before they go.
+    ~NetworkOutputs() override;
+
+    // At launch: what the command line asks for, then what the settings
+    // saved for the kinds it left alone (the web page; TSL). False, with the
+    // problem, when the command line's own outputs cannot start: the program
+    // ends, as it always has. A saved choice that cannot start stays off and
+    // is reported through problemChanged, so that the window still opens.
+    bool startAtLaunch(const RunOptions& commandLine, const NetworkOutputChoices& saved, OutputsProblem* problem);
+
+    // Replaces the running outputs by those the choices ask for. False, with
+    // the reason, when a choice is bad or the page cannot listen.
+    bool apply(const NetworkOutputChoices& choices, OutputsProblem* problem);
+    // apply, and remembered for the next start when it worked.
+    bool choose(const NetworkOutputChoices& choices, UserDefaults& defaults, OutputsProblem* problem);
+
+    // What runs now.
+    const NetworkOutputChoices& current() const { return m_current; }
+    WebTallyServer* webServer() const { return m_running.web.get(); }
+    TslSender* tslSender() const { return m_running.tsl.get(); }
+
+    // What went wrong with the outputs that should be running; empty when
+    // nothing did.
+    QString problem() const { return m_problem; }
+
+Q_SIGNALS:
+    void problemChanged(const QString& problem);
+
+private:
+    // apply without touching the reported problem.
+    bool replace(const NetworkOutputChoices& choices, OutputsProblem* problem);
+    // Starts the part a launch left to the settings, noting a failure.
+    void startSaved(const NetworkOutputChoices& next, const QString& what, QStringList* problems);
+    std::unique_ptr<TslSender> senderFor(const NetworkOutputChoices& choices);
+    bool startWeb(const RunOptions& options, std::unique_ptr<WebTallyServer>* server, QString* reason);
+    bool listenInPlaceOfOwnPage(
+        const WebListenAddress& where, std::unique_ptr<WebTallyServer>* server, QString* reason);
+    void install(const NetworkOutputChoices& choices, StartedOutputs started);
+    // Where the running page listens (nothing when none runs), to keep it
+    // when that does not change.
+    std::optional<WebListenAddress> runningWebAddress() const;
+    void setProblem(const QString& problem);
+
+    TallyCycle& m_cycle;
+    NetworkOutputChoices m_current;
+    StartedOutputs m_running;
+    QString m_problem;
+};

@@ -1,0 +1,25 @@
+#pragma once
+
+#include "tally/TallyOutput.h"
+
+#include <QByteArray>
+#include <QString>
+
+// What the web tally page says about the lights, in the forms it serves.
+namespace WebTallyDocument {
+
+// The state as JSON, the body of /api/lights and of every WebSocket message:
+// {"sourceRunning": true, "lights": [{"light": 1, "mode": "live",
+// "shots": ["Camera 1"]}, ...]}, lights numbered from 1.
+QByteArray stateJson(const TallySnapshot& snapshot);
+
+// The list page: the page template with each light as a link to its own page.
+QByteArray indexPage(const QString& pageTemplate, const TallySnapshot& snapshot);
+
+// One light's page: the page template with the light's number filled in.
+QByteArray lightPage(const QString& pageTemplate, int lightNumber);
+
+// The light number in a /light/N path, or 0 when it names no light.
+int lightNumberFromPath(const QString& number, qsizetype lightCount);
+
+} // namespace WebTallyDocument

@@ -1,0 +1,122 @@
+#include "dialogs/NetworkOutputsDialog.h"
+
+#include <QCheckBox>
+#include <QDialogButtonBox>
+#include <QFormLayout>
+#include <QLabel>
+#include <QLineEdit>
+#include <QPlainTextEdit>
+#include <QPushButton>
+#include <QSpinBox>
+
+namespace {
+
+// One destination a line; blank lines and surrounding spaces are not part
+// of any destination.
+QStringList destinationLines(const QPlainTextEdit& field)
+{
+    QStringList destinations;
+    for (const QString& line : field.toPlainText().split(QLatin1Char('\n'))) {
+        if (!line.trimmed().isEmpty()) {
+            destinations.append(line.trimmed());
+        }
+    }
+    return destinations;
+}
+
+QPlainTextEdit* destinationField(
+    const QString& name, const QStringList& destinations, const QString& placeholder, QWidget* parent)
+{
+    auto* field = new QPlainTextEdit(destinations.join(QLatin1Char('\n')), parent);
+    field->setObjectName(name);
+    field->setPlaceholderText(placeholder);
+    field->setTabChangesFocus(true);
+    field->setMaximumHeight(field->fontMetrics().lineSpacing() * 5);
+    return field;
+}
+
+} // namespace
+
+NetworkOutputsDialog::NetworkOutputsDialog(const NetworkOutputChoices& current, Apply apply, QWidget* parent)
+    : QDialog(parent)
+    , m_apply(std::move(apply))
+{
+    setWindowTitle(tr("Network Outputs"));
+    auto* form = new QFormLayout(this);
+    addWebRows(current);
+    addTslRows(current);
+    problemLabel = new QLabel(this);
+    problemLabel->setObjectName(QStringLiteral("networkOutputsProblem"));
+    problemLabel->setWordWrap(true);
+    problemLabel->setTextFormat(Qt::PlainText);
+    problemLabel->setStyleSheet(QStringLiteral("QLabel { color: #b00000; }"));
+    problemLabel->hide();
+    form->addRow(problemLabel);
+    buttons = new QDialogButtonBox(QDialogButtonBox::Ok | QDialogButtonBox::Cancel, this);
+    form->addRow(buttons);
+    connect(buttons, &QDialogButtonBox::accepted, this, &NetworkOutputsDialog::tryChoices);
+    connect(buttons, &QDialogButtonBox::rejected, this, &QDialog::reject);
+}
+
+void NetworkOutputsDialog::addWebRows(const NetworkOutputChoices& current)
+{
+    auto* form = static_cast<QFormLayout*>(layout());
+    webCheckBox = new QCheckBox(tr("Serve the web tally page for phones"), this);
+    webCheckBox->setObjectName(QStringLiteral("webTallyOn"));
+    webCheckBox->setChecked(current.web.has_value());
+    webAddressField = new QLineEdit(current.web.value_or(QString()), this);
+    webAddressField->setObjectName(QStringLiteral("webTallyAddress"));
+    webAddressField->setPlaceholderText(tr("8080, or 192.168.1.20:8080 for one interface only"));
+    // Switched off, the address stays in the field for switching on again.
+    webAddressField->setEnabled(webCheckBox->isChecked());
+    connect(webCheckBox, &QCheckBox::toggled, webAddressField, &QWidget::setEnabled);
+    form->addRow(webCheckBox);
+    form->addRow(tr("Listen on:"), webAddressField);
+}
+
+void NetworkOutputsDialog::addTslRows(const NetworkOutputChoices& current)
+{
+    auto* form = static_cast<QFormLayout*>(layout());
+    tsl31Field = destinationField(
+        QStringLiteral("tsl31Destinations"), current.tsl31Destinations, tr("udp://HOST:PORT, one a line"), this);
+    tsl50Field = destinationField(QStringLiteral("tsl50Destinations"), current.tsl50Destinations,
+        tr("udp://HOST:PORT or tcp://HOST:PORT, one a line"), this);
+    offsetField = new QSpinBox(this);
+    offsetField->setObjectName(QStringLiteral("tslIndexOffset"));
+    // The widest range any version allows; a version with fewer display
+    // indexes says so when the choices are tried.
+    offsetField->setRange(0, 65535);
+    offsetField->setValue(current.tslIndexOffset);
+    offsetField->setToolTip(tr("Light N is TSL display index N + this offset"));
+    form->addRow(tr("TSL 3.1 destinations:"), tsl31Field);
+    form->addRow(tr("TSL 5.0 destinations:"), tsl50Field);
+    form->addRow(tr("Display index offset:"), offsetField);
+}
+
+NetworkOutputChoices NetworkOutputsDialog::choices() const
+{
+    NetworkOutputChoices chosen;
+    if (webCheckBox->isChecked()) {
+        chosen.web = webAddressField->text().trimmed();
+    }
+    chosen.tsl31Destinations = destinationLines(*tsl31Field);
+    chosen.tsl50Destinations = destinationLines(*tsl50Field);
+    chosen.tslIndexOffset = offsetField->value();
+    return chosen;
+}
+
+void NetworkOutputsDialog::tryChoices()
+{
+    if (const std::optional<QString> problem = m_apply(choices())) {
+        showProblem(*problem);
+        return;
+    }
+    showProblem(QString());
+    accept();
+}
+
+void NetworkOutputsDialog::showProblem(const QString& problem)
+{
+    problemLabel->setText(problem);
+    problemLabel->setVisible(!problem.isEmpty());
+}

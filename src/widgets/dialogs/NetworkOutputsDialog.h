@@ -1,0 +1,53 @@
+#pragma once
+
+#include "launch/NetworkOutputChoices.h"
+
+#include <QDialog>
+#include <QPointer>
+
+#include <functional>
+#include <optional>
+
+class QCheckBox;
+class QDialogButtonBox;
+class QLabel;
+class QLineEdit;
+class QPlainTextEdit;
+class QSpinBox;
+
+// Outputs > Network Outputs: the web tally page on or off and where it
+// listens, the TSL UMD 3.1 and 5.0 destinations and the display index
+// offset. It only shows and collects: OK hands the choices to whoever opened
+// it, which starts them at once. Choices that are refused leave the dialog
+// open with the reason, and nothing typed is lost.
+class NetworkOutputsDialog : public QDialog {
+    Q_OBJECT
+
+public:
+    // Starts the choices; the reason they were refused, or nothing when they
+    // now run.
+    using Apply = std::function<std::optional<QString>(const NetworkOutputChoices&)>;
+
+    NetworkOutputsDialog(const NetworkOutputChoices& current, Apply apply, QWidget* parent = nullptr);
+
+    // The choices as the fields show them.
+    NetworkOutputChoices choices() const;
+    // Hands the choices over; closes when they were taken.
+    void tryChoices();
+
+    QPointer<QCheckBox> webCheckBox;
+    QPointer<QLineEdit> webAddressField;
+    QPointer<QPlainTextEdit> tsl31Field;
+    QPointer<QPlainTextEdit> tsl50Field;
+    QPointer<QSpinBox> offsetField;
+    // Why the last choices were refused; hidden while there is no reason.
+    QPointer<QLabel> problemLabel;
+    QPointer<QDialogButtonBox> buttons;
+
+private:
+    void addWebRows(const NetworkOutputChoices& current);
+    void addTslRows(const NetworkOutputChoices& current);
+    void showProblem(const QString& problem);
+
+    Apply m_apply;
+};

@@ -1,0 +1,68 @@
+#include "lamps/BigTallyView.h"
+
+#include "tallymap/TallyMap.h"
+#include "lamps/TallyState.h"
+
+#include <QCloseEvent>
+#include <QGridLayout>
+#include <QKeyEvent>
+
+namespace {
+
+constexpr int lampsPerRow = 4;
+
+} // namespace
+
+BigTallyView::BigTallyView(QWidget* parent)
+    : QWidget(parent, Qt::Window)
+{
+    setObjectName(QStringLiteral("bigTallyView"));
+    setWindowTitle(tr("Big Tally"));
+    // A dark surround, so only the lit lamps draw the eye.
+    setAutoFillBackground(true);
+    QPalette dark = palette();
+    dark.setColor(QPalette::Window, QColor(0x20, 0x20, 0x20));
+    setPalette(dark);
+    auto* grid = new QGridLayout(this);
+    grid->setSpacing(16);
+    grid->setContentsMargins(16, 16, 16, 16);
+    for (int lightIndex = 0; lightIndex < TallyMap::numberOfLights; ++lightIndex) {
+        auto* lamp = new TallyState(this);
+        lamp->setObjectName(QStringLiteral("bigLamp%1").arg(lightIndex + 1));
+        lamp->glanceable = true;
+        lamp->lightNumber = lightIndex + 1;
+        lamp->setMinimumSize(160, 120);
+        lamp->setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Expanding);
+        grid->addWidget(lamp, lightIndex / lampsPerRow, lightIndex % lampsPerRow);
+        m_lamps.append(lamp);
+    }
+}
+
+void BigTallyView::showLight(qsizetype lightIndex, TallyMode mode, const QString& shotNames)
+{
+    if (lightIndex < 0 || lightIndex >= m_lamps.size() || !m_lamps[lightIndex]) {
+        return; // a map with more lights than lamps: the window shows them
+    }
+    TallyState* lamp = m_lamps[lightIndex];
+    if (lamp->mode == mode && lamp->shotNames == shotNames) {
+        return;
+    }
+    lamp->mode = mode;
+    lamp->shotNames = shotNames;
+    lamp->update();
+}
+
+void BigTallyView::keyPressEvent(QKeyEvent* event)
+{
+    if (event->key() == Qt::Key_Escape || event->key() == Qt::Key_F11) {
+        close();
+        return;
+    }
+    QWidget::keyPressEvent(event);
+}
+
+void BigTallyView::closeEvent(QCloseEvent* event)
+{
+    QWidget::closeEvent(event);
+    Q_EMIT closed();
+}

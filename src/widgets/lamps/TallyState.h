@@ -1,0 +1,60 @@
+#pragma once
+
+#include "lamps/LampLabelLayout.h"
+#include "model/TallyMode.h"
+
+#include <QFont>
+#include <QRectF>
+#include <QWidget>
+
+// The on-screen indicator of one tally light: a rounded box filled red with
+// "LIVE" when the light is on air, green with "PREVIEW" in preview, and only
+// a gray outline when it is off. It draws and nothing else; the update tick
+// writes mode and then asks for a redraw.
+class TallyState : public QWidget {
+    Q_OBJECT
+
+public:
+    using Mode = TallyMode;
+
+    explicit TallyState(QWidget* parent = nullptr);
+
+    // Writing the mode does not repaint: the picture changes at the next
+    // redraw, which the owner requests with setNeedsDisplayInRect.
+    Mode mode = Mode::off;
+
+    void setNeedsDisplayInRect(const QRect& rect);
+
+    // Where the current mode's label is drawn, in widget coordinates. A view
+    // narrower than its label gets a negative x and the label is clipped at
+    // both sides rather than shrunk.
+    QRectF labelRect() const;
+
+    static QString label(Mode mode);
+    static QColor fillColor(Mode mode);
+    static QFont labelFont();
+
+    QSize sizeHint() const override;
+
+    // The large style, for a lamp seen across a studio: the light's number
+    // and its shots inside the lamp, text that grows with the lamp, and a
+    // mark besides colour (a thick solid frame for LIVE, a dashed one for
+    // PREVIEW) for operators who cannot tell red from green. Off by default:
+    // the small style is the main window's. The big tally view, the main
+    // window's large lamp labels and the test panel's lamps all draw it.
+    bool glanceable = false;
+    int lightNumber = 0;
+    QString shotNames;
+    // Where the large style puts its text at the view's present size.
+    LampLabelLayout glanceableLayout() const;
+    // The pixel size of the large style's LIVE/PREVIEW label.
+    int glanceableLabelPixelSize() const;
+
+protected:
+    void paintEvent(QPaintEvent* event) override;
+
+private:
+    void paintGlanceable(QPainter& painter);
+    void drawGlanceableLine(QPainter& painter, const LampLabelLayout::Line& line) const;
+    QColor glanceableTextColor() const;
+};

@@ -1,0 +1,106 @@
+#pragma once
+
+#include "lamps/BigTallyView.h"
+#include "mainwindow/LostSourceMenu.h"
+#include "launch/NetworkOutputChoices.h"
+
+#include <QAction>
+#include <QMenu>
+#include <QMenuBar>
+#include <QObject>
+#include <QPointer>
+
+#include <optional>
+
+class ViewController;
+
+// The main window's menu bar: File (Open, Open Recent, Save, Save As, Quit),
+// Edit (Lock Editing, Require Password to Unlock, Test Lights, When the
+// Switcher Is Lost), View (Always on Top, Large Lamp Labels, Big Tally),
+// Source (Mixdesk, OBS Studio…), Outputs (Network Outputs…) and Help
+// (About). The commands go to the main screen controller; Open
+// Recent is rebuilt from the recent documents each time it opens.
+class MainMenu : public QObject {
+    Q_OBJECT
+
+public:
+    MainMenu(QMenuBar& menuBar, ViewController& controller);
+
+    QMenu* fileMenu() const { return m_fileMenu; }
+    QMenu* openRecentMenu() const { return m_openRecentMenu; }
+    // The editing lock's commands and the light test panel.
+    QMenu* editMenu() const { return m_editMenu; }
+    QMenu* viewMenu() const { return m_viewMenu; }
+    QAction* alwaysOnTopAction() const { return m_alwaysOnTop; }
+    // View > Large Lamp Labels: the window's lamps in the large style.
+    QAction* largeLampLabelsAction() const { return m_largeLampLabels; }
+    // View > Big Tally (F11): the lights full screen.
+    QAction* bigTallyAction() const { return m_bigTally; }
+    BigTallyView* bigTallyView() const { return m_bigTallyView; }
+    QAction* requirePasswordAction() const { return m_requirePassword; }
+    QAction* lockEditingAction() const { return m_lockEditing; }
+    QAction* testLightsAction() const { return m_testLights; }
+    QMenu* sourceMenu() const { return m_sourceMenu; }
+    QAction* mixdeskSourceAction() const { return m_mixdeskSource; }
+    QAction* obsSourceAction() const { return m_obsSource; }
+
+    // Follow Mixdesk, or OBS Studio at address ("obs://HOST:PORT") with
+    // password, from now on and at the next start (unless the command line
+    // chooses otherwise). False, with the reason, for an unusable address.
+    void chooseMixdeskSource();
+    bool chooseObsSource(const QString& address, const QString& password, QString* problem = nullptr);
+    LostSourceMenu* lostSourceMenu() const { return m_lostSourceMenu; }
+    QMenu* outputsMenu() const { return m_outputsMenu; }
+    QAction* networkOutputsAction() const { return m_networkOutputs; }
+
+    // Runs the web page and TSL outputs the choices ask for, from now on and
+    // at the next start (unless the command line chooses otherwise). The
+    // reason, with the running outputs left alone, when they cannot run.
+    std::optional<QString> chooseNetworkOutputs(const NetworkOutputChoices& choices);
+    QMenu* helpMenu() const { return m_helpMenu; }
+    QAction* aboutAction() const { return m_about; }
+
+    // The About box's text: the program's name, version and purpose.
+    static QString aboutText();
+
+    // Fills Open Recent from the list: missing files disabled, then Clear.
+    void rebuildOpenRecentMenu();
+
+private:
+    void buildFileMenu(QMenuBar& menuBar);
+    void buildEditMenu(QMenuBar& menuBar);
+    void buildViewMenu(QMenuBar& menuBar);
+    void buildSourceMenu(QMenuBar& menuBar);
+    void askForObsSource();
+    void checkCurrentSource();
+    void buildOutputsMenu(QMenuBar& menuBar);
+    void askForNetworkOutputs();
+    void buildHelpMenu(QMenuBar& menuBar);
+    void addLockEditingItem();
+    void addTestLightsItem();
+    // The item stores the preference itself, then tells the controller.
+    void alwaysOnTopToggled(bool checked);
+    void largeLampLabelsToggled(bool on);
+    void bigTallyToggled(bool on);
+
+    ViewController& m_controller;
+    QPointer<QMenu> m_fileMenu;
+    QPointer<QMenu> m_openRecentMenu;
+    QPointer<QMenu> m_editMenu;
+    QPointer<QMenu> m_viewMenu;
+    QPointer<QAction> m_alwaysOnTop;
+    QPointer<QAction> m_largeLampLabels;
+    QPointer<QAction> m_bigTally;
+    QPointer<BigTallyView> m_bigTallyView;
+    QPointer<QAction> m_requirePassword;
+    QPointer<QAction> m_lockEditing;
+    QPointer<QAction> m_testLights;
+    QPointer<QMenu> m_sourceMenu;
+    QPointer<QAction> m_mixdeskSource;
+    QPointer<QAction> m_obsSource;
+    QPointer<LostSourceMenu> m_lostSourceMenu;
+    QPointer<QMenu> m_outputsMenu;
+    QPointer<QAction> m_networkOutputs;
+    QPointer<QMenu> m_helpMenu;
+    QPointer<QAction> m_about;
+};

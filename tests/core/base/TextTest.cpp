@@ -1,0 +1,39 @@
+#include "base/Text.h"
+
+#include "support/QtPrinters.h"
+
+#include <gtest/gtest.h>
+
+namespace {
+
+const QString precomposed = QString::fromUtf8("Caf\xC3\xA9"); // é as one code point
+const QString decomposed = QString::fromUtf8("Cafe\xCC\x81"); // e + combining acute
+
+} // namespace
+
+TEST(TextTest, CanonicallyEquivalentStringsAreEqual)
+{
+    ASSERT_NE(precomposed, decomposed);
+    EXPECT_TRUE(Text::equal(precomposed, decomposed));
+    EXPECT_EQ(Text::canonical(precomposed), Text::canonical(decomposed));
+}
+
+TEST(TextTest, ComparisonIsCaseSensitive)
+{
+    EXPECT_FALSE(Text::equal(QStringLiteral("Camera 1"), QStringLiteral("camera 1")));
+}
+
+TEST(TextTest, DifferentTextIsNotEqual)
+{
+    EXPECT_FALSE(Text::equal(QStringLiteral("Cam 1"), QStringLiteral("Cam 1 ")));
+    EXPECT_TRUE(Text::equal(QString(), QStringLiteral("")));
+}
+
+TEST(TextTest, AShownTitleTurnsDoubledPlaceholdersIntoOneAndLeavesLoneOnesOut)
+{
+    EXPECT_EQ(Text::shownWindowTitle(QStringLiteral("take[*][*]2.tlx")), QStringLiteral("take[*]2.tlx"));
+    EXPECT_EQ(Text::shownWindowTitle(QStringLiteral("studio.tlx[*]")), QStringLiteral("studio.tlx"));
+    EXPECT_EQ(Text::shownWindowTitle(QStringLiteral("plain.tlx")), QStringLiteral("plain.tlx"));
+    const QString name = QStringLiteral("a[*]b[*][*]c.tlx");
+    EXPECT_EQ(Text::shownWindowTitle(Text::literalWindowTitle(name)), name);
+}

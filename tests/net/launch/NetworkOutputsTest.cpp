@@ -1,0 +1,390 @@
+// The web page and TSL outputs chosen in the window's settings: off unless
+// chosen, started at launch unless the command line says otherwise, and
+// replaced at once when other choices are applied, without losing a working
+// setup to a bad choice or a busy port.
+
+#include "launch/NetworkOutputs.h"
+
+#include "tally/TallyCycle.h"
+#include "base/UserDefaults.h"
+#include "outputs/TslSender.h"
+#include "tsl/TslTallyEncoding.h"
+#include "net/outputs/WebTallyClient.h"
+#include "outputs/WebTallyServer.h"
+#include "support/Eventually.h"
+#include "support/FakeShotSource.h"
+#include "tallymap/TallyMap.h"
+
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QNetworkDatagram>
+#include <QSignalSpy>
+#include <QTcpServer>
+#include <QTcpSocket>
+#include <QTemporaryDir>
+#include <QUdpSocket>
+
+#include <gtest/gtest.h>
+
+namespace {
+
+// The cycle's screen, which these tests do not look at.
+class UnseenWindow : public TallyCycle::Observer {
+public:
+    void setMixdeskWarningHidden(bool) override { }
+    void setEnableEditing(bool) override { }
+    void refreshAssignmentTitles() override { }
+    qsizetype indicatorCount() const override { return TallyMap::numberOfLights; }
+    void showLightMode(qsizetype, TallyMode) override { }
+};
+
+// A UDP receiver on a port of the system's choosing.
+class Receiver {
+public:
+    Receiver() { m_socket.bind(QHostAddress::LocalHost, 0); }
+
+    QString url() const { return QStringLiteral("udp://127.0.0.1:%1").arg(m_socket.localPort()); }
+
+    // Every datagram that comes within the patience, once count have come.
+    QList<QByteArray> waitFor(qsizetype count, int patience = 5000)
+    {
+        QList<QByteArray> datagrams;
+        eventually(
+            [&] {
+                while (m_socket.hasPendingDatagrams()) {
+                    datagrams.append(m_socket.receiveDatagram().data());
+                }
+                return datagrams.size() >= count;
+            },
+            patience);
+        return datagrams;
+    }
+
+private:
+    QUdpSocket m_socket;
+};
+
+// A port nothing listens on now.
+quint16 freePort()
+{
+    QTcpServer probe;
+    EXPECT_TRUE(probe.listen(QHostAddress::LocalHost, 0));
+    return probe.serverPort();
+}
+
+// Whether a connection to the port on this machine is refused outright.
+bool refused(quint16 port)
+{
+    QTcpSocket socket;
+    socket.connectToHost(QHostAddress::LocalHost, port);
+    eventually(
+        [&] {
+            return socket.state() == QAbstractSocket::UnconnectedState
+                || socket.state() == QAbstractSocket::ConnectedState;
+        },
+        5000);
+    return socket.error() == QAbstractSocket::ConnectionRefusedError;
+}
+
+bool answersLights(quint16 port)
+{
+    const HttpAnswer answer = httpGet(port, QStringLiteral("/api/lights"));
+    return answer.status == 200 && QJsonDocument::fromJson(answer.body).object().contains(QStringLiteral("lights"));
+}
+
+class NetworkOutputsTest : public testing::Test {
+protected:
+    void SetUp() override
+    {
+        ASSERT_TRUE(directory.isValid());
+        auto live = std::make_shared<Mixdesk::Shot>(QStringLiteral("Camera 1"));
+        live->shotId = QStringLiteral("1");
+        live->isLive = true;
+        source.shots = { live, std::make_shared<Mixdesk::Shot>(QStringLiteral("Unused")) };
+        map.setShotSelection(0, { std::make_shared<Mixdesk::Shot>(QStringLiteral("Camera 1")) });
+    }
+
+    void tick() { cycle.updateTallyLights(shotList, map); }
+
+    // The lights after a tick: light 1 live on Camera 1, the others off.
+    static QList<LightState> lightsAfterTick()
+    {
+        QList<LightState> lights(TallyMap::numberOfLights);
+        lights[0] = { TallyMode::live, { QStringLiteral("Camera 1") } };
+        return lights;
+    }
+
+    static NetworkOutputChoices webOn(quint16 port)
+    {
+        NetworkOutputChoices choices;
+        choices.web = QStringLiteral("127.0.0.1:%1").arg(port);
+        return choices;
+    }
+
+    QTemporaryDir directory;
+    UserDefaults defaults { directory.filePath(QStringLiteral("preferences.ini")) };
+    FakeShotSource source;
+    UnseenWindow window;
+    TallyCycle cycle { source, window, [](quint8) {} };
+    TallyMap map;
+    Mixdesk::ShotList shotList;
+    NetworkOutputs outputs { cycle };
+};
+
+} // namespace
+
+TEST_F(NetworkOutputsTest, WithNoSettingsAndNoOptionsNoOutputStarts)
+{
+    const NetworkOutputChoices saved = NetworkOutputChoices::saved(defaults);
+    EXPECT_EQ(saved, NetworkOutputChoices {});
+    OutputsProblem problem;
+    ASSERT_TRUE(outputs.startAtLaunch(RunOptions {}, saved, &problem)) << problem.text.toStdString();
+    EXPECT_EQ(outputs.webServer(), nullptr);
+    EXPECT_EQ(outputs.tslSender(), nullptr);
+    EXPECT_EQ(outputs.current(), NetworkOutputChoices {});
+    EXPECT_TRUE(outputs.problem().isEmpty());
+}
+
+TEST_F(NetworkOutputsTest, NoOutputSettingIsRegisteredAsOn)
+{
+    const QVariantMap registered = Preferences::registeredDefaults();
+    for (const QString& key : { Preferences::webTally, Preferences::tsl31Destinations, Preferences::tsl50Destinations,
+             Preferences::tslIndexOffset }) {
+        EXPECT_FALSE(registered.contains(key)) << key.toStdString();
+    }
+}
+
+TEST_F(NetworkOutputsTest, ASavedWebPageAnswersOnItsPortAtLaunch)
+{
+    const quint16 port = freePort();
+    defaults.setObject(Preferences::webTally, QStringLiteral("127.0.0.1:%1").arg(port));
+    OutputsProblem problem;
+    ASSERT_TRUE(outputs.startAtLaunch(RunOptions {}, NetworkOutputChoices::saved(defaults), &problem));
+    ASSERT_NE(outputs.webServer(), nullptr);
+    tick();
+    const HttpAnswer answer = httpGet(port, QStringLiteral("/api/lights"));
+    ASSERT_EQ(answer.status, 200);
+    const QJsonObject state = QJsonDocument::fromJson(answer.body).object();
+    EXPECT_TRUE(state.value(QStringLiteral("sourceRunning")).toBool());
+    const QJsonObject first = state.value(QStringLiteral("lights")).toArray().first().toObject();
+    EXPECT_EQ(first.value(QStringLiteral("mode")).toString(), QStringLiteral("live"));
+}
+
+TEST_F(NetworkOutputsTest, TheCommandLineWinsOverTheSavedChoicesOfTheSameKind)
+{
+    Receiver saved31;
+    Receiver given50;
+    const quint16 savedPort = freePort();
+    NetworkOutputChoices saved = webOn(savedPort);
+    saved.tsl31Destinations = { saved31.url() };
+    const quint16 givenPort = freePort();
+    QStringList arguments { QStringLiteral("--web"), QStringLiteral("127.0.0.1:%1").arg(givenPort),
+        QStringLiteral("--tsl5"), given50.url() };
+    RunOptions commandLine;
+    ASSERT_EQ(RunOptions::takeFrom(arguments, &commandLine), std::nullopt);
+
+    OutputsProblem problem;
+    ASSERT_TRUE(outputs.startAtLaunch(commandLine, saved, &problem)) << problem.text.toStdString();
+    tick();
+    EXPECT_TRUE(answersLights(givenPort));
+    EXPECT_TRUE(refused(savedPort));
+    EXPECT_EQ(given50.waitFor(TallyMap::numberOfLights),
+        TslTallyEncoding::packets(TslTallyEncoding::Version::v50, lightsAfterTick(), 0));
+    EXPECT_TRUE(saved31.waitFor(1, 300).isEmpty());
+    EXPECT_EQ(outputs.current(), NetworkOutputChoices::of(commandLine));
+}
+
+TEST_F(NetworkOutputsTest, ACommandLineWebPageLeavesTheSavedTslOutputsOn)
+{
+    Receiver saved31;
+    NetworkOutputChoices saved;
+    saved.tsl31Destinations = { saved31.url() };
+    saved.tslIndexOffset = 3;
+    const quint16 givenPort = freePort();
+    QStringList arguments { QStringLiteral("--web=127.0.0.1:%1").arg(givenPort) };
+    RunOptions commandLine;
+    ASSERT_EQ(RunOptions::takeFrom(arguments, &commandLine), std::nullopt);
+
+    OutputsProblem problem;
+    ASSERT_TRUE(outputs.startAtLaunch(commandLine, saved, &problem)) << problem.text.toStdString();
+    tick();
+    EXPECT_TRUE(answersLights(givenPort));
+    EXPECT_EQ(saved31.waitFor(TallyMap::numberOfLights),
+        TslTallyEncoding::packets(TslTallyEncoding::Version::v31, lightsAfterTick(), 3));
+}
+
+TEST_F(NetworkOutputsTest, ApplyingTslChoicesSendsThreeOneAndFiveBytesAtOnce)
+{
+    Receiver receiver31;
+    Receiver receiver50;
+    NetworkOutputChoices choices;
+    choices.tsl31Destinations = { receiver31.url() };
+    choices.tsl50Destinations = { receiver50.url() };
+    choices.tslIndexOffset = 2;
+    OutputsProblem problem;
+    ASSERT_TRUE(outputs.apply(choices, &problem)) << problem.text.toStdString();
+    ASSERT_NE(outputs.tslSender(), nullptr);
+    tick();
+    EXPECT_EQ(receiver31.waitFor(TallyMap::numberOfLights),
+        TslTallyEncoding::packets(TslTallyEncoding::Version::v31, lightsAfterTick(), 2));
+    EXPECT_EQ(receiver50.waitFor(TallyMap::numberOfLights),
+        TslTallyEncoding::packets(TslTallyEncoding::Version::v50, lightsAfterTick(), 2));
+    EXPECT_EQ(outputs.current(), choices);
+}
+
+TEST_F(NetworkOutputsTest, TurningTheWebPageOffStopsItsServer)
+{
+    const quint16 port = freePort();
+    OutputsProblem problem;
+    ASSERT_TRUE(outputs.apply(webOn(port), &problem)) << problem.text.toStdString();
+    ASSERT_TRUE(answersLights(port));
+    ASSERT_TRUE(outputs.apply(NetworkOutputChoices {}, &problem)) << problem.text.toStdString();
+    EXPECT_EQ(outputs.webServer(), nullptr);
+    EXPECT_TRUE(refused(port));
+    tick(); // the cycle no longer holds the server it had
+}
+
+TEST_F(NetworkOutputsTest, ABadDestinationIsRefusedWithItsReasonAndTheRunningSetupStays)
+{
+    const quint16 port = freePort();
+    OutputsProblem problem;
+    ASSERT_TRUE(outputs.choose(webOn(port), defaults, &problem)) << problem.text.toStdString();
+    WebTallyServer* running = outputs.webServer();
+
+    NetworkOutputChoices bad;
+    bad.tsl50Destinations = { QStringLiteral("ftp://studio:21") };
+    EXPECT_FALSE(outputs.choose(bad, defaults, &problem));
+    EXPECT_TRUE(problem.isUsage);
+    EXPECT_EQ(problem.text,
+        QStringLiteral("TSL 5.0: bad TSL destination 'ftp://studio:21': expected udp://HOST:PORT or tcp://HOST:PORT"));
+    EXPECT_EQ(outputs.webServer(), running);
+    EXPECT_EQ(outputs.current(), webOn(port));
+    EXPECT_EQ(NetworkOutputChoices::saved(defaults), webOn(port));
+    tick();
+    EXPECT_TRUE(answersLights(port));
+}
+
+TEST_F(NetworkOutputsTest, AnOffsetPastAVersionsDisplayIndexesIsRefusedInTheOperatorsWords)
+{
+    NetworkOutputChoices choices;
+    choices.tsl31Destinations = { QStringLiteral("udp://127.0.0.1:8900") };
+    choices.tslIndexOffset = 119;
+    EXPECT_EQ(choices.problem(),
+        QStringLiteral("The display index offset 119 is too large for TSL 3.1: display indexes end at 126, so the "
+                       "offset can be at most 118"));
+    choices.tslIndexOffset = -1;
+    EXPECT_EQ(choices.problem(), QStringLiteral("The display index offset must be 0 or more, not -1"));
+    choices.tslIndexOffset = 118;
+    EXPECT_EQ(choices.problem(), std::nullopt);
+}
+
+TEST_F(NetworkOutputsTest, AWebPageWithoutAUsableAddressIsRefusedWithItsReason)
+{
+    NetworkOutputChoices choices;
+    choices.web = QString();
+    EXPECT_EQ(choices.problem(),
+        QStringLiteral("The web tally page needs a port to listen on: [ADDRESS:]PORT, such as 8080"));
+    choices.web = QStringLiteral("studio:8080");
+    EXPECT_EQ(choices.problem(), QStringLiteral("Web tally page: 'studio' is not an IP address"));
+    OutputsProblem problem;
+    EXPECT_FALSE(outputs.apply(choices, &problem));
+    EXPECT_TRUE(problem.isUsage);
+}
+
+TEST_F(NetworkOutputsTest, ABusyPortIsReportedAndTheWorkingSetupIsNotLost)
+{
+    Receiver receiver;
+    const quint16 port = freePort();
+    NetworkOutputChoices working = webOn(port);
+    working.tsl31Destinations = { receiver.url() };
+    OutputsProblem problem;
+    ASSERT_TRUE(outputs.choose(working, defaults, &problem)) << problem.text.toStdString();
+
+    QTcpServer taken;
+    ASSERT_TRUE(taken.listen(QHostAddress::LocalHost, 0));
+    EXPECT_FALSE(outputs.choose(webOn(taken.serverPort()), defaults, &problem));
+    EXPECT_FALSE(problem.isUsage);
+    EXPECT_TRUE(problem.text.contains(QString::number(taken.serverPort()))) << problem.text.toStdString();
+
+    EXPECT_EQ(outputs.current(), working);
+    EXPECT_EQ(NetworkOutputChoices::saved(defaults), working);
+    tick();
+    EXPECT_TRUE(answersLights(port));
+    EXPECT_EQ(receiver.waitFor(TallyMap::numberOfLights).size(), TallyMap::numberOfLights);
+}
+
+TEST_F(NetworkOutputsTest, ASavedWebPageOnABusyPortLeavesTheWindowStartingAndSaysWhy)
+{
+    QTcpServer taken;
+    ASSERT_TRUE(taken.listen(QHostAddress::LocalHost, 0));
+    defaults.setObject(Preferences::webTally, QStringLiteral("127.0.0.1:%1").arg(taken.serverPort()));
+    QSignalSpy reported(&outputs, &NetworkOutputs::problemChanged);
+    OutputsProblem problem;
+    ASSERT_TRUE(outputs.startAtLaunch(RunOptions {}, NetworkOutputChoices::saved(defaults), &problem));
+    EXPECT_EQ(outputs.webServer(), nullptr);
+    ASSERT_EQ(reported.size(), 1);
+    const QString said = reported.first().first().toString();
+    EXPECT_TRUE(said.startsWith(QStringLiteral("The saved web tally page did not start: "))) << said.toStdString();
+    EXPECT_TRUE(said.contains(QString::number(taken.serverPort()))) << said.toStdString();
+    EXPECT_EQ(outputs.problem(), said);
+    // The choice stays saved, for when the port is free again.
+    EXPECT_EQ(NetworkOutputChoices::saved(defaults).web, QStringLiteral("127.0.0.1:%1").arg(taken.serverPort()));
+}
+
+TEST_F(NetworkOutputsTest, AFailureOfTheCommandLinesOwnOutputsStopsTheLaunch)
+{
+    QStringList arguments { QStringLiteral("--tsl5"), QStringLiteral("ftp://studio:21") };
+    RunOptions commandLine;
+    ASSERT_EQ(RunOptions::takeFrom(arguments, &commandLine), std::nullopt);
+    OutputsProblem problem;
+    EXPECT_FALSE(outputs.startAtLaunch(commandLine, NetworkOutputChoices {}, &problem));
+    EXPECT_TRUE(problem.isUsage);
+    EXPECT_TRUE(problem.text.contains(QStringLiteral("ftp://studio:21"))) << problem.text.toStdString();
+}
+
+TEST_F(NetworkOutputsTest, ApplyingTheSameAddressKeepsThePageAndItsOpenConnections)
+{
+    const quint16 port = freePort();
+    OutputsProblem problem;
+    ASSERT_TRUE(outputs.apply(webOn(port), &problem));
+    tick();
+    PageSocket page(port);
+    ASSERT_TRUE(page.connected());
+    WebTallyServer* running = outputs.webServer();
+    NetworkOutputChoices withTsl = webOn(port);
+    withTsl.tsl50Destinations = { QStringLiteral("udp://127.0.0.1:9") };
+    ASSERT_TRUE(outputs.apply(withTsl, &problem)) << problem.text.toStdString();
+    EXPECT_EQ(outputs.webServer(), running);
+    EXPECT_EQ(page.socket.state(), QAbstractSocket::ConnectedState);
+}
+
+TEST_F(NetworkOutputsTest, ThePageMovesToEveryInterfaceOnTheSamePort)
+{
+    const quint16 port = freePort();
+    OutputsProblem problem;
+    ASSERT_TRUE(outputs.apply(webOn(port), &problem));
+    NetworkOutputChoices everywhere;
+    everywhere.web = QString::number(port);
+    ASSERT_TRUE(outputs.apply(everywhere, &problem)) << problem.text.toStdString();
+    tick();
+    EXPECT_TRUE(answersLights(port));
+    EXPECT_EQ(outputs.current(), everywhere);
+}
+
+TEST_F(NetworkOutputsTest, ChosenOutputsAreSavedAndReadBackAlike)
+{
+    NetworkOutputChoices choices;
+    choices.web = QStringLiteral("127.0.0.1:%1").arg(freePort());
+    choices.tsl31Destinations = { QStringLiteral("udp://127.0.0.1:4003") };
+    choices.tsl50Destinations = { QStringLiteral("udp://127.0.0.1:8900"), QStringLiteral("tcp://127.0.0.1:9") };
+    choices.tslIndexOffset = 4;
+    OutputsProblem problem;
+    ASSERT_TRUE(outputs.choose(choices, defaults, &problem)) << problem.text.toStdString();
+    UserDefaults reopened(defaults.settingsFilePath());
+    EXPECT_EQ(NetworkOutputChoices::saved(reopened), choices);
+
+    ASSERT_TRUE(outputs.choose(NetworkOutputChoices {}, defaults, &problem)) << problem.text.toStdString();
+    UserDefaults reopenedOff(defaults.settingsFilePath());
+    EXPECT_EQ(NetworkOutputChoices::saved(reopenedOff), NetworkOutputChoices {});
+}

@@ -1,0 +1,217 @@
+#include "outputs/TslSender.h"
+
+#include "tsl/TslUmd50.h"
+#include "tsl/TslUmd50StreamReader.h"
+#include "support/Eventually.h"
+#include "support/QtPrinters.h"
+
+#include <QElapsedTimer>
+#include <QNetworkDatagram>
+#include <QTcpServer>
+#include <QTcpSocket>
+#include <QUdpSocket>
+
+#include <gtest/gtest.h>
+
+namespace {
+
+TallySnapshot snapshot(TallyMode firstMode, const QString& firstName = QStringLiteral("Cam 1"))
+{
+    TallySnapshot built;
+    built.sourceRunning = true;
+    built.lights.append({ firstMode, { firstName } });
+    for (int i = 1; i < 8; ++i) {
+        built.lights.append({ TallyMode::off, {} });
+    }
+    return built;
+}
+
+TslDestination destination(TslTallyEncoding::Version version, TslDestination::Transport transport, quint16 port)
+{
+    TslDestination built;
+    built.version = version;
+    built.transport = transport;
+    built.host = QStringLiteral("127.0.0.1");
+    built.port = port;
+    return built;
+}
+
+// A UDP receiver on a port of the system's choosing.
+class Receiver {
+public:
+    Receiver() { m_socket.bind(QHostAddress::LocalHost, 0); }
+
+    quint16 port() const { return m_socket.localPort(); }
+
+    // Everything received so far.
+    QList<QByteArray> take()
+    {
+        QList<QByteArray> datagrams;
+        while (m_socket.hasPendingDatagrams()) {
+            datagrams.append(m_socket.receiveDatagram().data());
+        }
+        return datagrams;
+    }
+
+    // Waits until count datagrams have come, or the patience runs out.
+    QList<QByteArray> waitFor(qsizetype count, int patience = 5000)
+    {
+        QList<QByteArray> datagrams;
+        eventually(
+            [&] {
+                datagrams += take();
+                return datagrams.size() >= count;
+            },
+            patience);
+        return datagrams;
+    }
+
+private:
+    QUdpSocket m_socket;
+};
+
+} // namespace
+
+TEST(TslSenderTest, AChangeGoesOutAtOnceAsOneDatagramPerLight)
+{
+    Receiver receiver;
+    TslSender sender(
+        { destination(TslTallyEncoding::Version::v50, TslDestination::Transport::udp, receiver.port()) }, 0);
+    const TallySnapshot live = snapshot(TallyMode::live);
+    sender.publish(live);
+    const QList<QByteArray> datagrams = receiver.waitFor(8);
+    EXPECT_EQ(datagrams, TslTallyEncoding::packets(TslTallyEncoding::Version::v50, live.lights, 0));
+}
+
+TEST(TslSenderTest, ThreeOneAndFiveDestinationsEachGetTheirOwnVersion)
+{
+    Receiver receiver31;
+    Receiver receiver50;
+    TslSender sender(
+        { destination(TslTallyEncoding::Version::v31, TslDestination::Transport::udp, receiver31.port()),
+            destination(TslTallyEncoding::Version::v50, TslDestination::Transport::udp, receiver50.port()) },
+        4);
+    const TallySnapshot preview = snapshot(TallyMode::preview);
+    sender.publish(preview);
+    EXPECT_EQ(receiver31.waitFor(8), TslTallyEncoding::packets(TslTallyEncoding::Version::v31, preview.lights, 4));
+    EXPECT_EQ(receiver50.waitFor(8), TslTallyEncoding::packets(TslTallyEncoding::Version::v50, preview.lights, 4));
+}
+
+TEST(TslSenderTest, TheSameLightsAgainAreNotSentButAChangeIs)
+{
+    Receiver receiver;
+    TslSender sender({ destination(TslTallyEncoding::Version::v31, TslDestination::Transport::udp, receiver.port()) },
+        0, std::chrono::minutes(1));
+    sender.publish(snapshot(TallyMode::live));
+    ASSERT_EQ(receiver.waitFor(8).size(), 8);
+    // A tick with nothing new, as every quarter second.
+    sender.publish(snapshot(TallyMode::live));
+    EXPECT_TRUE(receiver.waitFor(1, 300).isEmpty());
+    const TallySnapshot preview = snapshot(TallyMode::preview);
+    sender.publish(preview);
+    EXPECT_EQ(receiver.waitFor(8), TslTallyEncoding::packets(TslTallyEncoding::Version::v31, preview.lights, 0));
+}
+
+TEST(TslSenderTest, TheStateIsRepeatedAtEveryRefreshWithoutAChange)
+{
+    Receiver receiver;
+    TslSender sender({ destination(TslTallyEncoding::Version::v31, TslDestination::Transport::udp, receiver.port()) },
+        0, std::chrono::milliseconds(50));
+    const TallySnapshot live = snapshot(TallyMode::live);
+    sender.publish(live);
+    const QList<QByteArray> datagrams = receiver.waitFor(24, 5000);
+    ASSERT_GE(datagrams.size(), 24);
+    EXPECT_EQ(datagrams.mid(16, 8), TslTallyEncoding::packets(TslTallyEncoding::Version::v31, live.lights, 0));
+}
+
+TEST(TslSenderTest, TheRefreshIsOneSecond)
+{
+    EXPECT_EQ(TslSender::refreshInterval, std::chrono::seconds(1));
+}
+
+TEST(TslSenderTest, NothingIsSentBeforeTheFirstTick)
+{
+    Receiver receiver;
+    TslSender sender({ destination(TslTallyEncoding::Version::v31, TslDestination::Transport::udp, receiver.port()) },
+        0, std::chrono::milliseconds(50));
+    EXPECT_TRUE(receiver.waitFor(1, 300).isEmpty());
+}
+
+TEST(TslSenderTest, ANameIsLookedUpAndThenSentTo)
+{
+    Receiver receiver;
+    TslDestination named = destination(TslTallyEncoding::Version::v31, TslDestination::Transport::udp, receiver.port());
+    named.host = QStringLiteral("localhost");
+    TslSender sender({ named }, 0, std::chrono::milliseconds(100));
+    sender.publish(snapshot(TallyMode::live));
+    // The look-up may still be under way at the first publish; the refresh
+    // sends once it is done.
+    const QList<QByteArray> datagrams = receiver.waitFor(8, 5000);
+    ASSERT_GE(datagrams.size(), 8);
+    EXPECT_EQ(datagrams.first(),
+        TslTallyEncoding::packets(TslTallyEncoding::Version::v31, snapshot(TallyMode::live).lights, 0).first());
+}
+
+TEST(TslSenderTest, OverTcpFivePacketsAreFramedAndANewConnectionGetsTheWholeState)
+{
+    QTcpServer server;
+    ASSERT_TRUE(server.listen(QHostAddress::LocalHost, 0));
+    TslSender sender(
+        { destination(TslTallyEncoding::Version::v50, TslDestination::Transport::tcp, server.serverPort()) }, 0);
+    const TallySnapshot live = snapshot(TallyMode::live, QStringLiteral("Kamera \u00e9"));
+    sender.publish(live);
+    ASSERT_TRUE(eventually([&] { return server.hasPendingConnections(); }, 5000));
+    QTcpSocket* connection = server.nextPendingConnection();
+    TslUmd50StreamReader reader;
+    QList<QByteArray> packets;
+    eventually(
+        [&] {
+            packets += reader.feed(connection->readAll());
+            return packets.size() >= 8;
+        },
+        5000);
+    ASSERT_GE(packets.size(), 8);
+    EXPECT_EQ(packets.first(8), TslTallyEncoding::packets(TslTallyEncoding::Version::v50, live.lights, 0));
+    EXPECT_EQ(reader.rejectedCount(), 0);
+}
+
+TEST(TslSenderTest, ATcpDestinationThatGoesAwayIsConnectedToAgain)
+{
+    QTcpServer server;
+    ASSERT_TRUE(server.listen(QHostAddress::LocalHost, 0));
+    TslSender sender(
+        { destination(TslTallyEncoding::Version::v50, TslDestination::Transport::tcp, server.serverPort()) }, 0);
+    sender.publish(snapshot(TallyMode::live));
+    ASSERT_TRUE(eventually([&] { return server.hasPendingConnections(); }, 5000));
+    QTcpSocket* first = server.nextPendingConnection();
+    first->abort();
+    ASSERT_TRUE(eventually([&] { return server.hasPendingConnections(); }, 5000));
+    QTcpSocket* second = server.nextPendingConnection();
+    TslUmd50StreamReader reader;
+    QList<QByteArray> packets;
+    eventually(
+        [&] {
+            packets += reader.feed(second->readAll());
+            return packets.size() >= 8;
+        },
+        5000);
+    EXPECT_GE(packets.size(), 8);
+}
+
+TEST(TslSenderTest, PublishingToAnUnreachableTcpDestinationDoesNotWait)
+{
+    // A port nobody listens on: take one and give it back.
+    quint16 port = 0;
+    {
+        QTcpServer probe;
+        ASSERT_TRUE(probe.listen(QHostAddress::LocalHost, 0));
+        port = probe.serverPort();
+    }
+    TslSender sender({ destination(TslTallyEncoding::Version::v50, TslDestination::Transport::tcp, port) }, 0);
+    QElapsedTimer timer;
+    timer.start();
+    for (int i = 0; i < 20; ++i) {
+        sender.publish(snapshot(i % 2 == 0 ? TallyMode::live : TallyMode::preview));
+    }
+    EXPECT_LT(timer.elapsed(), 1000);
+}

@@ -1,0 +1,319 @@
+#include "outputs/WebTallyServer.h"
+
+#include "net/outputs/WebTallyClient.h"
+#include "support/QtPrinters.h"
+
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QTcpServer>
+
+#include <gtest/gtest.h>
+
+namespace {
+
+TallySnapshot studio(TallyMode first, bool running = true)
+{
+    TallySnapshot snapshot;
+    snapshot.sourceRunning = running;
+    snapshot.lights.resize(8);
+    snapshot.lights[0] = { first, { QStringLiteral("Camera 1") } };
+    snapshot.lights[1] = { TallyMode::preview, { QStringLiteral("Camera 2") } };
+    return snapshot;
+}
+
+QJsonObject parsed(const QByteArray& json)
+{
+    return QJsonDocument::fromJson(json).object();
+}
+
+QString lightMode(const QJsonObject& state, int index)
+{
+    return state.value(QStringLiteral("lights")).toArray()[index].toObject().value(QStringLiteral("mode")).toString();
+}
+
+WebListenAddress loopback(quint16 port = 0)
+{
+    return { QHostAddress(QHostAddress::LocalHost), port };
+}
+
+class WebTallyServerTest : public testing::Test {
+protected:
+    // A keep-alive slow enough that no test sees one unless it asks for it.
+    static WebTallyServer::Limits quietLimits()
+    {
+        WebTallyServer::Limits limits;
+        limits.keepAliveMilliseconds = 600000;
+        return limits;
+    }
+
+    void start(WebTallyServer::Limits limits = quietLimits())
+    {
+        server = std::make_unique<WebTallyServer>(limits);
+        QString problem;
+        ASSERT_TRUE(server->listen(loopback(), &problem)) << problem.toStdString();
+        port = server->port();
+        ASSERT_NE(port, 0);
+    }
+
+    // What a raw client hears before the server closes the connection.
+    QByteArray sendRaw(const QByteArray& bytes, bool* closed)
+    {
+        QTcpSocket socket;
+        socket.connectToHost(QHostAddress::LocalHost, port);
+        EXPECT_TRUE(socket.waitForConnected(5000));
+        socket.write(bytes);
+        QByteArray heard;
+        *closed = eventually(
+            [&] {
+                heard += socket.readAll();
+                return socket.state() == QAbstractSocket::UnconnectedState;
+            },
+            5000);
+        return heard;
+    }
+
+    std::unique_ptr<WebTallyServer> server;
+    quint16 port = 0;
+};
+
+} // namespace
+
+TEST_F(WebTallyServerTest, TheListPageNamesEveryLightWithItsShotsAndLinksToItsPage)
+{
+    start();
+    server->publish(studio(TallyMode::live));
+    const HttpAnswer answer = httpGet(port, QStringLiteral("/"));
+    EXPECT_EQ(answer.status, 200);
+    EXPECT_EQ(answer.contentType, QByteArray("text/html; charset=utf-8"));
+    for (int light = 1; light <= 8; ++light) {
+        EXPECT_TRUE(answer.body.contains(QStringLiteral("href=\"/light/%1\"").arg(light).toUtf8())) << light;
+    }
+    EXPECT_TRUE(answer.body.contains("<span class=\"mode\">LIVE</span><span class=\"shots\">Camera 1</span>"));
+    EXPECT_TRUE(answer.body.contains("<span class=\"mode\">PREVIEW</span><span class=\"shots\">Camera 2</span>"));
+}
+
+TEST_F(WebTallyServerTest, EachOfTheEightLightsHasAPageOfItsOwn)
+{
+    start();
+    for (int light = 1; light <= 8; ++light) {
+        const HttpAnswer answer = httpGet(port, QStringLiteral("/light/%1").arg(light));
+        EXPECT_EQ(answer.status, 200) << light;
+        EXPECT_TRUE(answer.body.contains(QStringLiteral("data-light=\"%1\"").arg(light).toUtf8())) << light;
+        EXPECT_TRUE(answer.body.contains("<script src=\"/assets/tally.js\"></script>"));
+    }
+}
+
+TEST_F(WebTallyServerTest, LightsOutsideOneToEightAndUnknownPathsAreNotFound)
+{
+    start();
+    for (const QString& path : { QStringLiteral("/light/0"), QStringLiteral("/light/9"), QStringLiteral("/light/01"),
+             QStringLiteral("/light/x"), QStringLiteral("/light/1/more"), QStringLiteral("/light"),
+             QStringLiteral("/nothing"), QStringLiteral("/assets/other.js"), QStringLiteral("/api/lights/1") }) {
+        EXPECT_EQ(httpGet(port, path).status, 404) << path.toStdString();
+    }
+}
+
+TEST_F(WebTallyServerTest, ThePageScriptAndStyleComeFromTheProgramAndNothingFromElsewhere)
+{
+    start();
+    const HttpAnswer script = httpGet(port, QStringLiteral("/assets/tally.js"));
+    EXPECT_EQ(script.status, 200);
+    EXPECT_EQ(script.contentType, QByteArray("text/javascript; charset=utf-8"));
+    EXPECT_TRUE(script.body.contains("new WebSocket("));
+    const HttpAnswer style = httpGet(port, QStringLiteral("/assets/tally.css"));
+    EXPECT_EQ(style.status, 200);
+    EXPECT_TRUE(style.body.contains(".nosignal"));
+    for (const QByteArray& body : { script.body, style.body, httpGet(port, QStringLiteral("/")).body,
+             httpGet(port, QStringLiteral("/light/1")).body }) {
+        EXPECT_FALSE(body.contains("http://")) << body.toStdString();
+        EXPECT_FALSE(body.contains("https://")) << body.toStdString();
+        EXPECT_FALSE(body.contains("@import"));
+    }
+}
+
+TEST_F(WebTallyServerTest, BeforeTheFirstTickTheStateIsEightDarkLightsAndNoSource)
+{
+    start();
+    const HttpAnswer answer = httpGet(port, QStringLiteral("/api/lights"));
+    EXPECT_EQ(answer.status, 200);
+    EXPECT_EQ(answer.contentType, QByteArray("application/json"));
+    const QJsonObject state = parsed(answer.body);
+    EXPECT_FALSE(state.value(QStringLiteral("sourceRunning")).toBool(true));
+    EXPECT_EQ(state.value(QStringLiteral("lights")).toArray().size(), 8);
+    EXPECT_EQ(lightMode(state, 7), QStringLiteral("off"));
+}
+
+TEST_F(WebTallyServerTest, TheApiAnswersTheLastPublishedLights)
+{
+    start();
+    server->publish(studio(TallyMode::live));
+    const QJsonObject state = parsed(httpGet(port, QStringLiteral("/api/lights")).body);
+    EXPECT_TRUE(state.value(QStringLiteral("sourceRunning")).toBool());
+    EXPECT_EQ(lightMode(state, 0), QStringLiteral("live"));
+    EXPECT_EQ(lightMode(state, 1), QStringLiteral("preview"));
+    EXPECT_EQ(state.value(QStringLiteral("lights")).toArray()[0].toObject().value(QStringLiteral("shots")).toArray(),
+        (QJsonArray { QStringLiteral("Camera 1") }));
+}
+
+TEST_F(WebTallyServerTest, AnOpenedWebSocketHearsTheWholeStateAtOnce)
+{
+    start();
+    server->publish(studio(TallyMode::live));
+    PageSocket page(port);
+    ASSERT_TRUE(page.heard(1));
+    EXPECT_EQ(page.messages.first(), httpGet(port, QStringLiteral("/api/lights")).body);
+}
+
+TEST_F(WebTallyServerTest, AChangeIsPushedAtOnceAndTheSamePictureIsNotSentAgain)
+{
+    start();
+    server->publish(studio(TallyMode::live));
+    PageSocket page(port);
+    ASSERT_TRUE(page.heard(1));
+    server->publish(studio(TallyMode::live));
+    server->publish(studio(TallyMode::preview));
+    ASSERT_TRUE(page.heard(2));
+    EXPECT_EQ(lightMode(parsed(page.messages[1]), 0), QStringLiteral("preview"));
+    server->publish(studio(TallyMode::preview));
+    QCoreApplication::processEvents();
+    eventually([] { return false; }, 200);
+    EXPECT_EQ(page.messages.size(), 2);
+}
+
+TEST_F(WebTallyServerTest, ALostSourceIsPushedSoThatPagesStopShowingColours)
+{
+    start();
+    server->publish(studio(TallyMode::live));
+    PageSocket page(port);
+    ASSERT_TRUE(page.heard(1));
+    server->publish(studio(TallyMode::live, false));
+    ASSERT_TRUE(page.heard(2));
+    EXPECT_FALSE(parsed(page.messages[1]).value(QStringLiteral("sourceRunning")).toBool(true));
+}
+
+TEST_F(WebTallyServerTest, PagesHearTheStateAgainWhileNothingChanges)
+{
+    WebTallyServer::Limits limits;
+    limits.keepAliveMilliseconds = 50;
+    start(limits);
+    server->publish(studio(TallyMode::live));
+    PageSocket page(port);
+    ASSERT_TRUE(page.heard(4));
+    EXPECT_EQ(page.messages[3], page.messages[0]);
+}
+
+TEST_F(WebTallyServerTest, WebSocketsBeyondTheLimitAreClosed)
+{
+    WebTallyServer::Limits limits = quietLimits();
+    limits.maxWebSockets = 2;
+    start(limits);
+    PageSocket first(port);
+    PageSocket second(port);
+    ASSERT_TRUE(first.heard(1));
+    ASSERT_TRUE(second.heard(1));
+    PageSocket third(port);
+    EXPECT_TRUE(third.closed());
+    EXPECT_TRUE(third.messages.isEmpty());
+    EXPECT_EQ(third.socket.closeCode(), QWebSocketProtocol::CloseCodePolicyViolated);
+    EXPECT_EQ(server->webSocketCount(), 2);
+    first.socket.close();
+    ASSERT_TRUE(eventually([&] { return server->webSocketCount() == 1; }));
+    PageSocket fourth(port);
+    EXPECT_TRUE(fourth.heard(1)) << "a closed page frees its place";
+}
+
+TEST_F(WebTallyServerTest, AWebSocketOnAnotherPathIsClosed)
+{
+    start();
+    PageSocket page(port, QStringLiteral("/elsewhere"));
+    EXPECT_TRUE(page.closed());
+    EXPECT_TRUE(page.messages.isEmpty());
+    EXPECT_EQ(server->webSocketCount(), 0);
+}
+
+TEST_F(WebTallyServerTest, WhatAPageSendsChangesNothingAndAnOversizedMessageClosesIt)
+{
+    start();
+    server->publish(studio(TallyMode::live));
+    PageSocket page(port);
+    ASSERT_TRUE(page.heard(1));
+    page.socket.sendTextMessage(QStringLiteral("{\"light\":1,\"mode\":\"off\"}"));
+    page.socket.sendTextMessage(QStringLiteral("cut"));
+    eventually([] { return false; }, 200);
+    EXPECT_EQ(page.socket.state(), QAbstractSocket::ConnectedState);
+    EXPECT_EQ(lightMode(parsed(httpGet(port, QStringLiteral("/api/lights")).body), 0), QStringLiteral("live"));
+    page.socket.sendTextMessage(QString(4096, QLatin1Char('x')));
+    EXPECT_TRUE(page.closed());
+    EXPECT_EQ(page.messages.size(), 1);
+}
+
+TEST_F(WebTallyServerTest, OtherMethodsThanGetAreNotServed)
+{
+    start();
+    server->publish(studio(TallyMode::live));
+    bool closed = false;
+    const QByteArray heard
+        = sendRaw("POST /api/lights HTTP/1.1\r\nHost: x\r\nContent-Length: 2\r\nConnection: close\r\n\r\n{}", &closed);
+    EXPECT_TRUE(heard.startsWith("HTTP/1.1 404")) << heard.toStdString();
+    EXPECT_EQ(lightMode(parsed(httpGet(port, QStringLiteral("/api/lights")).body), 0), QStringLiteral("live"));
+}
+
+TEST_F(WebTallyServerTest, AnOversizedRequestIsCutOffUnanswered)
+{
+    start();
+    bool closed = false;
+    const QByteArray heard
+        = sendRaw("GET / HTTP/1.1\r\nHost: x\r\nX-Padding: " + QByteArray(64 * 1024, 'a') + "\r\n\r\n", &closed);
+    EXPECT_TRUE(closed);
+    EXPECT_TRUE(heard.isEmpty()) << heard.left(200).toStdString();
+    EXPECT_EQ(httpGet(port, QStringLiteral("/light/1")).status, 200) << "the page is still served";
+}
+
+TEST_F(WebTallyServerTest, ARequestThatNeverEndsIsCutOffAfterTheDeadline)
+{
+    WebTallyServer::Limits limits = quietLimits();
+    limits.connections.answerDeadlineMilliseconds = 200;
+    start(limits);
+    bool closed = false;
+    const QByteArray heard = sendRaw("GET / HTTP/1.1\r\nHost: x\r\n", &closed);
+    EXPECT_TRUE(closed);
+    EXPECT_TRUE(heard.isEmpty());
+}
+
+TEST_F(WebTallyServerTest, ConnectionsBeyondTheLimitAreClosedAndTheOthersStayServed)
+{
+    WebTallyServer::Limits limits = quietLimits();
+    limits.connections.maxConnections = 3;
+    start(limits);
+    QList<std::shared_ptr<QTcpSocket>> held;
+    for (int i = 0; i < 3; ++i) {
+        held.append(std::make_shared<QTcpSocket>());
+        held.last()->connectToHost(QHostAddress::LocalHost, port);
+        ASSERT_TRUE(held.last()->waitForConnected(5000));
+    }
+    QTcpSocket extra;
+    extra.connectToHost(QHostAddress::LocalHost, port);
+    ASSERT_TRUE(extra.waitForConnected(5000));
+    EXPECT_TRUE(eventually([&] { return extra.state() == QAbstractSocket::UnconnectedState; }, 5000));
+    held.first()->write("GET /api/lights HTTP/1.1\r\nHost: x\r\n\r\n");
+    QByteArray heard;
+    EXPECT_TRUE(eventually([&] {
+        heard += held.first()->readAll();
+        return heard.contains("\"lights\"");
+    }));
+    EXPECT_TRUE(heard.startsWith("HTTP/1.1 200")) << heard.toStdString();
+}
+
+TEST_F(WebTallyServerTest, APortInUseIsAProblemInWordsNotACrash)
+{
+    QTcpServer occupant;
+    ASSERT_TRUE(occupant.listen(QHostAddress::LocalHost));
+    WebTallyServer web;
+    QString problem;
+    EXPECT_FALSE(web.listen(loopback(occupant.serverPort()), &problem));
+    EXPECT_EQ(problem,
+        QStringLiteral("cannot serve the web tally page on 127.0.0.1:%1: The bound address is already in use")
+            .arg(occupant.serverPort()));
+    EXPECT_EQ(web.port(), 0);
+}

@@ -1,0 +1,293 @@
+#include "sources/TslShotSource.h"
+
+#include "tsl/TslUmd31.h"
+#include "tsl/TslUmd50.h"
+#include "support/Eventually.h"
+#include "support/QtPrinters.h"
+
+#include <QSignalSpy>
+#include <QTcpSocket>
+#include <QUdpSocket>
+
+#include <gtest/gtest.h>
+
+namespace {
+
+TslShotSource::Listen listenOn(TslTallyEncoding::Version version, TslShotSource::Transport transport)
+{
+    TslShotSource::Listen listen;
+    listen.version = version;
+    listen.transport = transport;
+    listen.address = QHostAddress(QHostAddress::LocalHost);
+    listen.port = 0;
+    return listen;
+}
+
+QByteArray packet50(int index, TslUmd50::Colour colour, const QString& text)
+{
+    TslUmd50::Display display;
+    display.index = index;
+    display.leftTally = colour;
+    display.rightTally = colour;
+    display.textTally = colour;
+    display.text = text;
+    TslUmd50::Packet packet;
+    packet.displays.append(display);
+    return TslUmd50::encode(packet);
+}
+
+QByteArray message31(int address, bool program, bool preview, const QString& text)
+{
+    TslUmd31::Message message;
+    message.address = address;
+    message.tallies = { program, preview, false, false };
+    message.text = text;
+    return TslUmd31::encode(message);
+}
+
+// A clock the test moves by hand.
+struct ManualClock {
+    qint64 now = 1000;
+    TslShotSource::Clock function()
+    {
+        return [this] { return now; };
+    }
+};
+
+void sendDatagram(const QByteArray& datagram, quint16 port)
+{
+    QUdpSocket socket;
+    socket.writeDatagram(datagram, QHostAddress::LocalHost, port);
+}
+
+bool hasShot(TslShotSource& source, const QString& name)
+{
+    const Mixdesk::ShotList shots = source.queryShots();
+    return std::any_of(shots.begin(), shots.end(), [&](const Mixdesk::ShotPtr& shot) { return shot->name == name; });
+}
+
+} // namespace
+
+TEST(TslShotSourceTest, AFiveDatagramBecomesShotsAndAnnouncesTheChange)
+{
+    TslShotSource source(listenOn(TslTallyEncoding::Version::v50, TslShotSource::Transport::udp));
+    ASSERT_TRUE(source.start(nullptr));
+    QSignalSpy changes(&source, &ShotSource::shotsChanged);
+    EXPECT_FALSE(source.isRunning());
+    TslUmd50::Packet packet;
+    packet.displays = { TslUmd50::decode(packet50(1, TslUmd50::Colour::red, QStringLiteral("Cam 1")))->displays[0],
+        TslUmd50::decode(packet50(2, TslUmd50::Colour::green, QStringLiteral("Cam 2")))->displays[0] };
+    sendDatagram(TslUmd50::encode(packet), source.localPort());
+    ASSERT_TRUE(eventually([&] { return changes.size() > 0; }, 5000));
+    EXPECT_TRUE(source.isRunning());
+    const Mixdesk::ShotList shots = source.queryShots();
+    ASSERT_EQ(shots.size(), 2);
+    EXPECT_EQ(shots[0]->name, QStringLiteral("Cam 1"));
+    EXPECT_TRUE(shots[0]->isLive);
+    EXPECT_EQ(shots[1]->shotId, QStringLiteral("2"));
+    EXPECT_TRUE(shots[1]->isPreview);
+}
+
+TEST(TslShotSourceTest, AFramedFiveDatagramIsUnderstoodToo)
+{
+    TslShotSource source(listenOn(TslTallyEncoding::Version::v50, TslShotSource::Transport::udp));
+    ASSERT_TRUE(source.start(nullptr));
+    sendDatagram(TslUmd50::frame(packet50(0xFE, TslUmd50::Colour::red, QStringLiteral("Stuffed"))), source.localPort());
+    ASSERT_TRUE(eventually([&] { return hasShot(source, QStringLiteral("Stuffed")); }, 5000));
+    EXPECT_EQ(source.queryShots().at(0)->shotId, QStringLiteral("254"));
+}
+
+TEST(TslShotSourceTest, ThreeOneDatagramsCarryOneOrSeveralMessages)
+{
+    TslShotSource source(listenOn(TslTallyEncoding::Version::v31, TslShotSource::Transport::udp));
+    ASSERT_TRUE(source.start(nullptr));
+    sendDatagram(message31(1, true, false, QStringLiteral("Cam 1")), source.localPort());
+    sendDatagram(
+        message31(2, false, true, QStringLiteral("Cam 2")) + message31(3, false, false, QStringLiteral("Wide")),
+        source.localPort());
+    ASSERT_TRUE(eventually([&] { return source.queryShots().size() == 3; }, 5000));
+    const Mixdesk::ShotList shots = source.queryShots();
+    EXPECT_TRUE(shots[0]->isLive);
+    EXPECT_TRUE(shots[1]->isPreview);
+    EXPECT_EQ(shots[2]->name, QStringLiteral("Wide"));
+}
+
+TEST(TslShotSourceTest, FiveOverTcpIsReadAcrossSplitFrames)
+{
+    TslShotSource source(listenOn(TslTallyEncoding::Version::v50, TslShotSource::Transport::tcp));
+    ASSERT_TRUE(source.start(nullptr));
+    QTcpSocket socket;
+    socket.connectToHost(QHostAddress::LocalHost, source.localPort());
+    ASSERT_TRUE(socket.waitForConnected(5000));
+    const QByteArray stream = TslUmd50::frame(packet50(1, TslUmd50::Colour::red, QStringLiteral("Cam 1")))
+        + TslUmd50::frame(packet50(2, TslUmd50::Colour::green, QStringLiteral("Cam 2")));
+    socket.write(stream.left(9));
+    socket.flush();
+    ASSERT_TRUE(eventually([&] { return socket.bytesToWrite() == 0; }, 5000));
+    socket.write(stream.mid(9));
+    ASSERT_TRUE(eventually([&] { return source.queryShots().size() == 2; }, 5000));
+    EXPECT_TRUE(source.queryShots().at(0)->isLive);
+    EXPECT_TRUE(source.queryShots().at(1)->isPreview);
+}
+
+TEST(TslShotSourceTest, ThreeOneOverTcpIsReadFromTheStream)
+{
+    TslShotSource source(listenOn(TslTallyEncoding::Version::v31, TslShotSource::Transport::tcp));
+    ASSERT_TRUE(source.start(nullptr));
+    QTcpSocket socket;
+    socket.connectToHost(QHostAddress::LocalHost, source.localPort());
+    ASSERT_TRUE(socket.waitForConnected(5000));
+    socket.write(message31(4, true, false, QStringLiteral("Jib")));
+    ASSERT_TRUE(eventually([&] { return hasShot(source, QStringLiteral("Jib")); }, 5000));
+}
+
+TEST(TslShotSourceTest, HostileDatagramsAreCountedAndDroppedAndChangeNothing)
+{
+    TslShotSource source(listenOn(TslTallyEncoding::Version::v50, TslShotSource::Transport::udp));
+    ASSERT_TRUE(source.start(nullptr));
+    const QByteArray good = packet50(1, TslUmd50::Colour::red, QStringLiteral("Cam 1"));
+    QByteArray wrongCount = good;
+    wrongCount[0] = static_cast<char>(good[0] + 4);
+    QByteArray longText = packet50(1, TslUmd50::Colour::green, QStringLiteral("Evil"));
+    longText[10] = 0x40; // LENGTH past the end
+    QByteArray badStuffing = TslUmd50::frame(good);
+    badStuffing.insert(5, QByteArray::fromHex("fe 33"));
+    const QList<QByteArray> hostile { good.left(5), good.left(good.size() - 1), wrongCount, longText, badStuffing,
+        QByteArray(5000, '\xfe'), QByteArray() };
+    for (const QByteArray& datagram : hostile) {
+        sendDatagram(datagram, source.localPort());
+    }
+    sendDatagram(good, source.localPort());
+    ASSERT_TRUE(eventually([&] { return hasShot(source, QStringLiteral("Cam 1")); }, 5000));
+    ASSERT_TRUE(eventually([&] { return source.rejectedCount() >= 6; }, 5000));
+    const Mixdesk::ShotList shots = source.queryShots();
+    ASSERT_EQ(shots.size(), 1);
+    EXPECT_TRUE(shots[0]->isLive);
+}
+
+TEST(TslShotSourceTest, HostileThreeOneDatagramsAreDropped)
+{
+    TslShotSource source(listenOn(TslTallyEncoding::Version::v31, TslShotSource::Transport::udp));
+    ASSERT_TRUE(source.start(nullptr));
+    const QByteArray good = message31(1, true, false, QStringLiteral("Cam 1"));
+    QByteArray noAddress = good;
+    noAddress[0] = 0x01;
+    for (const QByteArray& datagram : { good.left(17), good + 'x', noAddress }) {
+        sendDatagram(datagram, source.localPort());
+    }
+    sendDatagram(message31(2, false, true, QStringLiteral("Cam 2")), source.localPort());
+    ASSERT_TRUE(eventually([&] { return source.rejectedCount() == 3 && !source.queryShots().isEmpty(); }, 5000));
+    EXPECT_EQ(source.queryShots().size(), 1);
+    EXPECT_EQ(source.queryShots().at(0)->name, QStringLiteral("Cam 2"));
+}
+
+TEST(TslShotSourceTest, BadStuffingOnTcpDropsThatPacketAndTheConnectionGoesOn)
+{
+    TslShotSource source(listenOn(TslTallyEncoding::Version::v50, TslShotSource::Transport::tcp));
+    ASSERT_TRUE(source.start(nullptr));
+    QTcpSocket socket;
+    socket.connectToHost(QHostAddress::LocalHost, source.localPort());
+    ASSERT_TRUE(socket.waitForConnected(5000));
+    QByteArray broken = TslUmd50::frame(packet50(1, TslUmd50::Colour::red, QStringLiteral("Broken")));
+    broken.insert(8, QByteArray::fromHex("fe 41"));
+    const QByteArray truncated = TslUmd50::frame(packet50(2, TslUmd50::Colour::red, QStringLiteral("Cut"))).left(10);
+    socket.write(broken + truncated + TslUmd50::frame(packet50(3, TslUmd50::Colour::green, QStringLiteral("Fine"))));
+    ASSERT_TRUE(eventually([&] { return hasShot(source, QStringLiteral("Fine")); }, 5000));
+    EXPECT_EQ(source.queryShots().size(), 1);
+    EXPECT_EQ(source.rejectedCount(), 2);
+}
+
+TEST(TslShotSourceTest, TheSwitcherCountsAsGoneAfterFiveSecondsOfSilence)
+{
+    ManualClock clock;
+    TslShotSource source(listenOn(TslTallyEncoding::Version::v50, TslShotSource::Transport::udp), clock.function());
+    ASSERT_TRUE(source.start(nullptr));
+    sendDatagram(packet50(1, TslUmd50::Colour::red, QStringLiteral("Cam 1")), source.localPort());
+    ASSERT_TRUE(eventually([&] { return source.isRunning(); }, 5000));
+    clock.now += 4999;
+    EXPECT_TRUE(source.isRunning());
+    clock.now += 1;
+    EXPECT_FALSE(source.isRunning());
+    EXPECT_EQ(source.notRunningWarning(), QStringLiteral("No TSL messages received"));
+    // The shots stay known; a message brings the switcher back.
+    EXPECT_EQ(source.queryShots().size(), 1);
+    sendDatagram(packet50(1, TslUmd50::Colour::red, QStringLiteral("Cam 1")), source.localPort());
+    EXPECT_TRUE(eventually([&] { return source.isRunning(); }, 5000));
+}
+
+TEST(TslShotSourceTest, AnUnchangedRepeatAnnouncesNoChange)
+{
+    TslShotSource source(listenOn(TslTallyEncoding::Version::v50, TslShotSource::Transport::udp));
+    ASSERT_TRUE(source.start(nullptr));
+    QSignalSpy changes(&source, &ShotSource::shotsChanged);
+    const QByteArray packet = packet50(1, TslUmd50::Colour::red, QStringLiteral("Cam 1"));
+    sendDatagram(packet, source.localPort());
+    ASSERT_TRUE(eventually([&] { return changes.size() == 1; }, 5000));
+    sendDatagram(packet, source.localPort());
+    sendDatagram(packet50(1, TslUmd50::Colour::green, QStringLiteral("Cam 1")), source.localPort());
+    ASSERT_TRUE(eventually([&] { return changes.size() == 2; }, 5000));
+    EXPECT_TRUE(source.queryShots().at(0)->isPreview);
+    EXPECT_EQ(changes.size(), 2);
+}
+
+TEST(TslShotSourceTest, APortInUseIsAClearProblem)
+{
+    QUdpSocket holder;
+    ASSERT_TRUE(holder.bind(QHostAddress::LocalHost, 0));
+    TslShotSource::Listen listen = listenOn(TslTallyEncoding::Version::v50, TslShotSource::Transport::udp);
+    listen.port = holder.localPort();
+    TslShotSource source(listen);
+    QString problem;
+    EXPECT_FALSE(source.start(&problem));
+    EXPECT_TRUE(problem.startsWith(
+        QStringLiteral("cannot listen for TSL UMD 5.0 on UDP 127.0.0.1 port %1: ").arg(holder.localPort())))
+        << problem.toStdString();
+}
+
+TEST(TslShotSourceTest, ConnectionsBeyondTheLimitAreClosed)
+{
+    TslShotSource source(listenOn(TslTallyEncoding::Version::v50, TslShotSource::Transport::tcp));
+    ASSERT_TRUE(source.start(nullptr));
+    std::vector<std::unique_ptr<QTcpSocket>> sockets;
+    for (qsizetype i = 0; i < TslShotSource::maxConnections + 1; ++i) {
+        sockets.push_back(std::make_unique<QTcpSocket>());
+        sockets.back()->connectToHost(QHostAddress::LocalHost, source.localPort());
+        ASSERT_TRUE(sockets.back()->waitForConnected(5000));
+    }
+    QTcpSocket& last = *sockets.back();
+    EXPECT_TRUE(eventually([&] { return last.state() == QAbstractSocket::UnconnectedState; }, 5000));
+    // Those within the limit still work.
+    sockets.front()->write(TslUmd50::frame(packet50(1, TslUmd50::Colour::red, QStringLiteral("Kept"))));
+    EXPECT_TRUE(eventually([&] { return hasShot(source, QStringLiteral("Kept")); }, 5000));
+}
+
+TEST(TslShotSourceTest, AddressesNameVersionTransportAndPort)
+{
+    QString problem;
+    std::optional<TslShotSource::Listen> listen = TslShotSource::parseAddress(QStringLiteral("tsl://9800"), &problem);
+    ASSERT_TRUE(listen.has_value());
+    EXPECT_EQ(listen->version, TslTallyEncoding::Version::v31);
+    EXPECT_EQ(listen->transport, TslShotSource::Transport::udp);
+    EXPECT_EQ(listen->address, QHostAddress(QHostAddress::Any));
+    EXPECT_EQ(listen->port, 9800);
+    listen = TslShotSource::parseAddress(QStringLiteral("tsl5+tcp://127.0.0.1:9000"), &problem);
+    ASSERT_TRUE(listen.has_value());
+    EXPECT_EQ(listen->version, TslTallyEncoding::Version::v50);
+    EXPECT_EQ(listen->transport, TslShotSource::Transport::tcp);
+    EXPECT_EQ(listen->address, QHostAddress(QHostAddress::LocalHost));
+    listen = TslShotSource::parseAddress(QStringLiteral("tsl5://[::1]:9000"), &problem);
+    ASSERT_TRUE(listen.has_value());
+    EXPECT_EQ(listen->address, QHostAddress(QHostAddress::LocalHostIPv6));
+    EXPECT_TRUE(TslShotSource::isTslAddress(QStringLiteral("tsl+udp://9000")));
+    EXPECT_FALSE(TslShotSource::isTslAddress(QStringLiteral("mixdesk")));
+}
+
+TEST(TslShotSourceTest, BadAddressesAreRefusedWithTheReason)
+{
+    QString problem;
+    EXPECT_FALSE(TslShotSource::parseAddress(QStringLiteral("tsl5://studio:9000"), &problem).has_value());
+    EXPECT_TRUE(problem.contains(QStringLiteral("'studio' is not an address"))) << problem.toStdString();
+    EXPECT_FALSE(TslShotSource::parseAddress(QStringLiteral("tsl5://0"), &problem).has_value());
+    EXPECT_TRUE(problem.contains(QStringLiteral("1 to 65535"))) << problem.toStdString();
+    EXPECT_FALSE(TslShotSource::parseAddress(QStringLiteral("tsl5://"), &problem).has_value());
+}

@@ -1,0 +1,90 @@
+// View > Big Tally: the lights full screen, large, following the window's
+// indicators, with a mark besides colour for live and preview.
+
+#include "lamps/BigTallyView.h"
+
+#include "widgets/mainwindow/MainWindowFixture.h"
+#include "support/QtPrinters.h"
+
+#include <QApplication>
+#include <QDir>
+#include <QImage>
+#include <QTest>
+
+namespace {
+
+class BigTallyViewTest : public MainWindowFixture {
+protected:
+    void showLiveAndPreview()
+    {
+        makeWindowWithLiveAndPreview();
+        main.window->show();
+        tick();
+    }
+};
+
+} // namespace
+
+TEST_F(BigTallyViewTest, F11OpensEightLargeLampsShowingTheLightsAsTheyAre)
+{
+    showLiveAndPreview();
+    ASSERT_EQ(main.menu->bigTallyAction()->shortcut(), QKeySequence(Qt::Key_F11));
+    main.menu->bigTallyAction()->trigger();
+    BigTallyView* view = main.menu->bigTallyView();
+    ASSERT_NE(view, nullptr);
+    EXPECT_TRUE(view->isFullScreen());
+    ASSERT_EQ(view->lamps().size(), 8);
+    EXPECT_EQ(view->lamps()[0]->mode, TallyMode::live);
+    EXPECT_EQ(view->lamps()[0]->shotNames, QStringLiteral("Camera 1"));
+    EXPECT_EQ(view->lamps()[0]->lightNumber, 1);
+    EXPECT_EQ(view->lamps()[1]->mode, TallyMode::preview);
+    EXPECT_TRUE(view->lamps()[0]->glanceable);
+}
+
+TEST_F(BigTallyViewTest, TheLampsFollowTheNextTick)
+{
+    showLiveAndPreview();
+    main.menu->bigTallyAction()->trigger();
+    answer({ { "1", "Camera 1", false, true }, { "2", "Camera 2", true, false } });
+    tick();
+    EXPECT_EQ(main.menu->bigTallyView()->lamps()[0]->mode, TallyMode::preview);
+    EXPECT_EQ(main.menu->bigTallyView()->lamps()[1]->mode, TallyMode::live);
+}
+
+TEST_F(BigTallyViewTest, EscapeLeavesAndUnticksTheMenuItem)
+{
+    showLiveAndPreview();
+    main.menu->bigTallyAction()->trigger();
+    QTest::keyClick(main.menu->bigTallyView(), Qt::Key_Escape);
+    QApplication::processEvents();
+    EXPECT_FALSE(main.menu->bigTallyAction()->isChecked());
+}
+
+TEST_F(BigTallyViewTest, LiveAndPreviewDifferInTheirFrameNotOnlyInColour)
+{
+    showLiveAndPreview();
+    main.menu->bigTallyAction()->trigger();
+    BigTallyView* view = main.menu->bigTallyView();
+    view->resize(1280, 720);
+    QApplication::processEvents();
+    // Drawn in gray, the two lamps must still differ: the live frame is
+    // solid along its top edge, the preview frame is dashed.
+    auto frameRow = [](const QImage& image) {
+        QList<bool> dark;
+        for (int x = 20; x < image.width() - 20; ++x) {
+            dark.append(qGray(image.pixel(x, 3)) < 60);
+        }
+        return dark;
+    };
+    const QImage live = view->lamps()[0]->grab().toImage();
+    const QImage preview = view->lamps()[1]->grab().toImage();
+    const QList<bool> liveRow = frameRow(live);
+    const QList<bool> previewRow = frameRow(preview);
+    EXPECT_EQ(liveRow.count(false), 0);
+    EXPECT_GT(previewRow.count(false), previewRow.size() / 10);
+    EXPECT_GT(view->lamps()[0]->glanceableLabelPixelSize(), 12);
+
+    const QString folder = QStringLiteral(TALLY_BINARY_DIR "/screenshots");
+    ASSERT_TRUE(QDir().mkpath(folder));
+    ASSERT_TRUE(view->grab().save(folder + QStringLiteral("/big-tally.png")));
+}

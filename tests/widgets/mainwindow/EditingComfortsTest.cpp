@@ -1,0 +1,199 @@
+// The main window's editing comforts: the unsaved-changes marker, the save
+// prompt before Open and Quit, where the file panels start, the editor's
+// title and Save As's key.
+
+#include "widgets/mainwindow/MainWindowFixture.h"
+#include "support/QtPrinters.h"
+#include "dialogs/EditViewController.h"
+
+#include <QKeySequence>
+#include <QTableWidget>
+
+namespace {
+
+// Answers the save prompt from a queue and remembers what it was asked.
+class FakeSaveChangesPrompt : public SaveChangesPrompt {
+public:
+    QList<Answer> answers;
+    QStringList askedAbout;
+
+    Answer ask(QWidget*, const QString& documentName) override
+    {
+        askedAbout.append(documentName);
+        return answers.isEmpty() ? Answer::cancel : answers.takeFirst();
+    }
+};
+
+class EditingComfortsTest : public MainWindowFixture {
+protected:
+    void SetUp() override
+    {
+        MainWindowFixture::SetUp();
+        auto owned = std::make_unique<FakeSaveChangesPrompt>();
+        prompt = owned.get();
+        saveChangesPrompt = std::move(owned);
+        answer({ { "1", "Cam 1", true, false }, { "2", "Cam 2", false, true } });
+        makeWindow();
+        main.window->show();
+        tick();
+    }
+
+    // Clicks light 1's button; the shot editor it presents, if any.
+    EditViewController* openEditorOfLightOne()
+    {
+        QWidget* shown = nullptr;
+        // Only for this click: the lambda holds on to a local.
+        const QMetaObject::Connection watch = QObject::connect(controller, &ViewController::viewControllerPresented,
+            [&shown](const QString&, QWidget* viewController) { shown = viewController; });
+        button(1)->click();
+        QObject::disconnect(watch);
+        return qobject_cast<EditViewController*>(shown);
+    }
+
+    // Opens light 1's editor, ticks its first shot and presses Done.
+    void assignFirstShotToLightOne()
+    {
+        EditViewController* editor = openEditorOfLightOne();
+        ASSERT_NE(editor, nullptr);
+        editorTitle = editor->windowTitle();
+        qobject_cast<QAbstractButton*>(editor->table->cellWidget(0, 0))->click();
+        editor->doneButton->click();
+    }
+
+    FakeSaveChangesPrompt* prompt = nullptr;
+    QString editorTitle;
+};
+
+} // namespace
+
+TEST_F(EditingComfortsTest, AChangedAssignmentMarksTheWindowModifiedAndTheTitleStaysTheFileName)
+{
+    EXPECT_FALSE(controller->isDocumentEdited());
+    assignFirstShotToLightOne();
+    EXPECT_TRUE(controller->isDocumentEdited());
+    EXPECT_TRUE(main.window->isWindowModified());
+    EXPECT_EQ(main.window->windowTitle(), QStringLiteral("Untitled.tlx"));
+    EXPECT_EQ(main.window->displayedTitle(), QStringLiteral("Untitled.tlx *"));
+}
+
+TEST_F(EditingComfortsTest, TheEditorsTitleNamesTheLight)
+{
+    assignFirstShotToLightOne();
+    EXPECT_EQ(editorTitle, QStringLiteral("Assign Shots to Light 1"));
+}
+
+TEST_F(EditingComfortsTest, SavingClearsTheMarker)
+{
+    assignFirstShotToLightOne();
+    const QString path = directory.filePath(QStringLiteral("show.tlx"));
+    panels->saveAnswers = { QUrl::fromLocalFile(path) };
+    controller->saveDocument(nullptr);
+    EXPECT_FALSE(controller->isDocumentEdited());
+    EXPECT_EQ(main.window->displayedTitle(), QStringLiteral("show.tlx"));
+}
+
+TEST_F(EditingComfortsTest, OpenWithoutChangesAsksNothing)
+{
+    controller->openDocument(nullptr);
+    EXPECT_TRUE(prompt->askedAbout.isEmpty());
+    EXPECT_EQ(panels->openRuns, 1);
+}
+
+TEST_F(EditingComfortsTest, CancellingThePromptBeforeOpenKeepsTheChangesAndRunsNoPanel)
+{
+    assignFirstShotToLightOne();
+    prompt->answers = { SaveChangesPrompt::Answer::cancel };
+    controller->openDocument(nullptr);
+    EXPECT_EQ(prompt->askedAbout, QStringList { QStringLiteral("Untitled.tlx") });
+    EXPECT_EQ(panels->openRuns, 0);
+    EXPECT_TRUE(controller->isDocumentEdited());
+    EXPECT_EQ(controller->tallyMap.shotSelection(0).size(), 1);
+}
+
+TEST_F(EditingComfortsTest, DiscardingBeforeOpenGoesOnToTheOpenPanel)
+{
+    assignFirstShotToLightOne();
+    const QString other = writeFile(QStringLiteral("other.tlx"), "1|Cam 2\r\n");
+    panels->openAnswers = { QUrl::fromLocalFile(other) };
+    prompt->answers = { SaveChangesPrompt::Answer::discard };
+    controller->openDocument(nullptr);
+    EXPECT_EQ(panels->openRuns, 1);
+    EXPECT_FALSE(controller->isDocumentEdited());
+    EXPECT_TRUE(controller->tallyMap.shotSelection(0).isEmpty());
+}
+
+TEST_F(EditingComfortsTest, SavingFromThePromptWritesTheMapThenOpens)
+{
+    assignFirstShotToLightOne();
+    const QString path = directory.filePath(QStringLiteral("kept.tlx"));
+    panels->saveAnswers = { QUrl::fromLocalFile(path) };
+    prompt->answers = { SaveChangesPrompt::Answer::save };
+    controller->openDocument(nullptr);
+    EXPECT_TRUE(readFile(path).contains("0|Cam 1\r\n"));
+    EXPECT_EQ(panels->openRuns, 1);
+}
+
+TEST_F(EditingComfortsTest, ACancelledSaveFromThePromptStopsTheOpen)
+{
+    assignFirstShotToLightOne();
+    prompt->answers = { SaveChangesPrompt::Answer::save };
+    controller->openDocument(nullptr); // the save panel is cancelled
+    EXPECT_EQ(panels->saveRuns, 1);
+    EXPECT_EQ(panels->openRuns, 0);
+    EXPECT_TRUE(controller->isDocumentEdited());
+}
+
+TEST_F(EditingComfortsTest, ClosingTheWindowWithChangesAsksAndCancelKeepsItOpen)
+{
+    assignFirstShotToLightOne();
+    prompt->answers = { SaveChangesPrompt::Answer::cancel };
+    EXPECT_FALSE(main.window->close());
+    EXPECT_TRUE(main.window->isVisible());
+    prompt->answers = { SaveChangesPrompt::Answer::discard };
+    EXPECT_TRUE(main.window->close());
+    EXPECT_EQ(prompt->askedAbout.size(), 2);
+}
+
+TEST_F(EditingComfortsTest, ClosingTheWindowWithoutChangesAsksNothing)
+{
+    EXPECT_TRUE(main.window->close());
+    EXPECT_TRUE(prompt->askedAbout.isEmpty());
+}
+
+TEST_F(EditingComfortsTest, TheEditorReturningTheSameNamesIsNoChange)
+{
+    controller->tallyMap.setShotSelection(0, { record("Cam 2") });
+    EditViewController* editor = openEditorOfLightOne();
+    ASSERT_NE(editor, nullptr);
+    editor->doneButton->click();
+    EXPECT_FALSE(controller->isDocumentEdited());
+}
+
+TEST_F(EditingComfortsTest, ThePanelsAreToldTheCurrentFile)
+{
+    const QString path = writeFile(QStringLiteral("studio.tlx"), "0|Cam 1\r\n");
+    controller->loadTallyMap(QUrl::fromLocalFile(path));
+    controller->saveDocumentAs(nullptr);
+    EXPECT_EQ(panels->currentPath, path);
+}
+
+TEST_F(EditingComfortsTest, SaveAsHasControlShiftS)
+{
+    QAction* saveAs = nullptr;
+    for (QAction* item : main.menu->fileMenu()->actions()) {
+        if (item->text() == QStringLiteral("Save &As…")) {
+            saveAs = item;
+        }
+    }
+    ASSERT_NE(saveAs, nullptr);
+    EXPECT_EQ(saveAs->shortcut(), QKeySequence(QStringLiteral("Ctrl+Shift+S")));
+}
+
+TEST_F(EditingComfortsTest, TheWindowsSizeIsRememberedAcrossRuns)
+{
+    main.window->resize(1133, 611);
+    ASSERT_TRUE(main.window->close());
+    makeWindow();
+    main.window->restoreSavedGeometry();
+    EXPECT_EQ(main.window->size(), QSize(1133, 611));
+}

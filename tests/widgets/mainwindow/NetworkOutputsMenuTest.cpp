@@ -1,0 +1,229 @@
+// Outputs > Network Outputs: the web tally page and the TSL outputs chosen in
+// the window, running at once and remembered for the next start.
+
+#include "widgets/mainwindow/MainWindowFixture.h"
+#include "dialogs/NetworkOutputsDialog.h"
+#include "mainwindow/StatusLine.h"
+#include "net/outputs/WebTallyClient.h"
+#include "outputs/WebTallyServer.h"
+
+#include <QApplication>
+#include <QCheckBox>
+#include <QDialogButtonBox>
+#include <QLabel>
+#include <QLineEdit>
+#include <QPlainTextEdit>
+#include <QSpinBox>
+#include <QTcpServer>
+
+namespace {
+
+class NetworkOutputsMenuTest : public MainWindowFixture { };
+
+quint16 freePort()
+{
+    QTcpServer probe;
+    EXPECT_TRUE(probe.listen(QHostAddress::LocalHost, 0));
+    return probe.serverPort();
+}
+
+NetworkOutputChoices everyField()
+{
+    NetworkOutputChoices choices;
+    choices.web = QStringLiteral("192.168.1.20:8080");
+    choices.tsl31Destinations = { QStringLiteral("udp://10.0.0.21:4003") };
+    choices.tsl50Destinations = { QStringLiteral("udp://10.0.0.20:8900"), QStringLiteral("tcp://10.0.0.22:9000") };
+    choices.tslIndexOffset = 4;
+    return choices;
+}
+
+// Answers the dialog the menu opens, once it is up.
+void whenTheDialogOpens(const std::function<void(NetworkOutputsDialog&)>& answer)
+{
+    QTimer::singleShot(0, [answer] {
+        auto* dialog = qobject_cast<NetworkOutputsDialog*>(QApplication::activeModalWidget());
+        ASSERT_NE(dialog, nullptr);
+        answer(*dialog);
+        // Whatever the answer, the dialog must not be left waiting.
+        if (dialog->isVisible()) {
+            dialog->reject();
+        }
+    });
+}
+
+void clickOk(NetworkOutputsDialog& dialog)
+{
+    dialog.buttons->button(QDialogButtonBox::Ok)->click();
+}
+
+} // namespace
+
+TEST_F(NetworkOutputsMenuTest, TheOutputsMenuOffersNetworkOutputs)
+{
+    makeWindow();
+    ASSERT_NE(main.menu->outputsMenu(), nullptr);
+    EXPECT_EQ(main.menu->outputsMenu()->title(), QStringLiteral("&Outputs"));
+    EXPECT_TRUE(main.menu->outputsMenu()->actions().contains(main.menu->networkOutputsAction()));
+    EXPECT_EQ(main.menu->networkOutputsAction()->text(), QStringLiteral("&Network Outputs…"));
+}
+
+TEST_F(NetworkOutputsMenuTest, AWindowWithNothingChosenRunsNoNetworkOutput)
+{
+    makeWindow();
+    EXPECT_EQ(controller->networkOutputs().webServer(), nullptr);
+    EXPECT_EQ(controller->networkOutputs().tslSender(), nullptr);
+    EXPECT_EQ(controller->networkOutputs().current(), NetworkOutputChoices {});
+}
+
+TEST_F(NetworkOutputsMenuTest, ChoosingTheWebPageInTheDialogServesItAtOnceAndRemembersIt)
+{
+    makeWindow();
+    const quint16 port = freePort();
+    const QString address = QStringLiteral("127.0.0.1:%1").arg(port);
+    bool accepted = false;
+    whenTheDialogOpens([&](NetworkOutputsDialog& dialog) {
+        EXPECT_FALSE(dialog.webCheckBox->isChecked());
+        dialog.webCheckBox->setChecked(true);
+        dialog.webAddressField->setText(address);
+        clickOk(dialog);
+        accepted = dialog.result() == QDialog::Accepted;
+    });
+    main.menu->networkOutputsAction()->trigger();
+    ASSERT_TRUE(accepted);
+    answer({ { "1", "Cam 1", true, false } });
+    tick();
+    EXPECT_EQ(httpGet(port, QStringLiteral("/api/lights")).status, 200);
+    EXPECT_EQ(UserDefaults::standardUserDefaults().objectForKey(Preferences::webTally).toString(), address);
+}
+
+TEST_F(NetworkOutputsMenuTest, ABadDestinationKeepsTheDialogOpenWithTheReasonAndTheTypedChoices)
+{
+    makeWindow();
+    bool stayedOpen = false;
+    QString shownReason;
+    QString keptText;
+    whenTheDialogOpens([&](NetworkOutputsDialog& dialog) {
+        dialog.tsl31Field->setPlainText(QStringLiteral("studio:8900"));
+        clickOk(dialog);
+        stayedOpen = dialog.isVisible() && dialog.result() != QDialog::Accepted;
+        shownReason = dialog.problemLabel->isVisible() ? dialog.problemLabel->text() : QString();
+        keptText = dialog.tsl31Field->toPlainText();
+    });
+    main.menu->networkOutputsAction()->trigger();
+    EXPECT_TRUE(stayedOpen);
+    EXPECT_EQ(shownReason,
+        QStringLiteral("TSL 3.1: bad TSL destination 'studio:8900': expected udp://HOST:PORT or tcp://HOST:PORT"));
+    EXPECT_EQ(keptText, QStringLiteral("studio:8900"));
+    EXPECT_EQ(controller->networkOutputs().tslSender(), nullptr);
+    EXPECT_FALSE(UserDefaults::standardUserDefaults().objectForKey(Preferences::tsl31Destinations).isValid());
+}
+
+TEST_F(NetworkOutputsMenuTest, ABusyPortIsShownInTheDialogAndTheRunningPageGoesOn)
+{
+    makeWindow();
+    const quint16 port = freePort();
+    NetworkOutputChoices working;
+    working.web = QStringLiteral("127.0.0.1:%1").arg(port);
+    ASSERT_EQ(main.menu->chooseNetworkOutputs(working), std::nullopt);
+    QTcpServer taken;
+    ASSERT_TRUE(taken.listen(QHostAddress::LocalHost, 0));
+    QString shownReason;
+    whenTheDialogOpens([&](NetworkOutputsDialog& dialog) {
+        EXPECT_EQ(dialog.webAddressField->text(), *working.web);
+        dialog.webAddressField->setText(QStringLiteral("127.0.0.1:%1").arg(taken.serverPort()));
+        clickOk(dialog);
+        shownReason = dialog.problemLabel->text();
+    });
+    main.menu->networkOutputsAction()->trigger();
+    EXPECT_TRUE(shownReason.contains(QString::number(taken.serverPort()))) << shownReason.toStdString();
+    tick();
+    EXPECT_EQ(httpGet(port, QStringLiteral("/api/lights")).status, 200);
+    EXPECT_EQ(UserDefaults::standardUserDefaults().objectForKey(Preferences::webTally).toString(), *working.web);
+}
+
+TEST_F(NetworkOutputsMenuTest, ASavedPageThatCannotListenAtLaunchShowsOnTheStatusLine)
+{
+    makeWindow();
+    QTcpServer taken;
+    ASSERT_TRUE(taken.listen(QHostAddress::LocalHost, 0));
+    NetworkOutputChoices saved;
+    saved.web = QStringLiteral("127.0.0.1:%1").arg(taken.serverPort());
+    OutputsProblem problem;
+    ASSERT_TRUE(controller->networkOutputs().startAtLaunch(RunOptions {}, saved, &problem));
+    EXPECT_TRUE(main.statusLine->showsProblem());
+    EXPECT_TRUE(main.statusLine->text().contains(QStringLiteral("The saved web tally page did not start")))
+        << main.statusLine->text().toStdString();
+    // Chosen again once the port is free, the page runs and the line clears
+    // of it.
+    const quint16 port = freePort();
+    NetworkOutputChoices elsewhere;
+    elsewhere.web = QStringLiteral("127.0.0.1:%1").arg(port);
+    ASSERT_EQ(main.menu->chooseNetworkOutputs(elsewhere), std::nullopt);
+    EXPECT_FALSE(main.statusLine->text().contains(QStringLiteral("web tally page")))
+        << main.statusLine->text().toStdString();
+}
+
+TEST(NetworkOutputsDialogTest, ShowsTheCurrentChoicesAndGivesThemBackUnchanged)
+{
+    const NetworkOutputChoices current = everyField();
+    NetworkOutputsDialog dialog(current, [](const NetworkOutputChoices&) { return std::nullopt; });
+    EXPECT_TRUE(dialog.webCheckBox->isChecked());
+    EXPECT_EQ(dialog.webAddressField->text(), QStringLiteral("192.168.1.20:8080"));
+    EXPECT_EQ(dialog.tsl50Field->toPlainText(), QStringLiteral("udp://10.0.0.20:8900\ntcp://10.0.0.22:9000"));
+    EXPECT_EQ(dialog.offsetField->value(), 4);
+    EXPECT_EQ(dialog.choices(), current);
+}
+
+TEST(NetworkOutputsDialogTest, GivesTheEditedFieldsAsChoices)
+{
+    NetworkOutputsDialog dialog(NetworkOutputChoices {}, [](const NetworkOutputChoices&) { return std::nullopt; });
+    EXPECT_FALSE(dialog.webCheckBox->isChecked());
+    EXPECT_FALSE(dialog.webAddressField->isEnabled());
+    EXPECT_EQ(dialog.offsetField->value(), 0);
+    dialog.webCheckBox->setChecked(true);
+    EXPECT_TRUE(dialog.webAddressField->isEnabled());
+    dialog.webAddressField->setText(QStringLiteral(" 8080 "));
+    dialog.tsl31Field->setPlainText(QStringLiteral("  udp://10.0.0.21:4003 \n\n"));
+    dialog.tsl50Field->setPlainText(QStringLiteral("udp://10.0.0.20:8900\ntcp://10.0.0.22:9000\n"));
+    dialog.offsetField->setValue(10);
+    NetworkOutputChoices expected;
+    expected.web = QStringLiteral("8080");
+    expected.tsl31Destinations = { QStringLiteral("udp://10.0.0.21:4003") };
+    expected.tsl50Destinations = { QStringLiteral("udp://10.0.0.20:8900"), QStringLiteral("tcp://10.0.0.22:9000") };
+    expected.tslIndexOffset = 10;
+    EXPECT_EQ(dialog.choices(), expected);
+}
+
+TEST(NetworkOutputsDialogTest, TurningThePageOffKeepsItsAddressForTurningItOnAgain)
+{
+    NetworkOutputsDialog dialog(everyField(), [](const NetworkOutputChoices&) { return std::nullopt; });
+    dialog.webCheckBox->setChecked(false);
+    EXPECT_EQ(dialog.choices().web, std::nullopt);
+    EXPECT_EQ(dialog.webAddressField->text(), QStringLiteral("192.168.1.20:8080"));
+    dialog.webCheckBox->setChecked(true);
+    EXPECT_EQ(dialog.choices().web, QStringLiteral("192.168.1.20:8080"));
+}
+
+TEST(NetworkOutputsDialogTest, OkHandsTheChoicesOverAndClosesOnlyWhenTheyWereTaken)
+{
+    QList<NetworkOutputChoices> handed;
+    std::optional<QString> answer = QStringLiteral("The display index offset must be 0 or more, not -1");
+    NetworkOutputsDialog dialog(everyField(), [&](const NetworkOutputChoices& choices) {
+        handed.append(choices);
+        return answer;
+    });
+    dialog.show();
+    dialog.buttons->button(QDialogButtonBox::Ok)->click();
+    ASSERT_EQ(handed.size(), 1);
+    EXPECT_EQ(handed.first(), everyField());
+    EXPECT_TRUE(dialog.isVisible());
+    EXPECT_TRUE(dialog.problemLabel->isVisible());
+    EXPECT_EQ(dialog.problemLabel->text(), *answer);
+
+    answer.reset();
+    dialog.buttons->button(QDialogButtonBox::Ok)->click();
+    EXPECT_EQ(handed.size(), 2);
+    EXPECT_FALSE(dialog.isVisible());
+    EXPECT_EQ(dialog.result(), QDialog::Accepted);
+    EXPECT_FALSE(dialog.problemLabel->isVisibleTo(&dialog));
+}

@@ -1,0 +1,82 @@
+// The Source menu: following Mixdesk or OBS Studio, chosen in the window and
+// remembered for the next start.
+
+#include "widgets/mainwindow/MainWindowFixture.h"
+#include "dialogs/ObsSourceDialog.h"
+
+#include <QFileInfo>
+#include <QLineEdit>
+#include <QSpinBox>
+
+namespace {
+
+class SourceMenuTest : public MainWindowFixture { };
+
+} // namespace
+
+TEST_F(SourceMenuTest, WithNoChoiceMadeMixdeskIsChecked)
+{
+    makeWindow();
+    ASSERT_NE(main.menu->sourceMenu(), nullptr);
+    EXPECT_TRUE(main.menu->mixdeskSourceAction()->isChecked());
+    EXPECT_FALSE(main.menu->obsSourceAction()->isChecked());
+    EXPECT_EQ(main.menu->obsSourceAction()->text(), QStringLiteral("OBS Studio…"));
+}
+
+TEST_F(SourceMenuTest, ChoosingOBSStudioFollowsItAndRemembersTheChoiceInAFileOnlyTheUserCanRead)
+{
+    makeWindow();
+    QString problem;
+    ASSERT_TRUE(main.menu->chooseObsSource(QStringLiteral("obs://127.0.0.1:1"), QStringLiteral("pw"), &problem))
+        << problem.toStdString();
+    EXPECT_EQ(controller->shotSource().displayName(), QStringLiteral("OBS Studio"));
+    EXPECT_EQ(controller->mixdeskWarning->text(), QStringLiteral("OBS Studio is not connected"));
+    EXPECT_TRUE(main.menu->obsSourceAction()->isChecked());
+    UserDefaults& defaults = UserDefaults::standardUserDefaults();
+    EXPECT_EQ(defaults.objectForKey(Preferences::shotSource).toString(), QStringLiteral("obs://127.0.0.1:1"));
+    EXPECT_EQ(defaults.objectForKey(Preferences::obsPassword).toString(), QStringLiteral("pw"));
+    const QFileDevice::Permissions permissions = QFileInfo(defaults.settingsFilePath()).permissions();
+    EXPECT_TRUE(permissions.testFlag(QFileDevice::ReadOwner));
+    const QFileDevice::Permissions others = QFileDevice::ReadGroup | QFileDevice::WriteGroup | QFileDevice::ExeGroup
+        | QFileDevice::ReadOther | QFileDevice::WriteOther | QFileDevice::ExeOther;
+    EXPECT_EQ(permissions & others, QFileDevice::Permissions());
+}
+
+TEST_F(SourceMenuTest, ChoosingMixdeskAgainGoesBackToItsQuery)
+{
+    makeWindow();
+    ASSERT_TRUE(main.menu->chooseObsSource(QStringLiteral("obs://127.0.0.1:1"), QString()));
+    main.menu->chooseMixdeskSource();
+    EXPECT_EQ(controller->shotSource().displayName(), QStringLiteral("Mixdesk"));
+    EXPECT_TRUE(main.menu->mixdeskSourceAction()->isChecked());
+    EXPECT_EQ(UserDefaults::standardUserDefaults().objectForKey(Preferences::shotSource).toString(),
+        QStringLiteral("mixdesk"));
+}
+
+TEST_F(SourceMenuTest, AnUnusableAddressChangesNothingAndSaysWhy)
+{
+    makeWindow();
+    QString problem;
+    EXPECT_FALSE(main.menu->chooseObsSource(QStringLiteral("obs://"), QString(), &problem));
+    EXPECT_TRUE(problem.contains(QStringLiteral("no host"))) << problem.toStdString();
+    EXPECT_EQ(controller->shotSource().displayName(), QStringLiteral("Mixdesk"));
+    EXPECT_TRUE(main.menu->mixdeskSourceAction()->isChecked());
+}
+
+TEST(ObsSourceDialogTest, StartsFromThePreviousAddressAndGivesTheEnteredOne)
+{
+    ObsSourceDialog dialog(QStringLiteral("obs://studio.local:4460"), QStringLiteral("pw"));
+    EXPECT_EQ(dialog.hostField->text(), QStringLiteral("studio.local"));
+    EXPECT_EQ(dialog.portField->value(), 4460);
+    EXPECT_EQ(dialog.passwordField->echoMode(), QLineEdit::Password);
+    dialog.hostField->setText(QStringLiteral(" 10.0.0.5 "));
+    dialog.portField->setValue(4455);
+    EXPECT_EQ(dialog.address(), QStringLiteral("obs://10.0.0.5:4455"));
+    EXPECT_EQ(dialog.password(), QStringLiteral("pw"));
+}
+
+TEST(ObsSourceDialogTest, WithoutAPreviousAddressItOffersThisComputerOnPort4455)
+{
+    ObsSourceDialog dialog(QStringLiteral("mixdesk"), QString());
+    EXPECT_EQ(dialog.address(), QStringLiteral("obs://127.0.0.1:4455"));
+}
