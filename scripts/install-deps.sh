@@ -14,6 +14,8 @@ packages=(
   desktop-file-utils libxml2-utils shared-mime-info
   dpkg-dev file
   nodejs
+  # The include layering check (tests/layering) is a python3 script.
+  python3
   lintian appstream groff-base bash-completion
   chromium
   # Tests fill a small mounted file system and run the query as another user.
