@@ -1,16 +1,14 @@
 #include "WatchCommand.h"
 
-#include "launch/RunOptions.h"
-#include "tally/TallyCycle.h"
 #include "CommandInputs.h"
 #include "WatchPrinter.h"
 #include "base/StandardOutput.h"
 #include "hardware/USBHIDAppDelegate.h"
+#include "launch/RunOptions.h"
+#include "tally/TallyTicker.h"
 
 #include <QCoreApplication>
-#include <QTimer>
 
-#include <chrono>
 #include <csignal>
 #include <unistd.h>
 
@@ -48,8 +46,6 @@ const Command& command()
     };
     return definition;
 }
-
-constexpr std::chrono::milliseconds tickInterval { 250 };
 
 // Set by SIGINT and SIGTERM; the next tick sees it and ends the run, so the
 // cycle is never cut off between a light's two bytes.
@@ -158,10 +154,9 @@ int runWatch(const QStringList& arguments)
     installStopHandlers();
     USBHIDAppDelegate& tallyBox = USBHIDAppDelegate::shared();
 
-    // As the window does: the device first (above), one query before the
-    // first tick, then a tick every 0.25 s.
+    // As the window does: the device first (above), then the tick loop.
     QString sourceProblem;
-    const std::unique_ptr<ShotSource> source = makeShotSource(options.run, &sourceProblem);
+    std::unique_ptr<ShotSource> source = makeShotSource(options.run, &sourceProblem);
     if (!source) {
         return CommandLine::usageError(command(), sourceProblem);
     }
@@ -176,24 +171,26 @@ int runWatch(const QStringList& arguments)
     }
     WatchPrinter printer(tallyMap->shotSelections().size(), printStyle(options));
     printer.setSourceName(source->displayName());
-    TallyCycle cycle(*source, printer);
-    outputs->addTo(cycle);
-    cycle.setLostSourcePolicy(options.run.lostSourcePolicy());
-    Mixdesk::ShotList shotList = source->queryShots();
-    qint64 ticksDone = 0;
-
-    const auto tick = [&] {
-        if (stopRequested != 0) {
-            QCoreApplication::exit(CommandLine::exitOk);
+    // Status lines are for a person; with --json they go to standard error
+    // so that standard output stays one object a line.
+    QObject::connect(source.get(), &ShotSource::statusChanged,
+        [json = options.json](const QString& status) { json ? printErrorLine(status) : printLine(status); });
+    TallyTicker ticker(std::move(source), *tallyMap, printer);
+    outputs->addTo(ticker.cycle());
+    ticker.setLostSourcePolicy(options.run.lostSourcePolicy());
+    // A stop that was asked for ends the run before the next tick.
+    ticker.setHoldBack([] {
+        if (stopRequested == 0) {
             return false;
         }
-        cycle.updateTallyLights(shotList, *tallyMap);
+        QCoreApplication::exit(CommandLine::exitOk);
         return true;
-    };
-    QTimer timer;
-    timer.setInterval(tickInterval);
-    QObject::connect(&timer, &QTimer::timeout, [&] {
-        if (!tick()) {
+    });
+    qint64 ticksDone = 0;
+    // A switcher that announces a cut gets it onto the lights at once; those
+    // extra ticks do not count towards --ticks, which measures time.
+    QObject::connect(&ticker, &TallyTicker::ticked, [&](TallyTicker::Reason reason) {
+        if (reason != TallyTicker::Reason::timer) {
             return;
         }
         // Asked after the tick, when the box found at start-up has had a
@@ -204,18 +201,9 @@ int runWatch(const QStringList& arguments)
             QCoreApplication::exit(CommandLine::exitOk);
         }
     });
-    // A switcher that announces a cut gets it onto the lights at once; these
-    // extra ticks do not count towards --ticks, which measures time.
-    QObject::connect(source.get(), &ShotSource::shotsChanged, [&] { tick(); });
-    // Status lines are for a person; with --json they go to standard error
-    // so that standard output stays one object a line.
-    QObject::connect(source.get(), &ShotSource::statusChanged,
-        [json = options.json](const QString& status) { json ? printErrorLine(status) : printLine(status); });
-    timer.start();
+    ticker.start();
     const int exitCode = QCoreApplication::exec();
-    if (cycle.lostSourcePolicy().turnOffAtQuit) {
-        cycle.turnLightsOff(tallyMap->shotSelections().size());
-    }
+    ticker.finish();
     return exitCode;
 }
 

@@ -5,18 +5,25 @@
 
 #include "sources/ShotSource.h"
 
+#include <functional>
+
 class FakeShotSource : public ShotSource {
 public:
     bool running = true;
     Mixdesk::ShotList shots;
     QString warning = QStringLiteral("Fake switcher is not connected");
     int queries = 0;
+    // Run inside every query, before it answers.
+    std::function<void()> onQuery;
 
     bool isRunning() override { return running; }
 
     Mixdesk::ShotList queryShots() override
     {
         ++queries;
+        if (onQuery) {
+            onQuery();
+        }
         return shots;
     }
 

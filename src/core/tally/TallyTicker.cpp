@@ -1,0 +1,72 @@
+#include "tally/TallyTicker.h"
+
+#include "sources/ShotSource.h"
+#include "tallymap/TallyMap.h"
+
+#include <QTimer>
+
+TallyTicker::TallyTicker(std::unique_ptr<ShotSource> source, TallyMap& tallyMap, TallyCycle::Observer& observer,
+    TallyCycle::SendControl sendControl, QObject* parent)
+    : QObject(parent)
+    , m_source(std::move(source))
+    , m_tallyMap(tallyMap)
+    , m_cycle(*m_source, observer, std::move(sendControl))
+    , m_timer(new QTimer(this))
+{
+    m_timer->setInterval(interval);
+    connect(m_timer, &QTimer::timeout, this, [this] { tick(Reason::timer); });
+    followSource();
+}
+
+TallyTicker::~TallyTicker() = default;
+
+void TallyTicker::start()
+{
+    m_shotList = m_source->queryShots();
+    m_timer->start();
+}
+
+void TallyTicker::tick(Reason reason)
+{
+    if (m_inTick || (m_holdBack && m_holdBack())) {
+        return;
+    }
+    m_inTick = true;
+    updateTallyLights();
+    m_inTick = false;
+    Q_EMIT ticked(reason);
+}
+
+void TallyTicker::updateTallyLights()
+{
+    m_cycle.updateTallyLights(m_shotList, m_tallyMap);
+}
+
+void TallyTicker::setSource(std::unique_ptr<ShotSource> source)
+{
+    if (!source) {
+        return;
+    }
+    m_source->disconnect(this);
+    m_cycle.setSource(*source);
+    // The old source may be inside one of its own signals: it goes once
+    // control is back in the event loop.
+    m_source.release()->deleteLater();
+    m_source = std::move(source);
+    m_shotList.clear();
+    followSource();
+}
+
+void TallyTicker::followSource()
+{
+    // A source that hears of a cut says so; the tick runs at once rather
+    // than up to a quarter of a second later.
+    connect(m_source.get(), &ShotSource::shotsChanged, this, [this] { tick(Reason::sourceChanged); });
+}
+
+void TallyTicker::finish()
+{
+    if (m_cycle.lostSourcePolicy().turnOffAtQuit) {
+        m_cycle.turnLightsOff(m_tallyMap.shotSelections().size());
+    }
+}

@@ -1,0 +1,87 @@
+#pragma once
+
+#include "link/Mixdesk.h"
+#include "tally/TallyCycle.h"
+
+#include <QObject>
+
+#include <chrono>
+#include <functional>
+#include <memory>
+
+class QTimer;
+class ShotSource;
+class TallyMap;
+
+// The tick loop, the one place that decides when the lights are worked out,
+// for the window and tallyctl watch alike: one question to the source before
+// the first tick (so that the first tick compares against a real answer), a
+// tick every 0.25 s from then on, one more at once when the source announces
+// a change, none while the owner holds the cycle back, and the lights off at
+// the end when the user asked for that.
+//
+// It owns the source, the latest shot list and the timer; the tally map and
+// what the lights are shown on belong to the owner and must outlive it.
+class TallyTicker : public QObject {
+    Q_OBJECT
+
+public:
+    // Why a tick ran: the timer measures time (tallyctl watch counts these),
+    // a change from the source only brings the next one forward.
+    enum class Reason { timer, sourceChanged };
+    Q_ENUM(Reason)
+
+    static constexpr std::chrono::milliseconds interval { 250 };
+
+    TallyTicker(std::unique_ptr<ShotSource> source, TallyMap& tallyMap, TallyCycle::Observer& observer,
+        TallyCycle::SendControl sendControl = TallyCycle::sendToSharedDevice, QObject* parent = nullptr);
+    ~TallyTicker() override;
+
+    // The first answer, then the timer. Called once.
+    void start();
+
+    // One tick now, unless the owner holds the cycle back or a tick is still
+    // under way (should anything inside one ever run the event loop).
+    void tick(Reason reason);
+    // One tick, unguarded.
+    void updateTallyLights();
+
+    // While this says so, ticks are skipped: the window's application-modal
+    // panels, whose bytes must not mix with the tick's; a stop that
+    // tallyctl watch has been asked for.
+    void setHoldBack(std::function<bool()> holdBack) { m_holdBack = std::move(holdBack); }
+
+    // Follows another switcher from now on. The shots of the old one are
+    // forgotten, so the first answer of the new one binds the assignments by
+    // name, as after a restart of Mixdesk; the lights keep their state until
+    // that answer. A null source changes nothing.
+    void setSource(std::unique_ptr<ShotSource> source);
+    ShotSource& source() const { return *m_source; }
+
+    // The latest answer of the source (the previous one during a tick).
+    const Mixdesk::ShotList& shotList() const { return m_shotList; }
+    QTimer* timer() const { return m_timer; }
+    TallyCycle& cycle() { return m_cycle; }
+
+    const LostSourcePolicy& lostSourcePolicy() const { return m_cycle.lostSourcePolicy(); }
+    void setLostSourcePolicy(const LostSourcePolicy& policy) { m_cycle.setLostSourcePolicy(policy); }
+
+    // At quit: every light off on the box and on screen when the user asked
+    // for that; otherwise nothing is sent, and the lights stay lit.
+    void finish();
+
+Q_SIGNALS:
+    // After every tick that ran.
+    void ticked(TallyTicker::Reason reason);
+
+private:
+    void followSource();
+
+    std::unique_ptr<ShotSource> m_source;
+    TallyMap& m_tallyMap;
+    TallyCycle m_cycle;
+    Mixdesk::ShotList m_shotList;
+    QTimer* m_timer; // a child: it lives as long as the ticker
+    std::function<bool()> m_holdBack;
+    bool m_inTick = false;
+};

@@ -1,0 +1,167 @@
+#include "tally/TallyTicker.h"
+
+#include "support/FakeShotSource.h"
+#include "support/RecordingCycleObserver.h"
+#include "tallymap/TallyMap.h"
+
+#include <QSignalSpy>
+#include <QTimer>
+
+#include <gtest/gtest.h>
+
+namespace {
+
+Mixdesk::ShotPtr liveShot(const QString& name)
+{
+    auto shot = std::make_shared<Mixdesk::Shot>(name);
+    shot->shotId = name;
+    shot->isLive = true;
+    return shot;
+}
+
+// A ticker on a fake source whose Cam 1 is live, light 1 holding Cam 1,
+// with the bytes recorded instead of sent.
+class TallyTickerTest : public testing::Test {
+protected:
+    TallyTickerTest()
+    {
+        auto owned = std::make_unique<FakeShotSource>();
+        source = owned.get();
+        source->shots = { liveShot(QStringLiteral("Cam 1")) };
+        map.setShotSelection(0, { std::make_shared<Mixdesk::Shot>(QStringLiteral("Cam 1")) });
+        ticker = std::make_unique<TallyTicker>(
+            std::move(owned), map, observer, [this](quint8 byte) { observer.send(byte); });
+    }
+
+    TallyMap map;
+    RecordingObserver observer;
+    FakeShotSource* source = nullptr;
+    std::unique_ptr<TallyTicker> ticker;
+};
+
+TEST_F(TallyTickerTest, StartingAsksTheSourceOnceBeforeTheRepeatingQuarterSecondTimerRuns)
+{
+    EXPECT_FALSE(ticker->timer()->isActive());
+    ticker->start();
+    EXPECT_EQ(source->queries, 1);
+    EXPECT_EQ(ticker->shotList().size(), 1);
+    EXPECT_TRUE(ticker->timer()->isActive());
+    EXPECT_FALSE(ticker->timer()->isSingleShot());
+    EXPECT_EQ(ticker->timer()->interval(), 250);
+    EXPECT_TRUE(observer.bytes.isEmpty()) << "the first answer is not a tick";
+}
+
+TEST_F(TallyTickerTest, TheTimerTicksTheLightsAndSaysWhy)
+{
+    ticker->start();
+    QSignalSpy ticked(ticker.get(), &TallyTicker::ticked);
+    ASSERT_TRUE(ticked.wait(2000));
+    EXPECT_EQ(ticked.first().first().value<TallyTicker::Reason>(), TallyTicker::Reason::timer);
+    EXPECT_EQ(observer.modes[0], TallyMode::live);
+    ASSERT_GE(observer.bytes.size(), 16);
+    EXPECT_EQ(observer.bytes[0], 0xB1);
+    EXPECT_EQ(observer.bytes[1], 0x21);
+}
+
+TEST_F(TallyTickerTest, AChangeFromTheSourceTicksAtOnceWithoutTheTimer)
+{
+    ticker->start();
+    ticker->timer()->stop();
+    QSignalSpy ticked(ticker.get(), &TallyTicker::ticked);
+    source->announceChange();
+    ASSERT_EQ(ticked.size(), 1);
+    EXPECT_EQ(ticked.first().first().value<TallyTicker::Reason>(), TallyTicker::Reason::sourceChanged);
+    EXPECT_EQ(observer.bytes.size(), 16);
+    EXPECT_EQ(observer.modes[0], TallyMode::live);
+}
+
+TEST_F(TallyTickerTest, NoTickRunsWhileTheOwnerHoldsTheCycleBack)
+{
+    bool holding = true;
+    ticker->setHoldBack([&holding] { return holding; });
+    QSignalSpy ticked(ticker.get(), &TallyTicker::ticked);
+    ticker->tick(TallyTicker::Reason::timer);
+    source->announceChange();
+    EXPECT_TRUE(observer.bytes.isEmpty());
+    EXPECT_TRUE(ticked.isEmpty());
+    holding = false;
+    ticker->tick(TallyTicker::Reason::timer);
+    EXPECT_EQ(observer.bytes.size(), 16);
+    EXPECT_EQ(ticked.size(), 1);
+}
+
+TEST_F(TallyTickerTest, ATickAskedForInsideATickIsSkipped)
+{
+    // A source that announces a change while it is being asked, as one that
+    // ran the event loop inside its query could.
+    int nestedTicks = 0;
+    QObject::connect(ticker.get(), &TallyTicker::ticked, [&nestedTicks] { ++nestedTicks; });
+    source->onQuery = [this, announced = false]() mutable {
+        if (!announced) {
+            announced = true;
+            source->announceChange();
+        }
+    };
+    ticker->tick(TallyTicker::Reason::timer);
+    EXPECT_EQ(nestedTicks, 1);
+    EXPECT_EQ(observer.bytes.size(), 16);
+}
+
+TEST_F(TallyTickerTest, AnotherSourceForgetsTheOldShotsAndTheOldSourceNoLongerTicks)
+{
+    ticker->start();
+    ticker->timer()->stop();
+    QPointer<FakeShotSource> old = source;
+    auto replacement = std::make_unique<FakeShotSource>();
+    FakeShotSource* next = replacement.get();
+    ticker->setSource(std::move(replacement));
+    EXPECT_TRUE(ticker->shotList().isEmpty());
+    EXPECT_EQ(&ticker->source(), next);
+    QSignalSpy ticked(ticker.get(), &TallyTicker::ticked);
+    old->announceChange();
+    EXPECT_TRUE(ticked.isEmpty());
+    next->announceChange();
+    EXPECT_EQ(ticked.size(), 1);
+    // The old source goes once control is back in the event loop.
+    QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+    EXPECT_TRUE(old.isNull());
+}
+
+TEST_F(TallyTickerTest, ANullSourceChangesNothing)
+{
+    ticker->setSource(nullptr);
+    EXPECT_EQ(&ticker->source(), source);
+}
+
+TEST_F(TallyTickerTest, FinishingSendsNothingByDefault)
+{
+    ticker->finish();
+    EXPECT_TRUE(observer.bytes.isEmpty());
+}
+
+TEST_F(TallyTickerTest, FinishingTurnsEveryLightOffWhenTheUserAskedForThat)
+{
+    LostSourcePolicy policy;
+    policy.turnOffAtQuit = true;
+    ticker->setLostSourcePolicy(policy);
+    ticker->finish();
+    ASSERT_EQ(observer.bytes.size(), 16);
+    EXPECT_EQ(observer.bytes[0], 0x01);
+    EXPECT_EQ(observer.bytes[1], 0x21);
+    EXPECT_EQ(observer.bytes[15], 0x28);
+    EXPECT_EQ(observer.modes[0], TallyMode::off);
+}
+
+TEST_F(TallyTickerTest, TheLostSourcePolicyReachesTheCycle)
+{
+    LostSourcePolicy policy;
+    policy.action = LostSourcePolicy::Action::turnOff;
+    ticker->setLostSourcePolicy(policy);
+    EXPECT_EQ(ticker->cycle().lostSourcePolicy(), policy);
+    source->running = false;
+    ticker->tick(TallyTicker::Reason::timer);
+    EXPECT_EQ(observer.bytes.size(), 16);
+    EXPECT_EQ(observer.warningHidden, false);
+}
+
+} // namespace
