@@ -1,15 +1,16 @@
 #include "mainwindow/MainMenu.h"
 
-#include "mainwindow/LostSourceMenu.h"
+#include "base/Text.h"
+#include "base/UserDefaults.h"
 #include "dialogs/NetworkOutputsDialog.h"
 #include "dialogs/ObsSourceDialog.h"
-#include "tallymap/RecentDocuments.h"
-#include "base/UserDefaults.h"
+#include "lamps/TallyState.h"
+#include "mainwindow/LampRow.h"
+#include "mainwindow/LostSourceMenu.h"
 #include "mainwindow/ViewController.h"
-#include "base/Text.h"
 #include "sources/MixdeskShotSource.h"
 #include "sources/ObsShotSource.h"
-#include "lamps/TallyState.h"
+#include "tallymap/RecentDocuments.h"
 
 #include <QActionGroup>
 #include <QApplication>
@@ -176,7 +177,7 @@ void MainMenu::addLockEditingItem()
 {
     m_lockEditing = m_editMenu->addAction(tr("&Lock Editing"));
     m_lockEditing->setCheckable(true);
-    QCheckBox* checkBox = m_controller.lockTallyCheckBox;
+    QCheckBox* checkBox = m_controller.lockTallyCheckBox();
     if (checkBox == nullptr) {
         m_lockEditing->setEnabled(false);
         return;
@@ -208,7 +209,7 @@ void MainMenu::buildViewMenu(QMenuBar& menuBar)
     connect(m_alwaysOnTop, &QAction::toggled, this, &MainMenu::alwaysOnTopToggled);
     m_largeLampLabels = m_viewMenu->addAction(tr("Large Lamp &Labels"));
     m_largeLampLabels->setCheckable(true);
-    m_largeLampLabels->setChecked(m_controller.showsLargeLampLabels());
+    m_largeLampLabels->setChecked(m_controller.lampRow().showsLargeLampLabels());
     connect(m_largeLampLabels, &QAction::toggled, this, &MainMenu::largeLampLabelsToggled);
     m_bigTally = m_viewMenu->addAction(tr("&Big Tally"));
     m_bigTally->setCheckable(true);
@@ -236,9 +237,10 @@ void MainMenu::bigTallyToggled(bool on)
         connect(&m_controller, &ViewController::lightModeShown, m_bigTallyView, &BigTallyView::showLight);
         connect(m_bigTallyView, &BigTallyView::closed, m_bigTally, [this] { m_bigTally->setChecked(false); });
         // Shows the lights as they are now, not only from the next tick.
-        for (qsizetype lightIndex = 0; lightIndex < m_controller.tallyStateDisplays.size(); ++lightIndex) {
-            if (const TallyState* display = m_controller.tallyStateDisplays[lightIndex]) {
-                m_bigTallyView->showLight(lightIndex, display->mode, m_controller.shotNamesOfLight(lightIndex));
+        for (qsizetype lightIndex = 0; lightIndex < m_controller.tallyStateDisplays().size(); ++lightIndex) {
+            if (const TallyState* display = m_controller.tallyStateDisplays()[lightIndex]) {
+                m_bigTallyView->showLight(
+                    lightIndex, display->mode, m_controller.lampRow().shotNamesOfLight(lightIndex));
             }
         }
     }
@@ -254,7 +256,7 @@ void MainMenu::alwaysOnTopToggled(bool checked)
 void MainMenu::rebuildOpenRecentMenu()
 {
     m_openRecentMenu->clear();
-    const QStringList paths = m_controller.recentDocuments().recentDocuments();
+    const QStringList paths = m_controller.document().recentDocuments().recentDocuments();
     for (const QString& path : paths) {
         QAction* item = m_openRecentMenu->addAction(Text::literalMnemonicText(QFileInfo(path).fileName()));
         item->setToolTip(path);
@@ -271,7 +273,7 @@ void MainMenu::rebuildOpenRecentMenu()
     QAction* clear = m_openRecentMenu->addAction(tr("Clear Menu"));
     clear->setEnabled(!paths.isEmpty());
     connect(clear, &QAction::triggered, this, [this] {
-        m_controller.clearRecentDocuments();
+        m_controller.document().clearRecentDocuments();
         rebuildOpenRecentMenu();
     });
 }

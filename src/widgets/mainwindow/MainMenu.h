@@ -1,8 +1,8 @@
 #pragma once
 
 #include "lamps/BigTallyView.h"
-#include "mainwindow/LostSourceMenu.h"
 #include "launch/NetworkOutputChoices.h"
+#include "mainwindow/LostSourceMenu.h"
 
 #include <QAction>
 #include <QMenu>

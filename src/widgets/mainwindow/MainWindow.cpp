@@ -1,5 +1,6 @@
 #include "mainwindow/MainWindow.h"
 
+#include "mainwindow/DocumentCommands.h"
 #include "mainwindow/MainMenu.h"
 #include "mainwindow/StatusLine.h"
 
@@ -13,7 +14,7 @@ MainWindow MainWindow::make(ViewController::Dependencies dependencies)
     made.controller = new ViewController(std::move(dependencies));
     made.window->setCentralWidget(made.controller);
     ViewController* controller = made.controller;
-    made.window->setCloseGuard([controller] { return controller->canDiscardChanges(); });
+    made.window->setCloseGuard([controller] { return controller->documentCommands().canDiscardChanges(); });
     made.menu = new MainMenu(*made.window->menuBar(), *made.controller);
     made.statusLine = new StatusLine(made.controller->shotSource().displayName());
     // Kept, not a passing message: menu hints would otherwise wipe it.

@@ -1,8 +1,8 @@
 #include "mainwindow/AppDelegate.h"
 
-#include "widgets/mainwindow/MainWindowFixture.h"
-#include "support/QtPrinters.h"
 #include "dialogs/EditViewController.h"
+#include "support/QtPrinters.h"
+#include "widgets/mainwindow/MainWindowFixture.h"
 
 #include <QDialog>
 #include <QFileInfo>
@@ -42,9 +42,10 @@ TEST_F(AppDelegateTest, OpeningThreeFilesAtOnceOpensOnlyTheFirst)
     const QString second = writeFile(QStringLiteral("second.tlx"), "0|Cam 2\r\n");
     const QString third = writeFile(QStringLiteral("third.tlx"), "0|Cam 3\r\n");
     delegate.applicationOpenFiles({ first, second, third });
-    EXPECT_EQ(controller->currentDocumentUrl, QUrl::fromLocalFile(first));
+    EXPECT_EQ(controller->currentDocumentUrl(), QUrl::fromLocalFile(first));
     EXPECT_EQ(button(1)->text(), QStringLiteral("Cam 1"));
-    EXPECT_EQ(controller->recentDocuments().recentDocuments(), QStringList { QFileInfo(first).canonicalFilePath() });
+    EXPECT_EQ(controller->document().recentDocuments().recentDocuments(),
+        QStringList { QFileInfo(first).canonicalFilePath() });
 }
 
 TEST_F(AppDelegateTest, AFileHandedOverWhileTheShotEditorIsUpOpensOnceItClosesAndGetsNoneOfItsEdits)
@@ -67,15 +68,15 @@ TEST_F(AppDelegateTest, AFileHandedOverWhileTheShotEditorIsUpOpensOnceItClosesAn
     // first one's light 2.
     delegate.applicationOpenFiles({ second });
     QTest::qWait(3 * AppDelegate::waitingRetryMilliseconds);
-    EXPECT_EQ(controller->currentDocumentUrl, QUrl::fromLocalFile(first));
+    EXPECT_EQ(controller->currentDocumentUrl(), QUrl::fromLocalFile(first));
     EXPECT_EQ(button(1)->text(), QStringLiteral("Cam 1"));
 
     // Done: the edit lands in the map it was made for, then the handed-over
     // map opens as it is on disk.
-    editor->setRepresentedObject({ controller->shotList, { controller->shotList.at(1) } });
+    editor->setRepresentedObject({ controller->shotList(), { controller->shotList().at(1) } });
     editor->finishEditingWithSender(nullptr);
     EXPECT_EQ(button(2)->text(), QStringLiteral("Cam 2"));
-    EXPECT_TRUE(QTest::qWaitFor([&] { return controller->currentDocumentUrl == QUrl::fromLocalFile(second); }, 5000));
+    EXPECT_TRUE(QTest::qWaitFor([&] { return controller->currentDocumentUrl() == QUrl::fromLocalFile(second); }, 5000));
     EXPECT_EQ(button(1)->text(), QStringLiteral("Cam 2"));
     EXPECT_EQ(button(2)->text(), QStringLiteral("Not Assigned"));
     EXPECT_EQ(readFile(second), QByteArray("0|Cam 2\r\n"));
@@ -93,12 +94,12 @@ TEST_F(AppDelegateTest, AFileHandedOverWhileAnApplicationModalPanelIsUpOpensOnce
     QTimer::singleShot(0, &panel, [&] {
         delegate.applicationOpenFiles({ path });
         QTest::qWait(3 * AppDelegate::waitingRetryMilliseconds);
-        openedWhilePanelUp = controller->currentDocumentUrl;
+        openedWhilePanelUp = controller->currentDocumentUrl();
         panel.reject();
     });
     panel.exec();
     EXPECT_TRUE(openedWhilePanelUp.path().isEmpty()) << openedWhilePanelUp.toString().toStdString();
-    EXPECT_TRUE(QTest::qWaitFor([&] { return controller->currentDocumentUrl == QUrl::fromLocalFile(path); }, 5000));
+    EXPECT_TRUE(QTest::qWaitFor([&] { return controller->currentDocumentUrl() == QUrl::fromLocalFile(path); }, 5000));
 }
 
 TEST_F(AppDelegateTest, NoFilesOpensNothing)
@@ -106,7 +107,7 @@ TEST_F(AppDelegateTest, NoFilesOpensNothing)
     makeWindow();
     delegate.setKeyWindow(main.window.get());
     delegate.applicationOpenFiles({});
-    EXPECT_TRUE(controller->currentDocumentUrl.path().isEmpty());
+    EXPECT_TRUE(controller->currentDocumentUrl().path().isEmpty());
 }
 
 TEST_F(AppDelegateTest, QuittingSendsNoByteToTheTallyBox)

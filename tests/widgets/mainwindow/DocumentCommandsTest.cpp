@@ -1,10 +1,10 @@
-#include "widgets/mainwindow/MainWindowFixture.h"
+#include "base/ModalSession.h"
 #include "dialogs/FileDialogPanels.h"
 #include "mainwindow/ViewController.h"
-#include "base/ModalSession.h"
 #include "support/QtPrinters.h"
 #include "support/ShownText.h"
 #include "support/WriteFailures.h"
+#include "widgets/mainwindow/MainWindowFixture.h"
 
 #include <QFileDialog>
 #include <QFileInfo>
@@ -20,7 +20,7 @@ class DocumentCommandsTest : public MainWindowFixture {
 protected:
     QString studioPath() { return writeFile(QStringLiteral("studio.tlx"), studioMap); }
 
-    QStringList recent() const { return controller->recentDocuments().recentDocuments(); }
+    QStringList recent() const { return controller->document().recentDocuments().recentDocuments(); }
 
     // Runs a command and returns what it printed on standard output.
     template<typename Command> std::string printedBy(Command command)
@@ -40,7 +40,7 @@ TEST_F(DocumentCommandsTest, BeforeAnyOpenOrSaveSaveAsksForAFileThoughTheTitleIs
     ASSERT_EQ(main.window->windowTitle(), QStringLiteral("Untitled.tlx"));
     controller->saveDocument(nullptr);
     EXPECT_EQ(panels->saveRuns, 1);
-    EXPECT_TRUE(controller->currentDocumentUrl.path().isEmpty());
+    EXPECT_TRUE(controller->currentDocumentUrl().path().isEmpty());
     EXPECT_TRUE(recent().isEmpty());
 }
 
@@ -50,10 +50,10 @@ TEST_F(DocumentCommandsTest, ASaveConfirmedInThePanelWritesTheMapAndNamesTheWind
     main.window->show();
     const QString path = directory.filePath(QStringLiteral("new.tlx"));
     panels->saveAnswers.append(QUrl::fromLocalFile(path));
-    controller->tallyMap.setShotSelection(0, { record("Cam 1") });
+    controller->document().tallyMap().setShotSelection(0, { record("Cam 1") });
     controller->saveDocument(nullptr);
     EXPECT_TRUE(readFile(path).startsWith("0|Cam 1\r\n"));
-    EXPECT_EQ(controller->currentDocumentUrl, QUrl::fromLocalFile(path));
+    EXPECT_EQ(controller->currentDocumentUrl(), QUrl::fromLocalFile(path));
     EXPECT_EQ(main.window->windowTitle(), QStringLiteral("new.tlx"));
     EXPECT_EQ(main.window->windowFilePath(), path);
     EXPECT_EQ(recent(), QStringList { QFileInfo(path).canonicalFilePath() });
@@ -68,7 +68,7 @@ TEST_F(DocumentCommandsTest, ACancelledSavePanelWritesNothing)
     panels->saveAnswers.append(QUrl());
     controller->saveDocumentAs(nullptr);
     EXPECT_TRUE(QDir(directory.path()).entryList({ QStringLiteral("*.tlx") }).isEmpty());
-    EXPECT_TRUE(controller->currentDocumentUrl.path().isEmpty());
+    EXPECT_TRUE(controller->currentDocumentUrl().path().isEmpty());
 }
 
 TEST_F(DocumentCommandsTest, AfterOpeningStudioSaveWritesThereWithoutAskingAndLeavesTitleAndRecentAlone)
@@ -82,9 +82,9 @@ TEST_F(DocumentCommandsTest, AfterOpeningStudioSaveWritesThereWithoutAskingAndLe
     // Marks that show whether the save touches them again.
     main.window->setWindowTitle(QStringLiteral("unchanged"));
     main.window->setWindowFilePath(QStringLiteral("/unchanged"));
-    controller->recentDocuments().clearRecentDocuments();
+    controller->document().recentDocuments().clearRecentDocuments();
 
-    controller->tallyMap.setShotSelection(2, { record("Titles") });
+    controller->document().tallyMap().setShotSelection(2, { record("Titles") });
     controller->saveDocument(nullptr);
     EXPECT_EQ(panels->saveRuns, 0);
     EXPECT_TRUE(readFile(path).contains("2|Titles\r\n"));
@@ -98,8 +98,8 @@ TEST_F(DocumentCommandsTest, SaveAsToTheSameFileWritesItButAddsNoRecentEntry)
     makeWindow();
     const QString path = studioPath();
     controller->loadTallyMap(QUrl::fromLocalFile(path));
-    controller->recentDocuments().clearRecentDocuments();
-    controller->tallyMap.setShotSelection(3, { record("Titles") });
+    controller->document().recentDocuments().clearRecentDocuments();
+    controller->document().tallyMap().setShotSelection(3, { record("Titles") });
     panels->saveAnswers.append(QUrl::fromLocalFile(path));
     controller->saveDocumentAs(nullptr);
     EXPECT_EQ(panels->saveRuns, 1);
@@ -117,7 +117,7 @@ TEST_F(DocumentCommandsTest, SaveAsToAnotherFileSwitchesCurrentUrlTitleAndRepres
     panels->saveAnswers.append(QUrl::fromLocalFile(other));
     controller->saveDocumentAs(nullptr);
     EXPECT_EQ(readFile(other), readFile(studio));
-    EXPECT_EQ(controller->currentDocumentUrl, QUrl::fromLocalFile(other));
+    EXPECT_EQ(controller->currentDocumentUrl(), QUrl::fromLocalFile(other));
     EXPECT_EQ(main.window->windowTitle(), QStringLiteral("other.tlx"));
     EXPECT_EQ(main.window->windowFilePath(), other);
     EXPECT_EQ(recent().value(0), QFileInfo(other).canonicalFilePath());
@@ -128,11 +128,11 @@ TEST_F(DocumentCommandsTest, OpeningWhileShotsAreKnownTakesTheirIdsByNameAndReti
 {
     answer({ { "11", "Cam 1", true, false }, { "12", "Cam 2", false, true } });
     makeWindow();
-    ASSERT_EQ(controller->shotList.size(), 3);
+    ASSERT_EQ(controller->shotList().size(), 3);
     controller->loadTallyMap(QUrl::fromLocalFile(studioPath()));
-    EXPECT_EQ(controller->tallyMap.shotSelection(0).at(0)->shotId, QStringLiteral("11"));
-    EXPECT_EQ(controller->tallyMap.shotSelection(1).at(0)->shotId, QStringLiteral("12"));
-    EXPECT_TRUE(controller->tallyMap.shotSelection(1).at(1)->shotId.isEmpty());
+    EXPECT_EQ(controller->document().tallyMap().shotSelection(0).at(0)->shotId, QStringLiteral("11"));
+    EXPECT_EQ(controller->document().tallyMap().shotSelection(1).at(0)->shotId, QStringLiteral("12"));
+    EXPECT_TRUE(controller->document().tallyMap().shotSelection(1).at(1)->shotId.isEmpty());
     EXPECT_EQ(button(1)->text(), QStringLiteral("Cam 1"));
     EXPECT_EQ(button(2)->text(), QStringLiteral("Multiple shots assigned...(Click to View)"));
 }
@@ -140,14 +140,14 @@ TEST_F(DocumentCommandsTest, OpeningWhileShotsAreKnownTakesTheirIdsByNameAndReti
 TEST_F(DocumentCommandsTest, OpeningWhileNoShotsAreKnownLeavesTheIdsUntilTheFirstAnswer)
 {
     makeWindow();
-    ASSERT_TRUE(controller->shotList.isEmpty());
+    ASSERT_TRUE(controller->shotList().isEmpty());
     controller->loadTallyMap(QUrl::fromLocalFile(studioPath()));
-    EXPECT_TRUE(controller->tallyMap.shotSelection(0).at(0)->shotId.isEmpty());
+    EXPECT_TRUE(controller->document().tallyMap().shotSelection(0).at(0)->shotId.isEmpty());
     EXPECT_EQ(button(1)->text(), QStringLiteral("Cam 1"));
 
     answer({ { "11", "Cam 1", true, false } });
     tick();
-    EXPECT_EQ(controller->tallyMap.shotSelection(0).at(0)->shotId, QStringLiteral("11"));
+    EXPECT_EQ(controller->document().tallyMap().shotSelection(0).at(0)->shotId, QStringLiteral("11"));
 }
 
 TEST_F(DocumentCommandsTest, AFailedOpenPrintsWhyAndLeavesMapTitleAndAssignments)
@@ -155,14 +155,14 @@ TEST_F(DocumentCommandsTest, AFailedOpenPrintsWhyAndLeavesMapTitleAndAssignments
     makeWindow();
     main.window->show();
     controller->loadTallyMap(QUrl::fromLocalFile(studioPath()));
-    const Mixdesk::ShotPtr assigned = controller->tallyMap.shotSelection(0).at(0);
-    const QUrl before = controller->currentDocumentUrl;
+    const Mixdesk::ShotPtr assigned = controller->document().tallyMap().shotSelection(0).at(0);
+    const QUrl before = controller->currentDocumentUrl();
     const QString bad = writeFile(QStringLiteral("bad.tlx"), "x|Cam 9\r\n");
 
     const std::string printed = printedBy([&] { controller->loadTallyMap(QUrl::fromLocalFile(bad)); });
     EXPECT_EQ(printed, "Read of document failed: Unable to parse tally index\n");
-    EXPECT_EQ(controller->tallyMap.shotSelection(0).at(0), assigned);
-    EXPECT_EQ(controller->currentDocumentUrl, before);
+    EXPECT_EQ(controller->document().tallyMap().shotSelection(0).at(0), assigned);
+    EXPECT_EQ(controller->currentDocumentUrl(), before);
     EXPECT_EQ(main.window->windowTitle(), QStringLiteral("studio.tlx"));
     EXPECT_EQ(button(1)->text(), QStringLiteral("Cam 1"));
     EXPECT_EQ(recent().size(), 1);
@@ -176,7 +176,7 @@ TEST_F(DocumentCommandsTest, OpeningAMissingFilePrintsTheSystemsReason)
     EXPECT_EQ(printed.rfind("Read of document failed: Unable to read \"" + missing.toStdString() + "\": ", 0), 0u)
         << printed;
     EXPECT_EQ(printed.back(), '\n');
-    EXPECT_TRUE(controller->currentDocumentUrl.path().isEmpty());
+    EXPECT_TRUE(controller->currentDocumentUrl().path().isEmpty());
 }
 
 TEST_F(DocumentCommandsTest, AFailedSavePrintsWhyAndChangesNothing)
@@ -187,7 +187,7 @@ TEST_F(DocumentCommandsTest, AFailedSavePrintsWhyAndChangesNothing)
     panels->saveAnswers.append(QUrl::fromLocalFile(unwritable));
     const std::string printed = printedBy([&] { controller->saveDocumentAs(nullptr); });
     EXPECT_EQ(printed.rfind("Save of document failed: Unable to write \"", 0), 0u) << printed;
-    EXPECT_TRUE(controller->currentDocumentUrl.path().isEmpty());
+    EXPECT_TRUE(controller->currentDocumentUrl().path().isEmpty());
     EXPECT_EQ(main.window->windowTitle(), QStringLiteral("Untitled.tlx"));
     EXPECT_TRUE(recent().isEmpty());
 }
@@ -200,7 +200,7 @@ TEST_F(DocumentCommandsTest, ASaveTheDiskCannotTakePrintsTheFailureAndKeepsTheOl
     controller->loadTallyMap(QUrl::fromLocalFile(path));
     // Larger than what the disk takes, and the printed line (which goes to a
     // file while it is captured) smaller.
-    controller->tallyMap.setShotSelection(2, { record(QString(3000, QLatin1Char('W'))) });
+    controller->document().tallyMap().setShotSelection(2, { record(QString(3000, QLatin1Char('W'))) });
     std::string printed;
     {
         const FileSizeLimit limit(2048);
@@ -225,7 +225,7 @@ TEST_F(DocumentCommandsTest, ASaveOntoAFullFileSystemPrintsTheFailureAndKeepsThe
         file.write(studioMap);
     }
     controller->loadTallyMap(QUrl::fromLocalFile(path));
-    controller->tallyMap.setShotSelection(2, { record("Camera 3"), record("Wide Shot") });
+    controller->document().tallyMap().setShotSelection(2, { record("Camera 3"), record("Wide Shot") });
     full.fill();
     const std::string printed = printedBy([&] { controller->saveDocument(nullptr); });
     EXPECT_EQ(
@@ -240,7 +240,7 @@ TEST_F(DocumentCommandsTest, OpenRunsThePanelAndLoadsTheChosenFile)
     panels->openAnswers.append(QUrl::fromLocalFile(path));
     controller->openDocument(nullptr);
     EXPECT_EQ(panels->openRuns, 1);
-    EXPECT_EQ(controller->currentDocumentUrl, QUrl::fromLocalFile(path));
+    EXPECT_EQ(controller->currentDocumentUrl(), QUrl::fromLocalFile(path));
     EXPECT_EQ(button(1)->text(), QStringLiteral("Cam 1"));
 }
 
@@ -252,7 +252,7 @@ TEST_F(DocumentCommandsTest, ACancelledOrEmptyOpenPanelChangesNothing)
     const std::string printed = printedBy([&] { controller->openDocument(nullptr); });
     EXPECT_EQ(panels->openRuns, 2);
     EXPECT_EQ(printed, "");
-    EXPECT_TRUE(controller->currentDocumentUrl.path().isEmpty());
+    EXPECT_TRUE(controller->currentDocumentUrl().path().isEmpty());
 }
 
 TEST_F(DocumentCommandsTest, OpenRecentListsTheFilesDisablesMissingOnesAndOpensThroughLoad)
@@ -263,7 +263,7 @@ TEST_F(DocumentCommandsTest, OpenRecentListsTheFilesDisablesMissingOnesAndOpensT
     controller->loadTallyMap(QUrl::fromLocalFile(gone));
     controller->loadTallyMap(QUrl::fromLocalFile(studio));
     QFile::remove(gone);
-    controller->tallyMap.setShotSelection(0, {});
+    controller->document().tallyMap().setShotSelection(0, {});
 
     main.menu->rebuildOpenRecentMenu();
     const QList<QAction*> items = main.menu->openRecentMenu()->actions();

@@ -2,9 +2,9 @@
 // prompt before Open and Quit, where the file panels start, the editor's
 // title and Save As's key.
 
-#include "widgets/mainwindow/MainWindowFixture.h"
-#include "support/QtPrinters.h"
 #include "dialogs/EditViewController.h"
+#include "support/QtPrinters.h"
+#include "widgets/mainwindow/MainWindowFixture.h"
 
 #include <QKeySequence>
 #include <QTableWidget>
@@ -43,7 +43,7 @@ protected:
     {
         QWidget* shown = nullptr;
         // Only for this click: the lambda holds on to a local.
-        const QMetaObject::Connection watch = QObject::connect(controller, &ViewController::viewControllerPresented,
+        const QMetaObject::Connection watch = QObject::connect(&controller->segues(), &Segues::viewControllerPresented,
             [&shown](const QString&, QWidget* viewController) { shown = viewController; });
         button(1)->click();
         QObject::disconnect(watch);
@@ -68,9 +68,9 @@ protected:
 
 TEST_F(EditingComfortsTest, AChangedAssignmentMarksTheWindowModifiedAndTheTitleStaysTheFileName)
 {
-    EXPECT_FALSE(controller->isDocumentEdited());
+    EXPECT_FALSE(controller->document().isEdited());
     assignFirstShotToLightOne();
-    EXPECT_TRUE(controller->isDocumentEdited());
+    EXPECT_TRUE(controller->document().isEdited());
     EXPECT_TRUE(main.window->isWindowModified());
     EXPECT_EQ(main.window->windowTitle(), QStringLiteral("Untitled.tlx"));
     EXPECT_EQ(main.window->displayedTitle(), QStringLiteral("Untitled.tlx *"));
@@ -88,7 +88,7 @@ TEST_F(EditingComfortsTest, SavingClearsTheMarker)
     const QString path = directory.filePath(QStringLiteral("show.tlx"));
     panels->saveAnswers = { QUrl::fromLocalFile(path) };
     controller->saveDocument(nullptr);
-    EXPECT_FALSE(controller->isDocumentEdited());
+    EXPECT_FALSE(controller->document().isEdited());
     EXPECT_EQ(main.window->displayedTitle(), QStringLiteral("show.tlx"));
 }
 
@@ -106,8 +106,8 @@ TEST_F(EditingComfortsTest, CancellingThePromptBeforeOpenKeepsTheChangesAndRunsN
     controller->openDocument(nullptr);
     EXPECT_EQ(prompt->askedAbout, QStringList { QStringLiteral("Untitled.tlx") });
     EXPECT_EQ(panels->openRuns, 0);
-    EXPECT_TRUE(controller->isDocumentEdited());
-    EXPECT_EQ(controller->tallyMap.shotSelection(0).size(), 1);
+    EXPECT_TRUE(controller->document().isEdited());
+    EXPECT_EQ(controller->document().tallyMap().shotSelection(0).size(), 1);
 }
 
 TEST_F(EditingComfortsTest, DiscardingBeforeOpenGoesOnToTheOpenPanel)
@@ -118,8 +118,8 @@ TEST_F(EditingComfortsTest, DiscardingBeforeOpenGoesOnToTheOpenPanel)
     prompt->answers = { SaveChangesPrompt::Answer::discard };
     controller->openDocument(nullptr);
     EXPECT_EQ(panels->openRuns, 1);
-    EXPECT_FALSE(controller->isDocumentEdited());
-    EXPECT_TRUE(controller->tallyMap.shotSelection(0).isEmpty());
+    EXPECT_FALSE(controller->document().isEdited());
+    EXPECT_TRUE(controller->document().tallyMap().shotSelection(0).isEmpty());
 }
 
 TEST_F(EditingComfortsTest, SavingFromThePromptWritesTheMapThenOpens)
@@ -140,7 +140,7 @@ TEST_F(EditingComfortsTest, ACancelledSaveFromThePromptStopsTheOpen)
     controller->openDocument(nullptr); // the save panel is cancelled
     EXPECT_EQ(panels->saveRuns, 1);
     EXPECT_EQ(panels->openRuns, 0);
-    EXPECT_TRUE(controller->isDocumentEdited());
+    EXPECT_TRUE(controller->document().isEdited());
 }
 
 TEST_F(EditingComfortsTest, ClosingTheWindowWithChangesAsksAndCancelKeepsItOpen)
@@ -162,11 +162,11 @@ TEST_F(EditingComfortsTest, ClosingTheWindowWithoutChangesAsksNothing)
 
 TEST_F(EditingComfortsTest, TheEditorReturningTheSameNamesIsNoChange)
 {
-    controller->tallyMap.setShotSelection(0, { record("Cam 2") });
+    controller->document().tallyMap().setShotSelection(0, { record("Cam 2") });
     EditViewController* editor = openEditorOfLightOne();
     ASSERT_NE(editor, nullptr);
     editor->doneButton->click();
-    EXPECT_FALSE(controller->isDocumentEdited());
+    EXPECT_FALSE(controller->document().isEdited());
 }
 
 TEST_F(EditingComfortsTest, ThePanelsAreToldTheCurrentFile)

@@ -3,8 +3,9 @@
 // preview besides the colour. Off by default, when the lamps keep their
 // small LIVE / PREVIEW label.
 
-#include "widgets/mainwindow/MainWindowFixture.h"
+#include "mainwindow/LampRow.h"
 #include "support/QtPrinters.h"
+#include "widgets/mainwindow/MainWindowFixture.h"
 
 #include <QApplication>
 #include <QImage>
@@ -21,7 +22,7 @@ protected:
         QApplication::processEvents();
     }
 
-    TallyState* lamp(int lightNumber) const { return controller->tallyStateDisplays.at(lightNumber - 1); }
+    TallyState* lamp(int lightNumber) const { return controller->tallyStateDisplays().at(lightNumber - 1); }
 
     // Dark pixels of the lamp's picture inside a box, away from the frame.
     // Lit lamps have black text (red itself is a gray of 87); an unlit one
@@ -80,8 +81,8 @@ TEST_F(LargeLampLabelsTest, OffByDefaultTheLampsKeepTheirSmallLabelAtTheFoot)
     EXPECT_TRUE(main.menu->viewMenu()->actions().contains(item));
     EXPECT_TRUE(item->isCheckable());
     EXPECT_FALSE(item->isChecked());
-    EXPECT_FALSE(controller->showsLargeLampLabels());
-    for (const QPointer<TallyState>& display : controller->tallyStateDisplays) {
+    EXPECT_FALSE(controller->lampRow().showsLargeLampLabels());
+    for (const QPointer<TallyState>& display : controller->tallyStateDisplays()) {
         EXPECT_FALSE(display->glanceable);
         EXPECT_EQ(display->minimumHeight(), 48);
     }
@@ -102,7 +103,7 @@ TEST_F(LargeLampLabelsTest, ChoosingThemPutsEachLightsNumberAndShotsInsideItsLam
     showLiveAndPreview();
     chooseLargeLampLabels(true);
     EXPECT_TRUE(UserDefaults::standardUserDefaults().boolForKey(Preferences::largeLampLabels));
-    EXPECT_TRUE(controller->showsLargeLampLabels());
+    EXPECT_TRUE(controller->lampRow().showsLargeLampLabels());
     for (int light = 1; light <= 8; ++light) {
         EXPECT_TRUE(lamp(light)->glanceable);
         EXPECT_EQ(lamp(light)->lightNumber, light);
@@ -176,7 +177,7 @@ TEST_F(LargeLampLabelsTest, AnAssignmentShowsInTheLampAtOnceWithoutATick)
 {
     showLiveAndPreview();
     chooseLargeLampLabels(true);
-    controller->tallyMap.setShotSelection(4, { record("Wide Shot"), record("Camera 1") });
+    controller->document().tallyMap().setShotSelection(4, { record("Wide Shot"), record("Camera 1") });
     controller->refreshAssignmentTitles();
     EXPECT_EQ(lamp(5)->shotNames, QStringLiteral("Wide Shot, Camera 1"));
     QApplication::processEvents();
@@ -190,7 +191,7 @@ TEST_F(LargeLampLabelsTest, TurningThemOffBringsBackTheSmallLampsAtTheirOwnHeigh
     chooseLargeLampLabels(true);
     chooseLargeLampLabels(false);
     EXPECT_FALSE(UserDefaults::standardUserDefaults().boolForKey(Preferences::largeLampLabels));
-    for (const QPointer<TallyState>& display : controller->tallyStateDisplays) {
+    for (const QPointer<TallyState>& display : controller->tallyStateDisplays()) {
         EXPECT_FALSE(display->glanceable);
         EXPECT_EQ(display->minimumHeight(), 48);
     }
@@ -207,7 +208,7 @@ TEST_F(LargeLampLabelsTest, TheChoiceIsRememberedForTheNextWindow)
     main.window.reset();
     makeWindow();
     EXPECT_TRUE(main.menu->largeLampLabelsAction()->isChecked());
-    EXPECT_TRUE(controller->showsLargeLampLabels());
-    EXPECT_TRUE(controller->tallyStateDisplays[0]->glanceable);
-    EXPECT_GE(controller->tallyStateDisplays[0]->minimumHeight(), LampLabelLayout::naturalLampHeight());
+    EXPECT_TRUE(controller->lampRow().showsLargeLampLabels());
+    EXPECT_TRUE(controller->tallyStateDisplays()[0]->glanceable);
+    EXPECT_GE(controller->tallyStateDisplays()[0]->minimumHeight(), LampLabelLayout::naturalLampHeight());
 }

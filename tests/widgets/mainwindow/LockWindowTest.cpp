@@ -2,8 +2,8 @@
 // "Require Password to Unlock" and "Lock Editing" menu items, and the password
 // dialog as the window presents it, answered through its fields and buttons.
 
-#include "widgets/mainwindow/SegueWidgetFixture.h"
 #include "support/QtPrinters.h"
+#include "widgets/mainwindow/SegueWidgetFixture.h"
 
 #include <QLabel>
 
@@ -312,7 +312,7 @@ using LockWindowDeathTest = LockWindowTest;
 
 TEST_F(LockWindowDeathTest, TheRequirementCommandFromAnythingButAMenuItemStopsTheProcess)
 {
-    EXPECT_DEATH(controller->togglePasswordRequirement(controller->lockTallyCheckBox),
+    EXPECT_DEATH(controller->togglePasswordRequirement(controller->lockTallyCheckBox()),
         "fatal error: togglePasswordRequirement needs its menu item as sender");
     EXPECT_DEATH(controller->togglePasswordRequirement(nullptr),
         "fatal error: togglePasswordRequirement needs its menu item as sender");

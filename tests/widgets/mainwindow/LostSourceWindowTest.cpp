@@ -2,10 +2,10 @@
 // Lost" items, what they store, and what the box gets while the switcher is
 // gone and at quit.
 
-#include "widgets/mainwindow/MainWindowFixture.h"
 #include "mainwindow/LostSourceMenu.h"
 #include "support/FakeShotSource.h"
 #include "support/QtPrinters.h"
+#include "widgets/mainwindow/MainWindowFixture.h"
 
 #include <QActionGroup>
 #include <QMessageBox>
@@ -22,7 +22,7 @@ protected:
     {
         source = makeWindowFollowingAFakeSwitcher();
         tick();
-        ASSERT_EQ(controller->tallyStateDisplays[0]->mode, TallyMode::live);
+        ASSERT_EQ(controller->tallyStateDisplays()[0]->mode, TallyMode::live);
     }
 
     QList<quint8> bytesSince(qsizetype first) const { return device->commandBytes().mid(first); }
@@ -48,7 +48,7 @@ TEST_F(LostSourceWindowTest, ByDefaultQuittingSendsNothing)
     const qsizetype sent = device->reports.size();
     controller->applicationWillQuit();
     EXPECT_EQ(device->reports.size(), sent);
-    EXPECT_EQ(controller->tallyStateDisplays[0]->mode, TallyMode::live);
+    EXPECT_EQ(controller->tallyStateDisplays()[0]->mode, TallyMode::live);
 }
 
 TEST_F(LostSourceWindowTest, ChoosingTurnOffSwitchesEveryLightOffWhileTheSwitcherIsLost)
@@ -59,8 +59,8 @@ TEST_F(LostSourceWindowTest, ChoosingTurnOffSwitchesEveryLightOffWhileTheSwitche
     const qsizetype sent = device->reports.size();
     tick();
     EXPECT_EQ(bytesSince(sent), everyLightOff);
-    EXPECT_EQ(controller->tallyStateDisplays[0]->mode, TallyMode::off);
-    EXPECT_FALSE(controller->mixdeskWarning->isHidden());
+    EXPECT_EQ(controller->tallyStateDisplays()[0]->mode, TallyMode::off);
+    EXPECT_FALSE(controller->mixdeskWarning()->isHidden());
 }
 
 TEST_F(LostSourceWindowTest, AChoiceIsSavedAndANewWindowStartsWithIt)
@@ -84,7 +84,7 @@ TEST_F(LostSourceWindowTest, WithLightsOffAtQuitChosenQuittingSendsAndShowsEvery
     const qsizetype sent = device->reports.size();
     controller->applicationWillQuit();
     EXPECT_EQ(bytesSince(sent), everyLightOff);
-    EXPECT_EQ(controller->tallyStateDisplays[0]->mode, TallyMode::off);
+    EXPECT_EQ(controller->tallyStateDisplays()[0]->mode, TallyMode::off);
 }
 
 TEST_F(LostSourceWindowTest, ABlinkDelayFromTheCommandLineGetsItsOwnTickedItem)

@@ -5,18 +5,18 @@
 // preferences and the recent documents live in a private temporary folder,
 // and the file panels are answered by the test.
 
+#include "base/UserDefaults.h"
+#include "core/hardware/HardwareFakes.h"
 #include "dialogs/DocumentPanels.h"
+#include "hardware/USBHIDAppDelegate.h"
+#include "lamps/TallyState.h"
 #include "mainwindow/MainMenu.h"
 #include "mainwindow/MainWindow.h"
 #include "mainwindow/ModalPanelProbe.h"
-#include "tallymap/RecentDocuments.h"
-#include "base/UserDefaults.h"
-#include "core/hardware/HardwareFakes.h"
-#include "hardware/USBHIDAppDelegate.h"
 #include "support/FakeMixdeskPlatform.h"
 #include "support/FakeShotSource.h"
 #include "support/ShotNotation.h"
-#include "lamps/TallyState.h"
+#include "tallymap/RecentDocuments.h"
 
 #include <QFile>
 #include <QPushButton>
@@ -83,7 +83,7 @@ protected:
             recentListPath.isEmpty() ? directory.filePath(QStringLiteral("recent-documents.json")) : recentListPath);
         main = MainWindow::make(std::move(dependencies));
         controller = main.controller;
-        controller->timer->stop();
+        controller->timer()->stop();
     }
 
     // An answer of fewer than two records counts as none, so a shot that no
@@ -94,7 +94,7 @@ protected:
         platform->answerWithNotation(shotsNotation(shots));
     }
 
-    void tick() { controller->queryMixdeskWithTimer(controller->timer); }
+    void tick() { controller->queryMixdeskWithTimer(controller->timer()); }
 
     // A shown window following a fake switcher instead of Mixdesk: Cam 1 is
     // live there, Cam 2 is not, and light 1 has Cam 1. No tick yet.
@@ -110,7 +110,7 @@ protected:
         source->shots = { live, other };
         makeWindow(std::move(owned));
         main.window->show();
-        controller->tallyMap.setShotSelection(0, { record("Cam 1") });
+        controller->document().tallyMap().setShotSelection(0, { record("Cam 1") });
         return source;
     }
 
@@ -130,8 +130,8 @@ protected:
         answer(
             { { "1", "Camera 1", true, false }, { "2", "Camera 2", false, true }, { "3", "Wide Shot", false, false } });
         makeWindow();
-        controller->tallyMap.setShotSelection(2, { record("Camera 1"), record("Wide Shot") });
-        controller->tallyMap.setShotSelection(3, { record("Wide Shot") });
+        controller->document().tallyMap().setShotSelection(2, { record("Camera 1"), record("Wide Shot") });
+        controller->document().tallyMap().setShotSelection(3, { record("Wide Shot") });
         assignLiveAndPreview();
     }
 
@@ -177,8 +177,8 @@ protected:
 private:
     void assignLiveAndPreview()
     {
-        controller->tallyMap.setShotSelection(0, { record("Camera 1") });
-        controller->tallyMap.setShotSelection(1, { record("Camera 2") });
+        controller->document().tallyMap().setShotSelection(0, { record("Camera 1") });
+        controller->document().tallyMap().setShotSelection(1, { record("Camera 2") });
         controller->refreshAssignmentTitles();
     }
 };

@@ -2,10 +2,10 @@
 // (main-window.png with a live light, a preview light and the warning, and
 // the others beside it), so that a person can look at the layout.
 
-#include "widgets/mainwindow/MainWindowFixture.h"
 #include "dialogs/NetworkOutputsDialog.h"
 #include "mainwindow/StatusLine.h"
 #include "support/QtPrinters.h"
+#include "widgets/mainwindow/MainWindowFixture.h"
 
 #include <QApplication>
 #include <QDir>
@@ -40,11 +40,11 @@ TEST_F(MainWindowScreenshotTest, MainWindowWithLiveAndPreviewLights)
     const QImage image = main.window->grab().toImage();
     ASSERT_TRUE(image.save(path)) << path.toStdString();
     // The first indicator is filled red, the second green.
-    const QPoint firstCentre = controller->tallyStateDisplays[0]->mapTo(
-        main.window.get(), QPoint(controller->tallyStateDisplays[0]->width() / 2, 4));
+    const QPoint firstCentre = controller->tallyStateDisplays()[0]->mapTo(
+        main.window.get(), QPoint(controller->tallyStateDisplays()[0]->width() / 2, 4));
     EXPECT_EQ(image.pixelColor(firstCentre * image.devicePixelRatio()), QColor(0xFF, 0x00, 0x00));
-    const QPoint secondCentre = controller->tallyStateDisplays[1]->mapTo(
-        main.window.get(), QPoint(controller->tallyStateDisplays[1]->width() / 2, 4));
+    const QPoint secondCentre = controller->tallyStateDisplays()[1]->mapTo(
+        main.window.get(), QPoint(controller->tallyStateDisplays()[1]->width() / 2, 4));
     EXPECT_EQ(image.pixelColor(secondCentre * image.devicePixelRatio()), QColor(0x00, 0xFF, 0x00));
 }
 
@@ -55,7 +55,7 @@ TEST_F(MainWindowScreenshotTest, MainWindowWhileMixdeskIsNotRunning)
     main.window->show();
     tick();
     QApplication::processEvents();
-    ASSERT_TRUE(controller->mixdeskWarning->isVisible());
+    ASSERT_TRUE(controller->mixdeskWarning()->isVisible());
     const QString path = screenshotPath(QStringLiteral("main-window-no-mixdesk.png"));
     QFile::remove(path);
     ASSERT_TRUE(main.window->grab().save(path)) << path.toStdString();
@@ -86,9 +86,9 @@ TEST_F(MainWindowScreenshotTest, MainWindowMaximisedKeepsItsLampsInProportion)
     // The extra height goes to the lamps: the numbers sit right above them.
     const QWidget* number = controller->findChild<QWidget*>(QStringLiteral("lightNumber1"));
     ASSERT_NE(number, nullptr);
-    const int gap = controller->tallyStateDisplays[0]->geometry().top() - number->geometry().bottom();
+    const int gap = controller->tallyStateDisplays()[0]->geometry().top() - number->geometry().bottom();
     EXPECT_LT(gap, 20);
-    EXPECT_GT(controller->tallyStateDisplays[0]->height(), 400);
+    EXPECT_GT(controller->tallyStateDisplays()[0]->height(), 400);
     const QString path = screenshotPath(QStringLiteral("main-window-maximised.png"));
     QFile::remove(path);
     ASSERT_TRUE(main.window->grab().save(path)) << path.toStdString();
@@ -110,7 +110,7 @@ TEST_F(MainWindowScreenshotTest, MainWindowWithLargeLampLabels)
     // tall enough for its number, its shots and the mode's word.
     for (const auto& [index, colour] :
         { std::pair { 0, QColor(0xFF, 0x00, 0x00) }, std::pair { 1, QColor(0x00, 0xFF, 0x00) } }) {
-        const TallyState* lamp = controller->tallyStateDisplays[index];
+        const TallyState* lamp = controller->tallyStateDisplays()[index];
         const QPoint inside
             = lamp->mapTo(main.window.get(), lamp->glanceableLayout().textRect().topLeft().toPoint() + QPoint(1, 1));
         EXPECT_EQ(image.pixelColor(inside * image.devicePixelRatio()), colour) << "lamp " << index + 1;
@@ -124,7 +124,7 @@ TEST_F(MainWindowScreenshotTest, MaximisedLargeLampLabelsGrowWithTheLamps)
     main.menu->largeLampLabelsAction()->trigger();
     main.window->show();
     QApplication::processEvents();
-    const int normalNumberSize = controller->tallyStateDisplays[0]->glanceableLayout().lines().first().pixelSize;
+    const int normalNumberSize = controller->tallyStateDisplays()[0]->glanceableLayout().lines().first().pixelSize;
     main.window->resize(1600, 900);
     tick();
     QApplication::processEvents();
@@ -134,11 +134,11 @@ TEST_F(MainWindowScreenshotTest, MaximisedLargeLampLabelsGrowWithTheLamps)
     ASSERT_TRUE(main.window->grab().save(path)) << path.toStdString();
     // Read from across a studio: the number grows with the lamp, and the
     // lamps take the height the window gained.
-    const LampLabelLayout layout = controller->tallyStateDisplays[0]->glanceableLayout();
+    const LampLabelLayout layout = controller->tallyStateDisplays()[0]->glanceableLayout();
     ASSERT_FALSE(layout.lines().isEmpty());
     EXPECT_EQ(layout.lines().first().role, LampLabelLayout::Role::number);
     EXPECT_GT(layout.lines().first().pixelSize, 2 * normalNumberSize);
-    EXPECT_GT(controller->tallyStateDisplays[0]->height(), 400);
+    EXPECT_GT(controller->tallyStateDisplays()[0]->height(), 400);
 }
 
 TEST_F(MainWindowScreenshotTest, NetworkOutputsDialogRefusingABadDestination)

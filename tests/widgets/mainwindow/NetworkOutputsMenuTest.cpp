@@ -1,11 +1,11 @@
 // Outputs > Network Outputs: the web tally page and the TSL outputs chosen in
 // the window, running at once and remembered for the next start.
 
-#include "widgets/mainwindow/MainWindowFixture.h"
 #include "dialogs/NetworkOutputsDialog.h"
 #include "mainwindow/StatusLine.h"
 #include "net/outputs/WebTallyClient.h"
 #include "outputs/WebTallyServer.h"
+#include "widgets/mainwindow/MainWindowFixture.h"
 
 #include <QApplication>
 #include <QCheckBox>

@@ -3,10 +3,10 @@
 // and collect) and the light test panel, each alone and drawn over the main
 // window, so that a person can look at them.
 
-#include "widgets/mainwindow/SegueWidgetFixture.h"
+#include "dialogs/EditViewController.h"
 #include "dialogs/TestViewController.h"
 #include "support/QtPrinters.h"
-#include "dialogs/EditViewController.h"
+#include "widgets/mainwindow/SegueWidgetFixture.h"
 
 #include <QDir>
 #include <QImage>
@@ -26,8 +26,8 @@ protected:
             { "4", "Lower Third Clear Layer", false, false } });
         openWindow();
         tick();
-        controller->tallyMap.setShotSelection(0, { controller->shotList.at(0) });
-        controller->tallyMap.setShotSelection(1, { controller->shotList.at(1) });
+        controller->document().tallyMap().setShotSelection(0, { controller->shotList().at(0) });
+        controller->document().tallyMap().setShotSelection(1, { controller->shotList().at(1) });
         controller->refreshAssignmentTitles();
         tick();
     }
@@ -73,7 +73,8 @@ protected:
 
 TEST_F(SegueScreenshotTest, ShotEditorSheetForLightThree)
 {
-    controller->tallyMap.setShotSelection(2, { controller->shotList.at(0), controller->shotList.at(2) });
+    controller->document().tallyMap().setShotSelection(
+        2, { controller->shotList().at(0), controller->shotList().at(2) });
     controller->refreshAssignmentTitles();
     button(3)->click();
     ASSERT_EQ(presentations.size(), 1);

@@ -2,13 +2,13 @@
 // password dialog and the light test panel receive, how they are presented,
 // and what comes back when they close.
 
-#include "widgets/mainwindow/SegueWidgetFixture.h"
 #include "base/ModalSession.h"
-#include "hardware/CaptureBackend.h"
+#include "dialogs/EditViewController.h"
 #include "dialogs/TestViewController.h"
+#include "hardware/CaptureBackend.h"
 #include "support/CaptureFile.h"
 #include "support/QtPrinters.h"
-#include "dialogs/EditViewController.h"
+#include "widgets/mainwindow/SegueWidgetFixture.h"
 
 #include <QCheckBox>
 #include <QTableWidget>
@@ -64,7 +64,7 @@ protected:
         openWindow();
         tick();
         ASSERT_TRUE(controller->enableEditing());
-        controller->tallyMap.setShotSelection(0, { controller->shotList.at(0) });
+        controller->document().tallyMap().setShotSelection(0, { controller->shotList().at(0) });
         controller->refreshAssignmentTitles();
         device->reports.clear();
     }
@@ -124,7 +124,7 @@ TEST_F(SegueTest, TheButtonTaggedTwelveOpensTheEditorForLightIndexTwoWithTheShot
 {
     openWindowWithShots();
     const Mixdesk::ShotPtr fromFile = record(QStringLiteral("Cam 2"));
-    controller->tallyMap.setShotSelection(2, { fromFile, controller->shotList.at(0) });
+    controller->document().tallyMap().setShotSelection(2, { fromFile, controller->shotList().at(0) });
     QPushButton* tagged12 = button(3);
     ASSERT_EQ(tagged12->property("tag").toInt(), 12);
     tagged12->click();
@@ -135,8 +135,8 @@ TEST_F(SegueTest, TheButtonTaggedTwelveOpensTheEditorForLightIndexTwoWithTheShot
     const QList<Mixdesk::ShotList> lists = editor->representedObject();
     ASSERT_EQ(lists.size(), 2);
     // The same records, not copies: the editor shares them with the window.
-    EXPECT_EQ(lists[0], controller->shotList);
-    EXPECT_EQ(lists[1], controller->tallyMap.shotSelection(2));
+    EXPECT_EQ(lists[0], controller->shotList());
+    EXPECT_EQ(lists[1], controller->document().tallyMap().shotSelection(2));
     EXPECT_EQ(lists[1].at(0).get(), fromFile.get());
     clickDone(editor);
 }
@@ -158,7 +158,7 @@ TEST_F(SegueTest, TheEditorIsAWindowModalSheetOverTheMainWindow)
 TEST_F(SegueTest, UntickingTheOnlyShotInTheEditorLeavesTheLightEmptyAndTitledNotAssigned)
 {
     openWindowWithShots();
-    controller->tallyMap.setShotSelection(4, { controller->shotList.at(0) });
+    controller->document().tallyMap().setShotSelection(4, { controller->shotList().at(0) });
     controller->refreshAssignmentTitles();
     ASSERT_EQ(button(5)->text(), QStringLiteral("Cam 1"));
 
@@ -172,7 +172,7 @@ TEST_F(SegueTest, UntickingTheOnlyShotInTheEditorLeavesTheLightEmptyAndTitledNot
     clickDone(editor);
 
     EXPECT_EQ(openEditor(), nullptr);
-    EXPECT_TRUE(controller->tallyMap.shotSelection(4).isEmpty());
+    EXPECT_TRUE(controller->document().tallyMap().shotSelection(4).isEmpty());
     EXPECT_EQ(button(5)->text(), QStringLiteral("Not Assigned"));
 }
 
@@ -186,8 +186,8 @@ TEST_F(SegueTest, TickingAShotInTheEditorAssignsItToTheLightRetitlesItsButtonAnd
     editorRow(editor, QStringLiteral("Cam 2"))->click();
     clickDone(editor);
 
-    ASSERT_EQ(controller->tallyMap.shotSelection(2).size(), 1);
-    EXPECT_EQ(controller->tallyMap.shotSelection(2).at(0).get(), controller->shotList.at(1).get());
+    ASSERT_EQ(controller->document().tallyMap().shotSelection(2).size(), 1);
+    EXPECT_EQ(controller->document().tallyMap().shotSelection(2).at(0).get(), controller->shotList().at(1).get());
     EXPECT_EQ(button(3)->text(), QStringLiteral("Cam 2"));
     tick();
     const QList<quint8> bytes = device->commandBytes();
@@ -203,16 +203,16 @@ TEST_F(SegueTest, ClosingTheEditorByItsCloseBoxKeepsWhatItHolds)
     ASSERT_NE(editor, nullptr);
     editorRow(editor, QStringLiteral("Cam 1"))->click();
     editor->close();
-    ASSERT_EQ(controller->tallyMap.shotSelection(1).size(), 1);
+    ASSERT_EQ(controller->document().tallyMap().shotSelection(1).size(), 1);
     EXPECT_EQ(button(2)->text(), QStringLiteral("Cam 1"));
 }
 
 TEST_F(SegueTest, DismissingThePasswordDialogNeverTouchesTheAssignments)
 {
     openWindowWithShots();
-    controller->tallyMap.setShotSelection(3, { controller->shotList.at(1) });
+    controller->document().tallyMap().setShotSelection(3, { controller->shotList().at(1) });
     controller->refreshAssignmentTitles();
-    const QList<Mixdesk::ShotList> before = controller->tallyMap.shotSelections();
+    const QList<Mixdesk::ShotList> before = controller->document().tallyMap().shotSelections();
 
     chooseRequirement();
     clickLock();
@@ -224,7 +224,7 @@ TEST_F(SegueTest, DismissingThePasswordDialogNeverTouchesTheAssignments)
     typePassword(QStringLiteral("secret")); // collect, matched
     ASSERT_EQ(passwordDialogs(), 3);
 
-    EXPECT_EQ(controller->tallyMap.shotSelections(), before);
+    EXPECT_EQ(controller->document().tallyMap().shotSelections(), before);
     EXPECT_EQ(button(4)->text(), QStringLiteral("Cam 2"));
     EXPECT_EQ(button(1)->text(), QStringLiteral("Cam 1"));
 }
@@ -235,7 +235,7 @@ TEST_F(SegueTest, TicksGoOnByTheTimerWhileTheEditorSheetIsOpen)
     button(1)->click();
     ASSERT_NE(openEditor(), nullptr);
     const int runsBefore = platform->runs;
-    controller->timer->start();
+    controller->timer()->start();
     EXPECT_TRUE(QTest::qWaitFor([&] { return device->reports.size() >= 32; }, 5000));
     EXPECT_GE(platform->runs, runsBefore + 2);
     EXPECT_EQ(device->commandBytes().mid(0, 16), tickBytesFirstLive());
@@ -251,7 +251,7 @@ TEST_F(SegueTest, TicksAreHeldBackWhileThePasswordDialogIsUpAndGoOnAfterIt)
     ASSERT_NE(openPasswordDialog(), nullptr);
     EXPECT_TRUE(ModalSession::isActive());
     const int runsBefore = platform->runs;
-    controller->timer->start();
+    controller->timer()->start();
     QTest::qWait(700);
     EXPECT_EQ(platform->runs, runsBefore);
     EXPECT_TRUE(device->reports.isEmpty());
@@ -264,7 +264,7 @@ TEST_F(SegueTest, TicksAreHeldBackWhileThePasswordDialogIsUpAndGoOnAfterIt)
 TEST_F(SegueTest, TicksAreHeldBackWhileTheTestPanelIsUpAndItClosesWithoutComingBackThroughDismiss)
 {
     openWindowWithShots();
-    const QList<Mixdesk::ShotList> before = controller->tallyMap.shotSelections();
+    const QList<Mixdesk::ShotList> before = controller->document().tallyMap().shotSelections();
     main.menu->testLightsAction()->trigger();
     ASSERT_EQ(presentations.size(), 1);
     EXPECT_EQ(presentations[0].identifier, ViewController::testSegueIdentifier);
@@ -274,7 +274,7 @@ TEST_F(SegueTest, TicksAreHeldBackWhileTheTestPanelIsUpAndItClosesWithoutComingB
     ASSERT_NE(panel, nullptr);
 
     const int runsBefore = platform->runs;
-    controller->timer->start();
+    controller->timer()->start();
     QTest::qWait(700);
     EXPECT_EQ(platform->runs, runsBefore);
     EXPECT_TRUE(device->reports.isEmpty());
@@ -284,7 +284,7 @@ TEST_F(SegueTest, TicksAreHeldBackWhileTheTestPanelIsUpAndItClosesWithoutComingB
     panel->closeButton->click();
     QApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
     EXPECT_TRUE(panel.isNull());
-    EXPECT_EQ(controller->tallyMap.shotSelections(), before);
+    EXPECT_EQ(controller->document().tallyMap().shotSelections(), before);
     EXPECT_TRUE(QTest::qWaitFor([&] { return platform->runs >= runsBefore + 2; }, 5000));
     EXPECT_EQ(device->reports.size() % 16, 0);
     EXPECT_GE(device->reports.size(), 32);
@@ -311,7 +311,7 @@ TEST_F(SegueTest, TheTestPanelsBytesNeverInterleaveWithTicksAndTicksResumeAfterI
     USBHIDAppDelegate::setSharedBackendForTesting(std::make_unique<CaptureBackend>(capturePath));
     openWindowWithShots();
     const QStringList tickLines = CaptureFile::lines(tickBytesFirstLive());
-    controller->timer->start();
+    controller->timer()->start();
     ASSERT_TRUE(QTest::qWaitFor([&] { return CaptureFile::read(capturePath).size() >= 32; }, 5000));
     const QStringList beforePanel = CaptureFile::read(capturePath);
     ASSERT_EQ(beforePanel.size() % 16, 0);
@@ -363,7 +363,7 @@ TEST_F(SegueDeathTest, AnEditorSegueFromSomethingOtherThanAnAssignmentButtonStop
     openWindowWithShots();
     EditViewController editor;
     EXPECT_DEATH(
-        controller->prepareForSegue(ViewController::editorSegueIdentifier, &editor, controller->lockTallyCheckBox),
+        controller->prepareForSegue(ViewController::editorSegueIdentifier, &editor, controller->lockTallyCheckBox()),
         "fatal error: the shot editor was asked for by something other than an assignment button");
     EXPECT_DEATH(controller->performSegueWithIdentifier(ViewController::editorSegueIdentifier, nullptr),
         "fatal error: the shot editor was asked for by something other than an assignment button");
@@ -413,7 +413,7 @@ TEST_F(SegueDeathTest, AnEditorComingBackForALightOutsideTheMapStopsTheProcess)
 {
     openWindowWithShots();
     auto* editor = new EditViewController(main.window.get());
-    editor->setRepresentedObject({ controller->shotList, {} });
+    editor->setRepresentedObject({ controller->shotList(), {} });
     editor->lightIndex = 8;
     EXPECT_DEATH(controller->dismissViewController(editor),
         "fatal error: the shot editor came back for light index 8, outside the tally map's 8 lights");

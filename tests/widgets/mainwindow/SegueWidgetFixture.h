@@ -5,9 +5,10 @@
 // dialog was prepared with), and the password dialog is answered through its
 // own fields and buttons, as a user would.
 
-#include "widgets/mainwindow/MainWindowFixture.h"
-#include "mainwindow/ViewController.h"
 #include "dialogs/PasswordViewController.h"
+#include "lock/EditingLock.h"
+#include "mainwindow/ViewController.h"
+#include "widgets/mainwindow/MainWindowFixture.h"
 
 #include <QAction>
 #include <QApplication>
@@ -38,7 +39,7 @@ protected:
     {
         makeWindow();
         main.window->show();
-        QObject::connect(controller, &ViewController::viewControllerPresented, controller,
+        QObject::connect(&controller->segues(), &Segues::viewControllerPresented, controller,
             [this](const QString& identifier, QWidget* viewController) {
                 Presentation presentation;
                 presentation.identifier = identifier;
@@ -106,8 +107,8 @@ protected:
         dialog->findChild<QPushButton*>(QStringLiteral("cancelButton"))->click();
     }
 
-    void clickLock() { controller->lockTallyCheckBox->click(); }
-    bool locked() const { return controller->lockTallyCheckBox->isChecked(); }
+    void clickLock() { controller->lockTallyCheckBox()->click(); }
+    bool locked() const { return controller->lockTallyCheckBox()->isChecked(); }
     QAction* requirementItem() const { return main.menu->requirePasswordAction(); }
     void chooseRequirement() { requirementItem()->trigger(); }
 

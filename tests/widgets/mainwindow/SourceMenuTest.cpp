@@ -1,8 +1,8 @@
 // The Source menu: following Mixdesk or OBS Studio, chosen in the window and
 // remembered for the next start.
 
-#include "widgets/mainwindow/MainWindowFixture.h"
 #include "dialogs/ObsSourceDialog.h"
+#include "widgets/mainwindow/MainWindowFixture.h"
 
 #include <QFileInfo>
 #include <QLineEdit>
@@ -30,7 +30,7 @@ TEST_F(SourceMenuTest, ChoosingOBSStudioFollowsItAndRemembersTheChoiceInAFileOnl
     ASSERT_TRUE(main.menu->chooseObsSource(QStringLiteral("obs://127.0.0.1:1"), QStringLiteral("pw"), &problem))
         << problem.toStdString();
     EXPECT_EQ(controller->shotSource().displayName(), QStringLiteral("OBS Studio"));
-    EXPECT_EQ(controller->mixdeskWarning->text(), QStringLiteral("OBS Studio is not connected"));
+    EXPECT_EQ(controller->mixdeskWarning()->text(), QStringLiteral("OBS Studio is not connected"));
     EXPECT_TRUE(main.menu->obsSourceAction()->isChecked());
     UserDefaults& defaults = UserDefaults::standardUserDefaults();
     EXPECT_EQ(defaults.objectForKey(Preferences::shotSource).toString(), QStringLiteral("obs://127.0.0.1:1"));

@@ -3,8 +3,8 @@
 
 #include "mainwindow/StatusLine.h"
 
-#include "widgets/mainwindow/MainWindowFixture.h"
 #include "support/QtPrinters.h"
+#include "widgets/mainwindow/MainWindowFixture.h"
 
 #include <QStatusBar>
 
@@ -97,9 +97,10 @@ TEST_F(StatusLineTest, AnOpenRecentListThatCannotBeStoredIsNamedAndTheSaveStillC
     controller->saveTallyMap(QUrl::fromLocalFile(path));
 
     EXPECT_TRUE(readFile(path).startsWith("0|"));
-    EXPECT_EQ(controller->currentDocumentUrl, QUrl::fromLocalFile(path));
+    EXPECT_EQ(controller->currentDocumentUrl(), QUrl::fromLocalFile(path));
     EXPECT_TRUE(line().startsWith(QStringLiteral("⚠ Could not update the Open Recent list in ") + recentListPath))
         << line().toStdString();
     // The menu still offers the map for the rest of the session.
-    EXPECT_EQ(controller->recentDocuments().recentDocuments(), QStringList { QFileInfo(path).canonicalFilePath() });
+    EXPECT_EQ(controller->document().recentDocuments().recentDocuments(),
+        QStringList { QFileInfo(path).canonicalFilePath() });
 }

@@ -1,12 +1,13 @@
 #include "mainwindow/ViewController.h"
 
-#include "widgets/mainwindow/MainWindowFixture.h"
-#include "lamps/AssignmentButton.h"
 #include "base/ModalSession.h"
+#include "dialogs/EditViewController.h"
+#include "lamps/AssignmentButton.h"
+#include "mainwindow/LampRow.h"
 #include "support/FakeShotSource.h"
 #include "support/QtPrinters.h"
 #include "support/ShownText.h"
-#include "dialogs/EditViewController.h"
+#include "widgets/mainwindow/MainWindowFixture.h"
 
 #include <QApplication>
 #include <QDialog>
@@ -32,7 +33,7 @@ QStringList sortedNames(const QStringList& namesInViewOrder)
         display->setObjectName(name);
     }
     QStringList names;
-    for (const QPointer<TallyState>& display : ViewController::collectTallyStateDisplays(view)) {
+    for (const QPointer<TallyState>& display : LampRow::collectTallyStateDisplays(view)) {
         names.append(display->objectName());
     }
     return names;
@@ -98,7 +99,7 @@ TEST(ViewControllerIndicatorsTest, NestedIndicatorsAndChildrenOfOtherClassesAreN
     auto* nested = new TallyState(panel);
     nested->setObjectName(QStringLiteral("2"));
 
-    const QList<QPointer<TallyState>> displays = ViewController::collectTallyStateDisplays(view);
+    const QList<QPointer<TallyState>> displays = LampRow::collectTallyStateDisplays(view);
     ASSERT_EQ(displays.size(), 2);
     EXPECT_EQ(displays[0], subclass);
     EXPECT_EQ(displays[1], direct);
@@ -113,7 +114,7 @@ TEST(ViewControllerIndicatorsTest, EqualIdentifiersKeepTheirViewOrder)
     other->setObjectName(QStringLiteral("a"));
     auto* second = new TallyState(&view);
     second->setObjectName(QStringLiteral("same"));
-    const QList<QPointer<TallyState>> displays = ViewController::collectTallyStateDisplays(view);
+    const QList<QPointer<TallyState>> displays = LampRow::collectTallyStateDisplays(view);
     ASSERT_EQ(displays.size(), 3);
     EXPECT_EQ(displays[0], other);
     EXPECT_EQ(displays[1], first);
@@ -124,20 +125,20 @@ TEST(ViewControllerIndicatorsDeathTest, AnIndicatorWithoutIdentifierStopsTheProc
 {
     QWidget view;
     new TallyState(&view);
-    EXPECT_DEATH(ViewController::collectTallyStateDisplays(view), "fatal error: a light indicator of the main window");
+    EXPECT_DEATH(LampRow::collectTallyStateDisplays(view), "fatal error: a light indicator of the main window");
 }
 
 TEST_F(ViewControllerTest, TheWindowHasEightIndicatorsInLightOrderAndEightTaggedButtons)
 {
     makeWindow();
-    ASSERT_EQ(controller->tallyStateDisplays.size(), 8);
+    ASSERT_EQ(controller->tallyStateDisplays().size(), 8);
     for (int i = 0; i < 8; ++i) {
-        EXPECT_EQ(controller->tallyStateDisplays[i]->objectName(), QStringLiteral("tallyState%1").arg(i + 1));
-        EXPECT_EQ(controller->tallyStateDisplays[i]->parentWidget(), controller);
+        EXPECT_EQ(controller->tallyStateDisplays()[i]->objectName(), QStringLiteral("tallyState%1").arg(i + 1));
+        EXPECT_EQ(controller->tallyStateDisplays()[i]->parentWidget(), controller);
         ASSERT_NE(button(i + 1), nullptr);
     }
-    EXPECT_EQ(controller->mixdeskWarning->text(), QStringLiteral("Mixdesk is not running"));
-    EXPECT_EQ(controller->lockTallyCheckBox->objectName(), QStringLiteral("lockTallyCheckBox"));
+    EXPECT_EQ(controller->mixdeskWarning()->text(), QStringLiteral("Mixdesk is not running"));
+    EXPECT_EQ(controller->lockTallyCheckBox()->objectName(), QStringLiteral("lockTallyCheckBox"));
 }
 
 TEST_F(ViewControllerTest, LoadingQueriesOnceBeforeStartingTheRepeatingQuarterSecondTimer)
@@ -145,9 +146,9 @@ TEST_F(ViewControllerTest, LoadingQueriesOnceBeforeStartingTheRepeatingQuarterSe
     answer({ { "1", "Cam 1", true, false } });
     makeWindow();
     EXPECT_EQ(platform->runs, 1);
-    EXPECT_EQ(controller->shotList.size(), 2);
-    EXPECT_EQ(controller->timer->interval(), 250);
-    EXPECT_FALSE(controller->timer->isSingleShot());
+    EXPECT_EQ(controller->shotList().size(), 2);
+    EXPECT_EQ(controller->timer()->interval(), 250);
+    EXPECT_FALSE(controller->timer()->isSingleShot());
     EXPECT_TRUE(controller->enableEditing() == false);
 }
 
@@ -155,7 +156,7 @@ TEST_F(ViewControllerTest, TheTimerTicksOnItsOwn)
 {
     answer({ { "1", "Cam 1", true, false } });
     makeWindow();
-    controller->timer->start();
+    controller->timer()->start();
     EXPECT_TRUE(QTest::qWaitFor([this] { return device->reports.size() >= 32; }, 5000));
     EXPECT_TRUE(controller->enableEditing());
 }
@@ -167,8 +168,8 @@ TEST_F(ViewControllerTest, BeforeAnyOpenOrSaveTheWindowIsUntitledInTheDocumentsF
     EXPECT_EQ(main.window->windowTitle(), QStringLiteral("Untitled.tlx"));
     const QString documents = QStandardPaths::writableLocation(QStandardPaths::DocumentsLocation);
     EXPECT_EQ(main.window->windowFilePath(), QDir(documents).filePath(QStringLiteral("Untitled.tlx")));
-    EXPECT_TRUE(controller->currentDocumentUrl.path().isEmpty());
-    EXPECT_TRUE(controller->currentDocumentUrl.fileName().isEmpty());
+    EXPECT_TRUE(controller->currentDocumentUrl().path().isEmpty());
+    EXPECT_TRUE(controller->currentDocumentUrl().fileName().isEmpty());
 }
 
 TEST_F(ViewControllerTest, ShowingTheWindowStartsTheTallyDevice)
@@ -190,7 +191,7 @@ TEST_F(ViewControllerTest, ShowingTheWindowStartsTheTallyDevice)
 TEST_F(ViewControllerTest, ALightWithOneShotIsTitledWithItsName)
 {
     makeWindow();
-    controller->tallyMap.setShotSelection(2, { record("Wide Shot") });
+    controller->document().tallyMap().setShotSelection(2, { record("Wide Shot") });
     controller->refreshAssignmentTitles();
     EXPECT_EQ(button(3)->text(), QStringLiteral("Wide Shot"));
     EXPECT_EQ(button(1)->text(), QStringLiteral("Not Assigned"));
@@ -199,7 +200,7 @@ TEST_F(ViewControllerTest, ALightWithOneShotIsTitledWithItsName)
 TEST_F(ViewControllerTest, ALightWithSeveralShotsSaysSo)
 {
     makeWindow();
-    controller->tallyMap.setShotSelection(7, { record("Cam 1"), record("Cam 2") });
+    controller->document().tallyMap().setShotSelection(7, { record("Cam 1"), record("Cam 2") });
     controller->refreshAssignmentTitles();
     EXPECT_EQ(button(8)->text(), QStringLiteral("Multiple shots assigned...(Click to View)"));
 }
@@ -207,16 +208,16 @@ TEST_F(ViewControllerTest, ALightWithSeveralShotsSaysSo)
 TEST_F(ViewControllerTest, AfterTheEditorReturnsAnEmptyAssignmentTheTitleIsNotAssigned)
 {
     makeWindow();
-    controller->tallyMap.setShotSelection(4, { record("Cam 1") });
+    controller->document().tallyMap().setShotSelection(4, { record("Cam 1") });
     controller->refreshAssignmentTitles();
     ASSERT_EQ(button(5)->text(), QStringLiteral("Cam 1"));
 
     auto* editor = new EditViewController(controller);
     editor->setAttribute(Qt::WA_DeleteOnClose);
-    editor->setRepresentedObject({ controller->shotList, {} });
+    editor->setRepresentedObject({ controller->shotList(), {} });
     editor->lightIndex = 4;
     controller->dismissViewController(editor);
-    EXPECT_TRUE(controller->tallyMap.shotSelection(4).isEmpty());
+    EXPECT_TRUE(controller->document().tallyMap().shotSelection(4).isEmpty());
     EXPECT_EQ(button(5)->text(), QStringLiteral("Not Assigned"));
 }
 
@@ -281,21 +282,21 @@ TEST_F(ViewControllerTest, WithMixdeskAbsentTheWarningShowsTheLightsFreezeAndNot
     answer({ { "1", "Cam 1", true, false } });
     makeWindow();
     main.window->show();
-    controller->tallyMap.setShotSelection(0, { record("Cam 1") });
+    controller->document().tallyMap().setShotSelection(0, { record("Cam 1") });
     tick();
-    ASSERT_TRUE(controller->mixdeskWarning->isHidden());
-    ASSERT_EQ(controller->tallyStateDisplays[0]->mode, TallyMode::live);
+    ASSERT_TRUE(controller->mixdeskWarning()->isHidden());
+    ASSERT_EQ(controller->tallyStateDisplays()[0]->mode, TallyMode::live);
     const qsizetype sent = device->reports.size();
 
     platform->runningCount = 0;
     tick();
-    EXPECT_FALSE(controller->mixdeskWarning->isHidden());
+    EXPECT_FALSE(controller->mixdeskWarning()->isHidden());
     EXPECT_EQ(device->reports.size(), sent);
-    EXPECT_EQ(controller->tallyStateDisplays[0]->mode, TallyMode::live);
+    EXPECT_EQ(controller->tallyStateDisplays()[0]->mode, TallyMode::live);
 
     platform->runningCount = 1;
     tick();
-    EXPECT_TRUE(controller->mixdeskWarning->isHidden());
+    EXPECT_TRUE(controller->mixdeskWarning()->isHidden());
     EXPECT_EQ(device->reports.size(), sent + 16);
 }
 
@@ -306,9 +307,9 @@ TEST_F(ViewControllerTest, ASourceThatAnnouncesAChangeGetsATickAtOnceWithoutTheT
 
     source->announceChange();
 
-    EXPECT_FALSE(controller->timer->isActive());
+    EXPECT_FALSE(controller->timer()->isActive());
     EXPECT_EQ(device->reports.size(), sent + 16);
-    EXPECT_EQ(controller->tallyStateDisplays[0]->mode, TallyMode::live);
+    EXPECT_EQ(controller->tallyStateDisplays()[0]->mode, TallyMode::live);
 }
 
 TEST_F(ViewControllerTest, TheWarningNamesTheSourceThatIsMissing)
@@ -319,8 +320,8 @@ TEST_F(ViewControllerTest, TheWarningNamesTheSourceThatIsMissing)
     makeWindow(std::move(owned));
     main.window->show();
     tick();
-    EXPECT_FALSE(controller->mixdeskWarning->isHidden());
-    EXPECT_EQ(controller->mixdeskWarning->text(), QStringLiteral("Fake switcher is not connected"));
+    EXPECT_FALSE(controller->mixdeskWarning()->isHidden());
+    EXPECT_EQ(controller->mixdeskWarning()->text(), QStringLiteral("Fake switcher is not connected"));
     EXPECT_EQ(platform->runningCountQueries, 0);
 }
 
@@ -328,15 +329,15 @@ TEST_F(ViewControllerTest, AReplacedSourceDrivesTheLightsAndNamesItsWarning)
 {
     makeWindow();
     main.window->show();
-    controller->tallyMap.setShotSelection(0, { record("Cam 1") });
+    controller->document().tallyMap().setShotSelection(0, { record("Cam 1") });
     auto owned = std::make_unique<FakeShotSource>();
     FakeShotSource* source = owned.get();
     source->running = false;
     const int mixdeskQueries = platform->runningCountQueries;
     controller->setShotSource(std::move(owned));
-    EXPECT_EQ(controller->mixdeskWarning->text(), QStringLiteral("Fake switcher is not connected"));
+    EXPECT_EQ(controller->mixdeskWarning()->text(), QStringLiteral("Fake switcher is not connected"));
     tick();
-    EXPECT_FALSE(controller->mixdeskWarning->isHidden());
+    EXPECT_FALSE(controller->mixdeskWarning()->isHidden());
     EXPECT_EQ(platform->runningCountQueries, mixdeskQueries) << "Mixdesk is no longer asked";
 
     auto live = std::make_shared<Mixdesk::Shot>(QStringLiteral("Cam 1"));
@@ -346,9 +347,9 @@ TEST_F(ViewControllerTest, AReplacedSourceDrivesTheLightsAndNamesItsWarning)
     source->running = true;
     const qsizetype sent = device->reports.size();
     source->announceChange();
-    EXPECT_TRUE(controller->mixdeskWarning->isHidden());
+    EXPECT_TRUE(controller->mixdeskWarning()->isHidden());
     EXPECT_EQ(device->reports.size(), sent + 16);
-    EXPECT_EQ(controller->tallyStateDisplays[0]->mode, TallyMode::live);
+    EXPECT_EQ(controller->tallyStateDisplays()[0]->mode, TallyMode::live);
 }
 
 TEST_F(ViewControllerTest, AReplacedSourceNoLongerTriggersTicks)
@@ -369,22 +370,22 @@ TEST_F(ViewControllerTest, AReplacedSourceNoLongerTriggersTicks)
 TEST_F(ViewControllerTest, WithNoSourceChosenTheWarningIsMixdesks)
 {
     makeWindow();
-    EXPECT_EQ(controller->mixdeskWarning->text(), QStringLiteral("Mixdesk is not running"));
+    EXPECT_EQ(controller->mixdeskWarning()->text(), QStringLiteral("Mixdesk is not running"));
 }
 
 TEST_F(ViewControllerTest, AnEmptyAnswerSwitchesEveryIndicatorOffAndKeepsEditingEnabled)
 {
     answer({ { "1", "Cam 1", true, false }, { "2", "Cam 2", false, true } });
     makeWindow();
-    controller->tallyMap.setShotSelection(0, { record("Cam 1") });
-    controller->tallyMap.setShotSelection(1, { record("Cam 2") });
+    controller->document().tallyMap().setShotSelection(0, { record("Cam 1") });
+    controller->document().tallyMap().setShotSelection(1, { record("Cam 2") });
     tick();
-    ASSERT_EQ(controller->tallyStateDisplays[1]->mode, TallyMode::preview);
+    ASSERT_EQ(controller->tallyStateDisplays()[1]->mode, TallyMode::preview);
     ASSERT_TRUE(controller->enableEditing());
 
     platform->answerWithNotation(QStringLiteral("{}"));
     tick();
-    for (const QPointer<TallyState>& display : controller->tallyStateDisplays) {
+    for (const QPointer<TallyState>& display : controller->tallyStateDisplays()) {
         EXPECT_EQ(display->mode, TallyMode::off);
     }
     QList<quint8> last = device->commandBytes().mid(device->reports.size() - 16);
@@ -397,13 +398,13 @@ TEST_F(ViewControllerTest, ARenameInMixdeskRetitlesTheButtonOnTheNextTick)
 {
     answer({ { "1", "Cam 1", true, false } });
     makeWindow();
-    controller->tallyMap.setShotSelection(0, { record("Cam 1") });
-    controller->tallyMap.resolveShotIds(controller->shotList);
+    controller->document().tallyMap().setShotSelection(0, { record("Cam 1") });
+    controller->document().tallyMap().resolveShotIds(controller->shotList());
     controller->refreshAssignmentTitles();
     answer({ { "1", "Camera One", true, false } });
     tick();
     EXPECT_EQ(button(1)->text(), QStringLiteral("Camera One"));
-    EXPECT_EQ(controller->tallyStateDisplays[0]->mode, TallyMode::live);
+    EXPECT_EQ(controller->tallyStateDisplays()[0]->mode, TallyMode::live);
 }
 
 TEST_F(ViewControllerTest, TicksAreHeldBackWhileAnApplicationModalDialogIsUp)
@@ -451,12 +452,12 @@ TEST_F(ViewControllerTest, IndicatorsAreRedrawnOverTheirWholeBoundsOnEveryTick)
     answer({ { "1", "Cam 1", false, true } });
     makeWindow();
     main.window->show();
-    controller->tallyMap.setShotSelection(0, { record("Cam 1") });
+    controller->document().tallyMap().setShotSelection(0, { record("Cam 1") });
     QApplication::processEvents();
-    const QImage before = controller->tallyStateDisplays[0]->grab().toImage();
+    const QImage before = controller->tallyStateDisplays()[0]->grab().toImage();
     tick();
     QApplication::processEvents();
-    const QImage after = controller->tallyStateDisplays[0]->grab().toImage();
+    const QImage after = controller->tallyStateDisplays()[0]->grab().toImage();
     const QPoint centre(after.width() / 2, after.height() / 4);
     EXPECT_NE(before.pixelColor(centre), after.pixelColor(centre));
     EXPECT_EQ(after.pixelColor(centre), QColor(0x00, 0xFF, 0x00));
@@ -464,7 +465,7 @@ TEST_F(ViewControllerTest, IndicatorsAreRedrawnOverTheirWholeBoundsOnEveryTick)
     // grab() paints whatever was asked, so what the tick asks is seen in the
     // paint events the indicator receives: its whole bounds, on a tick that
     // changes nothing as well.
-    TallyState* display = controller->tallyStateDisplays[0];
+    TallyState* display = controller->tallyStateDisplays()[0];
     PaintedRegion painted(display);
     tick();
     QApplication::processEvents();
@@ -479,7 +480,7 @@ TEST_F(ViewControllerTest, AnAmpersandInAShotNameIsPaintedAsItIsAndMakesNoShortc
 {
     makeWindow();
     main.window->show();
-    controller->tallyMap.setShotSelection(0, { record("Q&A Panel") });
+    controller->document().tallyMap().setShotSelection(0, { record("Q&A Panel") });
     controller->refreshAssignmentTitles();
     TextRecordingStyle style;
     button(1)->setStyle(&style);
@@ -496,7 +497,7 @@ TEST_F(ViewControllerTest, AHugeShotNameIsPaintedCutShortFromItsStart)
     makeWindow();
     main.window->show();
     const QString huge = QStringLiteral("Camera ") + QString(10 * 1024 * 1024, QLatin1Char('x'));
-    controller->tallyMap.setShotSelection(0, { record(huge) });
+    controller->document().tallyMap().setShotSelection(0, { record(huge) });
     controller->refreshAssignmentTitles();
     TextRecordingStyle style;
     button(1)->setStyle(&style);
@@ -532,7 +533,7 @@ TEST_F(ViewControllerDeathTest, TitlingWithATaggedViewThatIsNoButtonStopsTheProc
 {
     makeWindow();
     button(3)->setProperty("tag", QVariant());
-    controller->lockTallyCheckBox->setProperty("tag", 12);
+    controller->lockTallyCheckBox()->setProperty("tag", 12);
     EXPECT_DEATH(controller->refreshAssignmentTitles(), "fatal error: the view tagged 12 is a QCheckBox, not a button");
 }
 

@@ -1,0 +1,98 @@
+#include "tallymap/TallyDocument.h"
+
+#include "base/Error.h"
+#include "base/StandardOutput.h"
+#include "tallymap/TallyMapFile.h"
+
+#include <algorithm>
+
+namespace {
+
+// Two assignments are the same when they hold the same names in the same
+// order: that is what a saved file would hold.
+bool sameNames(const Mixdesk::ShotList& a, const Mixdesk::ShotList& b)
+{
+    return std::equal(a.begin(), a.end(), b.begin(), b.end(),
+        [](const Mixdesk::ShotPtr& x, const Mixdesk::ShotPtr& y) { return x->name == y->name; });
+}
+
+} // namespace
+
+TallyDocument::TallyDocument(std::unique_ptr<RecentDocuments> recentDocuments, QObject* parent)
+    : QObject(parent)
+    , m_recentDocuments(recentDocuments ? std::move(recentDocuments) : std::make_unique<RecentDocuments>())
+{
+}
+
+TallyDocument::~TallyDocument() = default;
+
+bool TallyDocument::load(const QUrl& url, const Mixdesk::ShotList& knownShots)
+{
+    Error error;
+    std::optional<TallyMap> loaded = TallyMapFile::open(url.toLocalFile(), TallyMapFile::documentType, &error);
+    if (!loaded) {
+        printLine(QStringLiteral("Read of document failed: ") + error.localizedDescription);
+        Q_EMIT documentFailed(tr("open"), url.toLocalFile(), error.localizedDescription);
+        return false;
+    }
+    Q_EMIT documentSucceeded();
+    m_tallyMap = std::move(*loaded);
+    setEdited(false);
+    if (!knownShots.isEmpty()) {
+        m_tallyMap.resolveShotIds(knownShots);
+    }
+    Q_EMIT assignmentsChanged();
+    adoptFile(url);
+    return true;
+}
+
+bool TallyDocument::save(const QUrl& url)
+{
+    Error error;
+    if (!TallyMapFile::write(m_tallyMap, url.toLocalFile(), TallyMapFile::documentType, &error)) {
+        printLine(QStringLiteral("Save of document failed: ") + error.localizedDescription);
+        Q_EMIT documentFailed(tr("save"), url.toLocalFile(), error.localizedDescription);
+        return false;
+    }
+    Q_EMIT documentSucceeded();
+    setEdited(false);
+    if (url != m_currentDocumentUrl) {
+        adoptFile(url);
+    }
+    return true;
+}
+
+void TallyDocument::adoptFile(const QUrl& url)
+{
+    m_currentDocumentUrl = url;
+    Q_EMIT fileChanged(url);
+    // The map itself is opened or saved even when the list cannot be
+    // stored; that is reported on its own.
+    QString problem;
+    if (!m_recentDocuments->noteNewRecentDocument(url.toLocalFile(), &problem)) {
+        Q_EMIT recentDocumentsFailed(m_recentDocuments->listFilePath(), problem);
+    }
+}
+
+void TallyDocument::assign(qsizetype lightIndex, const Mixdesk::ShotList& shots)
+{
+    if (!sameNames(m_tallyMap.shotSelection(lightIndex), shots)) {
+        setEdited(true);
+    }
+    m_tallyMap.setShotSelection(lightIndex, shots);
+    Q_EMIT assignmentsChanged();
+}
+
+void TallyDocument::clearRecentDocuments()
+{
+    QString problem;
+    if (!m_recentDocuments->clearRecentDocuments(&problem)) {
+        Q_EMIT recentDocumentsFailed(m_recentDocuments->listFilePath(), problem);
+    }
+}
+
+void TallyDocument::setEdited(bool edited)
+{
+    m_edited = edited;
+    Q_EMIT editedChanged(edited);
+}
