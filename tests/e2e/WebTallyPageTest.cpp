@@ -12,6 +12,7 @@
 #include <QProcess>
 #include <QTcpServer>
 #include <QTemporaryDir>
+#include <QWebSocket>
 
 #include <gtest/gtest.h>
 
@@ -283,4 +284,32 @@ TEST_F(WebTallyPageTest, TheWindowWithABusyPortSaysSoAndDoesNotStart)
                        "already in use\n")
             .arg(port)
             .toUtf8()));
+}
+
+TEST_F(WebTallyPageTest, APageAndAPlainWebSocketStayConnectedForAMinuteWhileTheStudioIsSteady)
+{
+    ASSERT_TRUE(standin.start());
+    startWatch();
+    startBrowser();
+    ASSERT_TRUE(browser.navigate(url(QStringLiteral("/light/1"))));
+    ASSERT_TRUE(shows(red, { QStringLiteral("LIVE"), QStringLiteral("Camera 1") }));
+    // Counted inside the page: a NO SIGNAL that flashes for a quarter of a
+    // second between two looks from here would go unseen otherwise.
+    browser.evaluate(
+        QStringLiteral("window.noSignalSeen = 0; new MutationObserver(() => {"
+                       "  if (document.body.innerText.includes('NO SIGNAL')) window.noSignalSeen++;"
+                       "}).observe(document.body, {subtree: true, childList: true, characterData: true}); true"));
+    QWebSocket plain;
+    int plainClosed = 0;
+    QObject::connect(&plain, &QWebSocket::disconnected, [&plainClosed] { ++plainClosed; });
+    plain.open(QUrl(QStringLiteral("ws://127.0.0.1:%1/ws").arg(port)));
+    ASSERT_TRUE(eventually([&] { return plain.state() == QAbstractSocket::ConnectedState; }, 5000));
+
+    eventually([] { return false; }, 62000);
+
+    EXPECT_EQ(browser.evaluate(QStringLiteral("window.noSignalSeen")).toInt(-1), 0);
+    EXPECT_TRUE(shows(red, { QStringLiteral("LIVE"), QStringLiteral("Camera 1") }, 1000));
+    EXPECT_EQ(plainClosed, 0);
+    EXPECT_EQ(plain.state(), QAbstractSocket::ConnectedState);
+    plain.disconnect();
 }

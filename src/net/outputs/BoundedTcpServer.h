@@ -1,16 +1,26 @@
 #pragma once
 
+#include <QHostAddress>
+#include <QList>
+#include <QPointer>
 #include <QTcpServer>
 
 class QTcpSocket;
 
 // The listening socket of the web tally page, with limits that keep a
 // misbehaving client (or many phones left open) from wearing down the
-// program that drives the lights: at most maxConnections connections at
-// once (more are closed as they arrive), and a client that sends more than
-// maxPendingBytes, or takes longer than answerDeadline to finish what it is
-// sending, without getting an answer in between is cut off. Sending is not
-// limited here: the page's WebSockets only ever receive.
+// program that drives the lights:
+// - a connection that sends more than maxPendingBytes without getting an
+//   answer in between is cut off;
+// - a connection that has not finished a request answerDeadline after it
+//   opened or after its last answer is cut off, so idle and slowly dripping
+//   connections cannot pile up;
+// - at maxConnections, a new connection takes the place of the one that has
+//   been quiet longest, so a phone can always connect.
+// A connection that has become a WebSocket is released from these rules
+// (the page's WebSockets have limits of their own): it stays open for as
+// long as the page is shown. Sending is not limited here: the page's
+// WebSockets only ever receive.
 class BoundedTcpServer : public QTcpServer {
     Q_OBJECT
 public:
@@ -21,15 +31,26 @@ public:
     };
 
     explicit BoundedTcpServer(Limits limits, QObject* parent = nullptr);
+    ~BoundedTcpServer() override;
 
     int openConnections() const { return m_openConnections; }
+
+    // The connection from peer has become a WebSocket: no deadline, and
+    // never replaced by a newer connection.
+    void releaseUpgradedConnection(const QHostAddress& peerAddress, quint16 peerPort);
 
 protected:
     void incomingConnection(qintptr socketDescriptor) override;
 
 private:
+    class ConnectionGuard;
+
     void guard(QTcpSocket* socket);
+    // Makes room at the cap by cutting the longest-quiet guarded connection;
+    // false when every connection is a WebSocket.
+    bool replaceQuietestConnection();
 
     Limits m_limits;
     int m_openConnections = 0;
+    QList<QPointer<ConnectionGuard>> m_guards;
 };

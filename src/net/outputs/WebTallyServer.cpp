@@ -151,6 +151,9 @@ void WebTallyServer::acceptWebSockets()
 
 void WebTallyServer::admit(QWebSocket* socket)
 {
+    // A page holds its WebSocket for as long as it is shown: the deadline
+    // for requests must not close it.
+    m_tcp->releaseUpgradedConnection(socket->peerAddress(), socket->peerPort());
     socket->setParent(this);
     socket->setMaxAllowedIncomingMessageSize(m_limits.maxIncomingMessageBytes);
     socket->setMaxAllowedIncomingFrameSize(m_limits.maxIncomingMessageBytes);

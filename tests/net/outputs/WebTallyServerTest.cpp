@@ -3,12 +3,15 @@
 #include "net/outputs/WebTallyClient.h"
 #include "support/QtPrinters.h"
 
+#include <QElapsedTimer>
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QTcpServer>
 
 #include <gtest/gtest.h>
+
+#include <algorithm>
 
 namespace {
 
@@ -281,7 +284,7 @@ TEST_F(WebTallyServerTest, ARequestThatNeverEndsIsCutOffAfterTheDeadline)
     EXPECT_TRUE(heard.isEmpty());
 }
 
-TEST_F(WebTallyServerTest, ConnectionsBeyondTheLimitAreClosedAndTheOthersStayServed)
+TEST_F(WebTallyServerTest, AtTheLimitANewConnectionTakesThePlaceOfTheQuietestOne)
 {
     WebTallyServer::Limits limits = quietLimits();
     limits.connections.maxConnections = 3;
@@ -291,18 +294,66 @@ TEST_F(WebTallyServerTest, ConnectionsBeyondTheLimitAreClosedAndTheOthersStaySer
         held.append(std::make_shared<QTcpSocket>());
         held.last()->connectToHost(QHostAddress::LocalHost, port);
         ASSERT_TRUE(held.last()->waitForConnected(5000));
+        eventually([] { return false; }, 50); // a clear order of quiet
     }
-    QTcpSocket extra;
-    extra.connectToHost(QHostAddress::LocalHost, port);
-    ASSERT_TRUE(extra.waitForConnected(5000));
-    EXPECT_TRUE(eventually([&] { return extra.state() == QAbstractSocket::UnconnectedState; }, 5000));
-    held.first()->write("GET /api/lights HTTP/1.1\r\nHost: x\r\n\r\n");
+    QTcpSocket phone;
+    phone.connectToHost(QHostAddress::LocalHost, port);
+    ASSERT_TRUE(phone.waitForConnected(5000));
+    EXPECT_TRUE(eventually([&] { return held.first()->state() == QAbstractSocket::UnconnectedState; }, 5000))
+        << "the connection quiet the longest makes room";
+    phone.write("GET /api/lights HTTP/1.1\r\nHost: x\r\n\r\n");
     QByteArray heard;
     EXPECT_TRUE(eventually([&] {
-        heard += held.first()->readAll();
+        heard += phone.readAll();
         return heard.contains("\"lights\"");
     }));
     EXPECT_TRUE(heard.startsWith("HTTP/1.1 200")) << heard.toStdString();
+    EXPECT_EQ(held[1]->state(), QAbstractSocket::ConnectedState);
+    EXPECT_EQ(held[2]->state(), QAbstractSocket::ConnectedState);
+}
+
+TEST_F(WebTallyServerTest, ManyIdleConnectionsCannotLockANewPhoneOut)
+{
+    WebTallyServer::Limits limits = quietLimits();
+    limits.connections.maxConnections = 8;
+    limits.connections.answerDeadlineMilliseconds = 300;
+    start(limits);
+    QList<std::shared_ptr<QTcpSocket>> idle;
+    for (int i = 0; i < 8; ++i) {
+        idle.append(std::make_shared<QTcpSocket>());
+        idle.last()->connectToHost(QHostAddress::LocalHost, port);
+        ASSERT_TRUE(idle.last()->waitForConnected(5000));
+    }
+    // Never a byte from them: the deadline runs from the moment they opened.
+    EXPECT_TRUE(eventually([&] {
+        return std::all_of(idle.begin(), idle.end(),
+            [](const std::shared_ptr<QTcpSocket>& s) { return s->state() == QAbstractSocket::UnconnectedState; });
+    }));
+    EXPECT_EQ(httpGet(port, QStringLiteral("/light/1")).status, 200);
+}
+
+TEST_F(WebTallyServerTest, ADrippingRequestIsCutOffAtTheDeadlineFromItsFirstByte)
+{
+    WebTallyServer::Limits limits = quietLimits();
+    limits.connections.answerDeadlineMilliseconds = 400;
+    start(limits);
+    QTcpSocket drip;
+    drip.connectToHost(QHostAddress::LocalHost, port);
+    ASSERT_TRUE(drip.waitForConnected(5000));
+    QElapsedTimer opened;
+    opened.start();
+    const QByteArray request = "GET / HTTP/1.1\r\nHost: x\r\nX-Slow: aaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaa";
+    qsizetype sent = 0;
+    const bool cut = eventually(
+        [&] {
+            if (sent < request.size()) {
+                drip.write(request.mid(sent++, 1));
+            }
+            return drip.state() == QAbstractSocket::UnconnectedState;
+        },
+        5000);
+    EXPECT_TRUE(cut);
+    EXPECT_LT(opened.elapsed(), 2000);
 }
 
 TEST_F(WebTallyServerTest, APortInUseIsAProblemInWordsNotACrash)
@@ -316,4 +367,33 @@ TEST_F(WebTallyServerTest, APortInUseIsAProblemInWordsNotACrash)
         QStringLiteral("cannot serve the web tally page on 127.0.0.1:%1: The bound address is already in use")
             .arg(occupant.serverPort()));
     EXPECT_EQ(web.port(), 0);
+}
+
+TEST_F(WebTallyServerTest, AnOpenWebSocketOutlivesTheRequestDeadline)
+{
+    WebTallyServer::Limits limits;
+    limits.connections.answerDeadlineMilliseconds = 300;
+    limits.keepAliveMilliseconds = 100;
+    start(limits);
+    PageSocket page(port);
+    ASSERT_TRUE(page.connected());
+    const QMetaObject::Connection watch = QObject::connect(&page.socket, &QWebSocket::disconnected, [&page] {
+        ADD_FAILURE() << "the page's WebSocket was closed: " << page.socket.closeCode() << " "
+                      << page.socket.closeReason().toStdString();
+    });
+    eventually([] { return false; }, 2000);
+    EXPECT_EQ(page.socket.state(), QAbstractSocket::ConnectedState);
+    EXPECT_GE(page.messages.size(), 10);
+    QObject::disconnect(watch); // the page closing its own socket at the end is no failure
+}
+
+TEST_F(WebTallyServerTest, AQuietWebSocketOutlivesTheRequestDeadline)
+{
+    WebTallyServer::Limits limits = quietLimits();
+    limits.connections.answerDeadlineMilliseconds = 300;
+    start(limits);
+    PageSocket page(port);
+    ASSERT_TRUE(page.connected());
+    eventually([] { return false; }, 1500);
+    EXPECT_EQ(page.socket.state(), QAbstractSocket::ConnectedState);
 }
