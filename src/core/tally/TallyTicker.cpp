@@ -12,9 +12,12 @@ TallyTicker::TallyTicker(std::unique_ptr<ShotSource> source, TallyMap& tallyMap,
     , m_tallyMap(tallyMap)
     , m_cycle(*m_source, observer, std::move(sendControl))
     , m_timer(new QTimer(this))
+    , m_mergedTick(new QTimer(this))
 {
     m_timer->setInterval(interval);
     connect(m_timer, &QTimer::timeout, this, [this] { tick(Reason::timer); });
+    m_mergedTick->setSingleShot(true);
+    connect(m_mergedTick, &QTimer::timeout, this, &TallyTicker::tickForChange);
     followSource();
 }
 
@@ -61,7 +64,27 @@ void TallyTicker::followSource()
 {
     // A source that hears of a cut says so; the tick runs at once rather
     // than up to a quarter of a second later.
-    connect(m_source.get(), &ShotSource::shotsChanged, this, [this] { tick(Reason::sourceChanged); });
+    connect(m_source.get(), &ShotSource::shotsChanged, this, &TallyTicker::sourceChanged);
+}
+
+void TallyTicker::sourceChanged()
+{
+    if (m_mergedTick->isActive()) {
+        return; // one more tick is already coming, and it will see this change too
+    }
+    const auto window = std::chrono::duration_cast<std::chrono::milliseconds>(mergeWindow).count();
+    const qint64 since = m_sinceChangeTick.isValid() ? m_sinceChangeTick.elapsed() : window;
+    if (since >= window) {
+        tickForChange();
+        return;
+    }
+    m_mergedTick->start(static_cast<int>(window - since));
+}
+
+void TallyTicker::tickForChange()
+{
+    m_sinceChangeTick.start();
+    tick(Reason::sourceChanged);
 }
 
 void TallyTicker::finish()

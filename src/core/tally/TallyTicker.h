@@ -3,6 +3,7 @@
 #include "link/Mixdesk.h"
 #include "tally/TallyCycle.h"
 
+#include <QElapsedTimer>
 #include <QObject>
 
 #include <chrono>
@@ -20,6 +21,13 @@ class TallyMap;
 // a change, none while the owner holds the cycle back, and the lights off at
 // the end when the user asked for that.
 //
+// Changes that arrive close together are merged: the first one after a
+// quiet spell ticks at once, and any that follow within mergeWindow of that
+// tick become one more tick at the end of the window. A switcher (or anyone
+// on the network) announcing ten thousand changes a second thus costs the
+// tally box at most one extra tick per window, and the quarter-second
+// cadence never waits behind them.
+//
 // It owns the source, the latest shot list and the timer; the tally map and
 // what the lights are shown on belong to the owner and must outlive it.
 class TallyTicker : public QObject {
@@ -32,6 +40,7 @@ public:
     Q_ENUM(Reason)
 
     static constexpr std::chrono::milliseconds interval { 250 };
+    static constexpr std::chrono::milliseconds mergeWindow { 40 };
 
     TallyTicker(std::unique_ptr<ShotSource> source, TallyMap& tallyMap, TallyCycle::Observer& observer,
         TallyCycle::SendControl sendControl = TallyCycle::sendToSharedDevice, QObject* parent = nullptr);
@@ -76,12 +85,19 @@ Q_SIGNALS:
 
 private:
     void followSource();
+    // A change announced by the source: a tick now, or one merged tick at
+    // the end of the window.
+    void sourceChanged();
+    void tickForChange();
 
     std::unique_ptr<ShotSource> m_source;
     TallyMap& m_tallyMap;
     TallyCycle m_cycle;
     Mixdesk::ShotList m_shotList;
     QTimer* m_timer; // a child: it lives as long as the ticker
+    QTimer* m_mergedTick; // a child too
+    // Since the last tick a change brought; invalid before the first.
+    QElapsedTimer m_sinceChangeTick;
     std::function<bool()> m_holdBack;
     bool m_inTick = false;
 };

@@ -4,7 +4,9 @@
 #include "support/RecordingCycleObserver.h"
 #include "tallymap/TallyMap.h"
 
+#include <QElapsedTimer>
 #include <QSignalSpy>
+#include <QTest>
 #include <QTimer>
 
 #include <gtest/gtest.h>
@@ -73,6 +75,58 @@ TEST_F(TallyTickerTest, AChangeFromTheSourceTicksAtOnceWithoutTheTimer)
     EXPECT_EQ(ticked.first().first().value<TallyTicker::Reason>(), TallyTicker::Reason::sourceChanged);
     EXPECT_EQ(observer.bytes.size(), 16);
     EXPECT_EQ(observer.modes[0], TallyMode::live);
+}
+
+TEST_F(TallyTickerTest, ABurstOfChangesTicksOnceAtOnceAndOnceMoreForAllTheRest)
+{
+    ticker->start();
+    ticker->timer()->stop();
+    QSignalSpy ticked(ticker.get(), &TallyTicker::ticked);
+    for (int change = 0; change < 1000; ++change) {
+        source->announceChange();
+    }
+    EXPECT_EQ(ticked.size(), 1) << "the first change reaches the box at once";
+    EXPECT_EQ(observer.bytes.size(), 16);
+    ASSERT_TRUE(ticked.wait(2000));
+    EXPECT_EQ(ticked.size(), 2) << "the other 999 are one more tick";
+    EXPECT_FALSE(ticked.wait(3 * TallyTicker::mergeWindow.count())) << "and nothing after that";
+    EXPECT_EQ(observer.bytes.size(), 32);
+}
+
+TEST_F(TallyTickerTest, AChangeAfterAQuietSpellTicksAtOnce)
+{
+    ticker->start();
+    ticker->timer()->stop();
+    QSignalSpy ticked(ticker.get(), &TallyTicker::ticked);
+    source->announceChange();
+    QTest::qWait(2 * TallyTicker::mergeWindow.count());
+    source->announceChange();
+    EXPECT_EQ(ticked.size(), 2);
+}
+
+TEST_F(TallyTickerTest, AFloodOfChangesCostsAtMostAboutOneExtraTickPerWindowAndTheTimerGoesOn)
+{
+    ticker->start();
+    int timerTicks = 0;
+    int changeTicks = 0;
+    QObject::connect(ticker.get(), &TallyTicker::ticked,
+        [&](TallyTicker::Reason reason) { ++(reason == TallyTicker::Reason::timer ? timerTicks : changeTicks); });
+    QElapsedTimer flood;
+    flood.start();
+    int announced = 0;
+    QTimer flooder;
+    QObject::connect(&flooder, &QTimer::timeout, [&] {
+        for (int i = 0; i < 100; ++i, ++announced) {
+            source->announceChange();
+        }
+    });
+    flooder.start(0);
+    QTest::qWait(1000);
+    flooder.stop();
+    const qint64 lasted = flood.elapsed();
+    ASSERT_GT(announced, 1000) << "the flood was a flood";
+    EXPECT_LE(changeTicks, lasted / TallyTicker::mergeWindow.count() + 2) << announced << " changes";
+    EXPECT_GE(timerTicks, 2) << "the quarter-second ticks went on";
 }
 
 TEST_F(TallyTickerTest, NoTickRunsWhileTheOwnerHoldsTheCycleBack)
