@@ -1,5 +1,6 @@
 #include "outputs/WebTallyServer.h"
 
+#include "outputs/WebRequestPolicy.h"
 #include "outputs/WebTallyDocument.h"
 
 #include <QFile>
@@ -26,19 +27,42 @@ QString asset(const QString& name)
     return QString::fromUtf8(file.readAll());
 }
 
-QHttpServerResponse answer(const QByteArray& mimeType, const QByteArray& body)
+using Method = QHttpServerRequest::Method;
+using Status = QHttpServerResponse::StatusCode;
+
+bool isHead(const QHttpServerRequest& request)
 {
-    QHttpServerResponse response(mimeType, body);
-    // Always the current state: a cached page or answer could show a colour
-    // that is no longer true.
-    response.setHeader("Cache-Control", "no-store");
-    response.setHeader("X-Content-Type-Options", "nosniff");
+    return request.method() == Method::Head;
+}
+
+// An answer with the page's security headers; a HEAD request gets the
+// headers alone.
+QHttpServerResponse answer(
+    const QHttpServerRequest& request, const QByteArray& mimeType, const QByteArray& body, Status status = Status::Ok)
+{
+    QHttpServerResponse response(mimeType, isHead(request) ? QByteArray() : body, status);
+    for (const auto& [name, value] : WebRequestPolicy::securityHeaders()) {
+        response.setHeader(name, value);
+    }
     return response;
 }
 
-QHttpServerResponse notFound()
+QHttpServerResponse notFound(const QHttpServerRequest& request)
 {
-    return QHttpServerResponse("text/plain; charset=utf-8", "Not found\n", QHttpServerResponse::StatusCode::NotFound);
+    return answer(request, "text/plain; charset=utf-8", "Not found\n", Status::NotFound);
+}
+
+// The same through a responder, for the handlers that answer that way.
+void writePlain(
+    QHttpServerResponder& responder, const QHttpServerRequest& request, Status status, const QByteArray& body)
+{
+    responder.writeStatusLine(status);
+    responder.writeHeader("Content-Type", "text/plain; charset=utf-8");
+    responder.writeHeader("Content-Length", QByteArray::number(isHead(request) ? 0 : body.size()));
+    for (const auto& [name, value] : WebRequestPolicy::securityHeaders()) {
+        responder.writeHeader(name, value);
+    }
+    responder.writeBody(isHead(request) ? QByteArray() : body);
 }
 
 } // namespace
@@ -98,43 +122,77 @@ void WebTallyServer::publish(const TallySnapshot& snapshot)
     sendStateToAll();
 }
 
+QHttpServerResponse WebTallyServer::forbidden(const QHttpServerRequest& request)
+{
+    return answer(request, "text/plain; charset=utf-8", "Forbidden\n", Status::Forbidden);
+}
+
+bool WebTallyServer::allows(const QHttpServerRequest& request) const
+{
+    return m_policy.allowsHost(request.value("host"));
+}
+
 void WebTallyServer::addRoutes()
 {
-    using Method = QHttpServerRequest::Method;
-    m_http.route(QStringLiteral("/"), Method::Get, [this] {
-        return answer(
-            "text/html; charset=utf-8", WebTallyDocument::indexPage(asset(QStringLiteral("index.html")), m_snapshot));
-    });
-    m_http.route(QStringLiteral("/light/<arg>"), Method::Get, [this](const QString& number) {
-        const int light = WebTallyDocument::lightNumberFromPath(number, m_snapshot.lights.size());
-        if (light == 0) {
-            return notFound();
+    const auto readOnly = Method::Get | Method::Head;
+    m_http.route(QStringLiteral("/"), readOnly, [this](const QHttpServerRequest& request) {
+        if (!allows(request)) {
+            return forbidden(request);
         }
-        return answer(
-            "text/html; charset=utf-8", WebTallyDocument::lightPage(asset(QStringLiteral("light.html")), light));
+        return answer(request, "text/html; charset=utf-8",
+            WebTallyDocument::indexPage(asset(QStringLiteral("index.html")), m_snapshot));
     });
     m_http.route(
-        QStringLiteral("/api/lights"), Method::Get, [this] { return answer("application/json", m_stateJson); });
-    m_http.route(QStringLiteral("/assets/tally.css"), Method::Get,
-        [] { return answer("text/css; charset=utf-8", asset(QStringLiteral("tally.css")).toUtf8()); });
-    m_http.route(QStringLiteral("/assets/tally.js"), Method::Get,
-        [] { return answer("text/javascript; charset=utf-8", asset(QStringLiteral("tally.js")).toUtf8()); });
+        QStringLiteral("/light/<arg>"), readOnly, [this](const QString& number, const QHttpServerRequest& request) {
+            if (!allows(request)) {
+                return forbidden(request);
+            }
+            const int light = WebTallyDocument::lightNumberFromPath(number, m_snapshot.lights.size());
+            if (light == 0) {
+                return notFound(request);
+            }
+            return answer(request, "text/html; charset=utf-8",
+                WebTallyDocument::lightPage(asset(QStringLiteral("light.html")), light));
+        });
+    m_http.route(QStringLiteral("/api/lights"), readOnly, [this](const QHttpServerRequest& request) {
+        return allows(request) ? answer(request, "application/json", m_stateJson) : forbidden(request);
+    });
+    m_http.route(QStringLiteral("/assets/tally.css"), readOnly, [this](const QHttpServerRequest& request) {
+        return allows(request) ? answer(request, "text/css; charset=utf-8", asset(QStringLiteral("tally.css")).toUtf8())
+                               : forbidden(request);
+    });
+    m_http.route(QStringLiteral("/assets/tally.js"), readOnly, [this](const QHttpServerRequest& request) {
+        return allows(request)
+            ? answer(request, "text/javascript; charset=utf-8", asset(QStringLiteral("tally.js")).toUtf8())
+            : forbidden(request);
+    });
     // The HTTP server hands a WebSocket upgrade over only when a route takes
-    // the request and answers nothing; a plain request here is not found.
-    m_http.route(
-        QStringLiteral("/ws"), Method::Get, [](const QHttpServerRequest& request, QHttpServerResponder&& responder) {
+    // the request and answers nothing; a plain request here is not found,
+    // and an upgrade from another site or under a foreign name is refused
+    // before it happens.
+    m_http.route(QStringLiteral("/ws"), Method::Get,
+        [this](const QHttpServerRequest& request, QHttpServerResponder&& responder) {
             if (request.value("upgrade").compare("websocket", Qt::CaseInsensitive) != 0) {
-                responder.write("Not found\n", "text/plain; charset=utf-8", QHttpServerResponder::StatusCode::NotFound);
+                writePlain(responder, request, Status::NotFound, "Not found\n");
+            } else if (!allows(request)
+                || !m_policy.allowsWebSocketOrigin(request.value("origin"), request.value("host"))) {
+                writePlain(responder, request, Status::Forbidden, "Forbidden\n");
             }
         });
-    m_http.setMissingHandler([](const QHttpServerRequest&, QHttpServerResponder&& responder) {
-        responder.write("Not found\n", "text/plain; charset=utf-8", QHttpServerResponder::StatusCode::NotFound);
+    m_http.setMissingHandler([](const QHttpServerRequest& request, QHttpServerResponder&& responder) {
+        writePlain(responder, request, Status::NotFound, "Not found\n");
     });
 }
 
 void WebTallyServer::acceptWebSockets()
 {
     while (std::unique_ptr<QWebSocket> socket = m_http.nextPendingWebSocketConnection()) {
+        const QByteArray host = socket->request().rawHeader("Host");
+        if (!m_policy.allowsHost(host) || !m_policy.allowsWebSocketOrigin(socket->origin().toUtf8(), host)) {
+            socket->close(QWebSocketProtocol::CloseCodePolicyViolated, QStringLiteral("not this page's origin"));
+            socket.release()->deleteLater();
+            continue;
+        }
         if (socket->requestUrl().path() != QLatin1String("/ws")) {
             socket->close(QWebSocketProtocol::CloseCodePolicyViolated, QStringLiteral("no such address"));
             socket.release()->deleteLater();

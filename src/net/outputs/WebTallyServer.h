@@ -1,10 +1,13 @@
 #pragma once
 
 #include "outputs/BoundedTcpServer.h"
-#include "tally/TallyOutput.h"
 #include "outputs/WebListenAddress.h"
+#include "outputs/WebRequestPolicy.h"
+#include "tally/TallyOutput.h"
 
 #include <QHttpServer>
+#include <QHttpServerRequest>
+#include <QHttpServerResponse>
 #include <QList>
 #include <QObject>
 #include <QTimer>
@@ -51,12 +54,16 @@ public:
 
 private:
     void addRoutes();
+    // Whether the request names this machine (see WebRequestPolicy).
+    bool allows(const QHttpServerRequest& request) const;
+    static QHttpServerResponse forbidden(const QHttpServerRequest& request);
     void acceptWebSockets();
     void admit(QWebSocket* socket);
     void sendState(QWebSocket* socket);
     void sendStateToAll();
 
     Limits m_limits;
+    WebRequestPolicy m_policy;
     QHttpServer m_http;
     BoundedTcpServer* m_tcp = nullptr; // owned by m_http once bound
     TallySnapshot m_snapshot;

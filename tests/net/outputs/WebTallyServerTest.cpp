@@ -301,7 +301,7 @@ TEST_F(WebTallyServerTest, AtTheLimitANewConnectionTakesThePlaceOfTheQuietestOne
     ASSERT_TRUE(phone.waitForConnected(5000));
     EXPECT_TRUE(eventually([&] { return held.first()->state() == QAbstractSocket::UnconnectedState; }, 5000))
         << "the connection quiet the longest makes room";
-    phone.write("GET /api/lights HTTP/1.1\r\nHost: x\r\n\r\n");
+    phone.write("GET /api/lights HTTP/1.1\r\nHost: 127.0.0.1\r\n\r\n");
     QByteArray heard;
     EXPECT_TRUE(eventually([&] {
         heard += phone.readAll();
@@ -396,4 +396,77 @@ TEST_F(WebTallyServerTest, AQuietWebSocketOutlivesTheRequestDeadline)
     ASSERT_TRUE(page.connected());
     eventually([] { return false; }, 1500);
     EXPECT_EQ(page.socket.state(), QAbstractSocket::ConnectedState);
+}
+
+TEST_F(WebTallyServerTest, ARequestUnderAnotherSitesNameIsRefused)
+{
+    start();
+    server->publish(studio(TallyMode::live));
+    bool closed = false;
+    const QByteArray heard
+        = sendRaw("GET /api/lights HTTP/1.1\r\nHost: evil.example:8080\r\nConnection: close\r\n\r\n", &closed);
+    EXPECT_TRUE(heard.startsWith("HTTP/1.1 403")) << heard.toStdString();
+    EXPECT_FALSE(heard.contains("lights")) << heard.toStdString();
+}
+
+TEST_F(WebTallyServerTest, AWebSocketOpenedByAnotherSiteHearsNothing)
+{
+    start();
+    QWebSocket socket;
+    QList<QString> heard;
+    QObject::connect(&socket, &QWebSocket::textMessageReceived, [&heard](const QString& text) { heard.append(text); });
+    QNetworkRequest request(QUrl(QStringLiteral("ws://127.0.0.1:%1/ws").arg(port)));
+    request.setRawHeader("Origin", "http://evil.example");
+    socket.open(request);
+    eventually([&] { return socket.state() == QAbstractSocket::UnconnectedState && socket.error() != -1; }, 3000);
+    eventually([] { return false; }, 300);
+    EXPECT_TRUE(heard.isEmpty());
+    EXPECT_NE(socket.state(), QAbstractSocket::ConnectedState);
+    EXPECT_EQ(server->webSocketCount(), 0);
+}
+
+TEST_F(WebTallyServerTest, AWebSocketFromThePageItselfIsServed)
+{
+    start();
+    QWebSocket socket;
+    QList<QString> heard;
+    QObject::connect(&socket, &QWebSocket::textMessageReceived, [&heard](const QString& text) { heard.append(text); });
+    QNetworkRequest request(QUrl(QStringLiteral("ws://127.0.0.1:%1/ws").arg(port)));
+    request.setRawHeader("Origin", QStringLiteral("http://127.0.0.1:%1").arg(port).toLatin1());
+    socket.open(request);
+    EXPECT_TRUE(eventually([&] { return !heard.isEmpty(); }, 5000));
+}
+
+TEST_F(WebTallyServerTest, NotFoundIsNeitherCachedNorSniffed)
+{
+    start();
+    bool closed = false;
+    const QByteArray heard
+        = sendRaw("GET /nothing-here HTTP/1.1\r\nHost: 127.0.0.1\r\nConnection: close\r\n\r\n", &closed);
+    EXPECT_TRUE(heard.startsWith("HTTP/1.1 404")) << heard.toStdString();
+    EXPECT_TRUE(heard.contains("\r\nX-Content-Type-Options: nosniff\r\n")) << heard.toStdString();
+    EXPECT_TRUE(heard.contains("\r\nCache-Control: no-store\r\n")) << heard.toStdString();
+}
+
+TEST_F(WebTallyServerTest, PagesLoadNothingFromElsewhereAndHandOnNoAddress)
+{
+    start();
+    bool closed = false;
+    const QByteArray heard = sendRaw("GET /light/1 HTTP/1.1\r\nHost: 127.0.0.1\r\nConnection: close\r\n\r\n", &closed);
+    ASSERT_TRUE(heard.startsWith("HTTP/1.1 200")) << heard.toStdString();
+    EXPECT_TRUE(heard.contains("\r\nContent-Security-Policy: default-src 'none'; script-src 'self'"))
+        << heard.toStdString();
+    EXPECT_TRUE(heard.contains("frame-ancestors 'none'")) << heard.toStdString();
+    EXPECT_TRUE(heard.contains("\r\nReferrer-Policy: no-referrer\r\n")) << heard.toStdString();
+}
+
+TEST_F(WebTallyServerTest, HeadIsAnsweredWithTheHeadersAlone)
+{
+    start();
+    bool closed = false;
+    const QByteArray heard
+        = sendRaw("HEAD /api/lights HTTP/1.1\r\nHost: 127.0.0.1\r\nConnection: close\r\n\r\n", &closed);
+    ASSERT_TRUE(heard.startsWith("HTTP/1.1 200")) << heard.toStdString();
+    EXPECT_TRUE(heard.contains("application/json")) << heard.toStdString();
+    EXPECT_TRUE(heard.endsWith("\r\n\r\n")) << "no body: " << heard.toStdString();
 }
