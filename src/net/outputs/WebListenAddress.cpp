@@ -74,3 +74,48 @@ QString WebListenAddress::toString() const
     }
     return QStringLiteral("%1:%2").arg(address.toString()).arg(port);
 }
+
+namespace {
+
+QString pageUrl(const QHostAddress& address, quint16 port)
+{
+    const QString host = address.protocol() == QAbstractSocket::IPv6Protocol
+        ? QStringLiteral("[%1]").arg(address.toString())
+        : address.toString();
+    return QStringLiteral("http://%1:%2/").arg(host).arg(port);
+}
+
+bool reachableFromAnotherDevice(const QHostAddress& address)
+{
+    return !address.isLoopback() && !address.isLinkLocal() && !address.isMulticast() && !address.isNull()
+        && !(address.protocol() == QAbstractSocket::IPv6Protocol && address.scopeId() != QString());
+}
+
+} // namespace
+
+QStringList WebListenAddress::pageUrls(quint16 listeningPort, const QList<QHostAddress>& machineAddresses) const
+{
+    const bool everyInterface = address == QHostAddress(QHostAddress::Any)
+        || address == QHostAddress(QHostAddress::AnyIPv4) || address == QHostAddress(QHostAddress::AnyIPv6);
+    if (!everyInterface) {
+        return { pageUrl(address, listeningPort) };
+    }
+    QStringList v4;
+    QStringList v6;
+    for (const QHostAddress& candidate : machineAddresses) {
+        if (!reachableFromAnotherDevice(candidate)) {
+            continue;
+        }
+        const bool isV4 = candidate.protocol() == QAbstractSocket::IPv4Protocol;
+        if (address == QHostAddress(QHostAddress::AnyIPv4) && !isV4) {
+            continue;
+        }
+        QStringList& list = isV4 ? v4 : v6;
+        const QString url = pageUrl(candidate, listeningPort);
+        if (!list.contains(url)) {
+            list.append(url);
+        }
+    }
+    const QStringList urls = v4 + v6;
+    return urls.isEmpty() ? QStringList { pageUrl(QHostAddress(QHostAddress::LocalHost), listeningPort) } : urls;
+}

@@ -1,7 +1,9 @@
 #pragma once
 
 #include <QHostAddress>
+#include <QList>
 #include <QString>
+#include <QStringList>
 
 #include <optional>
 
@@ -18,6 +20,13 @@ struct WebListenAddress {
 
     // "127.0.0.1:8080", "[::1]:8080", or "*:8080" for every interface.
     QString toString() const;
+
+    // The addresses of the page a phone can open, "http://ADDRESS:PORT/",
+    // for a page listening here on port: the one address it listens on or,
+    // on every interface, each of the machine's addresses that another
+    // device can reach (IPv4 first; loopback, link-local IPv6 and the like
+    // left out). Loopback alone, when that is all there is to offer.
+    QStringList pageUrls(quint16 listeningPort, const QList<QHostAddress>& machineAddresses) const;
 
     friend bool operator==(const WebListenAddress&, const WebListenAddress&) = default;
 };

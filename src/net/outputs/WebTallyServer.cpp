@@ -6,6 +6,7 @@
 #include <QFile>
 #include <QHttpServerRequest>
 #include <QHttpServerResponse>
+#include <QNetworkInterface>
 #include <QWebSocket>
 
 namespace {
@@ -102,6 +103,7 @@ bool WebTallyServer::listen(const WebListenAddress& where, QString* problem)
         return false;
     }
     m_tcp = tcp.release();
+    m_where = where;
     m_http.bind(m_tcp);
     m_keepAlive.start();
     return true;
@@ -110,6 +112,14 @@ bool WebTallyServer::listen(const WebListenAddress& where, QString* problem)
 quint16 WebTallyServer::port() const
 {
     return m_tcp != nullptr ? m_tcp->serverPort() : 0;
+}
+
+QStringList WebTallyServer::pageUrls() const
+{
+    if (m_tcp == nullptr) {
+        return {};
+    }
+    return m_where.pageUrls(m_tcp->serverPort(), QNetworkInterface::allAddresses());
 }
 
 void WebTallyServer::publish(const TallySnapshot& snapshot)

@@ -47,6 +47,9 @@ public:
     bool listen(const WebListenAddress& where, QString* problem);
     // The port listened on (useful after listening on port 0).
     quint16 port() const;
+    // Every address a phone on the network can open the page at, with
+    // /light/N added for a light's own page; empty while not listening.
+    QStringList pageUrls() const;
 
     void publish(const TallySnapshot& snapshot) override;
 
@@ -66,6 +69,7 @@ private:
     WebRequestPolicy m_policy;
     QHttpServer m_http;
     BoundedTcpServer* m_tcp = nullptr; // owned by m_http once bound
+    WebListenAddress m_where;
     TallySnapshot m_snapshot;
     QByteArray m_stateJson;
     QList<QWebSocket*> m_webSockets;

@@ -66,3 +66,29 @@ TEST(WebListenAddressTest, AHostNameIsNotAnAddress)
     EXPECT_FALSE(parsed(QStringLiteral(":8080")));
     EXPECT_FALSE(parsed(QStringLiteral("[::1:8080")));
 }
+
+TEST(WebListenAddressTest, APageOnEveryInterfaceIsAtEveryAddressAPhoneCanReachIPv4First)
+{
+    WebListenAddress where;
+    where.port = 8080;
+    const QList<QHostAddress> machine { QHostAddress(QStringLiteral("127.0.0.1")), QHostAddress(QStringLiteral("::1")),
+        QHostAddress(QStringLiteral("fe80::1%2")), QHostAddress(QStringLiteral("2001:db8::5")),
+        QHostAddress(QStringLiteral("192.168.1.20")), QHostAddress(QStringLiteral("10.0.0.5")) };
+    EXPECT_EQ(where.pageUrls(8080, machine),
+        (QStringList { QStringLiteral("http://192.168.1.20:8080/"), QStringLiteral("http://10.0.0.5:8080/"),
+            QStringLiteral("http://[2001:db8::5]:8080/") }));
+}
+
+TEST(WebListenAddressTest, APageOnOneAddressIsThereAlone)
+{
+    WebListenAddress where { QHostAddress(QStringLiteral("192.168.1.20")), 8080 };
+    EXPECT_EQ(where.pageUrls(8080, { QHostAddress(QStringLiteral("10.0.0.5")) }),
+        QStringList { QStringLiteral("http://192.168.1.20:8080/") });
+}
+
+TEST(WebListenAddressTest, AMachineWithNoNetworkOffersLoopback)
+{
+    WebListenAddress where;
+    EXPECT_EQ(where.pageUrls(9000, { QHostAddress(QStringLiteral("127.0.0.1")) }),
+        QStringList { QStringLiteral("http://127.0.0.1:9000/") });
+}

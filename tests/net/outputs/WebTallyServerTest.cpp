@@ -470,3 +470,10 @@ TEST_F(WebTallyServerTest, HeadIsAnsweredWithTheHeadersAlone)
     EXPECT_TRUE(heard.contains("application/json")) << heard.toStdString();
     EXPECT_TRUE(heard.endsWith("\r\n\r\n")) << "no body: " << heard.toStdString();
 }
+
+TEST_F(WebTallyServerTest, ThePageSaysWhereAPhoneFindsIt)
+{
+    EXPECT_TRUE(WebTallyServer().pageUrls().isEmpty()) << "not listening";
+    start();
+    EXPECT_EQ(server->pageUrls(), QStringList { QStringLiteral("http://127.0.0.1:%1/").arg(port) });
+}
