@@ -111,27 +111,28 @@ Mixdesk::ShotList ObsSceneGraph::shots() const
 
 QSet<QString> ObsSceneGraph::visibleSources(const QString& sceneName) const
 {
+    // A stack of its own rather than recursion: the nesting comes from the
+    // network, and a hundred thousand levels of it must not end the program.
     QSet<QString> seen;
     QSet<QString> walked;
-    collectVisible(sceneName, seen, walked);
-    return seen;
-}
-
-void ObsSceneGraph::collectVisible(const QString& containerName, QSet<QString>& seen, QSet<QString>& walked) const
-{
-    if (walked.contains(containerName)) {
-        return; // already walked, or a scene that holds itself
-    }
-    walked.insert(containerName);
-    const auto container = m_items.constFind(containerName);
-    if (container == m_items.constEnd()) {
-        return;
-    }
-    for (const Item& item : *container) {
-        if (!item.enabled) {
-            continue; // a hidden item hides all it holds
+    QList<QString> toWalk { sceneName };
+    while (!toWalk.isEmpty()) {
+        const QString containerName = toWalk.takeLast();
+        if (walked.contains(containerName)) {
+            continue; // already walked, or a scene that holds itself
         }
-        seen.insert(item.sourceName);
-        collectVisible(item.sourceName, seen, walked);
+        walked.insert(containerName);
+        const auto container = m_items.constFind(containerName);
+        if (container == m_items.constEnd()) {
+            continue;
+        }
+        for (const Item& item : *container) {
+            if (!item.enabled) {
+                continue; // a hidden item hides all it holds
+            }
+            seen.insert(item.sourceName);
+            toWalk.append(item.sourceName);
+        }
     }
+    return seen;
 }

@@ -71,7 +71,6 @@ public:
 
 private:
     QString idFor(const QString& name, const QString& uuid) const;
-    void collectVisible(const QString& containerName, QSet<QString>& seen, QSet<QString>& walked) const;
 
     QList<Scene> m_scenes;
     QList<Input> m_inputs;

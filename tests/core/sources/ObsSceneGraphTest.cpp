@@ -164,3 +164,25 @@ TEST(ObsSceneGraphTest, NoProgramSceneMeansNothingIsLive)
     graph.setProgramScene({});
     EXPECT_EQ(shotSummary(graph.shots()), QStringList({ "Wide:", "Close:", "Camera 1:", "Camera 2:", "Music:" }));
 }
+
+TEST(ObsSceneGraphTest, AHundredThousandLevelsOfNestingAreWalkedWithoutEndingTheProgram)
+{
+    // What a hostile endpoint posing as OBS Studio can send: each scene
+    // holding the next, the camera at the bottom.
+    constexpr int depth = 200000;
+    ObsSceneGraph graph;
+    QList<ObsSceneGraph::Scene> scenes;
+    scenes.reserve(depth);
+    for (int level = 0; level < depth; ++level) {
+        const QString name = QStringLiteral("S%1").arg(level);
+        scenes.append({ name, {} });
+        const QString inner = level + 1 < depth ? QStringLiteral("S%1").arg(level + 1) : QStringLiteral("Camera 1");
+        graph.setItems(name, { Item { 1, inner, true } });
+    }
+    graph.setScenes(scenes);
+    graph.setInputs({ { QStringLiteral("Camera 1"), {} } });
+    graph.setProgramScene(QStringLiteral("S0"));
+    const Mixdesk::ShotPtr camera = shotNamed(graph.shots(), QStringLiteral("Camera 1"));
+    ASSERT_NE(camera, nullptr);
+    EXPECT_TRUE(camera->isLive);
+}
