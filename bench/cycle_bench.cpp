@@ -3,11 +3,11 @@
 // nothing) and the sixteen sendControl calls through the capture tally box.
 // The tick runs every 0.25 s; the query itself is measured in link_bench.
 
-#include "tally/TallyCycle.h"
 #include "hardware/CaptureBackend.h"
 #include "hardware/USBHIDAppDelegate.h"
 #include "link/MixdeskPlatform.h"
 #include "sources/MixdeskShotSource.h"
+#include "tally/TallyCycle.h"
 #include "tallymap/TallyMap.h"
 
 #include <QTemporaryDir>
@@ -26,11 +26,11 @@ public:
 };
 
 // A show of the given size, shot 1 live and shot 2 in preview.
-Mixdesk::ShotList answer(int shotCount)
+ShotList answer(int shotCount)
 {
-    Mixdesk::ShotList shots;
+    ShotList shots;
     for (int i = 1; i <= shotCount; ++i) {
-        auto shot = std::make_shared<Mixdesk::Shot>(QStringLiteral("Camera %1").arg(i));
+        auto shot = std::make_shared<Shot>(QStringLiteral("Camera %1").arg(i));
         shot->shotId = QString::number(i);
         shot->isLive = i == 1;
         shot->isPreview = i == 2;
@@ -45,8 +45,8 @@ TallyMap mapFor(int shotCount)
     TallyMap map;
     for (int light = 0; light < TallyMap::numberOfLights; ++light) {
         map.setShotSelection(light,
-            { std::make_shared<Mixdesk::Shot>(QStringLiteral("Camera %1").arg(shotCount - light)),
-                std::make_shared<Mixdesk::Shot>(QStringLiteral("Camera %1").arg(light == 0 ? 1 : 2 + light)) });
+            { std::make_shared<Shot>(QStringLiteral("Camera %1").arg(shotCount - light)),
+                std::make_shared<Shot>(QStringLiteral("Camera %1").arg(light == 0 ? 1 : 2 + light)) });
     }
     return map;
 }
@@ -60,7 +60,7 @@ void BM_TickWithoutQuery(benchmark::State& state)
     Mixdesk mixdesk { makeHostMixdeskPlatform() };
     MixdeskShotSource source { mixdesk };
     TallyCycle cycle { source, observer, [&device](quint8 byte) { device.sendControl(byte); } };
-    const Mixdesk::ShotList shots = answer(shotCount);
+    const ShotList shots = answer(shotCount);
     const TallyMap map = mapFor(shotCount);
     for (auto _ : state) {
         cycle.driveLights(map.shotSelections(), shots);
@@ -77,7 +77,7 @@ void BM_TickLogicOnly(benchmark::State& state)
     Mixdesk mixdesk { makeHostMixdeskPlatform() };
     MixdeskShotSource source { mixdesk };
     TallyCycle cycle { source, observer, [](quint8 byte) { benchmark::DoNotOptimize(byte); } };
-    const Mixdesk::ShotList shots = answer(shotCount);
+    const ShotList shots = answer(shotCount);
     const TallyMap map = mapFor(shotCount);
     for (auto _ : state) {
         cycle.driveLights(map.shotSelections(), shots);

@@ -3,9 +3,9 @@
 
 #include "link/AppleScriptNotationParser.h"
 #include "link/AppleScriptNotationWriter.h"
-#include "link/linux/LinuxMixdeskPlatform.h"
 #include "link/Mixdesk.h"
 #include "link/ShotDecoder.h"
+#include "link/linux/LinuxMixdeskPlatform.h"
 
 #include <QCoreApplication>
 #include <QDir>
@@ -33,7 +33,7 @@ void parseAndDecode1000Shots(benchmark::State& state)
     const QByteArray answer = answerOf(1000);
     for (auto _ : state) {
         const AppleScriptNotationParser::Result parsed = AppleScriptNotationParser::parse(QByteArrayView(answer));
-        Mixdesk::ShotList shots = decodeShots(*parsed.value);
+        ShotList shots = decodeShots(*parsed.value);
         benchmark::DoNotOptimize(shots);
     }
     state.SetBytesProcessed(state.iterations() * answer.size());
@@ -54,7 +54,7 @@ void decode1000Shots(benchmark::State& state)
 {
     const AppleEventDescriptor answer = *AppleScriptNotationParser::parse(QByteArrayView(answerOf(1000))).value;
     for (auto _ : state) {
-        Mixdesk::ShotList shots = decodeShots(answer);
+        ShotList shots = decodeShots(answer);
         benchmark::DoNotOptimize(shots);
     }
 }
@@ -86,7 +86,7 @@ void queryShotsThroughAChildProcess(benchmark::State& state)
 
     Mixdesk mixdesk(std::make_shared<LinuxMixdeskPlatform>(processes));
     for (auto _ : state) {
-        Mixdesk::ShotList shots = mixdesk.queryShots();
+        ShotList shots = mixdesk.queryShots();
         if (shots.size() != 20) {
             state.SkipWithError("the query did not give 20 shots");
             break;

@@ -16,10 +16,9 @@ TallyMap bigMap()
 {
     TallyMap map;
     for (qint64 lightIndex = 0; lightIndex < TallyMap::numberOfLights; ++lightIndex) {
-        Mixdesk::ShotList records;
+        ShotList records;
         for (int n = 0; n < 1000; ++n) {
-            records.append(
-                std::make_shared<Mixdesk::Shot>(QStringLiteral("Camera %1 on light %2").arg(n).arg(lightIndex)));
+            records.append(std::make_shared<Shot>(QStringLiteral("Camera %1 on light %2").arg(n).arg(lightIndex)));
         }
         map.setShotSelection(lightIndex, records);
     }
@@ -65,19 +64,18 @@ BENCHMARK(readOnly)->Unit(benchmark::kMillisecond);
 // from a file (matching is by name, so these are not the shot objects).
 void evaluateEightLights(benchmark::State& state)
 {
-    Mixdesk::ShotList shots;
+    ShotList shots;
     for (int n = 0; n < 100; ++n) {
-        auto shot = std::make_shared<Mixdesk::Shot>(QStringLiteral("Shot %1").arg(n));
+        auto shot = std::make_shared<Shot>(QStringLiteral("Shot %1").arg(n));
         shot->shotId = QString::number(1000 + n);
         shot->isLive = n == 42 || n == 77;
         shot->isPreview = n == 3 || n == 50 || n == 98;
         shots.append(shot);
     }
-    QList<Mixdesk::ShotList> lights(TallyMap::numberOfLights);
+    QList<ShotList> lights(TallyMap::numberOfLights);
     for (qsizetype lightIndex = 0; lightIndex < lights.size(); ++lightIndex) {
         for (int k = 0; k < 5; ++k) {
-            lights[lightIndex].append(
-                std::make_shared<Mixdesk::Shot>(QStringLiteral("Shot %1").arg(lightIndex * 10 + k)));
+            lights[lightIndex].append(std::make_shared<Shot>(QStringLiteral("Shot %1").arg(lightIndex * 10 + k)));
         }
     }
     for (auto _ : state) {

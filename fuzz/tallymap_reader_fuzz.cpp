@@ -17,9 +17,9 @@ const QString type = QStringLiteral("tlx");
 QList<QStringList> namesOf(const TallyMap& map)
 {
     QList<QStringList> lights;
-    for (const Mixdesk::ShotList& light : map.shotSelections()) {
+    for (const ShotList& light : map.shotSelections()) {
         QStringList names;
-        for (const Mixdesk::ShotPtr& record : light) {
+        for (const ShotPtr& record : light) {
             names.append(record->name);
         }
         lights.append(names);

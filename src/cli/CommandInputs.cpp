@@ -109,7 +109,7 @@ std::optional<QByteArray> readFileOrStandardInput(const QString& path, QString* 
     return data;
 }
 
-std::optional<Mixdesk::ShotList> decodeAnswer(
+std::optional<ShotList> decodeAnswer(
     const QByteArray& answer, const std::function<void(const QString& label)>& unexpectedLabel, QString* failure)
 {
     const AppleScriptNotationParser::Result parsed = AppleScriptNotationParser::parse(QByteArrayView(answer));

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "link/Mixdesk.h"
+#include "model/Shot.h"
 #include "tallymap/TallyMap.h"
 
 #include <QByteArray>
@@ -28,7 +28,7 @@ std::optional<QByteArray> readFileOrStandardInput(const QString& path, QString* 
 
 // The shots of a query answer in AppleScript source notation. Unknown labels
 // go to the callback, in order.
-std::optional<Mixdesk::ShotList> decodeAnswer(
+std::optional<ShotList> decodeAnswer(
     const QByteArray& answer, const std::function<void(const QString& label)>& unexpectedLabel, QString* failure);
 
 } // namespace CommandInputs

@@ -49,10 +49,10 @@ QString jsonBool(bool value)
     return value ? QStringLiteral("true") : QStringLiteral("false");
 }
 
-void printJson(const Mixdesk::ShotList& shots)
+void printJson(const ShotList& shots)
 {
     QStringList objects;
-    for (const Mixdesk::ShotPtr& shot : shots) {
+    for (const ShotPtr& shot : shots) {
         objects.append(
             QStringLiteral("{\"shotId\":%1,\"name\":%2,\"isLive\":%3,\"isPreview\":%4}")
                 .arg(quoted(shot->shotId), quoted(shot->name), jsonBool(shot->isLive), jsonBool(shot->isPreview)));
@@ -60,7 +60,7 @@ void printJson(const Mixdesk::ShotList& shots)
     printLine(QLatin1Char('[') + objects.join(QLatin1Char(',')) + QLatin1Char(']'));
 }
 
-QString stateOf(const Mixdesk::Shot& shot)
+QString stateOf(const Shot& shot)
 {
     if (shot.isLive && shot.isPreview) {
         return QStringLiteral("live, preview");
@@ -71,13 +71,13 @@ QString stateOf(const Mixdesk::Shot& shot)
     return shot.isPreview ? QStringLiteral("preview") : QStringLiteral("off");
 }
 
-void printReadable(const Mixdesk::ShotList& shots)
+void printReadable(const ShotList& shots)
 {
     if (shots.isEmpty()) {
         printLine(QStringLiteral("no shots"));
     }
     for (qsizetype i = 0; i < shots.size(); ++i) {
-        const Mixdesk::Shot& shot = *shots.at(i);
+        const Shot& shot = *shots.at(i);
         printLine(
             QStringLiteral("%1. %2 (id %3): %4").arg(i + 1).arg(quoted(shot.name), quoted(shot.shotId), stateOf(shot)));
     }
@@ -97,7 +97,7 @@ int run(const QStringList& arguments)
     QString failure;
     const std::optional<QByteArray> input
         = CommandInputs::readFileOrStandardInput(parsed.positional.value(0), &failure);
-    const std::optional<Mixdesk::ShotList> shots = input
+    const std::optional<ShotList> shots = input
         ? CommandInputs::decodeAnswer(
             *input,
             [json](const QString& label) {

@@ -3,9 +3,9 @@
 
 #include "EvaluateCommand.h"
 
-#include "tally/TallyEvaluation.h"
 #include "CommandInputs.h"
 #include "base/StandardOutput.h"
+#include "tally/TallyEvaluation.h"
 
 #include <QJsonArray>
 #include <QJsonDocument>
@@ -88,7 +88,7 @@ int runEvaluate(const QStringList& arguments)
     if (!answer) {
         return fail(failure);
     }
-    const std::optional<Mixdesk::ShotList> shots = CommandInputs::decodeAnswer(
+    const std::optional<ShotList> shots = CommandInputs::decodeAnswer(
         *answer, [](const QString& label) { printErrorLine(QStringLiteral("unexpected record attribute ") + label); },
         &failure);
     if (!shots) {

@@ -37,10 +37,10 @@ int readFailed(const QString& message)
     return CommandLine::exitFailure;
 }
 
-QStringList namesOf(const Mixdesk::ShotList& records)
+QStringList namesOf(const ShotList& records)
 {
     QStringList names;
-    for (const Mixdesk::ShotPtr& record : records) {
+    for (const ShotPtr& record : records) {
         names.append(record->name);
     }
     return names;
@@ -48,7 +48,7 @@ QStringList namesOf(const Mixdesk::ShotList& records)
 
 void printText(const TallyMap& map)
 {
-    const QList<Mixdesk::ShotList>& lights = map.shotSelections();
+    const QList<ShotList>& lights = map.shotSelections();
     for (qsizetype lightIndex = 0; lightIndex < lights.size(); ++lightIndex) {
         const QStringList names = namesOf(lights[lightIndex]);
         const QString shown = names.isEmpty() ? QStringLiteral("(none)") : names.join(QStringLiteral(", "));
@@ -62,7 +62,7 @@ void printText(const TallyMap& map)
 void printJson(const TallyMap& map)
 {
     QJsonArray lights;
-    const QList<Mixdesk::ShotList>& selections = map.shotSelections();
+    const QList<ShotList>& selections = map.shotSelections();
     for (qsizetype lightIndex = 0; lightIndex < selections.size(); ++lightIndex) {
         lights.append(QJsonObject {
             { QStringLiteral("light"), lightIndex + 1 },

@@ -10,7 +10,7 @@
 class FakeShotSource : public ShotSource {
 public:
     bool running = true;
-    Mixdesk::ShotList shots;
+    ShotList shots;
     QString warning = QStringLiteral("Fake switcher is not connected");
     int queries = 0;
     // Run inside every query, before it answers.
@@ -18,7 +18,7 @@ public:
 
     bool isRunning() override { return running; }
 
-    Mixdesk::ShotList queryShots() override
+    ShotList queryShots() override
     {
         ++queries;
         if (onQuery) {

@@ -2,15 +2,15 @@
 
 // A shot list in one line per shot, for comparing what a source reports.
 
-#include "link/Mixdesk.h"
+#include "model/Shot.h"
 
 #include <QStringList>
 
 // "name:LP" per shot: L when live, P when in preview.
-inline QStringList shotSummary(const Mixdesk::ShotList& shots)
+inline QStringList shotSummary(const ShotList& shots)
 {
     QStringList lines;
-    for (const Mixdesk::ShotPtr& shot : shots) {
+    for (const ShotPtr& shot : shots) {
         lines.append(shot->name + QLatin1Char(':') + (shot->isLive ? QStringLiteral("L") : QString())
             + (shot->isPreview ? QStringLiteral("P") : QString()));
     }

@@ -18,7 +18,7 @@ TEST(AnswerReadBackTest, ControllerDecodesTheStandInAnswerAsItsShots)
     const AppleScriptNotationParser::Result parsed = AppleScriptNotationParser::parse(AnswerWriter::notation(shots));
     ASSERT_TRUE(parsed.ok()) << parsed.error.toStdString();
 
-    const Mixdesk::ShotList decoded = decodeShots(*parsed.value);
+    const ShotList decoded = decodeShots(*parsed.value);
     ASSERT_EQ(decoded.size(), shots.size());
     for (qsizetype i = 0; i < shots.size(); ++i) {
         EXPECT_EQ(decoded.at(i)->shotId, QString::number(shots.at(i).id));

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "model/LightCount.h"
 #include "model/TallyMode.h"
 
 #include <QtGlobal>
@@ -18,7 +19,7 @@
 // off for light 0, lights above eight, other commands) changes nothing.
 class LightCommandMirror {
 public:
-    static constexpr int numberOfLights = 8;
+    static constexpr int numberOfLights = static_cast<int>(tallyLightCount);
 
     struct Lamps {
         bool program = false;

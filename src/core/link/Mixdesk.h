@@ -1,6 +1,7 @@
 #pragma once
 
-#include <QList>
+#include "model/Shot.h"
+
 #include <QString>
 
 #include <memory>
@@ -11,25 +12,12 @@ class MixdeskPlatform;
 // exist now, and which of them are live or in preview.
 class Mixdesk {
 public:
-    // One shot of the production application. Records are shared: the same
-    // object may sit in the shot list, in the tally map and in the editor, and
-    // the tally map updates shotId and name in place. Two records are the
-    // same only if they are the same object.
-    class Shot {
-    public:
-        explicit Shot(QString shotName)
-            : name(std::move(shotName))
-        {
-        }
-
-        QString shotId;
-        QString name;
-        bool isPreview = false;
-        bool isLive = false;
-    };
-
-    using ShotPtr = std::shared_ptr<Shot>;
-    using ShotList = QList<ShotPtr>;
+    // The production application's shot record is the program's own: what
+    // the query decodes is used as it is by the tally map, the update tick
+    // and the outputs, with no conversion in between.
+    using Shot = ::Shot;
+    using ShotPtr = ::ShotPtr;
+    using ShotList = ::ShotList;
 
     static Mixdesk& shared();
 

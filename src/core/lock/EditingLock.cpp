@@ -55,8 +55,8 @@ void EditingLock::updatePasswordRequirement()
 
 EditingLock::DialogSetup EditingLock::preparePasswordDialog() const
 {
-    const DialogSetup collect { PasswordDialogMode::collect, m_unlockPasswordHash };
-    const DialogSetup set { PasswordDialogMode::set, std::nullopt };
+    const DialogSetup collect { PasswordMode::collect, m_unlockPasswordHash };
+    const DialogSetup set { PasswordMode::set, std::nullopt };
 
     if (m_disablingRequirePassword) {
         return collect;
@@ -68,9 +68,9 @@ EditingLock::DialogSetup EditingLock::preparePasswordDialog() const
 }
 
 void EditingLock::passwordDialogDidClose(
-    std::optional<PasswordDialogMode> mode, bool passwordMatched, const QString& passwordHash)
+    std::optional<PasswordMode> mode, bool passwordMatched, const QString& passwordHash)
 {
-    if (mode == PasswordDialogMode::set) {
+    if (mode == PasswordMode::set) {
         closeSetDialog(passwordHash);
     } else {
         closeCollectDialog(passwordMatched);

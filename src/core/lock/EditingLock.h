@@ -1,15 +1,10 @@
 #pragma once
 
+#include "lock/PasswordMode.h"
+
 #include <QString>
 
 #include <optional>
-
-// What the password dialog is asked to do: choose a new password (typed
-// twice) or check the existing one. The dialog's own mode type maps onto it.
-enum class PasswordDialogMode {
-    set = 0,
-    collect = 1,
-};
 
 // The editing lock of the main window: the lock check box, the menu command
 // that makes unlocking need a password, and the password dialog that sets or
@@ -43,7 +38,7 @@ public:
     // What the dialog is given before it shows: its mode and, when it is to
     // check a password, the hash to compare against.
     struct DialogSetup {
-        PasswordDialogMode mode = PasswordDialogMode::collect;
+        PasswordMode mode = PasswordMode::collect;
         std::optional<QString> matchPassword;
     };
 
@@ -57,8 +52,7 @@ public:
     DialogSetup preparePasswordDialog() const;
     // After the dialog closed, with what it holds then. A dialog whose mode
     // was never set (no value) is treated as checking a password.
-    void passwordDialogDidClose(
-        std::optional<PasswordDialogMode> mode, bool passwordMatched, const QString& passwordHash);
+    void passwordDialogDidClose(std::optional<PasswordMode> mode, bool passwordMatched, const QString& passwordHash);
 
     bool passwordRequiredToUnlock() const { return m_passwordRequiredToUnlock; }
     // Empty while no password has been set.

@@ -11,7 +11,7 @@ bool MixdeskShotSource::isRunning()
     return m_mixdesk.runningApplicationCount() != 0;
 }
 
-Mixdesk::ShotList MixdeskShotSource::queryShots()
+ShotList MixdeskShotSource::queryShots()
 {
     return m_mixdesk.queryShots();
 }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "link/Mixdesk.h"
 #include "sources/ShotSource.h"
 
 // The default source: Mixdesk on this computer, asked through its query
@@ -11,7 +12,7 @@ public:
     explicit MixdeskShotSource(Mixdesk& mixdesk = Mixdesk::shared(), QObject* parent = nullptr);
 
     bool isRunning() override;
-    Mixdesk::ShotList queryShots() override;
+    ShotList queryShots() override;
     QString notRunningWarning() const override;
     QString displayName() const override;
 

@@ -84,23 +84,23 @@ QString ObsSceneGraph::idFor(const QString& name, const QString& uuid) const
     return m_carriedIds.value(name, name);
 }
 
-Mixdesk::ShotList ObsSceneGraph::shots() const
+ShotList ObsSceneGraph::shots() const
 {
     const QSet<QString> onProgram = m_programScene.isEmpty() ? QSet<QString>() : visibleSources(m_programScene);
     const bool hasPreview = m_studioMode && !m_previewScene.isEmpty();
     const QSet<QString> inPreview = hasPreview ? visibleSources(m_previewScene) : QSet<QString>();
 
-    Mixdesk::ShotList shots;
+    ShotList shots;
     shots.reserve(m_scenes.size() + m_inputs.size());
     for (const Scene& scene : m_scenes) {
-        auto shot = std::make_shared<Mixdesk::Shot>(scene.name);
+        auto shot = std::make_shared<Shot>(scene.name);
         shot->shotId = idFor(scene.name, scene.uuid);
         shot->isLive = scene.name == m_programScene;
         shot->isPreview = hasPreview && scene.name == m_previewScene;
         shots.append(shot);
     }
     for (const Input& input : m_inputs) {
-        auto shot = std::make_shared<Mixdesk::Shot>(input.name);
+        auto shot = std::make_shared<Shot>(input.name);
         shot->shotId = idFor(input.name, input.uuid);
         shot->isLive = onProgram.contains(input.name);
         shot->isPreview = inPreview.contains(input.name);

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "link/Mixdesk.h"
+#include "model/Shot.h"
 
 #include <QHash>
 #include <QList>
@@ -62,7 +62,7 @@ public:
     void clearContents();
 
     // Scenes first, then inputs, each in the switcher's order.
-    Mixdesk::ShotList shots() const;
+    ShotList shots() const;
 
     // The names of the sources seen through sceneName: the scene's enabled
     // items, and for an item that is a scene or group, what is seen in it.

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "link/Mixdesk.h"
+#include "model/Shot.h"
 
 #include <QObject>
 #include <QString>
@@ -21,7 +21,7 @@ public:
     virtual bool isRunning() = 0;
 
     // The shots now, in the switcher's order; empty on any failure.
-    virtual Mixdesk::ShotList queryShots() = 0;
+    virtual ShotList queryShots() = 0;
 
     // The warning the window shows while isRunning() is false.
     virtual QString notRunningWarning() const = 0;

@@ -41,14 +41,14 @@ bool TslDisplayTable::store(int index, const Entry& entry)
     return true;
 }
 
-Mixdesk::ShotList TslDisplayTable::shots() const
+ShotList TslDisplayTable::shots() const
 {
-    Mixdesk::ShotList shots;
+    ShotList shots;
     shots.reserve(m_entries.size());
     for (auto entry = m_entries.cbegin(); entry != m_entries.cend(); ++entry) {
         const QString id = QString::number(entry.key());
         const QString text = entry->text.trimmed();
-        auto shot = std::make_shared<Mixdesk::Shot>(text.isEmpty() ? id : text);
+        auto shot = std::make_shared<Shot>(text.isEmpty() ? id : text);
         shot->shotId = id;
         shot->isLive = entry->program;
         shot->isPreview = entry->preview;

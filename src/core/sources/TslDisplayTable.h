@@ -1,6 +1,6 @@
 #pragma once
 
-#include "link/Mixdesk.h"
+#include "model/Shot.h"
 #include "tsl/TslUmd31.h"
 #include "tsl/TslUmd50.h"
 
@@ -24,7 +24,7 @@ public:
     bool apply(const TslUmd50::Display& display);
 
     // The shots in index order, as new records.
-    Mixdesk::ShotList shots() const;
+    ShotList shots() const;
 
 private:
     struct Entry {

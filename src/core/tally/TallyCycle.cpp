@@ -18,9 +18,9 @@ public:
     {
     }
 
-    const QList<Mixdesk::ShotList>& shotSelections() const override { return m_map.shotSelections(); }
-    void resolveShotIds(const Mixdesk::ShotList& shots) override { m_map.resolveShotIds(shots); }
-    bool refreshShotNames(const Mixdesk::ShotList& shots) override { return m_map.refreshShotNames(shots); }
+    const QList<ShotList>& shotSelections() const override { return m_map.shotSelections(); }
+    void resolveShotIds(const ShotList& shots) override { m_map.resolveShotIds(shots); }
+    bool refreshShotNames(const ShotList& shots) override { return m_map.refreshShotNames(shots); }
 
 private:
     TallyMap& m_map;
@@ -61,13 +61,13 @@ void TallyCycle::removeOutput(TallyOutput* output)
     m_outputs.removeAll(output);
 }
 
-void TallyCycle::updateTallyLights(Mixdesk::ShotList& shotList, TallyMap& tallyMap)
+void TallyCycle::updateTallyLights(ShotList& shotList, TallyMap& tallyMap)
 {
     TallyMapLights lights(tallyMap);
     updateTallyLights(shotList, lights);
 }
 
-void TallyCycle::updateTallyLights(Mixdesk::ShotList& shotList, Lights& lights)
+void TallyCycle::updateTallyLights(ShotList& shotList, Lights& lights)
 {
     const bool running = m_source->isRunning();
     m_observer.setMixdeskWarningHidden(running);
@@ -85,7 +85,7 @@ void TallyCycle::updateTallyLights(Mixdesk::ShotList& shotList, Lights& lights)
     publish(true, lights.shotSelections());
 }
 
-void TallyCycle::publish(bool sourceRunning, const QList<Mixdesk::ShotList>& lights)
+void TallyCycle::publish(bool sourceRunning, const QList<ShotList>& lights)
 {
     if (m_outputs.isEmpty()) {
         return;
@@ -96,7 +96,7 @@ void TallyCycle::publish(bool sourceRunning, const QList<Mixdesk::ShotList>& lig
     for (qsizetype lightIndex = 0; lightIndex < lights.size(); ++lightIndex) {
         LightState light;
         light.mode = lightIndex < m_lastModes.size() ? m_lastModes[lightIndex] : TallyMode::off;
-        for (const Mixdesk::ShotPtr& shot : lights[lightIndex]) {
+        for (const ShotPtr& shot : lights[lightIndex]) {
             light.shotNames.append(shot->name);
         }
         snapshot.lights.append(light);
@@ -154,7 +154,7 @@ void TallyCycle::showAndSend(qsizetype lightIndex, TallyMode mode)
     m_sendControl(bytes.second);
 }
 
-void TallyCycle::followShotList(Mixdesk::ShotList& shotList, Lights& lights)
+void TallyCycle::followShotList(ShotList& shotList, Lights& lights)
 {
     const qsizetype previousCount = shotList.size();
     shotList = m_source->queryShots();
@@ -176,7 +176,7 @@ void TallyCycle::followShotList(Mixdesk::ShotList& shotList, Lights& lights)
     }
 }
 
-void TallyCycle::driveLights(const QList<Mixdesk::ShotList>& lights, const Mixdesk::ShotList& shotList)
+void TallyCycle::driveLights(const QList<ShotList>& lights, const ShotList& shotList)
 {
     const TallyEvaluation::SplitShots shots = TallyEvaluation::splitShots(shotList);
     const qsizetype lightCount = lights.size();

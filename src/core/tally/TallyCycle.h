@@ -49,9 +49,9 @@ public:
     public:
         virtual ~Lights() = default;
 
-        virtual const QList<Mixdesk::ShotList>& shotSelections() const = 0;
-        virtual void resolveShotIds(const Mixdesk::ShotList& shots) = 0;
-        virtual bool refreshShotNames(const Mixdesk::ShotList& shots) = 0;
+        virtual const QList<ShotList>& shotSelections() const = 0;
+        virtual void resolveShotIds(const ShotList& shots) = 0;
+        virtual bool refreshShotNames(const ShotList& shots) = 0;
     };
 
     // Where the command bytes go, one call per byte.
@@ -90,17 +90,17 @@ public:
 
     // One tick. shotList is the previous answer on entry and the new one on
     // return (left alone while Mixdesk is not running).
-    void updateTallyLights(Mixdesk::ShotList& shotList, TallyMap& tallyMap);
-    void updateTallyLights(Mixdesk::ShotList& shotList, Lights& lights);
+    void updateTallyLights(ShotList& shotList, TallyMap& tallyMap);
+    void updateTallyLights(ShotList& shotList, Lights& lights);
 
     // The per-light part of a tick on an answer already in hand: modes,
     // indicators and bytes, light 1 first. Used by the tick and measured on
     // its own.
-    void driveLights(const QList<Mixdesk::ShotList>& lights, const Mixdesk::ShotList& shotList);
+    void driveLights(const QList<ShotList>& lights, const ShotList& shotList);
 
 private:
-    void followShotList(Mixdesk::ShotList& shotList, Lights& lights);
-    void publish(bool sourceRunning, const QList<Mixdesk::ShotList>& lights);
+    void followShotList(ShotList& shotList, Lights& lights);
+    void publish(bool sourceRunning, const QList<ShotList>& lights);
     // The lost-source part of a tick, after the warning is shown.
     void followPolicyWhileLost(qsizetype lightCount);
     void showAndSend(qsizetype lightIndex, TallyMode mode);

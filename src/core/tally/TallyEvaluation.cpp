@@ -4,10 +4,10 @@
 
 namespace TallyEvaluation {
 
-SplitShots splitShots(const Mixdesk::ShotList& shotList)
+SplitShots splitShots(const ShotList& shotList)
 {
     SplitShots split;
-    for (const Mixdesk::ShotPtr& shot : shotList) {
+    for (const ShotPtr& shot : shotList) {
         if (shot->isLive) {
             split.liveShots.append(shot);
         }
@@ -18,12 +18,12 @@ SplitShots splitShots(const Mixdesk::ShotList& shotList)
     return split;
 }
 
-bool anyNameMatches(const Mixdesk::ShotList& assigned, const Mixdesk::ShotList& candidates)
+bool anyNameMatches(const ShotList& assigned, const ShotList& candidates)
 {
     // Plain nested scans: both lists hold a handful of shots, and nothing is
     // kept from one tick to the next.
-    for (const Mixdesk::ShotPtr& record : assigned) {
-        for (const Mixdesk::ShotPtr& candidate : candidates) {
+    for (const ShotPtr& record : assigned) {
+        for (const ShotPtr& candidate : candidates) {
             if (Text::equal(record->name, candidate->name)) {
                 return true;
             }
@@ -32,8 +32,7 @@ bool anyNameMatches(const Mixdesk::ShotList& assigned, const Mixdesk::ShotList& 
     return false;
 }
 
-TallyMode decideLight(
-    const Mixdesk::ShotList& assigned, const Mixdesk::ShotList& liveShots, const Mixdesk::ShotList& previewShots)
+TallyMode decideLight(const ShotList& assigned, const ShotList& liveShots, const ShotList& previewShots)
 {
     // Live wins over preview, so the preview scan only matters when no
     // assigned shot is live.
@@ -51,7 +50,7 @@ LightCommand::BytePair bytesForLight(qsizetype lightIndex, TallyMode mode)
     return LightCommand::bytesForMode(mode, static_cast<qint64>(lightIndex) + 1);
 }
 
-Evaluation evaluate(const QList<Mixdesk::ShotList>& lights, const Mixdesk::ShotList& shotList)
+Evaluation evaluate(const QList<ShotList>& lights, const ShotList& shotList)
 {
     const SplitShots shots = splitShots(shotList);
     Evaluation evaluation;

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "hardware/LightCommand.h"
-#include "link/Mixdesk.h"
+#include "model/Shot.h"
 #include "model/TallyMode.h"
 
 #include <QList>
@@ -22,19 +22,18 @@ namespace TallyEvaluation {
 // The live shots and the preview shots of a shot list, each in list order.
 // A shot may be in both.
 struct SplitShots {
-    Mixdesk::ShotList liveShots;
-    Mixdesk::ShotList previewShots;
+    ShotList liveShots;
+    ShotList previewShots;
 };
-SplitShots splitShots(const Mixdesk::ShotList& shotList);
+SplitShots splitShots(const ShotList& shotList);
 
 // Whether any assigned shot has the name of any candidate: assigned shots in
 // order, for each the candidates in order, stopping at the first match.
-bool anyNameMatches(const Mixdesk::ShotList& assigned, const Mixdesk::ShotList& candidates);
+bool anyNameMatches(const ShotList& assigned, const ShotList& candidates);
 
 // One light: live if an assigned shot is live, otherwise preview if one is in
 // preview, otherwise off. An empty assignment is off.
-TallyMode decideLight(
-    const Mixdesk::ShotList& assigned, const Mixdesk::ShotList& liveShots, const Mixdesk::ShotList& previewShots);
+TallyMode decideLight(const ShotList& assigned, const ShotList& liveShots, const ShotList& previewShots);
 
 // The two bytes for light index i (light number i + 1), program byte first.
 LightCommand::BytePair bytesForLight(qsizetype lightIndex, TallyMode mode);
@@ -45,6 +44,6 @@ struct Evaluation {
     QList<TallyMode> modes;
     QList<quint8> bytes;
 };
-Evaluation evaluate(const QList<Mixdesk::ShotList>& lights, const Mixdesk::ShotList& shotList);
+Evaluation evaluate(const QList<ShotList>& lights, const ShotList& shotList);
 
 } // namespace TallyEvaluation

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "link/Mixdesk.h"
+#include "model/Shot.h"
 #include "tally/TallyCycle.h"
 
 #include <QElapsedTimer>
@@ -68,7 +68,7 @@ public:
     ShotSource& source() const { return *m_source; }
 
     // The latest answer of the source (the previous one during a tick).
-    const Mixdesk::ShotList& shotList() const { return m_shotList; }
+    const ShotList& shotList() const { return m_shotList; }
     QTimer* timer() const { return m_timer; }
     TallyCycle& cycle() { return m_cycle; }
 
@@ -93,7 +93,7 @@ private:
     std::unique_ptr<ShotSource> m_source;
     TallyMap& m_tallyMap;
     TallyCycle m_cycle;
-    Mixdesk::ShotList m_shotList;
+    ShotList m_shotList;
     QTimer* m_timer; // a child: it lives as long as the ticker
     QTimer* m_mergedTick; // a child too
     // Since the last tick a change brought; invalid before the first.

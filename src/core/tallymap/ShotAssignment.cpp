@@ -8,40 +8,40 @@ namespace ShotAssignment {
 
 namespace {
 
-auto sameShotIdAs(const Mixdesk::Shot& shot)
+auto sameShotIdAs(const Shot& shot)
 {
-    return [&shot](const Mixdesk::ShotPtr& record) { return Text::equal(record->shotId, shot.shotId); };
+    return [&shot](const ShotPtr& record) { return Text::equal(record->shotId, shot.shotId); };
 }
 
 } // namespace
 
-bool isEmptyLayer(const Mixdesk::Shot& shot)
+bool isEmptyLayer(const Shot& shot)
 {
     return Text::canonical(shot.name).endsWith(emptyLayerSuffix, Qt::CaseSensitive);
 }
 
-Mixdesk::ShotList usableShots(const Mixdesk::ShotList& allShots, bool showEmptyLayers)
+ShotList usableShots(const ShotList& allShots, bool showEmptyLayers)
 {
     if (showEmptyLayers) {
         return allShots;
     }
-    Mixdesk::ShotList usable;
+    ShotList usable;
     std::copy_if(allShots.cbegin(), allShots.cend(), std::back_inserter(usable),
-        [](const Mixdesk::ShotPtr& shot) { return !isEmptyLayer(*shot); });
+        [](const ShotPtr& shot) { return !isEmptyLayer(*shot); });
     return usable;
 }
 
-bool isAssigned(const Mixdesk::ShotList& assigned, const Mixdesk::Shot& shot)
+bool isAssigned(const ShotList& assigned, const Shot& shot)
 {
     return std::any_of(assigned.cbegin(), assigned.cend(), sameShotIdAs(shot));
 }
 
-void assign(Mixdesk::ShotList& assigned, const Mixdesk::ShotPtr& shot)
+void assign(ShotList& assigned, const ShotPtr& shot)
 {
     assigned.append(shot);
 }
 
-bool unassign(Mixdesk::ShotList& assigned, const Mixdesk::Shot& shot)
+bool unassign(ShotList& assigned, const Shot& shot)
 {
     const auto first = std::find_if(assigned.begin(), assigned.end(), sameShotIdAs(shot));
     if (first == assigned.end()) {

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "link/Mixdesk.h"
+#include "model/Shot.h"
 
 // Which shots one light is given, as the shot editor changes it. Records are
 // matched by shotId (Text::equal); a record read from a file keeps an empty
@@ -11,20 +11,20 @@ namespace ShotAssignment {
 // are empty layers of the production application.
 inline const QString emptyLayerSuffix = QStringLiteral(" Clear Layer");
 
-bool isEmptyLayer(const Mixdesk::Shot& shot);
+bool isEmptyLayer(const Shot& shot);
 
 // The shots the editor lists: all of them, or all but the empty layers, in
 // their order.
-Mixdesk::ShotList usableShots(const Mixdesk::ShotList& allShots, bool showEmptyLayers);
+ShotList usableShots(const ShotList& allShots, bool showEmptyLayers);
 
 // Whether the light's list holds a record with the shot's shotId.
-bool isAssigned(const Mixdesk::ShotList& assigned, const Mixdesk::Shot& shot);
+bool isAssigned(const ShotList& assigned, const Shot& shot);
 
 // Appends the very record at the end, duplicates included.
-void assign(Mixdesk::ShotList& assigned, const Mixdesk::ShotPtr& shot);
+void assign(ShotList& assigned, const ShotPtr& shot);
 
 // Removes the first record with the shot's shotId, keeping the order of the
 // rest. Returns whether one was removed.
-bool unassign(Mixdesk::ShotList& assigned, const Mixdesk::Shot& shot);
+bool unassign(ShotList& assigned, const Shot& shot);
 
 } // namespace ShotAssignment

@@ -10,10 +10,10 @@ namespace {
 
 // Two assignments are the same when they hold the same names in the same
 // order: that is what a saved file would hold.
-bool sameNames(const Mixdesk::ShotList& a, const Mixdesk::ShotList& b)
+bool sameNames(const ShotList& a, const ShotList& b)
 {
     return std::equal(a.begin(), a.end(), b.begin(), b.end(),
-        [](const Mixdesk::ShotPtr& x, const Mixdesk::ShotPtr& y) { return x->name == y->name; });
+        [](const ShotPtr& x, const ShotPtr& y) { return x->name == y->name; });
 }
 
 } // namespace
@@ -26,7 +26,7 @@ TallyDocument::TallyDocument(std::unique_ptr<RecentDocuments> recentDocuments, Q
 
 TallyDocument::~TallyDocument() = default;
 
-bool TallyDocument::load(const QUrl& url, const Mixdesk::ShotList& knownShots)
+bool TallyDocument::load(const QUrl& url, const ShotList& knownShots)
 {
     Error error;
     std::optional<TallyMap> loaded = TallyMapFile::open(url.toLocalFile(), TallyMapFile::documentType, &error);
@@ -74,7 +74,7 @@ void TallyDocument::adoptFile(const QUrl& url)
     }
 }
 
-void TallyDocument::assign(qsizetype lightIndex, const Mixdesk::ShotList& shots)
+void TallyDocument::assign(qsizetype lightIndex, const ShotList& shots)
 {
     if (!sameNames(m_tallyMap.shotSelection(lightIndex), shots)) {
         setEdited(true);

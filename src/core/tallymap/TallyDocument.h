@@ -1,6 +1,6 @@
 #pragma once
 
-#include "link/Mixdesk.h"
+#include "model/Shot.h"
 #include "tallymap/RecentDocuments.h"
 #include "tallymap/TallyMap.h"
 
@@ -36,7 +36,7 @@ public:
     // the identifiers of the shots known now, by name, when any are known.
     // On failure prints "Read of document failed:" and the reason, and
     // nothing changes.
-    bool load(const QUrl& url, const Mixdesk::ShotList& knownShots);
+    bool load(const QUrl& url, const ShotList& knownShots);
     // Writes the map to the file. On failure prints "Save of document
     // failed:" and the reason, and nothing changes. A save to the file the
     // map came from changes nothing else; to another file it becomes the
@@ -46,7 +46,7 @@ public:
     // Gives a light its new assignment in one step, so a tick sees either
     // the old list or the new one. A list with other names than before is a
     // change not yet saved.
-    void assign(qsizetype lightIndex, const Mixdesk::ShotList& shots);
+    void assign(qsizetype lightIndex, const ShotList& shots);
 
     RecentDocuments& recentDocuments() const { return *m_recentDocuments; }
     // Open Recent ▸ Clear Menu.

@@ -10,22 +10,22 @@ namespace {
 
 // Later shots overwrite earlier ones, so when a key repeats the last shot
 // in the list is the one found.
-template<typename KeyOf> QHash<QString, Mixdesk::ShotPtr> indexShots(const Mixdesk::ShotList& shots, KeyOf keyOf)
+template<typename KeyOf> QHash<QString, ShotPtr> indexShots(const ShotList& shots, KeyOf keyOf)
 {
-    QHash<QString, Mixdesk::ShotPtr> index;
+    QHash<QString, ShotPtr> index;
     index.reserve(shots.size());
-    for (const Mixdesk::ShotPtr& shot : shots) {
+    for (const ShotPtr& shot : shots) {
         index.insert(Text::canonical(keyOf(*shot)), shot);
     }
     return index;
 }
 
-Mixdesk::ShotList recordsNamed(const QStringList& names)
+ShotList recordsNamed(const QStringList& names)
 {
-    Mixdesk::ShotList records;
+    ShotList records;
     records.reserve(names.size());
     for (const QString& name : names) {
-        records.append(std::make_shared<Mixdesk::Shot>(name));
+        records.append(std::make_shared<Shot>(name));
     }
     return records;
 }
@@ -50,16 +50,16 @@ void TallyMap::requireLightIndex(qint64 lightIndex)
     }
 }
 
-const Mixdesk::ShotList& TallyMap::shotSelection(qint64 lightIndex) const
+const ShotList& TallyMap::shotSelection(qint64 lightIndex) const
 {
     requireLightIndex(lightIndex);
     return m_shotSelections[lightIndex];
 }
 
-void TallyMap::setShotSelection(qint64 lightIndex, Mixdesk::ShotList shots)
+void TallyMap::setShotSelection(qint64 lightIndex, ShotList shots)
 {
     requireLightIndex(lightIndex);
-    for (const Mixdesk::ShotPtr& shot : shots) {
+    for (const ShotPtr& shot : shots) {
         if (!shot) {
             fatalError(
                 QStringLiteral("tally map light %1 was given a list with a missing shot record").arg(lightIndex));
@@ -68,12 +68,11 @@ void TallyMap::setShotSelection(qint64 lightIndex, Mixdesk::ShotList shots)
     m_shotSelections[lightIndex] = std::move(shots);
 }
 
-void TallyMap::resolveShotIds(const Mixdesk::ShotList& shots)
+void TallyMap::resolveShotIds(const ShotList& shots)
 {
-    const QHash<QString, Mixdesk::ShotPtr> byName
-        = indexShots(shots, [](const Mixdesk::Shot& shot) { return shot.name; });
-    for (const Mixdesk::ShotList& light : std::as_const(m_shotSelections)) {
-        for (const Mixdesk::ShotPtr& record : light) {
+    const QHash<QString, ShotPtr> byName = indexShots(shots, [](const Shot& shot) { return shot.name; });
+    for (const ShotList& light : std::as_const(m_shotSelections)) {
+        for (const ShotPtr& record : light) {
             const auto found = byName.constFind(Text::canonical(record->name));
             if (found != byName.cend()) {
                 record->shotId = found.value()->shotId;
@@ -82,13 +81,12 @@ void TallyMap::resolveShotIds(const Mixdesk::ShotList& shots)
     }
 }
 
-bool TallyMap::refreshShotNames(const Mixdesk::ShotList& shots)
+bool TallyMap::refreshShotNames(const ShotList& shots)
 {
-    const QHash<QString, Mixdesk::ShotPtr> byId
-        = indexShots(shots, [](const Mixdesk::Shot& shot) { return shot.shotId; });
+    const QHash<QString, ShotPtr> byId = indexShots(shots, [](const Shot& shot) { return shot.shotId; });
     bool changed = false;
-    for (const Mixdesk::ShotList& light : std::as_const(m_shotSelections)) {
-        for (const Mixdesk::ShotPtr& record : light) {
+    for (const ShotList& light : std::as_const(m_shotSelections)) {
+        for (const ShotPtr& record : light) {
             const auto found = byId.constFind(Text::canonical(record->shotId));
             if (found != byId.cend() && !Text::equal(found.value()->name, record->name)) {
                 record->name = found.value()->name;
@@ -103,10 +101,10 @@ QByteArray TallyMap::dataOfType(const QString& /*type*/) const
 {
     QList<QStringList> namesPerLight;
     namesPerLight.reserve(m_shotSelections.size());
-    for (const Mixdesk::ShotList& light : m_shotSelections) {
+    for (const ShotList& light : m_shotSelections) {
         QStringList names;
         names.reserve(light.size());
-        for (const Mixdesk::ShotPtr& record : light) {
+        for (const ShotPtr& record : light) {
             names.append(record->name);
         }
         namesPerLight.append(names);

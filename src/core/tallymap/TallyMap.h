@@ -1,7 +1,8 @@
 #pragma once
 
 #include "base/Error.h"
-#include "link/Mixdesk.h"
+#include "model/LightCount.h"
+#include "model/Shot.h"
 
 #include <QByteArray>
 #include <QList>
@@ -15,32 +16,32 @@
 // application.
 class TallyMap {
 public:
-    static constexpr qsizetype numberOfLights = 8;
+    static constexpr qsizetype numberOfLights = tallyLightCount;
 
     // Eight lights, none assigned.
     TallyMap();
 
     // All eight lists, in light order (index 0 is light 1).
-    const QList<Mixdesk::ShotList>& shotSelections() const { return m_shotSelections; }
+    const QList<ShotList>& shotSelections() const { return m_shotSelections; }
 
     // One light's list. An index outside 0 to 7 is a programming error and
     // stops the process.
-    const Mixdesk::ShotList& shotSelection(qint64 lightIndex) const;
+    const ShotList& shotSelection(qint64 lightIndex) const;
 
     // Replaces one light's list; the only change besides the two lookups.
     // An index outside 0 to 7, or a missing record in the list, stops the
     // process.
-    void setShotSelection(qint64 lightIndex, Mixdesk::ShotList shots);
+    void setShotSelection(qint64 lightIndex, ShotList shots);
 
     // Re-binds stored records to the current shots by name: a stored record
     // whose name matches takes that shot's shotId (later shots win when names
     // repeat). Records whose name is not found keep their shotId.
-    void resolveShotIds(const Mixdesk::ShotList& shots);
+    void resolveShotIds(const ShotList& shots);
 
     // Follows renames by id: a stored record whose shotId matches a current
     // shot (later shots win when ids repeat) takes that shot's name if it
     // differs. Returns true if any stored name changed.
-    bool refreshShotNames(const Mixdesk::ShotList& shots);
+    bool refreshShotNames(const ShotList& shots);
 
     // The file's bytes. The type name is ignored; writing never fails.
     QByteArray dataOfType(const QString& type) const;
@@ -54,5 +55,5 @@ public:
 private:
     static void requireLightIndex(qint64 lightIndex);
 
-    QList<Mixdesk::ShotList> m_shotSelections;
+    QList<ShotList> m_shotSelections;
 };

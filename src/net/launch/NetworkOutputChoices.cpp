@@ -1,10 +1,10 @@
 #include "launch/NetworkOutputChoices.h"
 
-#include "launch/RunOptions.h"
 #include "base/UserDefaults.h"
+#include "launch/RunOptions.h"
+#include "model/LightCount.h"
 #include "outputs/TslDestination.h"
 #include "tsl/TslTallyEncoding.h"
-#include "tallymap/TallyMap.h"
 
 namespace {
 
@@ -34,13 +34,13 @@ std::optional<QString> groupProblem(const DestinationGroup& group, int offset)
             return group.name + QStringLiteral(": ") + problem;
         }
     }
-    const int maxOffset = TslTallyEncoding::maxOffset(group.version, TallyMap::numberOfLights);
+    const int maxOffset = TslTallyEncoding::maxOffset(group.version, tallyLightCount);
     if (!group.texts.isEmpty() && offset > maxOffset) {
         return QStringLiteral("The display index offset %1 is too large for %2: display indexes end at %3, so the "
                               "offset can be at most %4")
             .arg(offset)
             .arg(group.name)
-            .arg(maxOffset + TallyMap::numberOfLights)
+            .arg(maxOffset + tallyLightCount)
             .arg(maxOffset);
     }
     return std::nullopt;

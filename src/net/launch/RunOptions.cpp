@@ -1,11 +1,12 @@
 #include "launch/RunOptions.h"
 
-#include "tally/TallyCycle.h"
+#include "model/LightCount.h"
 #include "outputs/TslSender.h"
 #include "outputs/WebTallyServer.h"
 #include "sources/MixdeskShotSource.h"
 #include "sources/ObsShotSource.h"
 #include "sources/TslShotSource.h"
+#include "tally/TallyCycle.h"
 
 #include <QFile>
 #include <QProcessEnvironment>
@@ -307,7 +308,6 @@ std::unique_ptr<ShotSource> makeShotSource(const RunOptions& options, QString* p
 
 std::unique_ptr<TslSender> makeTslSender(const RunOptions& options, QString* problem)
 {
-    constexpr qsizetype lightCount = 8;
     QList<TslDestination> destinations;
     const struct {
         const QStringList& texts;
@@ -325,14 +325,14 @@ std::unique_ptr<TslSender> makeTslSender(const RunOptions& options, QString* pro
             }
             destinations.append(*destination);
         }
-        const int maxOffset = TslTallyEncoding::maxOffset(group.version, lightCount);
+        const int maxOffset = TslTallyEncoding::maxOffset(group.version, tallyLightCount);
         if (!group.texts.isEmpty() && options.tslIndexOffset > maxOffset) {
             if (problem) {
                 *problem = QStringLiteral("--tsl-offset %1 is too large for %2: display indexes end at %3, so "
                                           "the offset can be at most %4")
                                .arg(options.tslIndexOffset)
                                .arg(group.option)
-                               .arg(maxOffset + lightCount)
+                               .arg(maxOffset + tallyLightCount)
                                .arg(maxOffset);
             }
             return nullptr;

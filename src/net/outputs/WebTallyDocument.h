@@ -1,6 +1,6 @@
 #pragma once
 
-#include "tally/TallyOutput.h"
+#include "model/TallySnapshot.h"
 
 #include <QByteArray>
 #include <QString>

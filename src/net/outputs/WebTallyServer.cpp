@@ -1,5 +1,6 @@
 #include "outputs/WebTallyServer.h"
 
+#include "model/LightCount.h"
 #include "outputs/WebRequestPolicy.h"
 #include "outputs/WebTallyDocument.h"
 
@@ -15,7 +16,7 @@ namespace {
 TallySnapshot noSignalYet()
 {
     TallySnapshot snapshot;
-    snapshot.lights.resize(8);
+    snapshot.lights.resize(tallyLightCount);
     return snapshot;
 }
 

@@ -68,9 +68,9 @@ bool ObsShotSource::isRunning()
     return m_ready;
 }
 
-Mixdesk::ShotList ObsShotSource::queryShots()
+ShotList ObsShotSource::queryShots()
 {
-    return m_ready ? m_graph.shots() : Mixdesk::ShotList();
+    return m_ready ? m_graph.shots() : ShotList();
 }
 
 QString ObsShotSource::notRunningWarning() const

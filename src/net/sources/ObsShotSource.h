@@ -47,7 +47,7 @@ public:
     ~ObsShotSource() override;
 
     bool isRunning() override;
-    Mixdesk::ShotList queryShots() override;
+    ShotList queryShots() override;
     QString notRunningWarning() const override;
     QString displayName() const override;
 

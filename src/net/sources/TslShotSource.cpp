@@ -190,7 +190,7 @@ bool TslShotSource::isRunning()
     return m_lastMessageAt && now() - *m_lastMessageAt < silenceLimit.count();
 }
 
-Mixdesk::ShotList TslShotSource::queryShots()
+ShotList TslShotSource::queryShots()
 {
     return m_table.shots();
 }

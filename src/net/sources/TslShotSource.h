@@ -1,8 +1,8 @@
 #pragma once
 
-#include "tsl/TslTallyEncoding.h"
 #include "sources/ShotSource.h"
 #include "sources/TslDisplayTable.h"
+#include "tsl/TslTallyEncoding.h"
 
 #include <QElapsedTimer>
 #include <QHostAddress>
@@ -65,7 +65,7 @@ public:
     int rejectedCount() const;
 
     bool isRunning() override;
-    Mixdesk::ShotList queryShots() override;
+    ShotList queryShots() override;
     QString notRunningWarning() const override;
     QString displayName() const override;
 

@@ -1,8 +1,8 @@
 #include "dialogs/EditViewController.h"
 
-#include "base/UserDefaults.h"
 #include "base/FatalError.h"
 #include "base/Text.h"
+#include "base/UserDefaults.h"
 #include "tallymap/ShotAssignment.h"
 #include "ui_EditViewController.h"
 
@@ -67,18 +67,18 @@ void EditViewController::bindToPreference(QCheckBox* checkBox, const QString& ke
         [key](bool checked) { UserDefaults::standardUserDefaults().setBool(key, checked); });
 }
 
-QList<Mixdesk::ShotList> EditViewController::representedObject() const
+QList<ShotList> EditViewController::representedObject() const
 {
     return shotLists;
 }
 
-void EditViewController::setRepresentedObject(const QList<Mixdesk::ShotList>& lists)
+void EditViewController::setRepresentedObject(const QList<ShotList>& lists)
 {
     if (lists.isEmpty()) {
         fatalError(QStringLiteral("the shot editor was given no shot lists"));
     }
     shotLists = lists;
-    m_originalAssignment = lists.size() > 1 ? lists.at(1) : Mixdesk::ShotList {};
+    m_originalAssignment = lists.size() > 1 ? lists.at(1) : ShotList {};
     rebuildRows();
 }
 
@@ -91,7 +91,7 @@ void EditViewController::rebuildRows()
 {
     const bool showEmptyLayers = UserDefaults::standardUserDefaults().boolForKey(Preferences::showEmptyLayers);
     usableShotList
-        = shotLists.isEmpty() ? Mixdesk::ShotList {} : ShotAssignment::usableShots(shotLists.first(), showEmptyLayers);
+        = shotLists.isEmpty() ? ShotList {} : ShotAssignment::usableShots(shotLists.first(), showEmptyLayers);
     reloadTable();
 }
 
@@ -114,7 +114,7 @@ int EditViewController::numberOfRowsInTableView(const QTableWidget* /*tableView*
     return static_cast<int>(usableShotList.size());
 }
 
-Mixdesk::ShotList& EditViewController::assignedShots()
+ShotList& EditViewController::assignedShots()
 {
     if (shotLists.size() < 2) {
         fatalError(QStringLiteral("the shot editor needs two shot lists, it has %1").arg(shotLists.size()));
@@ -130,7 +130,7 @@ QCheckBox* EditViewController::tableViewViewForTableColumnRow(QTableWidget* tabl
     if (row < 0 || row >= usableShotList.size()) {
         fatalError(QStringLiteral("row %1 outside the shot editor's %2 rows").arg(row).arg(usableShotList.size()));
     }
-    const Mixdesk::Shot& shot = *usableShotList.at(row);
+    const Shot& shot = *usableShotList.at(row);
     auto* checkBox = new QCheckBox(Text::literalMnemonicText(shot.name));
     checkBox->setObjectName(QStringLiteral("shotCheckBox"));
     checkBox->setProperty(tagProperty, row);
@@ -152,7 +152,7 @@ void EditViewController::checkBoxToggleWithSender(QObject* sender)
                        .arg(checkBox->property(tagProperty).toString())
                        .arg(usableShotList.size()));
     }
-    const Mixdesk::ShotPtr shot = usableShotList.at(row);
+    const ShotPtr shot = usableShotList.at(row);
     if (checkBox->isChecked()) {
         ShotAssignment::assign(assignedShots(), shot);
     } else {

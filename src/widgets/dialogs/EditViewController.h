@@ -1,6 +1,6 @@
 #pragma once
 
-#include "link/Mixdesk.h"
+#include "model/Shot.h"
 
 #include <QList>
 #include <QPointer>
@@ -37,10 +37,10 @@ public:
 
     // Element 0: the shots reported now, in their order. Element 1: the
     // light's assigned records, in order.
-    QList<Mixdesk::ShotList> representedObject() const;
+    QList<ShotList> representedObject() const;
     // Needs at least one list, and two before a row can be shown or toggled;
     // fewer is a programming error that stops the program.
-    void setRepresentedObject(const QList<Mixdesk::ShotList>& lists);
+    void setRepresentedObject(const QList<ShotList>& lists);
 
     void setPresentingViewController(DismissViewController dismissViewController);
 
@@ -59,8 +59,8 @@ public:
     // "Assign Shots to Light 3" for light index 2.
     static QString titleForLight(int lightIndex);
     // The rows, row r showing element r.
-    Mixdesk::ShotList usableShotList;
-    QList<Mixdesk::ShotList> shotLists;
+    ShotList usableShotList;
+    QList<ShotList> shotLists;
 
 public Q_SLOTS:
     void checkBoxToggleWithSender(QObject* sender);
@@ -79,13 +79,13 @@ protected:
 private:
     void rebuildRows();
     void reloadTable();
-    Mixdesk::ShotList& assignedShots();
+    ShotList& assignedShots();
     void bindToPreference(QCheckBox* checkBox, const QString& key);
     void askPresenterToDismiss();
 
     std::unique_ptr<Ui::EditViewController> m_ui;
     DismissViewController m_dismissViewController;
     // The light's list as given, for Cancel.
-    Mixdesk::ShotList m_originalAssignment;
+    ShotList m_originalAssignment;
     bool m_dismissing = false;
 };

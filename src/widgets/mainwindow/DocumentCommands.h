@@ -1,6 +1,6 @@
 #pragma once
 
-#include "link/Mixdesk.h"
+#include "model/Shot.h"
 
 #include <QObject>
 #include <QUrl>
@@ -24,7 +24,7 @@ class DocumentCommands : public QObject {
 
 public:
     // The shots known now, which a loaded map is bound to.
-    using KnownShots = std::function<const Mixdesk::ShotList&()>;
+    using KnownShots = std::function<const ShotList&()>;
 
     // view: the main screen, whose window shows the document. The panels
     // and the prompt are the program's own where none are given.

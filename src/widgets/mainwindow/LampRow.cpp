@@ -28,7 +28,7 @@ std::optional<int> tagOf(const QObject* object)
     return value;
 }
 
-QString assignmentTitle(const Mixdesk::ShotList& shots)
+QString assignmentTitle(const ShotList& shots)
 {
     if (shots.isEmpty()) {
         return notAssignedTitle;
@@ -143,7 +143,7 @@ QPushButton* LampRow::assignmentButton(qsizetype lightIndex) const
 
 void LampRow::refreshAssignmentTitles()
 {
-    const QList<Mixdesk::ShotList>& lights = m_tallyMap.shotSelections();
+    const QList<ShotList>& lights = m_tallyMap.shotSelections();
     for (qsizetype lightIndex = 0; lightIndex < lights.size(); ++lightIndex) {
         QPushButton* button = assignmentButton(lightIndex);
         const QString title = assignmentTitle(lights[lightIndex]);
@@ -158,7 +158,7 @@ QString LampRow::shotNamesOfLight(qsizetype lightIndex) const
 {
     QStringList names;
     if (lightIndex >= 0 && lightIndex < m_tallyMap.shotSelections().size()) {
-        for (const Mixdesk::ShotPtr& shot : m_tallyMap.shotSelection(lightIndex)) {
+        for (const ShotPtr& shot : m_tallyMap.shotSelection(lightIndex)) {
             names.append(shot->name);
         }
     }

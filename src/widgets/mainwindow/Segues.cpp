@@ -99,8 +99,7 @@ void Segues::preparePasswordDialog(QObject* destination)
         fatalError(QStringLiteral("the password segue leads to something other than the password dialog"));
     }
     const EditingLock::DialogSetup setup = m_lock.editingLock().preparePasswordDialog();
-    dialog->mode = setup.mode == PasswordDialogMode::set ? PasswordViewController::Mode::set
-                                                         : PasswordViewController::Mode::collect;
+    dialog->mode = setup.mode;
     dialog->updateFieldVisibility();
     if (setup.matchPassword) {
         dialog->matchPassword = *setup.matchPassword;
@@ -152,9 +151,7 @@ void Segues::passwordDialogDidClose(QObject* dialogObject)
     if (dialog == nullptr) {
         fatalError(QStringLiteral("a dismissed password dialog is not a PasswordViewController"));
     }
-    m_lock.editingLock().passwordDialogDidClose(
-        dialog->mode == PasswordViewController::Mode::set ? PasswordDialogMode::set : PasswordDialogMode::collect,
-        dialog->passwordMatched, dialog->passwordHash);
+    m_lock.editingLock().passwordDialogDidClose(dialog->mode, dialog->passwordMatched, dialog->passwordHash);
 }
 
 void Segues::editorDidClose(QObject* editorObject)
@@ -164,7 +161,7 @@ void Segues::editorDidClose(QObject* editorObject)
         fatalError(QStringLiteral("%1 was dismissed as if it were the shot editor")
                        .arg(QString::fromLatin1(editorObject->metaObject()->className())));
     }
-    const QList<Mixdesk::ShotList> lists = editor->representedObject();
+    const QList<ShotList> lists = editor->representedObject();
     if (lists.size() < 2) {
         fatalError(QStringLiteral("the shot editor came back with %1 lists instead of two").arg(lists.size()));
     }

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "link/Mixdesk.h"
+#include "model/Shot.h"
 
 #include <QObject>
 #include <QString>
@@ -27,7 +27,7 @@ public:
     static inline const QString editorSegueIdentifier = QStringLiteral("EditShots");
 
     // The shots known now, which the editor lists.
-    using KnownShots = std::function<const Mixdesk::ShotList&()>;
+    using KnownShots = std::function<const ShotList&()>;
 
     // presenter: the main screen, whose dismissViewController(QObject*)
     // slot the password dialog hands itself back to.

@@ -43,7 +43,7 @@ ViewController::ViewController(Dependencies dependencies, QWidget* parent)
         QList<QLabel*> { m_ui->lightNumber1, m_ui->lightNumber2, m_ui->lightNumber3, m_ui->lightNumber4,
             m_ui->lightNumber5, m_ui->lightNumber6, m_ui->lightNumber7, m_ui->lightNumber8 },
         m_document.tallyMap());
-    const auto knownShots = [this]() -> const Mixdesk::ShotList& { return m_ticker.shotList(); };
+    const auto knownShots = [this]() -> const ShotList& { return m_ticker.shotList(); };
     m_documentCommands = std::make_unique<DocumentCommands>(*this, m_document, knownShots,
         std::move(dependencies.documentPanels), std::move(dependencies.saveChangesPrompt));
     m_lockControls = std::make_unique<EditingLockControls>(

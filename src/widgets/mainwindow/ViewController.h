@@ -84,7 +84,7 @@ public:
     const QList<QPointer<TallyState>>& tallyStateDisplays() const;
     const TallyMap& tallyMap() const { return m_document.tallyMap(); }
     const QUrl& currentDocumentUrl() const { return m_document.currentDocumentUrl(); }
-    const Mixdesk::ShotList& shotList() const { return m_ticker.shotList(); }
+    const ShotList& shotList() const { return m_ticker.shotList(); }
     QTimer* timer() const { return m_ticker.timer(); }
     ShotSource& shotSource() const { return m_ticker.source(); }
 

@@ -19,10 +19,10 @@ protected:
     std::shared_ptr<FakeMixdeskPlatform> platform = std::make_shared<FakeMixdeskPlatform>();
     Mixdesk mixdesk { platform };
 
-    Mixdesk::ShotList query(std::string& output)
+    ShotList query(std::string& output)
     {
         testing::internal::CaptureStdout();
-        Mixdesk::ShotList shots = mixdesk.queryShots();
+        ShotList shots = mixdesk.queryShots();
         output = testing::internal::GetCapturedStdout();
         return shots;
     }
@@ -129,7 +129,7 @@ TEST_F(MixdeskTest, SuccessfulQueryReturnsTheDecodedShotsUnchanged)
 {
     platform->answerWithNotation(twoShots);
     std::string output;
-    const Mixdesk::ShotList shots = query(output);
+    const ShotList shots = query(output);
     ASSERT_EQ(shots.size(), 2);
     EXPECT_EQ(shots[0]->shotId, "1");
     EXPECT_EQ(shots[0]->name, "Cam 1");

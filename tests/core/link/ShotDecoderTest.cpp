@@ -17,18 +17,18 @@ D answer(const QString& notation)
 }
 
 struct Decoded {
-    Mixdesk::ShotList shots;
+    ShotList shots;
     std::string output;
 };
 
 Decoded decodeCapturing(const D& result)
 {
     testing::internal::CaptureStdout();
-    Mixdesk::ShotList shots = decodeShots(result);
+    ShotList shots = decodeShots(result);
     return { shots, testing::internal::GetCapturedStdout() };
 }
 
-void expectShot(const Mixdesk::ShotPtr& shot, const QString& id, const QString& name, bool live, bool preview)
+void expectShot(const ShotPtr& shot, const QString& id, const QString& name, bool live, bool preview)
 {
     ASSERT_TRUE(shot);
     EXPECT_EQ(shot->shotId, id);
@@ -68,9 +68,8 @@ TEST(ShotDecoderTest, ResultThatIsNotAListYieldsTheEmptyList)
 
 TEST(ShotDecoderTest, PairsInAnotherOrderYieldTheSameShot)
 {
-    const Mixdesk::ShotList shots
-        = decodeShots(answer("{{isLive:true, shotName:\"Cam 1\", isPreview:false, shotId:\"1\"}, "
-                             "{isPreview:true, shotId:\"2\", isLive:false, shotName:\"Cam 2\"}}"));
+    const ShotList shots = decodeShots(answer("{{isLive:true, shotName:\"Cam 1\", isPreview:false, shotId:\"1\"}, "
+                                              "{isPreview:true, shotId:\"2\", isLive:false, shotName:\"Cam 2\"}}"));
     ASSERT_EQ(shots.size(), 2);
     expectShot(shots[0], "1", "Cam 1", true, false);
     expectShot(shots[1], "2", "Cam 2", false, true);
@@ -80,7 +79,7 @@ TEST(ShotDecoderTest, UserFieldListOfFiveItemsReadsTheFirstTwoPairsAndIgnoresThe
 {
     // A record's item 1 is its user-field list; a list whose item 1 is a
     // list stands in for a record with an odd user-field list.
-    const Mixdesk::ShotList shots
+    const ShotList shots
         = decodeShots(answer("{{{\"shotId\", \"1\", \"shotName\", \"Cam 1\", \"isLive\"}}, " + cam2 + "}"));
     ASSERT_EQ(shots.size(), 2);
     expectShot(shots[0], "1", "Cam 1", false, false);
@@ -99,7 +98,7 @@ TEST(ShotDecoderTest, ShotIdGivenTwiceKeepsTheSecondValue)
 {
     const D first
         = D::userRecord({ { "shotId", D::text("1") }, { "shotName", D::text("Cam 1") }, { "shotId", D::text("9") } });
-    const Mixdesk::ShotList shots = decodeShots(D::list({ first, answer(cam2) }));
+    const ShotList shots = decodeShots(D::list({ first, answer(cam2) }));
     ASSERT_EQ(shots.size(), 2);
     EXPECT_EQ(shots[0]->shotId, "9");
 }
@@ -115,7 +114,7 @@ TEST(ShotDecoderTest, NamesAndIdsAreKeptAsGivenWithoutNormalising)
 {
     const QString decomposed = QString::fromUtf8("Caf\x65\xCC\x81");
     const D first = D::userRecord({ { "shotId", D::text(decomposed) }, { "shotName", D::text(decomposed) } });
-    const Mixdesk::ShotList shots = decodeShots(D::list({ first, answer(cam2) }));
+    const ShotList shots = decodeShots(D::list({ first, answer(cam2) }));
     EXPECT_EQ(shots[0]->shotId.size(), 5);
     EXPECT_EQ(shots[0]->name, decomposed);
 }
@@ -133,14 +132,14 @@ TEST(ShotDecoderTest, RecordWhoseItemOneIsAPlainValueKeepsTheInitialValues)
 
 TEST(ShotDecoderTest, RecordWithAnEmptyUserFieldListKeepsTheInitialValues)
 {
-    const Mixdesk::ShotList shots = decodeShots(D::list({ D::list({ D::list({}) }), answer(cam2) }));
+    const ShotList shots = decodeShots(D::list({ D::list({ D::list({}) }), answer(cam2) }));
     ASSERT_EQ(shots.size(), 2);
     expectShot(shots[0], "", "", false, false);
 }
 
 TEST(ShotDecoderTest, ValuesAreCoercedTheWayTheDescriptorCoerces)
 {
-    const Mixdesk::ShotList shots = decodeShots(
+    const ShotList shots = decodeShots(
         answer("{{shotId:7, shotName:{\"Cam 7\"}, isLive:1, isPreview:\"true\"}, {shotId:2.5, isLive:0}}"));
     ASSERT_EQ(shots.size(), 2);
     expectShot(shots[0], "7", "Cam 7", true, false);
@@ -158,8 +157,8 @@ TEST(ShotDecoderTest, EveryRecordIsAppendedEvenWhenNoLabelSetsAField)
 TEST(ShotDecoderTest, RecordsAreNewObjectsEachTime)
 {
     const D result = answer("{{shotId:\"1\"}, {shotId:\"1\"}}");
-    const Mixdesk::ShotList first = decodeShots(result);
-    const Mixdesk::ShotList second = decodeShots(result);
+    const ShotList first = decodeShots(result);
+    const ShotList second = decodeShots(result);
     EXPECT_NE(first[0], first[1]);
     EXPECT_NE(first[0], second[0]);
 }

@@ -61,10 +61,9 @@ public:
             answer = answers.front();
             answers.pop_front();
         }
-        const bool matched = setup.mode == PasswordDialogMode::collect && !answer.cancelled
+        const bool matched = setup.mode == PasswordMode::collect && !answer.cancelled
             && digest(answer.password) == setup.matchPassword.value_or(QString());
-        const QString hash
-            = setup.mode == PasswordDialogMode::set && !answer.cancelled ? digest(answer.password) : QString();
+        const QString hash = setup.mode == PasswordMode::set && !answer.cancelled ? digest(answer.password) : QString();
         lock->passwordDialogDidClose(setup.mode, matched, hash);
     }
 
@@ -104,12 +103,12 @@ protected:
         window.dialogs.clear();
     }
 
-    void expectDialogs(const QList<PasswordDialogMode>& modes) const
+    void expectDialogs(const QList<PasswordMode>& modes) const
     {
         ASSERT_EQ(window.dialogs.size(), modes.size());
         for (qsizetype i = 0; i < modes.size(); ++i) {
             EXPECT_EQ(window.dialogs.at(i).mode, modes.at(i)) << "dialog " << i;
-            if (modes.at(i) == PasswordDialogMode::set) {
+            if (modes.at(i) == PasswordMode::set) {
                 EXPECT_FALSE(window.dialogs.at(i).matchPassword.has_value()) << "dialog " << i;
             } else {
                 EXPECT_EQ(window.dialogs.at(i).matchPassword, lock.unlockPasswordHash()) << "dialog " << i;
@@ -121,7 +120,7 @@ protected:
     EditingLock lock { window };
 };
 
-using Mode = PasswordDialogMode;
+using Mode = PasswordMode;
 
 TEST_F(EditingLockTest, RequirementOffLocksAndUnlocksFreelyWithoutDialog)
 {
@@ -414,7 +413,7 @@ TEST_F(EditingLockTest, SetDialogWithEmptyHashChangesNothingWithoutRequirement)
 {
     clickLockCheckBox();
 
-    lock.passwordDialogDidClose(PasswordDialogMode::set, false, QString());
+    lock.passwordDialogDidClose(PasswordMode::set, false, QString());
 
     EXPECT_EQ(window.checkBox, true);
     EXPECT_FALSE(lock.passwordRequiredToUnlock());

@@ -11,9 +11,9 @@ namespace {
 
 using Item = ObsSceneGraph::Item;
 
-Mixdesk::ShotPtr shotNamed(const Mixdesk::ShotList& shots, const QString& name)
+ShotPtr shotNamed(const ShotList& shots, const QString& name)
 {
-    for (const Mixdesk::ShotPtr& shot : shots) {
+    for (const ShotPtr& shot : shots) {
         if (shot->name == name) {
             return shot;
         }
@@ -117,7 +117,7 @@ TEST(ObsSceneGraphTest, TheIdIsTheUuidWhereReportedElseTheName)
     graph.setScenes({ { QStringLiteral("Wide"), QStringLiteral("1b5c-uuid") }, { QStringLiteral("Close"), {} } });
     graph.setInputs(
         { { QStringLiteral("Camera 1"), QStringLiteral("9f00-uuid") }, { QStringLiteral("Camera 2"), {} } });
-    const Mixdesk::ShotList shots = graph.shots();
+    const ShotList shots = graph.shots();
     ASSERT_EQ(shots.size(), 4);
     EXPECT_EQ(shots[0]->shotId, QStringLiteral("1b5c-uuid"));
     EXPECT_EQ(shots[1]->shotId, QStringLiteral("Close"));
@@ -129,7 +129,7 @@ TEST(ObsSceneGraphTest, ARenamedInputKeepsItsIdAndStaysLive)
 {
     ObsSceneGraph graph = studio();
     graph.renameSource(QStringLiteral("Camera 1"), QStringLiteral("Cam 1"));
-    const Mixdesk::ShotPtr renamed = shotNamed(graph.shots(), QStringLiteral("Cam 1"));
+    const ShotPtr renamed = shotNamed(graph.shots(), QStringLiteral("Cam 1"));
     ASSERT_NE(renamed, nullptr);
     EXPECT_EQ(renamed->shotId, QStringLiteral("Camera 1"));
     EXPECT_TRUE(renamed->isLive);
@@ -141,7 +141,7 @@ TEST(ObsSceneGraphTest, ARenamedProgramSceneKeepsItsIdAndStaysLive)
     ObsSceneGraph graph = studio();
     graph.renameSource(QStringLiteral("Wide"), QStringLiteral("Wide shot"));
     graph.renameSource(QStringLiteral("Wide shot"), QStringLiteral("Total"));
-    const Mixdesk::ShotPtr renamed = shotNamed(graph.shots(), QStringLiteral("Total"));
+    const ShotPtr renamed = shotNamed(graph.shots(), QStringLiteral("Total"));
     ASSERT_NE(renamed, nullptr);
     EXPECT_EQ(renamed->shotId, QStringLiteral("Wide"));
     EXPECT_TRUE(renamed->isLive);
@@ -182,7 +182,7 @@ TEST(ObsSceneGraphTest, AHundredThousandLevelsOfNestingAreWalkedWithoutEndingThe
     graph.setScenes(scenes);
     graph.setInputs({ { QStringLiteral("Camera 1"), {} } });
     graph.setProgramScene(QStringLiteral("S0"));
-    const Mixdesk::ShotPtr camera = shotNamed(graph.shots(), QStringLiteral("Camera 1"));
+    const ShotPtr camera = shotNamed(graph.shots(), QStringLiteral("Camera 1"));
     ASSERT_NE(camera, nullptr);
     EXPECT_TRUE(camera->isLive);
 }

@@ -32,7 +32,7 @@ TEST(TslDisplayTableTest, EveryDisplayIndexIsAShotNamedByItsTextInIndexOrder)
     TslDisplayTable table;
     EXPECT_TRUE(table.apply(message(7, false, false, QStringLiteral("Wide"))));
     EXPECT_TRUE(table.apply(message(2, true, false, QStringLiteral("Cam 2"))));
-    const Mixdesk::ShotList shots = table.shots();
+    const ShotList shots = table.shots();
     ASSERT_EQ(shots.size(), 2);
     EXPECT_EQ(shots[0]->shotId, QStringLiteral("2"));
     EXPECT_EQ(shots[0]->name, QStringLiteral("Cam 2"));
@@ -60,7 +60,7 @@ TEST(TslDisplayTableTest, InFiveRedOrGreenOnAnyTallyIsProgramOrPreview)
     table.apply(textOnly);
     table.apply(display(4, TslUmd50::Colour::red, TslUmd50::Colour::green, QStringLiteral("D")));
     table.apply(display(5, TslUmd50::Colour::amber, TslUmd50::Colour::amber, QStringLiteral("E")));
-    const Mixdesk::ShotList shots = table.shots();
+    const ShotList shots = table.shots();
     ASSERT_EQ(shots.size(), 5);
     EXPECT_TRUE(shots[0]->isLive && !shots[0]->isPreview);
     EXPECT_TRUE(!shots[1]->isLive && shots[1]->isPreview);

@@ -1,9 +1,9 @@
 #include "tally/LostSourcePolicy.h"
 
-#include "tally/TallyCycle.h"
 #include "base/UserDefaults.h"
 #include "support/FakeShotSource.h"
 #include "support/QtPrinters.h"
+#include "tally/TallyCycle.h"
 
 #include <QTemporaryDir>
 
@@ -11,7 +11,7 @@
 
 namespace {
 
-using Shots = Mixdesk::ShotList;
+using Shots = ShotList;
 
 class ModesObserver : public TallyCycle::Observer {
 public:
@@ -32,9 +32,9 @@ public:
     bool refreshShotNames(const Shots&) override { return false; }
 };
 
-Mixdesk::ShotPtr shot(const QString& name, bool live, bool preview)
+ShotPtr shot(const QString& name, bool live, bool preview)
 {
-    auto record = std::make_shared<Mixdesk::Shot>(name);
+    auto record = std::make_shared<Shot>(name);
     record->shotId = name;
     record->isLive = live;
     record->isPreview = preview;

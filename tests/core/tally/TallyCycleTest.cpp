@@ -12,7 +12,7 @@
 
 namespace {
 
-using Shots = Mixdesk::ShotList;
+using Shots = ShotList;
 
 // A map of any number of lights, counting the calls the cycle makes on it.
 class FakeLights : public TallyCycle::Lights {
@@ -31,9 +31,9 @@ public:
     }
 };
 
-Mixdesk::ShotPtr record(const QString& name, const QString& shotId = QString())
+ShotPtr record(const QString& name, const QString& shotId = QString())
 {
-    auto shot = std::make_shared<Mixdesk::Shot>(name);
+    auto shot = std::make_shared<Shot>(name);
     shot->shotId = shotId;
     return shot;
 }
@@ -119,7 +119,7 @@ TEST_F(TallyCycleTest, AnAssignedShotWhoseNameIsGoneMatchesNothingEvenWithItsIdP
     // 7, but before refreshShotNames runs the evaluation would see the old
     // name. Evaluate directly to show the id plays no part.
     answer({ { "7", "Cam New", true, false } });
-    const Mixdesk::ShotPtr stored = record("Cam Old", "7");
+    const ShotPtr stored = record("Cam Old", "7");
     cycle.driveLights({ { stored } }, mixdesk.queryShots());
     EXPECT_EQ(observer.modes[0], TallyMode::off);
     EXPECT_EQ(observer.bytes, (QList<quint8> { 0x01, 0x21 }));
@@ -128,7 +128,7 @@ TEST_F(TallyCycleTest, AnAssignedShotWhoseNameIsGoneMatchesNothingEvenWithItsIdP
 TEST_F(TallyCycleTest, ARenameFollowedByIdIsAdoptedAndTheLightFollowsIt)
 {
     answer({ { "7", "Cam Old", true, false } });
-    const Mixdesk::ShotPtr stored = record("Cam Old");
+    const ShotPtr stored = record("Cam Old");
     map.setShotSelection(0, { stored });
     tick();
     ASSERT_EQ(stored->shotId, QStringLiteral("7"));

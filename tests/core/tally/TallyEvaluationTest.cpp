@@ -7,31 +7,31 @@
 
 namespace {
 
-Mixdesk::ShotPtr shot(const QString& name, bool isLive = false, bool isPreview = false, const QString& shotId = {})
+ShotPtr shot(const QString& name, bool isLive = false, bool isPreview = false, const QString& shotId = {})
 {
-    auto record = std::make_shared<Mixdesk::Shot>(name);
+    auto record = std::make_shared<Shot>(name);
     record->isLive = isLive;
     record->isPreview = isPreview;
     record->shotId = shotId;
     return record;
 }
 
-Mixdesk::ShotPtr assigned(const QString& name, const QString& shotId = {})
+ShotPtr assigned(const QString& name, const QString& shotId = {})
 {
     return shot(name, false, false, shotId);
 }
 
-QList<Mixdesk::ShotList> eightLights()
+QList<ShotList> eightLights()
 {
-    return QList<Mixdesk::ShotList>(TallyMap::numberOfLights);
+    return QList<ShotList>(TallyMap::numberOfLights);
 }
 
 } // namespace
 
 TEST(TallyEvaluationTest, ALightWithNoAssignedShotIsOffAndLight5SendsTheBytes05Then25)
 {
-    QList<Mixdesk::ShotList> lights = eightLights();
-    const Mixdesk::ShotList shots { shot(QStringLiteral("Camera 1"), true, true) };
+    QList<ShotList> lights = eightLights();
+    const ShotList shots { shot(QStringLiteral("Camera 1"), true, true) };
     lights[0] = { assigned(QStringLiteral("Camera 1")) };
 
     const TallyEvaluation::Evaluation evaluation = TallyEvaluation::evaluate(lights, shots);
@@ -45,7 +45,7 @@ TEST(TallyEvaluationTest, ALightWithNoAssignedShotIsOffAndLight5SendsTheBytes05T
 
 TEST(TallyEvaluationTest, AnAssignedShotBothLiveAndInPreviewMakesTheLightLive)
 {
-    QList<Mixdesk::ShotList> lights = eightLights();
+    QList<ShotList> lights = eightLights();
     lights[2] = { assigned(QStringLiteral("Camera 1")) };
     const TallyEvaluation::Evaluation evaluation
         = TallyEvaluation::evaluate(lights, { shot(QStringLiteral("Camera 1"), true, true) });
@@ -56,8 +56,7 @@ TEST(TallyEvaluationTest, AnAssignedShotBothLiveAndInPreviewMakesTheLightLive)
 
 TEST(TallyEvaluationTest, TwoAssignedShotsOneLiveOneInPreviewMakeTheLightLive)
 {
-    const Mixdesk::ShotList shots { shot(QStringLiteral("Preview"), false, true),
-        shot(QStringLiteral("Live"), true, false) };
+    const ShotList shots { shot(QStringLiteral("Preview"), false, true), shot(QStringLiteral("Live"), true, false) };
     const auto split = TallyEvaluation::splitShots(shots);
     EXPECT_EQ(TallyEvaluation::decideLight({ assigned(QStringLiteral("Preview")), assigned(QStringLiteral("Live")) },
                   split.liveShots, split.previewShots),
@@ -69,7 +68,7 @@ TEST(TallyEvaluationTest, TwoAssignedShotsOneLiveOneInPreviewMakeTheLightLive)
 
 TEST(TallyEvaluationTest, TwoAssignedShotsOneInPreviewOneNeitherMakeTheLightPreview)
 {
-    QList<Mixdesk::ShotList> lights = eightLights();
+    QList<ShotList> lights = eightLights();
     lights[5] = { assigned(QStringLiteral("Idle")), assigned(QStringLiteral("Next")) };
     const TallyEvaluation::Evaluation evaluation = TallyEvaluation::evaluate(lights,
         { shot(QStringLiteral("Idle")), shot(QStringLiteral("Next"), false, true),
@@ -83,7 +82,7 @@ TEST(TallyEvaluationTest, AStaleNameMatchesNothingEvenWhenItsIdStillDoesUntilThe
 {
     TallyMap map;
     map.setShotSelection(0, { assigned(QStringLiteral("Old name"), QStringLiteral("17")) });
-    const Mixdesk::ShotList shots { shot(QStringLiteral("New name"), true, false, QStringLiteral("17")) };
+    const ShotList shots { shot(QStringLiteral("New name"), true, false, QStringLiteral("17")) };
 
     EXPECT_EQ(TallyEvaluation::evaluate(map.shotSelections(), shots).modes[0], TallyMode::off);
 
@@ -93,14 +92,12 @@ TEST(TallyEvaluationTest, AStaleNameMatchesNothingEvenWhenItsIdStillDoesUntilThe
 
 TEST(TallyEvaluationTest, TwoShotsWithTheSameNameBothCount)
 {
-    QList<Mixdesk::ShotList> lights = eightLights();
+    QList<ShotList> lights = eightLights();
     lights[0] = { assigned(QStringLiteral("Twin")) };
     lights[3] = { assigned(QStringLiteral("Other")), assigned(QStringLiteral("Twin")) };
-    const Mixdesk::ShotList liveSecond { shot(QStringLiteral("Twin"), false, false),
-        shot(QStringLiteral("Twin"), true, false) };
-    const Mixdesk::ShotList liveFirst { shot(QStringLiteral("Twin"), true, false),
-        shot(QStringLiteral("Twin"), false, false) };
-    for (const Mixdesk::ShotList& shots : { liveSecond, liveFirst }) {
+    const ShotList liveSecond { shot(QStringLiteral("Twin"), false, false), shot(QStringLiteral("Twin"), true, false) };
+    const ShotList liveFirst { shot(QStringLiteral("Twin"), true, false), shot(QStringLiteral("Twin"), false, false) };
+    for (const ShotList& shots : { liveSecond, liveFirst }) {
         const TallyEvaluation::Evaluation evaluation = TallyEvaluation::evaluate(lights, shots);
         EXPECT_EQ(evaluation.modes[0], TallyMode::live);
         EXPECT_EQ(evaluation.modes[3], TallyMode::live);
@@ -109,8 +106,7 @@ TEST(TallyEvaluationTest, TwoShotsWithTheSameNameBothCount)
 
 TEST(TallyEvaluationTest, NamesMatchAsCaseSensitiveCanonicallyEquivalentText)
 {
-    const Mixdesk::ShotList shots { shot(QStringLiteral("Cam\u00e9ra"), true),
-        shot(QStringLiteral("wide"), false, true) };
+    const ShotList shots { shot(QStringLiteral("Cam\u00e9ra"), true), shot(QStringLiteral("wide"), false, true) };
     const auto split = TallyEvaluation::splitShots(shots);
     EXPECT_EQ(
         TallyEvaluation::decideLight({ assigned(QStringLiteral("Came\u0301ra")) }, split.liveShots, split.previewShots),
@@ -123,7 +119,7 @@ TEST(TallyEvaluationTest, NamesMatchAsCaseSensitiveCanonicallyEquivalentText)
 
 TEST(TallyEvaluationTest, AnEmptyShotListSwitchesEveryLightOff)
 {
-    QList<Mixdesk::ShotList> lights = eightLights();
+    QList<ShotList> lights = eightLights();
     for (qsizetype lightIndex = 0; lightIndex < lights.size(); ++lightIndex) {
         lights[lightIndex] = { assigned(QStringLiteral("Camera %1").arg(lightIndex)) };
     }
@@ -143,7 +139,7 @@ TEST(TallyEvaluationTest, AMapWithNoLightsGivesNoModesAndNoBytes)
 
 TEST(TallyEvaluationTest, BytesGoOutLightByLightInAscendingOrderProgramByteFirst)
 {
-    QList<Mixdesk::ShotList> lights = eightLights();
+    QList<ShotList> lights = eightLights();
     lights[0] = { assigned(QStringLiteral("A")) };
     lights[1] = { assigned(QStringLiteral("B")) };
     lights[7] = { assigned(QStringLiteral("B")), assigned(QStringLiteral("A")) };
@@ -159,18 +155,18 @@ TEST(TallyEvaluationTest, BytesGoOutLightByLightInAscendingOrderProgramByteFirst
 
 TEST(TallyEvaluationTest, SplitShotsKeepsListOrderAndPutsAShotInBothListsWhenItIsBoth)
 {
-    const Mixdesk::ShotPtr both = shot(QStringLiteral("Both"), true, true);
-    const Mixdesk::ShotPtr live = shot(QStringLiteral("Live"), true);
-    const Mixdesk::ShotPtr neither = shot(QStringLiteral("Neither"));
-    const Mixdesk::ShotPtr preview = shot(QStringLiteral("Preview"), false, true);
+    const ShotPtr both = shot(QStringLiteral("Both"), true, true);
+    const ShotPtr live = shot(QStringLiteral("Live"), true);
+    const ShotPtr neither = shot(QStringLiteral("Neither"));
+    const ShotPtr preview = shot(QStringLiteral("Preview"), false, true);
     const auto split = TallyEvaluation::splitShots({ live, both, neither, preview });
-    EXPECT_EQ(split.liveShots, (Mixdesk::ShotList { live, both }));
-    EXPECT_EQ(split.previewShots, (Mixdesk::ShotList { both, preview }));
+    EXPECT_EQ(split.liveShots, (ShotList { live, both }));
+    EXPECT_EQ(split.previewShots, (ShotList { both, preview }));
 }
 
 TEST(TallyEvaluationTest, TheShotIdPlaysNoPartInDecidingAMode)
 {
-    const Mixdesk::ShotList shots { shot(QStringLiteral("On air"), true, false, QStringLiteral("1")) };
+    const ShotList shots { shot(QStringLiteral("On air"), true, false, QStringLiteral("1")) };
     const auto split = TallyEvaluation::splitShots(shots);
     EXPECT_EQ(TallyEvaluation::decideLight(
                   { assigned(QStringLiteral("Elsewhere"), QStringLiteral("1")) }, split.liveShots, split.previewShots),
@@ -189,7 +185,7 @@ TEST(TallyEvaluationTest, TheLightNumberIsOredInUnguardedFromLight16Up)
     EXPECT_EQ(TallyEvaluation::bytesForLight(16, TallyMode::preview).first, 0x11);
     EXPECT_EQ(TallyEvaluation::bytesForLight(16, TallyMode::preview).second, 0xD1);
 
-    QList<Mixdesk::ShotList> lights(16);
+    QList<ShotList> lights(16);
     lights[15] = { assigned(QStringLiteral("A")) };
     const TallyEvaluation::Evaluation evaluation
         = TallyEvaluation::evaluate(lights, { shot(QStringLiteral("A"), true) });
@@ -201,6 +197,6 @@ TEST(TallyEvaluationTest, TheLightNumberIsOredInUnguardedFromLight16Up)
 TEST(TallyEvaluationDeathTest, ALightNumberAbove255Stops)
 {
     EXPECT_DEATH(TallyEvaluation::bytesForLight(255, TallyMode::off), "fatal error: light command 0 \\| 256");
-    QList<Mixdesk::ShotList> lights(256);
+    QList<ShotList> lights(256);
     EXPECT_DEATH(TallyEvaluation::evaluate(lights, {}), "fatal error: light command 0 \\| 256");
 }

@@ -13,9 +13,9 @@
 
 namespace {
 
-Mixdesk::ShotPtr liveShot(const QString& name)
+ShotPtr liveShot(const QString& name)
 {
-    auto shot = std::make_shared<Mixdesk::Shot>(name);
+    auto shot = std::make_shared<Shot>(name);
     shot->shotId = name;
     shot->isLive = true;
     return shot;
@@ -30,7 +30,7 @@ protected:
         auto owned = std::make_unique<FakeShotSource>();
         source = owned.get();
         source->shots = { liveShot(QStringLiteral("Cam 1")) };
-        map.setShotSelection(0, { std::make_shared<Mixdesk::Shot>(QStringLiteral("Cam 1")) });
+        map.setShotSelection(0, { std::make_shared<Shot>(QStringLiteral("Cam 1")) });
         ticker = std::make_unique<TallyTicker>(
             std::move(owned), map, observer, [this](quint8 byte) { observer.send(byte); });
     }

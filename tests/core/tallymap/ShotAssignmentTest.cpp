@@ -6,17 +6,17 @@
 
 namespace {
 
-Mixdesk::ShotPtr makeShot(const QString& shotId, const QString& name)
+ShotPtr makeShot(const QString& shotId, const QString& name)
 {
-    auto shot = std::make_shared<Mixdesk::Shot>(name);
+    auto shot = std::make_shared<Shot>(name);
     shot->shotId = shotId;
     return shot;
 }
 
-QStringList names(const Mixdesk::ShotList& shots)
+QStringList names(const ShotList& shots)
 {
     QStringList result;
-    for (const Mixdesk::ShotPtr& shot : shots) {
+    for (const ShotPtr& shot : shots) {
         result.append(shot->name);
     }
     return result;
@@ -24,7 +24,7 @@ QStringList names(const Mixdesk::ShotList& shots)
 
 TEST(ShotAssignmentTest, ShowEmptyLayersOffHidesClearLayerNamesButNotBareClearLayer)
 {
-    const Mixdesk::ShotList all {
+    const ShotList all {
         makeShot("1", "Cam 1"),
         makeShot("2", "Cam 1 Clear Layer"),
         makeShot("3", "Clear Layer"),
@@ -34,7 +34,7 @@ TEST(ShotAssignmentTest, ShowEmptyLayersOffHidesClearLayerNamesButNotBareClearLa
         makeShot("7", " Clear Layer"),
     };
 
-    const Mixdesk::ShotList usable = ShotAssignment::usableShots(all, false);
+    const ShotList usable = ShotAssignment::usableShots(all, false);
 
     EXPECT_EQ(names(usable),
         (QStringList { "Cam 1", "Clear Layer", "Cam 2 clear layer", "Cam 3 Clear Layer ", "Cam 4Clear Layer" }));
@@ -44,7 +44,7 @@ TEST(ShotAssignmentTest, ShowEmptyLayersOffHidesClearLayerNamesButNotBareClearLa
 
 TEST(ShotAssignmentTest, ShowEmptyLayersOnListsEveryShotInOrder)
 {
-    const Mixdesk::ShotList all { makeShot("2", "Cam 1 Clear Layer"), makeShot("1", "Cam 1") };
+    const ShotList all { makeShot("2", "Cam 1 Clear Layer"), makeShot("1", "Cam 1") };
 
     EXPECT_EQ(ShotAssignment::usableShots(all, true), all);
 }
@@ -57,20 +57,20 @@ TEST(ShotAssignmentTest, NoShotsGiveNoRows)
 
 TEST(ShotAssignmentTest, FileRecordWithEmptyShotIdIsUntickedAndCannotBeUnassigned)
 {
-    const Mixdesk::ShotPtr fromFile = makeShot("", "Cam 1");
-    Mixdesk::ShotList assigned { fromFile };
-    const Mixdesk::ShotPtr current = makeShot("7", "Cam 1");
+    const ShotPtr fromFile = makeShot("", "Cam 1");
+    ShotList assigned { fromFile };
+    const ShotPtr current = makeShot("7", "Cam 1");
 
     EXPECT_FALSE(ShotAssignment::isAssigned(assigned, *current));
     EXPECT_FALSE(ShotAssignment::unassign(assigned, *current));
-    EXPECT_EQ(assigned, Mixdesk::ShotList { fromFile });
+    EXPECT_EQ(assigned, ShotList { fromFile });
 }
 
 TEST(ShotAssignmentTest, CurrentShotWithEmptyShotIdMatchesFileRecord)
 {
-    const Mixdesk::ShotPtr fromFile = makeShot("", "Cam 1");
-    Mixdesk::ShotList assigned { fromFile };
-    const Mixdesk::ShotPtr current = makeShot("", "Something else");
+    const ShotPtr fromFile = makeShot("", "Cam 1");
+    ShotList assigned { fromFile };
+    const ShotPtr current = makeShot("", "Something else");
 
     EXPECT_TRUE(ShotAssignment::isAssigned(assigned, *current));
     EXPECT_TRUE(ShotAssignment::unassign(assigned, *current));
@@ -79,32 +79,32 @@ TEST(ShotAssignmentTest, CurrentShotWithEmptyShotIdMatchesFileRecord)
 
 TEST(ShotAssignmentTest, AssignAppendsTheSameRecordAtTheEndEvenTwice)
 {
-    const Mixdesk::ShotPtr first = makeShot("1", "Cam 1");
-    const Mixdesk::ShotPtr second = makeShot("2", "Cam 2");
-    Mixdesk::ShotList assigned { first };
+    const ShotPtr first = makeShot("1", "Cam 1");
+    const ShotPtr second = makeShot("2", "Cam 2");
+    ShotList assigned { first };
 
     ShotAssignment::assign(assigned, second);
     ShotAssignment::assign(assigned, second);
 
-    EXPECT_EQ(assigned, (Mixdesk::ShotList { first, second, second }));
+    EXPECT_EQ(assigned, (ShotList { first, second, second }));
 }
 
 TEST(ShotAssignmentTest, UnassignRemovesOnlyTheFirstRecordWithThatShotId)
 {
-    const Mixdesk::ShotPtr a = makeShot("1", "Cam 1");
-    const Mixdesk::ShotPtr b = makeShot("2", "Cam 2");
-    const Mixdesk::ShotPtr aAgain = makeShot("1", "Cam 1 renamed");
-    const Mixdesk::ShotPtr c = makeShot("3", "Cam 3");
-    Mixdesk::ShotList assigned { b, a, c, aAgain };
+    const ShotPtr a = makeShot("1", "Cam 1");
+    const ShotPtr b = makeShot("2", "Cam 2");
+    const ShotPtr aAgain = makeShot("1", "Cam 1 renamed");
+    const ShotPtr c = makeShot("3", "Cam 3");
+    ShotList assigned { b, a, c, aAgain };
 
     EXPECT_TRUE(ShotAssignment::unassign(assigned, *makeShot("1", "whatever")));
 
-    EXPECT_EQ(assigned, (Mixdesk::ShotList { b, c, aAgain }));
+    EXPECT_EQ(assigned, (ShotList { b, c, aAgain }));
 }
 
 TEST(ShotAssignmentTest, ShotIdsMatchUnderCanonicalEquivalenceAndCase)
 {
-    Mixdesk::ShotList assigned { makeShot(QStringLiteral("caf\u00e9"), "Cam 1") };
+    ShotList assigned { makeShot(QStringLiteral("caf\u00e9"), "Cam 1") };
 
     EXPECT_TRUE(ShotAssignment::isAssigned(assigned, *makeShot(QStringLiteral("cafe\u0301"), "Cam 1")));
     EXPECT_FALSE(ShotAssignment::isAssigned(assigned, *makeShot(QStringLiteral("CAF\u00c9"), "Cam 1")));

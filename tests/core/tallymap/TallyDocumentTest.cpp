@@ -25,9 +25,9 @@ protected:
         return QUrl::fromLocalFile(file.fileName());
     }
 
-    static Mixdesk::ShotPtr shot(const QString& id, const QString& name)
+    static ShotPtr shot(const QString& id, const QString& name)
     {
-        auto made = std::make_shared<Mixdesk::Shot>(name);
+        auto made = std::make_shared<Shot>(name);
         made->shotId = id;
         return made;
     }
@@ -42,7 +42,7 @@ TEST_F(TallyDocumentTest, ANewDocumentHasAnEmptyMapNoFileAndNoChanges)
     EXPECT_TRUE(document.currentDocumentUrl().path().isEmpty());
     EXPECT_FALSE(document.isEdited());
     ASSERT_EQ(document.tallyMap().shotSelections().size(), TallyMap::numberOfLights);
-    for (const Mixdesk::ShotList& light : document.tallyMap().shotSelections()) {
+    for (const ShotList& light : document.tallyMap().shotSelections()) {
         EXPECT_TRUE(light.isEmpty());
     }
 }

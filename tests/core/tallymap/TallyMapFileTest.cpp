@@ -37,11 +37,11 @@ protected:
     QTemporaryDir directory;
 };
 
-Mixdesk::ShotList records(const QStringList& names)
+ShotList records(const QStringList& names)
 {
-    Mixdesk::ShotList list;
+    ShotList list;
     for (const QString& name : names) {
-        list.append(std::make_shared<Mixdesk::Shot>(name));
+        list.append(std::make_shared<Shot>(name));
     }
     return list;
 }

@@ -15,7 +15,7 @@ const QString type = QStringLiteral("tlx");
 QStringList namesOf(const TallyMap& map, qint64 lightIndex)
 {
     QStringList names;
-    for (const Mixdesk::ShotPtr& record : map.shotSelection(lightIndex)) {
+    for (const ShotPtr& record : map.shotSelection(lightIndex)) {
         names.append(record->name);
     }
     return names;
@@ -30,11 +30,11 @@ QList<QStringList> allNames(const TallyMap& map)
     return lights;
 }
 
-Mixdesk::ShotList records(const QStringList& names)
+ShotList records(const QStringList& names)
 {
-    Mixdesk::ShotList list;
+    ShotList list;
     for (const QString& name : names) {
-        list.append(std::make_shared<Mixdesk::Shot>(name));
+        list.append(std::make_shared<Shot>(name));
     }
     return list;
 }
@@ -106,8 +106,8 @@ TEST(TallyMapFormatTest, ReadingWhatWasWrittenGivesTheSameNamesInOrderWithEmptyI
         { QStringLiteral("Last") },
     };
     for (qint64 lightIndex = 0; lightIndex < names.size(); ++lightIndex) {
-        Mixdesk::ShotList list = records(names[lightIndex]);
-        for (const Mixdesk::ShotPtr& record : list) {
+        ShotList list = records(names[lightIndex]);
+        for (const ShotPtr& record : list) {
             record->shotId = QStringLiteral("id of ") + record->name;
             record->isLive = true;
         }
@@ -118,8 +118,8 @@ TEST(TallyMapFormatTest, ReadingWhatWasWrittenGivesTheSameNamesInOrderWithEmptyI
     const ReadOutcome outcome = read(reread, written.dataOfType(type));
     ASSERT_TRUE(outcome.succeeded) << outcome.error.localizedDescription.toStdString();
     EXPECT_EQ(allNames(reread), names);
-    for (const Mixdesk::ShotList& light : reread.shotSelections()) {
-        for (const Mixdesk::ShotPtr& record : light) {
+    for (const ShotList& light : reread.shotSelections()) {
+        for (const ShotPtr& record : light) {
             EXPECT_EQ(record->shotId, QString());
             EXPECT_FALSE(record->isLive);
             EXPECT_FALSE(record->isPreview);

@@ -6,17 +6,17 @@
 
 namespace {
 
-Mixdesk::ShotPtr shot(const QString& name, const QString& shotId)
+ShotPtr shot(const QString& name, const QString& shotId)
 {
-    auto record = std::make_shared<Mixdesk::Shot>(name);
+    auto record = std::make_shared<Shot>(name);
     record->shotId = shotId;
     return record;
 }
 
 // A record as the file reader makes it: a name and nothing else.
-Mixdesk::ShotPtr stored(const QString& name)
+ShotPtr stored(const QString& name)
 {
-    return std::make_shared<Mixdesk::Shot>(name);
+    return std::make_shared<Shot>(name);
 }
 
 const QString precomposed = QStringLiteral("Cam\u00e9ra");
@@ -28,7 +28,7 @@ TEST(TallyMapTest, NewMapHasEightLightsEachWithAnEmptyList)
 {
     const TallyMap map;
     ASSERT_EQ(map.shotSelections().size(), 8);
-    for (const Mixdesk::ShotList& light : map.shotSelections()) {
+    for (const ShotList& light : map.shotSelections()) {
         EXPECT_TRUE(light.isEmpty());
     }
 }
@@ -36,8 +36,8 @@ TEST(TallyMapTest, NewMapHasEightLightsEachWithAnEmptyList)
 TEST(TallyMapTest, SetShotSelectionReplacesOnlyThatLightAndKeepsOrder)
 {
     TallyMap map;
-    const Mixdesk::ShotPtr first = stored(QStringLiteral("B"));
-    const Mixdesk::ShotPtr second = stored(QStringLiteral("A"));
+    const ShotPtr first = stored(QStringLiteral("B"));
+    const ShotPtr second = stored(QStringLiteral("A"));
     map.setShotSelection(4, { first, second });
     ASSERT_EQ(map.shotSelection(4).size(), 2);
     EXPECT_EQ(map.shotSelection(4)[0], first);
@@ -52,7 +52,7 @@ TEST(TallyMapTest, SetShotSelectionReplacesOnlyThatLightAndKeepsOrder)
 TEST(TallyMapTest, ResolveShotIdsWithEmptyShotListChangesNothing)
 {
     TallyMap map;
-    const Mixdesk::ShotPtr record = shot(QStringLiteral("Camera 1"), QStringLiteral("old"));
+    const ShotPtr record = shot(QStringLiteral("Camera 1"), QStringLiteral("old"));
     map.setShotSelection(0, { record });
     map.resolveShotIds({});
     EXPECT_EQ(record->shotId, QStringLiteral("old"));
@@ -62,7 +62,7 @@ TEST(TallyMapTest, ResolveShotIdsWithEmptyShotListChangesNothing)
 TEST(TallyMapTest, RefreshShotNamesWithEmptyShotListChangesNothingAndReturnsFalse)
 {
     TallyMap map;
-    const Mixdesk::ShotPtr record = shot(QStringLiteral("Camera 1"), QStringLiteral("7"));
+    const ShotPtr record = shot(QStringLiteral("Camera 1"), QStringLiteral("7"));
     map.setShotSelection(0, { record });
     EXPECT_FALSE(map.refreshShotNames({}));
     EXPECT_EQ(record->shotId, QStringLiteral("7"));
@@ -72,8 +72,8 @@ TEST(TallyMapTest, RefreshShotNamesWithEmptyShotListChangesNothingAndReturnsFals
 TEST(TallyMapTest, ResolveShotIdsTakesTheIdOfTheLaterOfTwoShotsNamedAlike)
 {
     TallyMap map;
-    const Mixdesk::ShotPtr onLight0 = stored(QStringLiteral("Wide"));
-    const Mixdesk::ShotPtr onLight6 = stored(QStringLiteral("Wide"));
+    const ShotPtr onLight0 = stored(QStringLiteral("Wide"));
+    const ShotPtr onLight6 = stored(QStringLiteral("Wide"));
     map.setShotSelection(0, { onLight0 });
     map.setShotSelection(6, { onLight6 });
     map.resolveShotIds({ shot(QStringLiteral("Wide"), QStringLiteral("1")),
@@ -85,10 +85,10 @@ TEST(TallyMapTest, ResolveShotIdsTakesTheIdOfTheLaterOfTwoShotsNamedAlike)
 TEST(TallyMapTest, ResolveShotIdsCopiesOnlyTheIdAndLeavesUnmatchedRecordsAlone)
 {
     TallyMap map;
-    const Mixdesk::ShotPtr matched = stored(QStringLiteral("Camera 1"));
-    const Mixdesk::ShotPtr unmatched = shot(QStringLiteral("Gone"), QStringLiteral("stale"));
+    const ShotPtr matched = stored(QStringLiteral("Camera 1"));
+    const ShotPtr unmatched = shot(QStringLiteral("Gone"), QStringLiteral("stale"));
     map.setShotSelection(2, { matched, unmatched });
-    const Mixdesk::ShotPtr current = shot(QStringLiteral("Camera 1"), QStringLiteral("42"));
+    const ShotPtr current = shot(QStringLiteral("Camera 1"), QStringLiteral("42"));
     current->isLive = true;
     current->isPreview = true;
     map.resolveShotIds({ current });
@@ -102,8 +102,8 @@ TEST(TallyMapTest, ResolveShotIdsCopiesOnlyTheIdAndLeavesUnmatchedRecordsAlone)
 TEST(TallyMapTest, ResolveShotIdsMatchesCanonicallyEquivalentNamesButNotOtherCase)
 {
     TallyMap map;
-    const Mixdesk::ShotPtr accented = stored(decomposed);
-    const Mixdesk::ShotPtr lowerCase = stored(QStringLiteral("camera 1"));
+    const ShotPtr accented = stored(decomposed);
+    const ShotPtr lowerCase = stored(QStringLiteral("camera 1"));
     map.setShotSelection(1, { accented, lowerCase });
     map.resolveShotIds(
         { shot(precomposed, QStringLiteral("9")), shot(QStringLiteral("Camera 1"), QStringLiteral("10")) });
@@ -115,8 +115,8 @@ TEST(TallyMapTest, RecordReadFromFileKeepsEmptyIdUntilResolveShotIdsMeetsItsName
 {
     TallyMap map;
     ASSERT_TRUE(map.readFromData("0|Camera 1|Camera 2\r\n", QStringLiteral("tlx"), nullptr));
-    const Mixdesk::ShotPtr camera1 = map.shotSelection(0)[0];
-    const Mixdesk::ShotPtr camera2 = map.shotSelection(0)[1];
+    const ShotPtr camera1 = map.shotSelection(0)[0];
+    const ShotPtr camera2 = map.shotSelection(0)[1];
     EXPECT_EQ(camera1->shotId, QString());
 
     map.resolveShotIds({ shot(QStringLiteral("Camera 2"), QStringLiteral("B")) });
@@ -131,7 +131,7 @@ TEST(TallyMapTest, RefreshShotNamesMatchesARecordWithEmptyIdOnlyAgainstAShotWith
 {
     TallyMap map;
     ASSERT_TRUE(map.readFromData("0|Camera 1\r\n", QStringLiteral("tlx"), nullptr));
-    const Mixdesk::ShotPtr record = map.shotSelection(0)[0];
+    const ShotPtr record = map.shotSelection(0)[0];
 
     EXPECT_FALSE(map.refreshShotNames({ shot(QStringLiteral("Renamed"), QStringLiteral("1")) }));
     EXPECT_EQ(record->name, QStringLiteral("Camera 1"));
@@ -143,7 +143,7 @@ TEST(TallyMapTest, RefreshShotNamesMatchesARecordWithEmptyIdOnlyAgainstAShotWith
 TEST(TallyMapTest, RefreshShotNamesReturnsFalseWhenTheMatchedShotKeepsItsName)
 {
     TallyMap map;
-    const Mixdesk::ShotPtr record = shot(QStringLiteral("Camera 1"), QStringLiteral("5"));
+    const ShotPtr record = shot(QStringLiteral("Camera 1"), QStringLiteral("5"));
     map.setShotSelection(3, { record });
     EXPECT_FALSE(map.refreshShotNames({ shot(QStringLiteral("Camera 1"), QStringLiteral("5")) }));
     EXPECT_EQ(record->name, QStringLiteral("Camera 1"));
@@ -152,7 +152,7 @@ TEST(TallyMapTest, RefreshShotNamesReturnsFalseWhenTheMatchedShotKeepsItsName)
 TEST(TallyMapTest, RefreshShotNamesTreatsACanonicallyEquivalentNameAsUnchanged)
 {
     TallyMap map;
-    const Mixdesk::ShotPtr record = shot(decomposed, QStringLiteral("5"));
+    const ShotPtr record = shot(decomposed, QStringLiteral("5"));
     map.setShotSelection(3, { record });
     EXPECT_FALSE(map.refreshShotNames({ shot(precomposed, QStringLiteral("5")) }));
     EXPECT_EQ(record->name, decomposed);
@@ -161,8 +161,8 @@ TEST(TallyMapTest, RefreshShotNamesTreatsACanonicallyEquivalentNameAsUnchanged)
 TEST(TallyMapTest, RefreshShotNamesFollowsARenameByIdAndAdoptsTheLaterOfTwoShotsWithThatId)
 {
     TallyMap map;
-    const Mixdesk::ShotPtr record = shot(QStringLiteral("Camera 1"), QStringLiteral("5"));
-    const Mixdesk::ShotPtr other = shot(QStringLiteral("Camera 2"), QStringLiteral("6"));
+    const ShotPtr record = shot(QStringLiteral("Camera 1"), QStringLiteral("5"));
+    const ShotPtr other = shot(QStringLiteral("Camera 2"), QStringLiteral("6"));
     map.setShotSelection(0, { record, other });
     EXPECT_TRUE(map.refreshShotNames(
         { shot(QStringLiteral("First"), QStringLiteral("5")), shot(QStringLiteral("Second"), QStringLiteral("5")) }));
@@ -174,7 +174,7 @@ TEST(TallyMapTest, RefreshShotNamesFollowsARenameByIdAndAdoptsTheLaterOfTwoShots
 TEST(TallyMapTest, RenameThroughRefreshShotNamesShowsOnEveryLightHoldingTheSameRecord)
 {
     TallyMap map;
-    const Mixdesk::ShotPtr record = shot(QStringLiteral("Camera 1"), QStringLiteral("5"));
+    const ShotPtr record = shot(QStringLiteral("Camera 1"), QStringLiteral("5"));
     map.setShotSelection(0, { record });
     map.setShotSelection(7, { stored(QStringLiteral("Other")), record });
     EXPECT_TRUE(map.refreshShotNames({ shot(QStringLiteral("Host"), QStringLiteral("5")) }));
@@ -188,7 +188,7 @@ TEST(TallyMapTest, ResolveShotIdsChangesTheRecordObjectsThemselves)
     // The editor hands the map the very records of the shot list; the map
     // changes whatever it holds in place, so the shot list sees it too.
     TallyMap map;
-    const Mixdesk::ShotPtr fromList = shot(QStringLiteral("Camera 1"), QStringLiteral("1"));
+    const ShotPtr fromList = shot(QStringLiteral("Camera 1"), QStringLiteral("1"));
     map.setShotSelection(0, { fromList });
     map.resolveShotIds({ shot(QStringLiteral("Camera 1"), QStringLiteral("2")) });
     EXPECT_EQ(fromList->shotId, QStringLiteral("2"));

@@ -5,15 +5,15 @@
 
 #include "launch/NetworkOutputs.h"
 
-#include "tally/TallyCycle.h"
 #include "base/UserDefaults.h"
-#include "outputs/TslSender.h"
-#include "tsl/TslTallyEncoding.h"
 #include "net/outputs/WebTallyClient.h"
+#include "outputs/TslSender.h"
 #include "outputs/WebTallyServer.h"
 #include "support/Eventually.h"
 #include "support/FakeShotSource.h"
+#include "tally/TallyCycle.h"
 #include "tallymap/TallyMap.h"
+#include "tsl/TslTallyEncoding.h"
 
 #include <QJsonArray>
 #include <QJsonDocument>
@@ -98,11 +98,11 @@ protected:
     void SetUp() override
     {
         ASSERT_TRUE(directory.isValid());
-        auto live = std::make_shared<Mixdesk::Shot>(QStringLiteral("Camera 1"));
+        auto live = std::make_shared<Shot>(QStringLiteral("Camera 1"));
         live->shotId = QStringLiteral("1");
         live->isLive = true;
-        source.shots = { live, std::make_shared<Mixdesk::Shot>(QStringLiteral("Unused")) };
-        map.setShotSelection(0, { std::make_shared<Mixdesk::Shot>(QStringLiteral("Camera 1")) });
+        source.shots = { live, std::make_shared<Shot>(QStringLiteral("Unused")) };
+        map.setShotSelection(0, { std::make_shared<Shot>(QStringLiteral("Camera 1")) });
     }
 
     void tick() { cycle.updateTallyLights(shotList, map); }
@@ -128,7 +128,7 @@ protected:
     UnseenWindow window;
     TallyCycle cycle { source, window, [](quint8) {} };
     TallyMap map;
-    Mixdesk::ShotList shotList;
+    ShotList shotList;
     NetworkOutputs outputs { cycle };
 };
 

@@ -56,7 +56,7 @@ TEST_P(TslShotSourceInteropTest, ShotsFollowWhatTheNpmSenderSays)
 
     sendWithNode(GetParam(), source.localPort(), 3, 1, 0, 0, QStringLiteral("Cam 3"));
     ASSERT_TRUE(eventually([&] { return source.queryShots().size() == 1; }, 5000));
-    Mixdesk::ShotList shots = source.queryShots();
+    ShotList shots = source.queryShots();
     EXPECT_EQ(shots[0]->shotId, QStringLiteral("3"));
     EXPECT_EQ(shots[0]->name, QStringLiteral("Cam 3"));
     EXPECT_TRUE(shots[0]->isLive);

@@ -1,9 +1,9 @@
 #include "sources/TslShotSource.h"
 
-#include "tsl/TslUmd31.h"
-#include "tsl/TslUmd50.h"
 #include "support/Eventually.h"
 #include "support/QtPrinters.h"
+#include "tsl/TslUmd31.h"
+#include "tsl/TslUmd50.h"
 
 #include <QSignalSpy>
 #include <QTcpSocket>
@@ -62,8 +62,8 @@ void sendDatagram(const QByteArray& datagram, quint16 port)
 
 bool hasShot(TslShotSource& source, const QString& name)
 {
-    const Mixdesk::ShotList shots = source.queryShots();
-    return std::any_of(shots.begin(), shots.end(), [&](const Mixdesk::ShotPtr& shot) { return shot->name == name; });
+    const ShotList shots = source.queryShots();
+    return std::any_of(shots.begin(), shots.end(), [&](const ShotPtr& shot) { return shot->name == name; });
 }
 
 } // namespace
@@ -80,7 +80,7 @@ TEST(TslShotSourceTest, AFiveDatagramBecomesShotsAndAnnouncesTheChange)
     sendDatagram(TslUmd50::encode(packet), source.localPort());
     ASSERT_TRUE(eventually([&] { return changes.size() > 0; }, 5000));
     EXPECT_TRUE(source.isRunning());
-    const Mixdesk::ShotList shots = source.queryShots();
+    const ShotList shots = source.queryShots();
     ASSERT_EQ(shots.size(), 2);
     EXPECT_EQ(shots[0]->name, QStringLiteral("Cam 1"));
     EXPECT_TRUE(shots[0]->isLive);
@@ -106,7 +106,7 @@ TEST(TslShotSourceTest, ThreeOneDatagramsCarryOneOrSeveralMessages)
         message31(2, false, true, QStringLiteral("Cam 2")) + message31(3, false, false, QStringLiteral("Wide")),
         source.localPort());
     ASSERT_TRUE(eventually([&] { return source.queryShots().size() == 3; }, 5000));
-    const Mixdesk::ShotList shots = source.queryShots();
+    const ShotList shots = source.queryShots();
     EXPECT_TRUE(shots[0]->isLive);
     EXPECT_TRUE(shots[1]->isPreview);
     EXPECT_EQ(shots[2]->name, QStringLiteral("Wide"));
@@ -160,7 +160,7 @@ TEST(TslShotSourceTest, HostileDatagramsAreCountedAndDroppedAndChangeNothing)
     sendDatagram(good, source.localPort());
     ASSERT_TRUE(eventually([&] { return hasShot(source, QStringLiteral("Cam 1")); }, 5000));
     ASSERT_TRUE(eventually([&] { return source.rejectedCount() >= 6; }, 5000));
-    const Mixdesk::ShotList shots = source.queryShots();
+    const ShotList shots = source.queryShots();
     ASSERT_EQ(shots.size(), 1);
     EXPECT_TRUE(shots[0]->isLive);
 }

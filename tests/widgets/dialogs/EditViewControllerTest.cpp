@@ -1,8 +1,8 @@
 #include "dialogs/EditViewController.h"
 
-#include "mainwindow/ModalPanelProbe.h"
-#include "base/UserDefaults.h"
 #include "base/ModalSession.h"
+#include "base/UserDefaults.h"
+#include "mainwindow/ModalPanelProbe.h"
 #include "support/QtPrinters.h"
 #include "support/ShownText.h"
 
@@ -20,9 +20,9 @@
 
 namespace {
 
-Mixdesk::ShotPtr makeShot(const QString& shotId, const QString& name)
+ShotPtr makeShot(const QString& shotId, const QString& name)
 {
-    auto shot = std::make_shared<Mixdesk::Shot>(name);
+    auto shot = std::make_shared<Shot>(name);
     shot->shotId = shotId;
     return shot;
 }
@@ -69,10 +69,10 @@ protected:
         return ticks;
     }
 
-    Mixdesk::ShotList lightsList() const { return editor->representedObject().value(1); }
+    ShotList lightsList() const { return editor->representedObject().value(1); }
 
     // Made after the preferences are in place, as the main window does.
-    void makeEditor(const Mixdesk::ShotList& current, const Mixdesk::ShotList& assigned)
+    void makeEditor(const ShotList& current, const ShotList& assigned)
     {
         editor = std::make_unique<EditViewController>();
         editor->setRepresentedObject({ current, assigned });
@@ -98,9 +98,9 @@ TEST_F(EditViewControllerTest, NewEditorStartsEmptyWithOneColumnTable)
 
 TEST_F(EditViewControllerTest, RowsAreCheckBoxesTitledWithNamesAndTaggedWithRows)
 {
-    const Mixdesk::ShotPtr wide = makeShot("1", "Wide");
-    const Mixdesk::ShotPtr close = makeShot("2", "Close");
-    const Mixdesk::ShotPtr stage = makeShot("3", "Stage");
+    const ShotPtr wide = makeShot("1", "Wide");
+    const ShotPtr close = makeShot("2", "Close");
+    const ShotPtr stage = makeShot("3", "Stage");
 
     makeEditor({ wide, close, stage }, { stage, wide });
 
@@ -110,7 +110,7 @@ TEST_F(EditViewControllerTest, RowsAreCheckBoxesTitledWithNamesAndTaggedWithRows
     for (int index = 0; index < 3; ++index) {
         EXPECT_EQ(row(index)->property("tag").toInt(), index);
     }
-    EXPECT_EQ(editor->usableShotList, (Mixdesk::ShotList { wide, close, stage }));
+    EXPECT_EQ(editor->usableShotList, (ShotList { wide, close, stage }));
 }
 
 TEST_F(EditViewControllerTest, AnAmpersandInAShotNameIsPaintedAsItIsAndMakesNoShortcut)
@@ -148,7 +148,7 @@ TEST_F(EditViewControllerTest, ShowEmptyLayersByDefaultListsEveryShot)
 
 TEST_F(EditViewControllerTest, NoShotsGiveNoRowsAndClosingKeepsTheLightsList)
 {
-    const Mixdesk::ShotList assigned { makeShot("", "Wide"), makeShot("9", "Close") };
+    const ShotList assigned { makeShot("", "Wide"), makeShot("9", "Close") };
     QList<QObject*> dismissed;
     makeEditor({}, assigned);
     editor->setPresentingViewController([&dismissed](QObject* viewController) { dismissed.append(viewController); });
@@ -162,24 +162,24 @@ TEST_F(EditViewControllerTest, NoShotsGiveNoRowsAndClosingKeepsTheLightsList)
 
 TEST_F(EditViewControllerTest, FileRecordWithEmptyShotIdShowsUntickedAndUntickingCannotRemoveIt)
 {
-    const Mixdesk::ShotPtr fromFile = makeShot("", "Wide");
-    const Mixdesk::ShotPtr current = makeShot("7", "Wide");
+    const ShotPtr fromFile = makeShot("", "Wide");
+    const ShotPtr current = makeShot("7", "Wide");
     makeEditor({ current }, { fromFile });
 
     EXPECT_FALSE(row(0)->isChecked());
 
     row(0)->click(); // tick: the current record joins the list
-    EXPECT_EQ(lightsList(), (Mixdesk::ShotList { fromFile, current }));
+    EXPECT_EQ(lightsList(), (ShotList { fromFile, current }));
     row(0)->click(); // untick: only the record with shotId 7 goes
-    EXPECT_EQ(lightsList(), Mixdesk::ShotList { fromFile });
+    EXPECT_EQ(lightsList(), ShotList { fromFile });
     row(0)->setChecked(false);
     editor->checkBoxToggleWithSender(row(0));
-    EXPECT_EQ(lightsList(), Mixdesk::ShotList { fromFile });
+    EXPECT_EQ(lightsList(), ShotList { fromFile });
 }
 
 TEST_F(EditViewControllerTest, CurrentShotWithEmptyShotIdMatchesFileRecord)
 {
-    const Mixdesk::ShotPtr fromFile = makeShot("", "Wide");
+    const ShotPtr fromFile = makeShot("", "Wide");
     makeEditor({ makeShot("", "Some other name") }, { fromFile });
 
     EXPECT_TRUE(row(0)->isChecked());
@@ -190,14 +190,14 @@ TEST_F(EditViewControllerTest, CurrentShotWithEmptyShotIdMatchesFileRecord)
 
 TEST_F(EditViewControllerTest, TickingAppendsAtTheEndAndUntickingRemovesOnlyTheFirstWithThatShotId)
 {
-    const Mixdesk::ShotPtr wide = makeShot("1", "Wide");
-    const Mixdesk::ShotPtr close = makeShot("2", "Close");
-    const Mixdesk::ShotPtr oldClose = makeShot("2", "Close (old)");
-    const Mixdesk::ShotPtr stage = makeShot("3", "Stage");
+    const ShotPtr wide = makeShot("1", "Wide");
+    const ShotPtr close = makeShot("2", "Close");
+    const ShotPtr oldClose = makeShot("2", "Close (old)");
+    const ShotPtr stage = makeShot("3", "Stage");
     makeEditor({ wide, close, stage }, { stage });
 
     row(0)->click();
-    EXPECT_EQ(lightsList(), (Mixdesk::ShotList { stage, wide }));
+    EXPECT_EQ(lightsList(), (ShotList { stage, wide }));
     EXPECT_EQ(lightsList().last().get(), wide.get()); // the very record, not a copy
 
     editor->shotLists[1] = { oldClose, stage, wide, close };
@@ -205,19 +205,19 @@ TEST_F(EditViewControllerTest, TickingAppendsAtTheEndAndUntickingRemovesOnlyTheF
     ASSERT_TRUE(row(1)->isChecked());
     row(1)->click();
 
-    EXPECT_EQ(lightsList(), (Mixdesk::ShotList { stage, wide, close }));
+    EXPECT_EQ(lightsList(), (ShotList { stage, wide, close }));
 }
 
 TEST_F(EditViewControllerTest, HiddenRowsKeepTheirAssignmentsWhenShowEmptyLayersIsSwitchedOff)
 {
-    const Mixdesk::ShotPtr wide = makeShot("1", "Wide");
-    const Mixdesk::ShotPtr empty = makeShot("2", "Wide Clear Layer");
+    const ShotPtr wide = makeShot("1", "Wide");
+    const ShotPtr empty = makeShot("2", "Wide Clear Layer");
     makeEditor({ wide, empty }, { empty, wide });
 
     editor->showEmptyCheckBox->click();
     EXPECT_EQ(rowTitles(), QStringList { "Wide" });
     row(0)->click(); // untick Wide while the empty layer is hidden
-    EXPECT_EQ(lightsList(), Mixdesk::ShotList { empty });
+    EXPECT_EQ(lightsList(), ShotList { empty });
 
     editor->showEmptyCheckBox->click();
     EXPECT_EQ(rowTitles(), (QStringList { "Wide", "Wide Clear Layer" }));
@@ -319,9 +319,8 @@ TEST_F(EditViewControllerTest, LightIndexIsCarriedBack)
 
 TEST_F(EditViewControllerTest, SavesAScreenshotWithSomeShotsTicked)
 {
-    const Mixdesk::ShotList shots { makeShot("1", "Camera 1 Wide"), makeShot("2", "Camera 2 Close"),
-        makeShot("3", "Stage Left"), makeShot("4", "Stage Right"), makeShot("5", "Graphics Clear Layer"),
-        makeShot("6", "Audience") };
+    const ShotList shots { makeShot("1", "Camera 1 Wide"), makeShot("2", "Camera 2 Close"), makeShot("3", "Stage Left"),
+        makeShot("4", "Stage Right"), makeShot("5", "Graphics Clear Layer"), makeShot("6", "Audience") };
     makeEditor(shots, { shots.at(0), shots.at(3) });
     editor->show();
     QApplication::processEvents();
@@ -375,25 +374,25 @@ TEST_F(EditViewControllerDeathTest, CellForAColumnTheTableHasNotStops)
 
 TEST_F(EditViewControllerTest, CancelHandsBackTheListAsItCameAfterTicking)
 {
-    const Mixdesk::ShotPtr wide = makeShot("1", "Wide");
-    const Mixdesk::ShotPtr stage = makeShot("3", "Stage");
-    QList<Mixdesk::ShotList> handedBack;
+    const ShotPtr wide = makeShot("1", "Wide");
+    const ShotPtr stage = makeShot("3", "Stage");
+    QList<ShotList> handedBack;
     makeEditor({ wide, stage }, { stage });
     editor->setPresentingViewController(
         [this, &handedBack](QObject*) { handedBack.append(editor->representedObject().value(1)); });
 
     row(0)->click();
     row(1)->click();
-    ASSERT_EQ(lightsList(), (Mixdesk::ShotList { wide }));
+    ASSERT_EQ(lightsList(), (ShotList { wide }));
     editor->cancelButton->click();
 
-    EXPECT_EQ(handedBack, (QList<Mixdesk::ShotList> { { stage } }));
+    EXPECT_EQ(handedBack, (QList<ShotList> { { stage } }));
 }
 
 TEST_F(EditViewControllerTest, EscapeCancelsAndReturnIsDone)
 {
-    const Mixdesk::ShotPtr wide = makeShot("1", "Wide");
-    QList<Mixdesk::ShotList> handedBack;
+    const ShotPtr wide = makeShot("1", "Wide");
+    QList<ShotList> handedBack;
     makeEditor({ wide }, {});
     editor->setPresentingViewController(
         [this, &handedBack](QObject*) { handedBack.append(editor->representedObject().value(1)); });
@@ -408,7 +407,7 @@ TEST_F(EditViewControllerTest, EscapeCancelsAndReturnIsDone)
     row(0)->click();
     QTest::keyClick(editor.get(), Qt::Key_Return);
     ASSERT_EQ(handedBack.size(), 2);
-    EXPECT_EQ(handedBack.last(), (Mixdesk::ShotList { wide }));
+    EXPECT_EQ(handedBack.last(), (ShotList { wide }));
 }
 
 TEST_F(EditViewControllerTest, TheTitleNamesTheLightByItsNumber)

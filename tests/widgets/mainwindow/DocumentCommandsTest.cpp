@@ -155,7 +155,7 @@ TEST_F(DocumentCommandsTest, AFailedOpenPrintsWhyAndLeavesMapTitleAndAssignments
     makeWindow();
     main.window->show();
     controller->loadTallyMap(QUrl::fromLocalFile(studioPath()));
-    const Mixdesk::ShotPtr assigned = controller->document().tallyMap().shotSelection(0).at(0);
+    const ShotPtr assigned = controller->document().tallyMap().shotSelection(0).at(0);
     const QUrl before = controller->currentDocumentUrl();
     const QString bad = writeFile(QStringLiteral("bad.tlx"), "x|Cam 9\r\n");
 

@@ -102,10 +102,10 @@ protected:
     {
         auto owned = std::make_unique<FakeShotSource>();
         FakeShotSource* source = owned.get();
-        auto live = std::make_shared<Mixdesk::Shot>(QStringLiteral("Cam 1"));
+        auto live = std::make_shared<Shot>(QStringLiteral("Cam 1"));
         live->shotId = QStringLiteral("1");
         live->isLive = true;
-        auto other = std::make_shared<Mixdesk::Shot>(QStringLiteral("Cam 2"));
+        auto other = std::make_shared<Shot>(QStringLiteral("Cam 2"));
         other->shotId = QStringLiteral("2");
         source->shots = { live, other };
         makeWindow(std::move(owned));
@@ -161,7 +161,7 @@ protected:
         return file.readAll();
     }
 
-    static Mixdesk::ShotPtr record(const QString& name) { return std::make_shared<Mixdesk::Shot>(name); }
+    static ShotPtr record(const QString& name) { return std::make_shared<Shot>(name); }
 
     QTemporaryDir directory;
     // Where Open Recent is kept; empty for a file in directory.

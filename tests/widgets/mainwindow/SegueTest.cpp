@@ -123,7 +123,7 @@ TEST_F(SegueTest, ThePasswordAndTestSeguesAreNeverRefusedEvenWhileLocked)
 TEST_F(SegueTest, TheButtonTaggedTwelveOpensTheEditorForLightIndexTwoWithTheShotListAndThatLightsAssignment)
 {
     openWindowWithShots();
-    const Mixdesk::ShotPtr fromFile = record(QStringLiteral("Cam 2"));
+    const ShotPtr fromFile = record(QStringLiteral("Cam 2"));
     controller->document().tallyMap().setShotSelection(2, { fromFile, controller->shotList().at(0) });
     QPushButton* tagged12 = button(3);
     ASSERT_EQ(tagged12->property("tag").toInt(), 12);
@@ -132,7 +132,7 @@ TEST_F(SegueTest, TheButtonTaggedTwelveOpensTheEditorForLightIndexTwoWithTheShot
     EditViewController* editor = openEditor();
     ASSERT_NE(editor, nullptr);
     EXPECT_EQ(editor->lightIndex, 2);
-    const QList<Mixdesk::ShotList> lists = editor->representedObject();
+    const QList<ShotList> lists = editor->representedObject();
     ASSERT_EQ(lists.size(), 2);
     // The same records, not copies: the editor shares them with the window.
     EXPECT_EQ(lists[0], controller->shotList());
@@ -212,7 +212,7 @@ TEST_F(SegueTest, DismissingThePasswordDialogNeverTouchesTheAssignments)
     openWindowWithShots();
     controller->document().tallyMap().setShotSelection(3, { controller->shotList().at(1) });
     controller->refreshAssignmentTitles();
-    const QList<Mixdesk::ShotList> before = controller->document().tallyMap().shotSelections();
+    const QList<ShotList> before = controller->document().tallyMap().shotSelections();
 
     chooseRequirement();
     clickLock();
@@ -264,7 +264,7 @@ TEST_F(SegueTest, TicksAreHeldBackWhileThePasswordDialogIsUpAndGoOnAfterIt)
 TEST_F(SegueTest, TicksAreHeldBackWhileTheTestPanelIsUpAndItClosesWithoutComingBackThroughDismiss)
 {
     openWindowWithShots();
-    const QList<Mixdesk::ShotList> before = controller->document().tallyMap().shotSelections();
+    const QList<ShotList> before = controller->document().tallyMap().shotSelections();
     main.menu->testLightsAction()->trigger();
     ASSERT_EQ(presentations.size(), 1);
     EXPECT_EQ(presentations[0].identifier, ViewController::testSegueIdentifier);
@@ -404,7 +404,7 @@ TEST_F(SegueDeathTest, AnEditorComingBackWithFewerThanTwoListsStopsTheProcess)
     auto* editor = new EditViewController(main.window.get());
     // No shots reported, so the editor itself makes no row that needs the
     // second list.
-    editor->setRepresentedObject({ Mixdesk::ShotList {} });
+    editor->setRepresentedObject({ ShotList {} });
     EXPECT_DEATH(controller->dismissViewController(editor),
         "fatal error: the shot editor came back with 1 lists instead of two");
 }

@@ -340,7 +340,7 @@ TEST_F(ViewControllerTest, AReplacedSourceDrivesTheLightsAndNamesItsWarning)
     EXPECT_FALSE(controller->mixdeskWarning()->isHidden());
     EXPECT_EQ(platform->runningCountQueries, mixdeskQueries) << "Mixdesk is no longer asked";
 
-    auto live = std::make_shared<Mixdesk::Shot>(QStringLiteral("Cam 1"));
+    auto live = std::make_shared<Shot>(QStringLiteral("Cam 1"));
     live->shotId = QStringLiteral("cam-1");
     live->isLive = true;
     source->shots = { live };

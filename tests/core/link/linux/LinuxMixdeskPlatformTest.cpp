@@ -169,7 +169,7 @@ TEST_F(LinuxMixdeskPlatformTest, QueryRunsTheQueryShotsResourceAndDecodesItsAnsw
         true);
     Mixdesk mixdesk(std::make_shared<LinuxMixdeskPlatform>(processes.path()));
     testing::internal::CaptureStdout();
-    const Mixdesk::ShotList shots = mixdesk.queryShots();
+    const ShotList shots = mixdesk.queryShots();
     EXPECT_EQ(testing::internal::GetCapturedStdout(), "");
     ASSERT_EQ(shots.size(), 2);
     EXPECT_EQ(shots[1]->name, "Cam 2");

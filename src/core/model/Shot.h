@@ -1,0 +1,33 @@
+#pragma once
+
+// One shot of whatever switcher the lights follow (the production
+// application, OBS Studio, a TSL UMD sender), as the whole program sees it:
+// the sources produce these, the tally map stores them, the update tick
+// compares them and the outputs show their names.
+//
+// Records are shared: the same object may sit in the shot list, in the tally
+// map and in the editor, and the tally map updates shotId and name in place.
+// Two records are the same only if they are the same object. shotId is what
+// the switcher follows a shot by across renames; name is what the lights are
+// matched by.
+
+#include <QList>
+#include <QString>
+
+#include <memory>
+
+class Shot {
+public:
+    explicit Shot(QString shotName)
+        : name(std::move(shotName))
+    {
+    }
+
+    QString shotId;
+    QString name;
+    bool isPreview = false;
+    bool isLive = false;
+};
+
+using ShotPtr = std::shared_ptr<Shot>;
+using ShotList = QList<ShotPtr>;
