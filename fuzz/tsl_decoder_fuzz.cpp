@@ -5,10 +5,10 @@
 // displays, a frame that unframes frames back to the same bytes, and the
 // stream readers never keep or hand on more than a packet's worth.
 
+#include "sources/TslDisplayTable.h"
 #include "tsl/TslUmd31.h"
 #include "tsl/TslUmd50.h"
 #include "tsl/TslUmd50StreamReader.h"
-#include "sources/TslDisplayTable.h"
 
 #include <cstdint>
 #include <cstdio>

@@ -1,13 +1,13 @@
 // Mixdesk Tally: the main window beside Mixdesk, driving the tally box.
 
-#include "mainwindow/AppDelegate.h"
+#include "base/StandardOutput.h"
+#include "base/UserDefaults.h"
 #include "launch/LaunchInformation.h"
-#include "mainwindow/MainWindow.h"
-#include "mainwindow/ModalPanelProbe.h"
 #include "launch/RunOptions.h"
 #include "launch/SingleInstance.h"
-#include "base/UserDefaults.h"
-#include "base/StandardOutput.h"
+#include "mainwindow/AppDelegate.h"
+#include "mainwindow/MainWindow.h"
+#include "mainwindow/ModalPanelProbe.h"
 
 #include <QApplication>
 

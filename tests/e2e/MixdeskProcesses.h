@@ -5,8 +5,8 @@
 // absent checks that no other one (another test run, a person's stand-in) is
 // up.
 
-#include "link/linux/LinuxMixdeskPlatform.h"
 #include "link/Mixdesk.h"
+#include "link/linux/LinuxMixdeskPlatform.h"
 
 inline bool anyMixdeskRunning()
 {

@@ -2,8 +2,8 @@
 // switcher that speaks TSL UMD, as real processes.
 
 #include "WatchProcessFixture.h"
-#include "tsl/TslUmd50.h"
 #include "support/QtPrinters.h"
+#include "tsl/TslUmd50.h"
 
 #include <QNetworkDatagram>
 #include <QProcess>

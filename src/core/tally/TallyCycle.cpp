@@ -1,9 +1,9 @@
 #include "tally/TallyCycle.h"
 
-#include "tally/TallyEvaluation.h"
 #include "base/FatalError.h"
 #include "hardware/USBHIDAppDelegate.h"
 #include "sources/ShotSource.h"
+#include "tally/TallyEvaluation.h"
 #include "tallymap/TallyMap.h"
 
 #include <QElapsedTimer>

@@ -1,9 +1,9 @@
 #pragma once
 
-#include "tally/LostSourcePolicy.h"
 #include "link/Mixdesk.h"
-#include "tally/TallyOutput.h"
 #include "model/TallyMode.h"
+#include "tally/LostSourcePolicy.h"
+#include "tally/TallyOutput.h"
 
 #include <QList>
 

@@ -12,8 +12,8 @@ namespace {
 // order: that is what a saved file would hold.
 bool sameNames(const ShotList& a, const ShotList& b)
 {
-    return std::equal(a.begin(), a.end(), b.begin(), b.end(),
-        [](const ShotPtr& x, const ShotPtr& y) { return x->name == y->name; });
+    return std::equal(
+        a.begin(), a.end(), b.begin(), b.end(), [](const ShotPtr& x, const ShotPtr& y) { return x->name == y->name; });
 }
 
 } // namespace

@@ -1,8 +1,8 @@
 #include "launch/NetworkOutputs.h"
 
-#include "tally/TallyCycle.h"
 #include "outputs/TslSender.h"
 #include "outputs/WebTallyServer.h"
+#include "tally/TallyCycle.h"
 
 namespace {
 

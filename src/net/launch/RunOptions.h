@@ -1,8 +1,8 @@
 #pragma once
 
-#include "tally/LostSourcePolicy.h"
 #include "outputs/WebListenAddress.h"
 #include "sources/ShotSource.h"
+#include "tally/LostSourcePolicy.h"
 
 #include <QString>
 #include <QStringList>

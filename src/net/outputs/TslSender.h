@@ -1,7 +1,7 @@
 #pragma once
 
-#include "tally/TallyOutput.h"
 #include "outputs/TslDestination.h"
+#include "tally/TallyOutput.h"
 
 #include <QObject>
 #include <QTimer>

@@ -1,8 +1,8 @@
 #include "dialogs/PasswordViewController.h"
 
 #include "base/FatalError.h"
-#include "ui_PasswordViewController.h"
 #include "lock/PasswordCheck.h"
+#include "ui_PasswordViewController.h"
 
 #include <QCloseEvent>
 #include <QPushButton>

@@ -3,8 +3,8 @@
 #include "base/FatalError.h"
 #include "hardware/LightCommand.h"
 #include "hardware/TestSequenceRunner.h"
-#include "ui_TestViewController.h"
 #include "lamps/TallyState.h"
+#include "ui_TestViewController.h"
 
 #include <QCheckBox>
 #include <QCoreApplication>

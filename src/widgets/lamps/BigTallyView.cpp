@@ -1,7 +1,7 @@
 #include "lamps/BigTallyView.h"
 
-#include "tallymap/TallyMap.h"
 #include "lamps/TallyState.h"
+#include "tallymap/TallyMap.h"
 
 #include <QCloseEvent>
 #include <QGridLayout>

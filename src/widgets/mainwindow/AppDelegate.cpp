@@ -1,8 +1,8 @@
 #include "mainwindow/AppDelegate.h"
 
+#include "base/FatalError.h"
 #include "base/UserDefaults.h"
 #include "mainwindow/ViewController.h"
-#include "base/FatalError.h"
 
 #include <QApplication>
 #include <QMainWindow>

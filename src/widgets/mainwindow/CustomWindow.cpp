@@ -1,7 +1,7 @@
 #include "mainwindow/CustomWindow.h"
 
-#include "base/UserDefaults.h"
 #include "base/Text.h"
+#include "base/UserDefaults.h"
 
 #include <QCloseEvent>
 #include <QWindow>

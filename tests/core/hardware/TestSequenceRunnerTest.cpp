@@ -1,7 +1,7 @@
 #include "hardware/TestSequenceRunner.h"
 
-#include "core/hardware/HardwareFakes.h"
 #include "base/ModalSession.h"
+#include "core/hardware/HardwareFakes.h"
 #include "hardware/LightCommand.h"
 #include "hardware/USBHIDAppDelegate.h"
 #include "support/QtPrinters.h"

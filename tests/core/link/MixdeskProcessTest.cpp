@@ -1,8 +1,8 @@
 // Whole-process check of the running test against real processes: starts a
 // process named mixdesk, so these tests run serially.
 
-#include "link/linux/LinuxMixdeskPlatform.h"
 #include "link/Mixdesk.h"
+#include "link/linux/LinuxMixdeskPlatform.h"
 
 #include <QFile>
 #include <QProcess>

@@ -1,7 +1,7 @@
 #include "lock/PasswordCheck.h"
 
-#include "support/QtPrinters.h"
 #include "lock/PasswordDigest.h"
+#include "support/QtPrinters.h"
 
 #include <gtest/gtest.h>
 

@@ -1,7 +1,7 @@
 #include "tsl/TslUmd50StreamReader.h"
 
-#include "tsl/TslUmd50.h"
 #include "support/QtPrinters.h"
+#include "tsl/TslUmd50.h"
 
 #include <gtest/gtest.h>
 

@@ -1,9 +1,9 @@
 #include "outputs/TslSender.h"
 
-#include "tsl/TslUmd50.h"
-#include "tsl/TslUmd50StreamReader.h"
 #include "support/Eventually.h"
 #include "support/QtPrinters.h"
+#include "tsl/TslUmd50.h"
+#include "tsl/TslUmd50StreamReader.h"
 
 #include <QElapsedTimer>
 #include <QNetworkDatagram>

@@ -1,7 +1,7 @@
 #include "dialogs/PasswordViewController.h"
 
-#include "support/QtPrinters.h"
 #include "lock/PasswordDigest.h"
+#include "support/QtPrinters.h"
 
 #include <QApplication>
 #include <QKeyEvent>

@@ -2,14 +2,14 @@
 // screenshots/ folder, so that a person can look at what it shows: lights
 // switched by hand, and the chase under way.
 
-#include "core/hardware/HardwareFakes.h"
-#include "mainwindow/ModalPanelProbe.h"
 #include "base/ModalSession.h"
-#include "hardware/TestSequenceRunner.h"
+#include "core/hardware/HardwareFakes.h"
 #include "dialogs/TestViewController.h"
+#include "hardware/TestSequenceRunner.h"
 #include "hardware/USBHIDAppDelegate.h"
-#include "support/QtPrinters.h"
 #include "lamps/TallyState.h"
+#include "mainwindow/ModalPanelProbe.h"
+#include "support/QtPrinters.h"
 
 #include <QApplication>
 #include <QCheckBox>

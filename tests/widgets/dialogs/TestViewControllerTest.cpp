@@ -1,13 +1,13 @@
 #include "dialogs/TestViewController.h"
 
-#include "core/hardware/HardwareFakes.h"
-#include "mainwindow/ModalPanelProbe.h"
 #include "base/ModalSession.h"
+#include "core/hardware/HardwareFakes.h"
 #include "hardware/LightCommand.h"
 #include "hardware/TestSequenceRunner.h"
 #include "hardware/USBHIDAppDelegate.h"
-#include "support/QtPrinters.h"
 #include "lamps/TallyState.h"
+#include "mainwindow/ModalPanelProbe.h"
+#include "support/QtPrinters.h"
 
 #include <QApplication>
 #include <QCheckBox>

@@ -3,8 +3,8 @@
 
 #include "lamps/BigTallyView.h"
 
-#include "widgets/mainwindow/MainWindowFixture.h"
 #include "support/QtPrinters.h"
+#include "widgets/mainwindow/MainWindowFixture.h"
 
 #include <QApplication>
 #include <QDir>

@@ -1,10 +1,10 @@
 // Renders the dialog and the indicators to PNG files under the build tree's
 // screenshots/ folder, so that a person can look at what the screens show.
 
-#include "support/QtPrinters.h"
-#include "lock/PasswordDigest.h"
 #include "dialogs/PasswordViewController.h"
 #include "lamps/TallyState.h"
+#include "lock/PasswordDigest.h"
+#include "support/QtPrinters.h"
 
 #include <QApplication>
 #include <QDir>

@@ -1,5 +1,5 @@
-#include "link/linux/LinuxMixdeskPlatform.h"
 #include "link/MixdeskPlatform.h"
+#include "link/linux/LinuxMixdeskPlatform.h"
 
 std::shared_ptr<MixdeskPlatform> makeHostMixdeskPlatform()
 {
