@@ -13,6 +13,8 @@ public:
     ShotList shots;
     QString warning = QStringLiteral("Fake switcher is not connected");
     int queries = 0;
+    // The kind the source says it is; a network switcher by default.
+    Kind sourceKind = Kind::tslUmd;
     // Run inside every query, before it answers.
     std::function<void()> onQuery;
 
@@ -27,6 +29,7 @@ public:
         return shots;
     }
 
+    Kind kind() const override { return sourceKind; }
     QString notRunningWarning() const override { return warning; }
     QString displayName() const override { return QStringLiteral("Fake switcher"); }
 

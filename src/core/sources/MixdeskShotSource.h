@@ -14,6 +14,7 @@ public:
     bool isRunning() override;
     ShotList queryShots() override;
     QString notRunningWarning() const override;
+    Kind kind() const override { return Kind::mixdesk; }
     QString displayName() const override;
 
 private:

@@ -14,7 +14,17 @@ class ShotSource : public QObject {
     Q_OBJECT
 
 public:
+    // Which kind of switcher a source follows, so that menus and settings
+    // can tell sources apart without reading their display names.
+    enum class Kind {
+        mixdesk,
+        obsStudio,
+        tslUmd,
+    };
+
     using QObject::QObject;
+
+    virtual Kind kind() const = 0;
 
     // Whether the production application is there now. While it is not, the
     // tick ends at once and the lights keep their last state.

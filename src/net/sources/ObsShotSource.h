@@ -49,6 +49,7 @@ public:
     bool isRunning() override;
     ShotList queryShots() override;
     QString notRunningWarning() const override;
+    Kind kind() const override { return Kind::obsStudio; }
     QString displayName() const override;
 
     // The last status line, as statusChanged gave it.

@@ -67,6 +67,7 @@ public:
     bool isRunning() override;
     ShotList queryShots() override;
     QString notRunningWarning() const override;
+    Kind kind() const override { return Kind::tslUmd; }
     QString displayName() const override;
 
 private:

@@ -51,9 +51,12 @@ void MainMenu::buildSourceMenu(QMenuBar& menuBar)
 
 void MainMenu::checkCurrentSource()
 {
-    const bool followsObs = m_controller.shotSource().displayName() == QLatin1String("OBS Studio");
-    m_obsSource->setChecked(followsObs);
-    m_mixdeskSource->setChecked(!followsObs);
+    // A source chosen on the command line may be one this menu has no item
+    // for (a TSL listener): then neither item is ticked, rather than a wrong one.
+    const ShotSource::Kind kind = m_controller.shotSource().kind();
+    m_obsSource->actionGroup()->setExclusionPolicy(QActionGroup::ExclusionPolicy::ExclusiveOptional);
+    m_obsSource->setChecked(kind == ShotSource::Kind::obsStudio);
+    m_mixdeskSource->setChecked(kind == ShotSource::Kind::mixdesk);
 }
 
 void MainMenu::chooseMixdeskSource()

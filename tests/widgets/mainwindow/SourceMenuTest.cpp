@@ -23,6 +23,24 @@ TEST_F(SourceMenuTest, WithNoChoiceMadeMixdeskIsChecked)
     EXPECT_EQ(main.menu->obsSourceAction()->text(), QStringLiteral("OBS Studio…"));
 }
 
+TEST_F(SourceMenuTest, FollowingASwitcherTheMenuHasNoItemForTicksNeitherItem)
+{
+    auto source = std::make_unique<FakeShotSource>();
+    source->sourceKind = ShotSource::Kind::tslUmd;
+    makeWindow(std::move(source));
+    EXPECT_FALSE(main.menu->mixdeskSourceAction()->isChecked());
+    EXPECT_FALSE(main.menu->obsSourceAction()->isChecked());
+}
+
+TEST_F(SourceMenuTest, AnOBSSourceIsRecognisedByItsKindWhateverItsName)
+{
+    auto source = std::make_unique<FakeShotSource>();
+    source->sourceKind = ShotSource::Kind::obsStudio;
+    makeWindow(std::move(source));
+    EXPECT_TRUE(main.menu->obsSourceAction()->isChecked());
+    EXPECT_FALSE(main.menu->mixdeskSourceAction()->isChecked());
+}
+
 TEST_F(SourceMenuTest, ChoosingOBSStudioFollowsItAndRemembersTheChoiceInAFileOnlyTheUserCanRead)
 {
     makeWindow();
