@@ -3,7 +3,7 @@
 #include "base/StandardOutput.h"
 #include "base/UserDefaults.h"
 #include "launch/LaunchInformation.h"
-#include "launch/RunOptions.h"
+#include "launch/RunBuilder.h"
 #include "launch/SingleInstance.h"
 #include "mainwindow/AppDelegate.h"
 #include "mainwindow/MainWindow.h"

@@ -4,7 +4,7 @@
 #include "WatchPrinter.h"
 #include "base/StandardOutput.h"
 #include "hardware/USBHIDAppDelegate.h"
-#include "launch/RunOptions.h"
+#include "launch/RunBuilder.h"
 #include "tally/TallyTicker.h"
 
 #include <QCoreApplication>

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "launch/NetworkOutputChoices.h"
-#include "launch/RunOptions.h"
+#include "launch/RunBuilder.h"
 #include "outputs/WebListenAddress.h"
 
 #include <QObject>

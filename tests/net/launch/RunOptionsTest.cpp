@@ -49,23 +49,6 @@ TEST(RunOptionsTest, ADoubleDashEndsTheOptions)
     EXPECT_EQ(arguments, (QStringList { QStringLiteral("--"), QStringLiteral("--source") }));
 }
 
-TEST(RunOptionsTest, TheDefaultSourceIsMixdesksQuery)
-{
-    QString problem;
-    const std::unique_ptr<ShotSource> source = makeShotSource(RunOptions {}, &problem);
-    ASSERT_NE(source, nullptr);
-    EXPECT_EQ(source->notRunningWarning(), QStringLiteral("Mixdesk is not running"));
-}
-
-TEST(RunOptionsTest, AnUnknownSourceIsRefusedWithItsName)
-{
-    RunOptions options;
-    options.source = QStringLiteral("vmix://studio");
-    QString problem;
-    EXPECT_EQ(makeShotSource(options, &problem), nullptr);
-    EXPECT_TRUE(problem.contains(QStringLiteral("vmix://studio"))) << problem.toStdString();
-}
-
 TEST(RunOptionsTest, TslDestinationsMayBeGivenMoreThanOnce)
 {
     QStringList arguments { QStringLiteral("--tsl5"), QStringLiteral("udp://10.0.0.2:8900"), QStringLiteral("map.tlx"),
@@ -99,31 +82,6 @@ TEST(RunOptionsTest, AnyTslOptionMarksTslAsGivenOnTheCommandLine)
     EXPECT_FALSE(options.tslGiven);
 }
 
-TEST(RunOptionsTest, WithoutTslOptionsThereIsNoTslSenderAndNoProblem)
-{
-    QString problem;
-    EXPECT_EQ(makeTslSender(RunOptions {}, &problem), nullptr);
-    EXPECT_TRUE(problem.isEmpty()) << problem.toStdString();
-}
-
-TEST(RunOptionsTest, TslOptionsMakeASender)
-{
-    RunOptions options;
-    options.tsl50Destinations = { QStringLiteral("udp://127.0.0.1:8900") };
-    QString problem;
-    EXPECT_NE(makeTslSender(options, &problem), nullptr) << problem.toStdString();
-}
-
-TEST(RunOptionsTest, ABadTslDestinationIsAUsageProblem)
-{
-    RunOptions options;
-    options.tsl31Destinations = { QStringLiteral("studio:8900") };
-    QString problem;
-    EXPECT_EQ(makeTslSender(options, &problem), nullptr);
-    EXPECT_EQ(
-        problem, QStringLiteral("bad TSL destination 'studio:8900': expected udp://HOST:PORT or tcp://HOST:PORT"));
-}
-
 TEST(RunOptionsTest, ATslOffsetThatIsNotANumberIsAUsageProblem)
 {
     QStringList arguments { QStringLiteral("--tsl-offset"), QStringLiteral("-1") };
@@ -133,69 +91,6 @@ TEST(RunOptionsTest, ATslOffsetThatIsNotANumberIsAUsageProblem)
     QStringList words { QStringLiteral("--tsl-offset=ten") };
     EXPECT_EQ(RunOptions::takeFrom(words, &options),
         QStringLiteral("--tsl-offset needs a whole number of at least 0, not 'ten'"));
-}
-
-TEST(RunOptionsTest, AnOffsetPastTheThreeOneAddressesIsRefused)
-{
-    RunOptions options;
-    options.tsl31Destinations = { QStringLiteral("udp://127.0.0.1:8900") };
-    options.tslIndexOffset = 119;
-    QString problem;
-    EXPECT_EQ(makeTslSender(options, &problem), nullptr);
-    EXPECT_EQ(problem,
-        QStringLiteral("--tsl-offset 119 is too large for --tsl: display indexes end at 126, so the offset can "
-                       "be at most 118"));
-    options.tslIndexOffset = 118;
-    EXPECT_NE(makeTslSender(options, &problem), nullptr);
-}
-
-TEST(RunOptionsTest, ATslSourceListensWhereItsAddressSays)
-{
-    RunOptions options;
-    options.source = QStringLiteral("tsl5://127.0.0.1:0");
-    QString problem;
-    // Port 0 is not a port a switcher can be told to send to.
-    EXPECT_EQ(makeShotSource(options, &problem), nullptr);
-    EXPECT_TRUE(problem.contains(QStringLiteral("1 to 65535"))) << problem.toStdString();
-}
-
-TEST(RunOptionsTest, ATslSourceOnAPortInUseIsAProblemNotACrash)
-{
-    QUdpSocket holder;
-    ASSERT_TRUE(holder.bind(QHostAddress::LocalHost, 0));
-    RunOptions options;
-    options.source = QStringLiteral("tsl://127.0.0.1:%1").arg(holder.localPort());
-    QString problem;
-    EXPECT_EQ(makeShotSource(options, &problem), nullptr);
-    EXPECT_TRUE(problem.startsWith(QStringLiteral("cannot listen for TSL UMD 3.1 on UDP"))) << problem.toStdString();
-}
-
-TEST(RunOptionsTest, AFreeTslSourcePortGivesASourceThatWaitsForMessages)
-{
-    quint16 port = 0;
-    {
-        QUdpSocket probe;
-        ASSERT_TRUE(probe.bind(QHostAddress::LocalHost, 0));
-        port = probe.localPort();
-    }
-    RunOptions options;
-    options.source = QStringLiteral("tsl5://127.0.0.1:%1").arg(port);
-    QString problem;
-    const std::unique_ptr<ShotSource> source = makeShotSource(options, &problem);
-    ASSERT_NE(source, nullptr) << problem.toStdString();
-    EXPECT_FALSE(source->isRunning());
-    EXPECT_EQ(source->notRunningWarning(), QStringLiteral("No TSL messages received"));
-}
-
-TEST(RunOptionsTest, TheWebTallyPageIsOffUnlessAsked)
-{
-    QStringList arguments { QStringLiteral("map.tlx") };
-    RunOptions options;
-    EXPECT_EQ(RunOptions::takeFrom(arguments, &options), std::nullopt);
-    EXPECT_FALSE(options.web);
-    QString problem;
-    EXPECT_EQ(startWebTally(options, &problem), nullptr);
-    EXPECT_TRUE(problem.isEmpty());
 }
 
 TEST(RunOptionsTest, WebTakesAnAddressAndPortOrAPortAlone)
@@ -223,18 +118,6 @@ TEST(RunOptionsTest, ABadWebAddressIsAUsageProblem)
     EXPECT_EQ(RunOptions::takeFrom(missing, &options), QStringLiteral("--web needs a value"));
 }
 
-TEST(RunOptionsTest, AnObsAddressChoosesOBSStudio)
-{
-    RunOptions options;
-    options.source = QStringLiteral("obs://127.0.0.1:1");
-    QString problem;
-    const std::unique_ptr<ShotSource> source = makeShotSource(options, &problem);
-    ASSERT_NE(source, nullptr) << problem.toStdString();
-    EXPECT_EQ(source->displayName(), QStringLiteral("OBS Studio"));
-    EXPECT_EQ(source->notRunningWarning(), QStringLiteral("OBS Studio is not connected"));
-    EXPECT_FALSE(source->isRunning());
-}
-
 TEST(RunOptionsTest, AnObsAddressWithoutPortMeansPort4455)
 {
     QString problem;
@@ -253,52 +136,6 @@ TEST(RunOptionsTest, AnIPv6ObsAddressKeepsItsBrackets)
     EXPECT_EQ(address->webSocketUrl(), QStringLiteral("ws://[::1]:4460"));
 }
 
-TEST(RunOptionsTest, AMalformedObsAddressIsRefusedSayingWhatIsExpected)
-{
-    for (const char* text :
-        { "obs://", "obs://host:0", "obs://host:99999", "obs://host:port", "obs://host/path", "obs://user@host" }) {
-        RunOptions options;
-        options.source = QString::fromLatin1(text);
-        QString problem;
-        EXPECT_EQ(makeShotSource(options, &problem), nullptr) << text;
-        EXPECT_TRUE(problem.contains(QStringLiteral("obs://HOST:PORT"))) << text << ": " << problem.toStdString();
-        EXPECT_TRUE(problem.contains(options.source)) << problem.toStdString();
-    }
-}
-
-TEST(RunOptionsTest, AnUnreadablePasswordFileIsRefusedWithItsName)
-{
-    RunOptions options;
-    options.source = QStringLiteral("obs://127.0.0.1:1");
-    options.passwordFile = QStringLiteral("/nonexistent/obs-password");
-    QString problem;
-    EXPECT_EQ(makeShotSource(options, &problem), nullptr);
-    EXPECT_TRUE(problem.contains(QStringLiteral("/nonexistent/obs-password"))) << problem.toStdString();
-}
-
-TEST(RunOptionsTest, ThePasswordIsTheFirstLineOfTheFileWithoutItsLineEnd)
-{
-    QTemporaryDir folder;
-    ASSERT_TRUE(folder.isValid());
-    QFile file(folder.filePath(QStringLiteral("password")));
-    ASSERT_TRUE(file.open(QIODevice::WriteOnly));
-    file.write("s3cret words\r\nsecond line\n");
-    file.close();
-    RunOptions options;
-    options.passwordFile = file.fileName();
-    QString problem;
-    EXPECT_EQ(readSwitcherPassword(options, &problem), QStringLiteral("s3cret words"));
-}
-
-TEST(RunOptionsTest, WithoutAPasswordFileThePasswordComesFromTheEnvironment)
-{
-    qputenv("MIXDESK_TALLY_OBS_PASSWORD", "from the environment");
-    QString problem;
-    EXPECT_EQ(readSwitcherPassword(RunOptions {}, &problem), QStringLiteral("from the environment"));
-    qunsetenv("MIXDESK_TALLY_OBS_PASSWORD");
-    EXPECT_EQ(readSwitcherPassword(RunOptions {}, &problem), QString());
-}
-
 TEST(RunOptionsTest, OnlyASourceOnTheCommandLineCountsAsGiven)
 {
     QStringList arguments { QStringLiteral("studio.tlx") };
@@ -308,18 +145,6 @@ TEST(RunOptionsTest, OnlyASourceOnTheCommandLineCountsAsGiven)
     arguments = QStringList { QStringLiteral("--source=mixdesk") };
     ASSERT_EQ(RunOptions::takeFrom(arguments, &options), std::nullopt);
     EXPECT_TRUE(options.sourceGiven);
-}
-
-TEST(RunOptionsTest, TheSavedPasswordServesOnlyWhenNeitherFileNorEnvironmentGiveOne)
-{
-    qunsetenv("MIXDESK_TALLY_OBS_PASSWORD");
-    RunOptions options;
-    options.savedPassword = QStringLiteral("saved");
-    QString problem;
-    EXPECT_EQ(readSwitcherPassword(options, &problem), QStringLiteral("saved"));
-    qputenv("MIXDESK_TALLY_OBS_PASSWORD", "from the environment");
-    EXPECT_EQ(readSwitcherPassword(options, &problem), QStringLiteral("from the environment"));
-    qunsetenv("MIXDESK_TALLY_OBS_PASSWORD");
 }
 
 TEST(RunOptionsTest, WithoutLostSourceOptionsThePolicyGivenStaysAsItIs)
@@ -358,32 +183,4 @@ TEST(RunOptionsTest, ABlinkDelayThatIsNotAWholeNumberOfSecondsIsAUsageProblem)
         EXPECT_EQ(RunOptions::takeFrom(arguments, &options),
             QStringLiteral("--blink-after takes a whole number of seconds, not '%1'").arg(value));
     }
-}
-
-TEST(RunOptionsTest, WithNoOutputsAskedForNoneStartsAndNothingIsAProblem)
-{
-    OutputsProblem problem;
-    const std::optional<StartedOutputs> outputs = startOutputs(RunOptions {}, &problem);
-    ASSERT_TRUE(outputs.has_value());
-    EXPECT_EQ(outputs->tsl, nullptr);
-    EXPECT_EQ(outputs->web, nullptr);
-}
-
-TEST(RunOptionsTest, ABadTslDestinationIsAUsageProblemAndABusyWebPortIsNot)
-{
-    RunOptions badDestination;
-    badDestination.tsl50Destinations = { QStringLiteral("ftp://studio:21") };
-    OutputsProblem problem;
-    EXPECT_FALSE(startOutputs(badDestination, &problem).has_value());
-    EXPECT_TRUE(problem.isUsage);
-    EXPECT_FALSE(problem.text.isEmpty());
-
-    QTcpServer taken;
-    ASSERT_TRUE(taken.listen(QHostAddress::LocalHost, 0));
-    QStringList arguments { QStringLiteral("--web"), QStringLiteral("127.0.0.1:%1").arg(taken.serverPort()) };
-    RunOptions busyPort;
-    ASSERT_EQ(RunOptions::takeFrom(arguments, &busyPort), std::nullopt);
-    EXPECT_FALSE(startOutputs(busyPort, &problem).has_value());
-    EXPECT_FALSE(problem.isUsage);
-    EXPECT_TRUE(problem.text.contains(QString::number(taken.serverPort()))) << problem.text.toStdString();
 }

@@ -1,0 +1,161 @@
+#include "launch/RunBuilder.h"
+
+#include "model/LightCount.h"
+#include "outputs/TslSender.h"
+#include "outputs/WebTallyServer.h"
+#include "sources/MixdeskShotSource.h"
+#include "sources/ObsShotSource.h"
+#include "sources/TslShotSource.h"
+#include "tally/TallyCycle.h"
+
+#include <QFile>
+#include <QProcessEnvironment>
+
+namespace {
+
+// A TSL listener on the address, listening already, or nothing with the
+// reason (a bad address, a port in use).
+std::unique_ptr<ShotSource> makeTslShotSource(const QString& address, QString* problem)
+{
+    const std::optional<TslShotSource::Listen> listen = TslShotSource::parseAddress(address, problem);
+    if (!listen) {
+        return nullptr;
+    }
+    auto source = std::make_unique<TslShotSource>(*listen);
+    if (!source->start(problem)) {
+        return nullptr;
+    }
+    return source;
+}
+
+} // namespace
+
+std::optional<QString> readSwitcherPassword(const RunOptions& options, QString* problem)
+{
+    if (options.passwordFile.isEmpty()) {
+        const QString fromEnvironment = QProcessEnvironment::systemEnvironment().value(obsPasswordVariable);
+        return fromEnvironment.isEmpty() ? options.savedPassword : fromEnvironment;
+    }
+    QFile file(options.passwordFile);
+    if (!file.open(QIODevice::ReadOnly)) {
+        if (problem) {
+            *problem = QStringLiteral("cannot read the password file '%1': %2")
+                           .arg(options.passwordFile, file.errorString());
+        }
+        return std::nullopt;
+    }
+    // The first line only, without its line end: editors add one.
+    QByteArray line = file.readLine();
+    while (line.endsWith('\n') || line.endsWith('\r')) {
+        line.chop(1);
+    }
+    return QString::fromUtf8(line);
+}
+
+std::unique_ptr<ShotSource> makeShotSource(const RunOptions& options, QString* problem)
+{
+    if (options.source == QLatin1String("mixdesk")) {
+        return std::make_unique<MixdeskShotSource>();
+    }
+    if (TslShotSource::isTslAddress(options.source)) {
+        return makeTslShotSource(options.source, problem);
+    }
+    if (ObsAddress::looksLikeAddress(options.source)) {
+        const std::optional<ObsAddress> address = ObsAddress::parse(options.source, problem);
+        if (!address) {
+            return nullptr;
+        }
+        const std::optional<QString> password = readSwitcherPassword(options, problem);
+        if (!password) {
+            return nullptr;
+        }
+        ObsShotSource::Settings settings;
+        settings.address = *address;
+        settings.password = *password;
+        return std::make_unique<ObsShotSource>(settings);
+    }
+    if (problem) {
+        *problem = QStringLiteral("unknown source '%1' (expected mixdesk, obs://HOST[:PORT], tsl://[ADDRESS:]PORT or "
+                                  "tsl5://[ADDRESS:]PORT)")
+                       .arg(options.source);
+    }
+    return nullptr;
+}
+
+std::unique_ptr<TslSender> makeTslSender(const RunOptions& options, QString* problem)
+{
+    QList<TslDestination> destinations;
+    const struct {
+        const QStringList& texts;
+        TslTallyEncoding::Version version;
+        QString option;
+    } groups[] = {
+        { options.tsl31Destinations, TslTallyEncoding::Version::v31, QStringLiteral("--tsl") },
+        { options.tsl50Destinations, TslTallyEncoding::Version::v50, QStringLiteral("--tsl5") },
+    };
+    for (const auto& group : groups) {
+        for (const QString& text : group.texts) {
+            std::optional<TslDestination> destination = TslDestination::parse(group.version, text, problem);
+            if (!destination) {
+                return nullptr;
+            }
+            destinations.append(*destination);
+        }
+        const int maxOffset = TslTallyEncoding::maxOffset(group.version, tallyLightCount);
+        if (!group.texts.isEmpty() && options.tslIndexOffset > maxOffset) {
+            if (problem) {
+                *problem = QStringLiteral("--tsl-offset %1 is too large for %2: display indexes end at %3, so "
+                                          "the offset can be at most %4")
+                               .arg(options.tslIndexOffset)
+                               .arg(group.option)
+                               .arg(maxOffset + tallyLightCount)
+                               .arg(maxOffset);
+            }
+            return nullptr;
+        }
+    }
+    if (destinations.isEmpty()) {
+        return nullptr;
+    }
+    return std::make_unique<TslSender>(destinations, options.tslIndexOffset);
+}
+
+std::unique_ptr<WebTallyServer> startWebTally(const RunOptions& options, QString* problem)
+{
+    if (!options.web) {
+        return nullptr;
+    }
+    auto server = std::make_unique<WebTallyServer>();
+    if (!server->listen(*options.web, problem)) {
+        return nullptr;
+    }
+    return server;
+}
+
+StartedOutputs::StartedOutputs() = default;
+StartedOutputs::StartedOutputs(StartedOutputs&&) noexcept = default;
+StartedOutputs& StartedOutputs::operator=(StartedOutputs&&) noexcept = default;
+StartedOutputs::~StartedOutputs() = default;
+
+void StartedOutputs::addTo(TallyCycle& cycle) const
+{
+    cycle.addOutput(tsl.get());
+    cycle.addOutput(web.get());
+}
+
+std::optional<StartedOutputs> startOutputs(const RunOptions& options, OutputsProblem* problem)
+{
+    StartedOutputs outputs;
+    QString reason;
+    outputs.tsl = makeTslSender(options, &reason);
+    if (!outputs.tsl && !reason.isEmpty()) {
+        *problem = { reason, true };
+        return std::nullopt;
+    }
+    outputs.web = startWebTally(options, &reason);
+    if (options.web && !outputs.web) {
+        *problem = { reason, false };
+        return std::nullopt;
+    }
+    return outputs;
+}

@@ -1,0 +1,63 @@
+#pragma once
+
+// What a launch builds from its RunOptions: the shot source and the outputs
+// besides the window and the tally box, for mixdesk-tally and tallyctl watch
+// alike. Parsing the options stays in RunOptions, so that a usage mistake is
+// found before anything listens or connects.
+
+#include "launch/RunOptions.h"
+#include "sources/ShotSource.h"
+
+#include <memory>
+
+// Where the switcher's password comes from when no --password-file is given:
+// an environment variable keeps it off the command line, which every user of
+// the computer can see.
+inline const QString obsPasswordVariable = QStringLiteral("MIXDESK_TALLY_OBS_PASSWORD");
+
+// The switcher's password: the first line of --password-file, else the
+// environment variable, else empty. Nothing, with the reason in problem,
+// when the file cannot be read.
+std::optional<QString> readSwitcherPassword(const RunOptions& options, QString* problem);
+
+// The shot source the options choose, or nothing with the reason in problem.
+std::unique_ptr<ShotSource> makeShotSource(const RunOptions& options, QString* problem);
+
+class TslSender;
+
+// The TSL UMD sender the options ask for: nothing and no problem when they
+// name no destination, nothing and the reason in problem when a destination
+// or the offset is bad.
+std::unique_ptr<TslSender> makeTslSender(const RunOptions& options, QString* problem);
+class WebTallyServer;
+
+// The web tally page, listening where the options say. Nothing, and no
+// problem, when the options ask for none; nothing with the reason in problem
+// when it cannot listen there.
+std::unique_ptr<WebTallyServer> startWebTally(const RunOptions& options, QString* problem);
+
+class TallyCycle;
+
+// Every output besides the window and the tally box that the options ask
+// for, started, for the window and tallyctl watch alike. They must outlive
+// the cycle they are added to, or be removed from it first.
+struct StartedOutputs {
+    std::unique_ptr<TslSender> tsl;
+    std::unique_ptr<WebTallyServer> web;
+
+    StartedOutputs();
+    StartedOutputs(StartedOutputs&&) noexcept;
+    StartedOutputs& operator=(StartedOutputs&&) noexcept;
+    ~StartedOutputs();
+
+    void addTo(TallyCycle& cycle) const;
+};
+
+// Why the outputs could not start: a usage mistake (a bad destination), or
+// the system refusing (a port in use).
+struct OutputsProblem {
+    QString text;
+    bool isUsage = false;
+};
+
+std::optional<StartedOutputs> startOutputs(const RunOptions& options, OutputsProblem* problem);
