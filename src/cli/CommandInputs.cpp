@@ -69,19 +69,19 @@ QString located(const QString& path, qsizetype line, const QString& message)
                     : QStringLiteral("%1: %2").arg(name, message);
 }
 
-std::optional<TallyMap> readTallyMap(const QString& path, QString* failure)
+std::optional<TallyMap> readTallyMap(const QString& path, QString* problem)
 {
     Error error;
     const std::optional<QByteArray> data = TallyMapFile::readData(path, &error);
     if (!data) {
         // The file's own errors already name it.
-        *failure = error.localizedDescription;
+        *problem = error.localizedDescription;
         return std::nullopt;
     }
     qsizetype line = 0;
     if (const std::optional<qint64> outside
         = TallyMapFormat::firstIndexOutside(*data, TallyMap::numberOfLights, &line)) {
-        *failure = located(path, line,
+        *problem = located(path, line,
             QStringLiteral("Tally index %1 is outside the lights 0 to %2")
                 .arg(*outside)
                 .arg(TallyMap::numberOfLights - 1));
@@ -89,13 +89,13 @@ std::optional<TallyMap> readTallyMap(const QString& path, QString* failure)
     }
     TallyMap map;
     if (!map.readFromData(*data, TallyMapFile::documentType, &error)) {
-        *failure = located(path, error.line, error.localizedDescription);
+        *problem = located(path, error.line, error.localizedDescription);
         return std::nullopt;
     }
     return map;
 }
 
-std::optional<QByteArray> readFileOrStandardInput(const QString& path, QString* failure)
+std::optional<QByteArray> readFileOrStandardInput(const QString& path, QString* problem)
 {
     // Answers are small text files: a FIFO, a device or a file too large is
     // refused rather than waited on or read without end.
@@ -103,27 +103,27 @@ std::optional<QByteArray> readFileOrStandardInput(const QString& path, QString* 
     std::optional<QByteArray> data
         = path.isEmpty() ? SmallFile::readStream(STDIN_FILENO, &reason) : SmallFile::read(path, &reason);
     if (!data) {
-        *failure = QStringLiteral("cannot read %1: %2")
+        *problem = QStringLiteral("cannot read %1: %2")
                        .arg(path.isEmpty() ? QStringLiteral("standard input") : path, reason);
     }
     return data;
 }
 
 std::optional<ShotList> decodeAnswer(
-    const QByteArray& answer, const std::function<void(const QString& label)>& unexpectedLabel, QString* failure)
+    const QByteArray& answer, const std::function<void(const QString& label)>& unexpectedLabel, QString* problem)
 {
     const AppleScriptNotationParser::Result parsed = AppleScriptNotationParser::parse(QByteArrayView(answer));
     if (!parsed.ok()) {
-        *failure = QStringLiteral("unreadable answer: %1").arg(parsed.error);
+        *problem = QStringLiteral("unreadable answer: %1").arg(parsed.error);
         return std::nullopt;
     }
     if (const std::optional<QString> notShots = notAShotList(*parsed.value)) {
-        *failure = QStringLiteral("not a shot list: %1").arg(*notShots);
+        *problem = QStringLiteral("not a shot list: %1").arg(*notShots);
         return std::nullopt;
     }
     const ShotDecoding decoding = decodeShotsChecked(*parsed.value, unexpectedLabel);
     if (decoding.problem) {
-        *failure = QStringLiteral("not a shot list: %1").arg(*decoding.problem);
+        *problem = QStringLiteral("not a shot list: %1").arg(*decoding.problem);
         return std::nullopt;
     }
     return decoding.shots;

@@ -18,17 +18,17 @@ namespace CommandInputs {
 // The map in the file, or nothing with the reason in failure. A problem in
 // the file's contents is told the way compilers tell them, so that editors
 // and people find the line: "studio.tlx:3: Unable to parse tally index".
-std::optional<TallyMap> readTallyMap(const QString& path, QString* failure);
+std::optional<TallyMap> readTallyMap(const QString& path, QString* problem);
 
 // "path:line: message", or "path: message" when line is 0.
 QString located(const QString& path, qsizetype line, const QString& message);
 
 // The bytes of the file, or of standard input when path is empty.
-std::optional<QByteArray> readFileOrStandardInput(const QString& path, QString* failure);
+std::optional<QByteArray> readFileOrStandardInput(const QString& path, QString* problem);
 
 // The shots of a query answer in AppleScript source notation. Unknown labels
 // go to the callback, in order.
 std::optional<ShotList> decodeAnswer(
-    const QByteArray& answer, const std::function<void(const QString& label)>& unexpectedLabel, QString* failure);
+    const QByteArray& answer, const std::function<void(const QString& label)>& unexpectedLabel, QString* problem);
 
 } // namespace CommandInputs

@@ -23,15 +23,15 @@ QString tooLarge()
     return QStringLiteral("larger than %1 MiB, too large for this kind of file").arg(sizeLimit / (1024 * 1024));
 }
 
-void setReason(QString* reason, const QString& text)
+void setProblem(QString* problem, const QString& text)
 {
-    if (reason) {
-        *reason = text;
+    if (problem) {
+        *problem = text;
     }
 }
 
 // Reads up to limit + 1 bytes, so that a stream longer than the limit shows.
-std::optional<QByteArray> readUpTo(int fd, qint64 limit, QString* reason)
+std::optional<QByteArray> readUpTo(int fd, qint64 limit, QString* problem)
 {
     QByteArray data;
     char buffer[65536];
@@ -41,7 +41,7 @@ std::optional<QByteArray> readUpTo(int fd, qint64 limit, QString* reason)
             if (errno == EINTR) {
                 continue;
             }
-            setReason(reason, systemError(errno));
+            setProblem(problem, systemError(errno));
             return std::nullopt;
         }
         if (length == 0) {
@@ -49,11 +49,11 @@ std::optional<QByteArray> readUpTo(int fd, qint64 limit, QString* reason)
         }
         data.append(buffer, length);
     }
-    setReason(reason, tooLarge());
+    setProblem(problem, tooLarge());
     return std::nullopt;
 }
 
-bool writeAll(int fd, const QByteArray& data, QString* reason)
+bool writeAll(int fd, const QByteArray& data, QString* problem)
 {
     qsizetype written = 0;
     while (written < data.size()) {
@@ -62,11 +62,11 @@ bool writeAll(int fd, const QByteArray& data, QString* reason)
             if (errno == EINTR) {
                 continue;
             }
-            setReason(reason, systemError(errno));
+            setProblem(problem, systemError(errno));
             return false;
         }
         if (length == 0) {
-            setReason(reason, systemError(ENOSPC));
+            setProblem(problem, systemError(ENOSPC));
             return false;
         }
         written += length;
@@ -76,44 +76,44 @@ bool writeAll(int fd, const QByteArray& data, QString* reason)
 
 } // namespace
 
-std::optional<QByteArray> read(const QString& path, QString* reason)
+std::optional<QByteArray> read(const QString& path, QString* problem)
 {
     // Opened without waiting: opening a FIFO for reading would otherwise
     // wait for a writer that may never come.
     const QByteArray native = QFile::encodeName(path);
     const int fd = ::open(native.constData(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY);
     if (fd < 0) {
-        setReason(reason, systemError(errno));
+        setProblem(problem, systemError(errno));
         return std::nullopt;
     }
     std::optional<QByteArray> data;
     struct stat status { };
     if (::fstat(fd, &status) != 0) {
-        setReason(reason, systemError(errno));
+        setProblem(problem, systemError(errno));
     } else if (S_ISDIR(status.st_mode)) {
-        setReason(reason, systemError(EISDIR));
+        setProblem(problem, systemError(EISDIR));
     } else if (!S_ISREG(status.st_mode)) {
-        setReason(reason, QStringLiteral("not a regular file"));
+        setProblem(problem, QStringLiteral("not a regular file"));
     } else if (status.st_size > sizeLimit) {
-        setReason(reason, tooLarge());
+        setProblem(problem, tooLarge());
     } else {
         // A file that grows while it is read still stops at the limit.
-        data = readUpTo(fd, sizeLimit, reason);
+        data = readUpTo(fd, sizeLimit, problem);
     }
     ::close(fd);
     return data;
 }
 
-std::optional<QByteArray> readStream(int fd, QString* reason)
+std::optional<QByteArray> readStream(int fd, QString* problem)
 {
-    return readUpTo(fd, sizeLimit, reason);
+    return readUpTo(fd, sizeLimit, problem);
 }
 
-bool write(const QString& path, const QByteArray& data, QString* reason)
+bool write(const QString& path, const QByteArray& data, QString* problem)
 {
     QSaveFile file(path);
     if (!file.open(QIODevice::WriteOnly)) {
-        setReason(reason, file.errorString());
+        setProblem(problem, file.errorString());
         return false;
     }
     // The bytes go to the temporary file's descriptor directly rather than
@@ -122,16 +122,16 @@ bool write(const QString& path, const QByteArray& data, QString* reason)
     // partial file replaces the old one. Returning without commit() throws
     // the temporary file away.
     const int fd = file.handle();
-    if (!writeAll(fd, data, reason)) {
+    if (!writeAll(fd, data, problem)) {
         return false;
     }
     // File systems that allocate late report a full disk only here.
     if (::fsync(fd) != 0) {
-        setReason(reason, systemError(errno));
+        setProblem(problem, systemError(errno));
         return false;
     }
     if (!file.commit()) {
-        setReason(reason, file.errorString());
+        setProblem(problem, file.errorString());
         return false;
     }
     return true;

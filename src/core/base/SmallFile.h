@@ -16,18 +16,18 @@ constexpr qint64 sizeLimit = 16 * 1024 * 1024;
 
 // The bytes of the regular file at path (symbolic links followed). A FIFO,
 // a device, a folder or a file over sizeLimit is refused at once: nothing is
-// returned and *reason (if given) says why, in words that can follow "Unable
+// returned and *problem (if given) says why, in words that can follow "Unable
 // to read <file>: ".
-std::optional<QByteArray> read(const QString& path, QString* reason);
+std::optional<QByteArray> read(const QString& path, QString* problem);
 
 // At most sizeLimit bytes of an open stream (standard input): a stream that
 // goes on is refused like a file that is too large.
-std::optional<QByteArray> readStream(int fd, QString* reason);
+std::optional<QByteArray> readStream(int fd, QString* problem);
 
 // Replaces the file at path with data: a temporary file beside it is written
 // and synced, then renamed over it. A short write, a full disk (even one the
 // file system reports only when the data goes to the disk) or any other
-// failure leaves the old file as it was; returns false and fills *reason.
-bool write(const QString& path, const QByteArray& data, QString* reason);
+// failure leaves the old file as it was; returns false and fills *problem.
+bool write(const QString& path, const QByteArray& data, QString* problem);
 
 } // namespace SmallFile

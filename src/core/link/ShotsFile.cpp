@@ -34,35 +34,35 @@ QString path()
     return directory() + QLatin1Char('/') + fileName;
 }
 
-bool prepareDirectory(QString* error)
+bool prepareDirectory(QString* problem)
 {
-    return preparePrivateDirectory(directory(), error);
+    return preparePrivateDirectory(directory(), problem);
 }
 
-bool preparePrivateDirectory(const QString& directory, QString* error)
+bool preparePrivateDirectory(const QString& directory, QString* problem)
 {
     const QByteArray native = QFile::encodeName(directory);
     if (::mkdir(native.constData(), 0700) != 0 && errno != EEXIST) {
-        *error = QStringLiteral("cannot create %1: %2").arg(directory, systemError(errno));
+        *problem = QStringLiteral("cannot create %1: %2").arg(directory, systemError(errno));
         return false;
     }
     struct stat status { };
     if (::lstat(native.constData(), &status) != 0) {
-        *error = QStringLiteral("cannot inspect %1: %2").arg(directory, systemError(errno));
+        *problem = QStringLiteral("cannot inspect %1: %2").arg(directory, systemError(errno));
         return false;
     }
     if (S_ISLNK(status.st_mode) || !S_ISDIR(status.st_mode)) {
-        *error = QStringLiteral("%1 is not a directory").arg(directory);
+        *problem = QStringLiteral("%1 is not a directory").arg(directory);
         return false;
     }
     if (status.st_uid != ::getuid()) {
-        *error = QStringLiteral("%1 belongs to another user").arg(directory);
+        *problem = QStringLiteral("%1 belongs to another user").arg(directory);
         return false;
     }
     // A directory left by an earlier run with looser permissions is ours, so
     // tighten it instead of refusing.
     if ((status.st_mode & 0777) != 0700 && ::chmod(native.constData(), 0700) != 0) {
-        *error = QStringLiteral("cannot make %1 private: %2").arg(directory, systemError(errno));
+        *problem = QStringLiteral("cannot make %1 private: %2").arg(directory, systemError(errno));
         return false;
     }
     return true;

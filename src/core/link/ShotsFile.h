@@ -15,11 +15,11 @@ QString path();
 // Makes sure directory() exists as a directory private to this user (mode
 // 0700). Under /tmp anyone could have made the name first, so a symbolic
 // link, a non-directory or a directory of another user is refused rather
-// than written into. On failure returns false and describes why in *error.
-bool prepareDirectory(QString* error);
+// than written into. On failure returns false and describes why in *problem.
+bool prepareDirectory(QString* problem);
 
 // The same check and creation for any directory; prepareDirectory() is this
 // on directory().
-bool preparePrivateDirectory(const QString& directory, QString* error);
+bool preparePrivateDirectory(const QString& directory, QString* problem);
 
 } // namespace ShotsFile

@@ -109,7 +109,7 @@ std::unique_ptr<TslSender> NetworkOutputs::senderFor(const NetworkOutputChoices&
     return makeTslSender(choices.runOptions(), &ignored);
 }
 
-bool NetworkOutputs::startWeb(const RunOptions& options, std::unique_ptr<WebTallyServer>* server, QString* reason)
+bool NetworkOutputs::startWeb(const RunOptions& options, std::unique_ptr<WebTallyServer>* server, QString* problem)
 {
     if (!options.web) {
         return true;
@@ -121,18 +121,18 @@ bool NetworkOutputs::startWeb(const RunOptions& options, std::unique_ptr<WebTall
         *server = std::move(m_running.web);
         return true;
     }
-    *server = startWebTally(options, reason);
+    *server = startWebTally(options, problem);
     if (*server) {
         return true;
     }
     if (running && running->port == options.web->port) {
-        return listenInPlaceOfOwnPage(*options.web, server, reason);
+        return listenInPlaceOfOwnPage(*options.web, server, problem);
     }
     return false;
 }
 
 bool NetworkOutputs::listenInPlaceOfOwnPage(
-    const WebListenAddress& where, std::unique_ptr<WebTallyServer>* server, QString* reason)
+    const WebListenAddress& where, std::unique_ptr<WebTallyServer>* server, QString* problem)
 {
     // The running page holds the port (moving from one interface to every
     // interface, say): it lets go for a moment, and takes the port back if
@@ -141,7 +141,7 @@ bool NetworkOutputs::listenInPlaceOfOwnPage(
     m_cycle.removeOutput(m_running.web.get());
     m_running.web.reset();
     auto moved = std::make_unique<WebTallyServer>();
-    if (moved->listen(where, reason)) {
+    if (moved->listen(where, problem)) {
         *server = std::move(moved);
         return true;
     }

@@ -56,9 +56,9 @@ private:
     // Starts the part a launch left to the settings, noting a failure.
     void startSaved(const NetworkOutputChoices& next, const QString& what, QStringList* problems);
     std::unique_ptr<TslSender> senderFor(const NetworkOutputChoices& choices);
-    bool startWeb(const RunOptions& options, std::unique_ptr<WebTallyServer>* server, QString* reason);
+    bool startWeb(const RunOptions& options, std::unique_ptr<WebTallyServer>* server, QString* problem);
     bool listenInPlaceOfOwnPage(
-        const WebListenAddress& where, std::unique_ptr<WebTallyServer>* server, QString* reason);
+        const WebListenAddress& where, std::unique_ptr<WebTallyServer>* server, QString* problem);
     void install(const NetworkOutputChoices& choices, StartedOutputs started);
     // Where the running page listens (nothing when none runs), to keep it
     // when that does not change.

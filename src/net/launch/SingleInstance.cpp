@@ -130,12 +130,12 @@ void SingleInstance::readConnection(QLocalSocket* socket)
     Q_EMIT filesReceived(paths);
 }
 
-bool SingleInstance::handOver(const QStringList& paths, QString* error)
+bool SingleInstance::handOver(const QStringList& paths, QString* problem)
 {
     QLocalSocket socket;
     socket.connectToServer(socketPath(m_directory));
     if (!socket.waitForConnected(handOverTimeoutMs)) {
-        *error = QStringLiteral("cannot reach the running Mixdesk Tally: %1").arg(socket.errorString());
+        *problem = QStringLiteral("cannot reach the running Mixdesk Tally: %1").arg(socket.errorString());
         return false;
     }
     QByteArray message = (folderPrefix + QDir::currentPath()).toUtf8() + '\n';
@@ -145,7 +145,7 @@ bool SingleInstance::handOver(const QStringList& paths, QString* error)
     message += '\n';
     socket.write(message);
     if (!socket.waitForBytesWritten(handOverTimeoutMs) || !socket.waitForReadyRead(handOverTimeoutMs)) {
-        *error = QStringLiteral("the running Mixdesk Tally did not answer: %1").arg(socket.errorString());
+        *problem = QStringLiteral("the running Mixdesk Tally did not answer: %1").arg(socket.errorString());
         return false;
     }
     socket.disconnectFromServer();

@@ -34,7 +34,7 @@ public:
 
     // Sends the paths to the running instance. Returns false, with a
     // description in error, when it cannot be reached.
-    bool handOver(const QStringList& paths, QString* error);
+    bool handOver(const QStringList& paths, QString* problem);
 
     static QString defaultDirectory();
 
