@@ -9,36 +9,63 @@ bool anyTallyIs(const TslUmd50::Display& display, TslUmd50::Colour colour)
 
 } // namespace
 
-bool TslDisplayTable::apply(const TslUmd31::Message& message)
+TslDisplayTable::Outcome TslDisplayTable::take(const TslUmd31::Message& message, const QString& sender)
 {
-    return store(message.address, Entry { message.text, message.tallies[0], message.tallies[1] });
+    return store(message.address, State { message.text, message.tallies[0], message.tallies[1] }, sender);
 }
 
-bool TslDisplayTable::apply(const TslUmd50::Display& display)
+TslDisplayTable::Outcome TslDisplayTable::take(const TslUmd50::Display& display, const QString& sender)
 {
     if (display.controlData || display.index == TslUmd50::broadcastIndex) {
-        return false;
+        return {};
     }
     return store(display.index,
-        Entry {
-            display.text, anyTallyIs(display, TslUmd50::Colour::red), anyTallyIs(display, TslUmd50::Colour::green) });
+        State {
+            display.text, anyTallyIs(display, TslUmd50::Colour::red), anyTallyIs(display, TslUmd50::Colour::green) },
+        sender);
 }
 
-bool TslDisplayTable::store(int index, const Entry& entry)
+TslDisplayTable::Outcome TslDisplayTable::store(int index, const State& state, const QString& sender)
 {
-    const auto found = m_entries.find(index);
+    Outcome outcome;
+    outcome.refreshedTally = state.program || state.preview;
+    auto found = m_entries.find(index);
     if (found == m_entries.end()) {
         if (m_entries.size() >= maxDisplays) {
-            return false;
+            forget(m_entries.find(m_byHeard.begin()->second));
         }
-        m_entries.insert(index, entry);
-        return true;
+        found = m_entries.insert(index, Entry { state, sender, 0 });
+        outcome.changed = true;
+    } else {
+        m_byHeard.erase(found->heard);
+        outcome.changed = !(found->state == state);
+        found->state = state;
+        found->sender = sender;
     }
-    if (*found == entry) {
-        return false;
+    found->heard = ++m_heardCount;
+    m_byHeard.emplace(found->heard, index);
+    return outcome;
+}
+
+bool TslDisplayTable::forgetSender(const QString& sender)
+{
+    bool any = false;
+    for (auto entry = m_entries.begin(); entry != m_entries.end();) {
+        if (entry->sender == sender) {
+            m_byHeard.erase(entry->heard);
+            entry = m_entries.erase(entry);
+            any = true;
+        } else {
+            ++entry;
+        }
     }
-    *found = entry;
-    return true;
+    return any;
+}
+
+void TslDisplayTable::forget(QMap<int, Entry>::iterator entry)
+{
+    m_byHeard.erase(entry->heard);
+    m_entries.erase(entry);
 }
 
 ShotList TslDisplayTable::shots() const
@@ -47,11 +74,11 @@ ShotList TslDisplayTable::shots() const
     shots.reserve(m_entries.size());
     for (auto entry = m_entries.cbegin(); entry != m_entries.cend(); ++entry) {
         const QString id = QString::number(entry.key());
-        const QString text = entry->text.trimmed();
+        const QString text = entry->state.text.trimmed();
         auto shot = std::make_shared<Shot>(text.isEmpty() ? id : text);
         shot->shotId = id;
-        shot->isLive = entry->program;
-        shot->isPreview = entry->preview;
+        shot->isLive = entry->state.program;
+        shot->isPreview = entry->state.preview;
         shots.append(std::move(shot));
     }
     return shots;

@@ -104,5 +104,84 @@ TEST(TslDisplayTableTest, TheTableStopsGrowingAtItsLimit)
     }
     EXPECT_EQ(table.shots().size(), TslDisplayTable::maxDisplays);
     // Displays already known still change.
-    EXPECT_TRUE(table.apply(display(0, TslUmd50::Colour::red, TslUmd50::Colour::off, QString())));
+    EXPECT_TRUE(table.apply(display(100, TslUmd50::Colour::red, TslUmd50::Colour::off, QString())));
+}
+
+TEST(TslDisplayTableTest, AFullTableMakesRoomForTheSwitchersIndexByForgettingTheOneHeardLeastRecently)
+{
+    TslDisplayTable table;
+    // 1,200 indexes from 1000 on, as four packets from a hostile sender would
+    // bring them: more than the table holds.
+    for (int index = 1000; index < 2200; ++index) {
+        table.apply(display(index, TslUmd50::Colour::off, TslUmd50::Colour::off, QStringLiteral("junk")));
+    }
+    ASSERT_EQ(table.shots().size(), TslDisplayTable::maxDisplays);
+
+    EXPECT_TRUE(table.apply(display(5, TslUmd50::Colour::red, TslUmd50::Colour::off, QStringLiteral("Cam 5"))));
+    const ShotList shots = table.shots();
+    EXPECT_EQ(shots.size(), TslDisplayTable::maxDisplays);
+    ASSERT_EQ(shots.front()->shotId, QStringLiteral("5"));
+    EXPECT_TRUE(shots.front()->isLive);
+    // The room came from the oldest of the rest: 1000 to 1175 went when the
+    // table filled, 1176 for index 5.
+    EXPECT_EQ(shots.at(1)->shotId, QStringLiteral("1177"));
+}
+
+TEST(TslDisplayTableTest, ADisplayHeardAgainIsKeptOverOnesHeardOnlyOnce)
+{
+    TslDisplayTable table;
+    table.apply(display(5, TslUmd50::Colour::red, TslUmd50::Colour::off, QStringLiteral("Cam 5")));
+    for (int index = 1000; index < 1000 + TslDisplayTable::maxDisplays - 1; ++index) {
+        table.apply(display(index, TslUmd50::Colour::off, TslUmd50::Colour::off, QString()));
+    }
+    // The switcher repeats its display; then one more junk index arrives.
+    table.apply(display(5, TslUmd50::Colour::red, TslUmd50::Colour::off, QStringLiteral("Cam 5")));
+    table.apply(display(5000, TslUmd50::Colour::off, TslUmd50::Colour::off, QString()));
+    const ShotList shots = table.shots();
+    ASSERT_EQ(shots.size(), TslDisplayTable::maxDisplays);
+    EXPECT_EQ(shots.front()->shotId, QStringLiteral("5"));
+    EXPECT_EQ(shots.at(1)->shotId, QStringLiteral("1001"));
+}
+
+TEST(TslDisplayTableTest, ForgettingASenderTakesAwayTheDisplaysItSpokeForLast)
+{
+    TslDisplayTable table;
+    const QString switcher = QStringLiteral("10.0.0.2");
+    const QString stranger = QStringLiteral("10.0.0.66");
+    table.apply(display(1, TslUmd50::Colour::red, TslUmd50::Colour::off, QStringLiteral("Cam 1")), switcher);
+    table.apply(display(2, TslUmd50::Colour::off, TslUmd50::Colour::off, QStringLiteral("Cam 2")), switcher);
+    table.apply(display(9, TslUmd50::Colour::red, TslUmd50::Colour::off, QStringLiteral("Cam 2")), stranger);
+    // The switcher speaks for index 2 again after the stranger did.
+    table.apply(display(2, TslUmd50::Colour::off, TslUmd50::Colour::off, QStringLiteral("Cam 2")), stranger);
+    table.apply(display(2, TslUmd50::Colour::green, TslUmd50::Colour::off, QStringLiteral("Cam 2")), switcher);
+
+    EXPECT_TRUE(table.forgetSender(stranger));
+    const ShotList shots = table.shots();
+    ASSERT_EQ(shots.size(), 2);
+    EXPECT_EQ(shots[0]->shotId, QStringLiteral("1"));
+    EXPECT_EQ(shots[1]->shotId, QStringLiteral("2"));
+    EXPECT_TRUE(shots[1]->isPreview);
+    EXPECT_FALSE(table.forgetSender(stranger));
+    // Forgotten entries leave no hole in the order of hearing: the table
+    // still fills and evicts as before.
+    for (int index = 100; index < 100 + TslDisplayTable::maxDisplays; ++index) {
+        table.apply(display(index, TslUmd50::Colour::off, TslUmd50::Colour::off, QString()), stranger);
+    }
+    EXPECT_EQ(table.size(), TslDisplayTable::maxDisplays);
+    EXPECT_EQ(table.shots().front()->shotId, QStringLiteral("100"));
+}
+
+TEST(TslDisplayTableTest, AMessageSaysWhetherItRefreshedADisplayThatShowsATally)
+{
+    TslDisplayTable table;
+    EXPECT_TRUE(table.take(display(1, TslUmd50::Colour::red, TslUmd50::Colour::off, QString())).refreshedTally);
+    EXPECT_TRUE(table.take(display(2, TslUmd50::Colour::green, TslUmd50::Colour::off, QString())).refreshedTally);
+    EXPECT_FALSE(table.take(display(3, TslUmd50::Colour::amber, TslUmd50::Colour::off, QString())).refreshedTally);
+    EXPECT_FALSE(table.take(display(0xFFFF, TslUmd50::Colour::red, TslUmd50::Colour::red, QString())).refreshedTally);
+    const TslDisplayTable::Outcome repeat
+        = table.take(display(1, TslUmd50::Colour::red, TslUmd50::Colour::off, QString()));
+    EXPECT_FALSE(repeat.changed);
+    EXPECT_TRUE(repeat.refreshedTally);
+    EXPECT_TRUE(table.take(message(7, true, false, QStringLiteral("Jib"))).refreshedTally);
+    EXPECT_FALSE(table.take(message(8, false, false, QStringLiteral("Spare"))).refreshedTally);
 }
