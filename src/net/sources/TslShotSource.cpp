@@ -1,12 +1,15 @@
 #include "sources/TslShotSource.h"
 
+#include "base/SystemLog.h"
 #include "tsl/TslUmd31.h"
 #include "tsl/TslUmd50.h"
 #include "tsl/TslUmd50StreamReader.h"
 
 #include <QNetworkDatagram>
 #include <QTcpSocket>
+#include <QTimer>
 
+#include <algorithm>
 #include <utility>
 
 namespace {
@@ -15,6 +18,9 @@ namespace {
 // at worst doubles it. Anything longer is not ours.
 constexpr qsizetype maxDatagramSize = 2 * TslUmd50::maxPacketSize + 2;
 constexpr qint64 maxBufferedBytes = 64 * 1024;
+// Datagrams read in one go before the event loop gets its turn: a flood
+// cannot keep the program from its ticks and its other sockets.
+constexpr int maxDatagramsPerRead = 64;
 
 struct Scheme {
     const char* prefix;
@@ -46,47 +52,78 @@ const Scheme* schemeOf(const QString& source)
 // One switcher's TCP connection and what of its stream is still unread.
 class TslShotSource::Connection : public QObject {
 public:
-    Connection(QTcpSocket* socket, TslShotSource& owner)
+    Connection(QTcpSocket* socket, QString sender, TslShotSource& owner)
         : m_socket(socket)
+        , m_sender(std::move(sender))
         , m_owner(owner)
+        , m_lastMessageAt(owner.now())
     {
         m_socket->setParent(this);
         // Read as it comes, a bounded amount at a time: a peer that floods
         // the connection cannot make the program hold more than this.
         m_socket->setReadBufferSize(maxBufferedBytes);
         connect(m_socket, &QTcpSocket::readyRead, this, &Connection::read);
-        connect(m_socket, &QTcpSocket::disconnected, this, [this] {
-            m_owner.m_connections.removeOne(this);
-            deleteLater();
-        });
+        connect(m_socket, &QTcpSocket::disconnected, this, &Connection::close);
+        m_idle.setSingleShot(true);
+        m_idle.setInterval(owner.m_idleDeadline);
+        connect(&m_idle, &QTimer::timeout, this, &Connection::close);
+        // From the moment it opens: a connection that never sends is idle.
+        m_idle.start();
+    }
+
+    const QString& sender() const { return m_sender; }
+    qint64 lastMessageAt() const { return m_lastMessageAt; }
+
+    // Leaves the owner's list at once and goes when control returns to the
+    // event loop, as it may be closed from inside its own read.
+    void close()
+    {
+        if (!m_owner.m_connections.removeOne(this)) {
+            return;
+        }
+        m_idle.stop();
+        m_socket->disconnect(this);
+        m_socket->abort();
+        deleteLater();
     }
 
 private:
     void read()
     {
         const QByteArray bytes = m_socket->readAll();
-        bool changed = false;
+        TslDisplayTable::Outcome outcome;
         bool any = false;
         if (m_owner.m_listen.version == TslTallyEncoding::Version::v31) {
             m_pending31.append(bytes);
             for (const TslUmd31::Message& message : TslUmd31::takeFromStream(m_pending31)) {
-                changed = m_owner.m_table.apply(message) || changed;
+                const TslDisplayTable::Outcome one = m_owner.m_table.take(message, m_sender);
+                outcome.changed = outcome.changed || one.changed;
+                outcome.refreshedTally = outcome.refreshedTally || one.refreshedTally;
                 any = true;
+            }
+            if (any) {
+                m_owner.noteMessages(m_sender, outcome);
             }
         } else {
             const int rejectedBefore = m_reader50.rejectedCount();
             for (const QByteArray& packet : m_reader50.feed(bytes)) {
-                m_owner.takePacket50(packet);
+                any = m_owner.takePacket50(packet, m_sender) || any;
             }
             m_owner.m_rejected += m_reader50.rejectedCount() - rejectedBefore;
         }
+        // Only whole messages keep a connection: bytes of one that never
+        // finishes do not.
         if (any) {
-            m_owner.noteMessages(changed);
+            m_lastMessageAt = m_owner.now();
+            m_idle.start();
         }
     }
 
     QTcpSocket* m_socket;
+    QString m_sender;
     TslShotSource& m_owner;
+    qint64 m_lastMessageAt;
+    QTimer m_idle;
     QByteArray m_pending31;
     TslUmd50StreamReader m_reader50;
 };
@@ -171,7 +208,11 @@ bool TslShotSource::start(QString* problem)
         }
         return false;
     }
-    Q_EMIT statusChanged(QStringLiteral("Listening for %1").arg(m_listen.toString()));
+    QString status = QStringLiteral("Listening for %1").arg(m_listen.toString());
+    if (!m_allowed.isEmpty()) {
+        status += QStringLiteral(" from %1 only").arg(m_allowed.entries().join(QStringLiteral(", ")));
+    }
+    Q_EMIT statusChanged(status);
     return true;
 }
 
@@ -185,18 +226,46 @@ int TslShotSource::rejectedCount() const
     return m_rejected;
 }
 
+void TslShotSource::setAllowedSenders(const SenderAllowList& allowed)
+{
+    m_allowed = allowed;
+    for (auto sender = m_senderHeardAt.begin(); sender != m_senderHeardAt.end();) {
+        if (m_allowed.allows(QHostAddress(sender.key()))) {
+            ++sender;
+            continue;
+        }
+        m_table.forgetSender(sender.key());
+        sender = m_senderHeardAt.erase(sender);
+    }
+    for (Connection* connection : QList<Connection*>(m_connections)) {
+        if (!m_allowed.allows(QHostAddress(connection->sender()))) {
+            connection->close();
+        }
+    }
+}
+
 bool TslShotSource::isRunning()
 {
-    return m_lastMessageAt && now() - *m_lastMessageAt < silenceLimit.count();
+    forgetQuietSenders();
+    return isRunningNow();
+}
+
+bool TslShotSource::isRunningNow() const
+{
+    return m_lastTallyAt && now() - *m_lastTallyAt < silenceLimit.count();
 }
 
 ShotList TslShotSource::queryShots()
 {
+    forgetQuietSenders();
     return m_table.shots();
 }
 
 QString TslShotSource::notRunningWarning() const
 {
+    if (m_lastMessageAt && now() - *m_lastMessageAt < silenceLimit.count()) {
+        return QStringLiteral("TSL messages arrive, but none lights a display");
+    }
     return QStringLiteral("No TSL messages received");
 }
 
@@ -207,17 +276,50 @@ QString TslShotSource::displayName() const
 
 void TslShotSource::readDatagrams()
 {
-    while (m_udp.hasPendingDatagrams()) {
+    for (int read = 0; read < maxDatagramsPerRead && m_udp.hasPendingDatagrams(); ++read) {
         const QNetworkDatagram datagram = m_udp.receiveDatagram(maxDatagramSize + 1);
+        if (!admits(datagram.senderAddress())) {
+            continue;
+        }
         if (datagram.data().size() > maxDatagramSize) {
             ++m_rejected;
             continue;
         }
-        takeDatagram(datagram.data());
+        takeDatagram(datagram.data(), SenderAllowList::plain(datagram.senderAddress()).toString());
     }
+    // What is left is read when the event loop comes back here: the socket
+    // reports again while datagrams wait.
 }
 
-void TslShotSource::takeDatagram(const QByteArray& datagram)
+bool TslShotSource::admits(const QHostAddress& address)
+{
+    const bool allowed = m_allowed.allows(address);
+    const QString name = SenderAllowList::plain(address).toString();
+    if (!m_namedSenders.contains(name)) {
+        if (m_namedSenders.size() < maxNamedSenders) {
+            nameSender(allowed ? QStringLiteral("TSL messages from %1").arg(name)
+                               : QStringLiteral("Ignoring TSL messages from %1: not an allowed sender").arg(name));
+        } else if (m_namedSenders.size() == maxNamedSenders) {
+            nameSender(
+                QStringLiteral("TSL messages from more than %1 addresses; no more are named").arg(maxNamedSenders));
+        }
+        if (m_namedSenders.size() <= maxNamedSenders) {
+            m_namedSenders.insert(name);
+        }
+    }
+    if (!allowed) {
+        ++m_refused;
+    }
+    return allowed;
+}
+
+void TslShotSource::nameSender(const QString& line)
+{
+    systemLog(line);
+    Q_EMIT statusChanged(line);
+}
+
+void TslShotSource::takeDatagram(const QByteArray& datagram, const QString& sender)
 {
     if (m_listen.version == TslTallyEncoding::Version::v31) {
         const std::optional<QList<TslUmd31::Message>> messages = TslUmd31::decodeDatagram(datagram);
@@ -225,11 +327,13 @@ void TslShotSource::takeDatagram(const QByteArray& datagram)
             ++m_rejected;
             return;
         }
-        bool changed = false;
+        TslDisplayTable::Outcome outcome;
         for (const TslUmd31::Message& message : *messages) {
-            changed = m_table.apply(message) || changed;
+            const TslDisplayTable::Outcome one = m_table.take(message, sender);
+            outcome.changed = outcome.changed || one.changed;
+            outcome.refreshedTally = outcome.refreshedTally || one.refreshedTally;
         }
-        noteMessages(changed);
+        noteMessages(sender, outcome);
         return;
     }
     // Some senders frame their datagrams as they would a stream.
@@ -240,45 +344,94 @@ void TslShotSource::takeDatagram(const QByteArray& datagram)
             ++m_rejected;
             return;
         }
-        takePacket50(*packet);
+        takePacket50(*packet, sender);
         return;
     }
-    takePacket50(datagram);
+    takePacket50(datagram, sender);
 }
 
-void TslShotSource::takePacket50(QByteArrayView bytes)
+bool TslShotSource::takePacket50(QByteArrayView bytes, const QString& sender)
 {
     const std::optional<TslUmd50::Packet> packet = TslUmd50::decode(bytes);
     if (!packet) {
         ++m_rejected;
-        return;
+        return false;
     }
-    bool changed = false;
+    TslDisplayTable::Outcome outcome;
     for (const TslUmd50::Display& display : packet->displays) {
-        changed = m_table.apply(display) || changed;
+        const TslDisplayTable::Outcome one = m_table.take(display, sender);
+        outcome.changed = outcome.changed || one.changed;
+        outcome.refreshedTally = outcome.refreshedTally || one.refreshedTally;
     }
-    noteMessages(changed);
+    noteMessages(sender, outcome);
+    return true;
 }
 
 void TslShotSource::acceptConnections()
 {
     while (QTcpSocket* socket = m_server.nextPendingConnection()) {
-        if (m_connections.size() >= maxConnections) {
+        if (!admits(socket->peerAddress())) {
             socket->abort();
             socket->deleteLater();
             continue;
         }
-        m_connections.append(new Connection(socket, *this));
-        m_connections.back()->setParent(this);
+        if (m_connections.size() >= maxConnections) {
+            replaceIdlestConnection();
+        }
+        const QString sender = SenderAllowList::plain(socket->peerAddress()).toString();
+        auto* connection = new Connection(socket, sender, *this);
+        connection->setParent(this);
+        m_connections.append(connection);
     }
 }
 
-void TslShotSource::noteMessages(bool changed)
+void TslShotSource::replaceIdlestConnection()
 {
-    const bool wasRunning = isRunning();
+    const auto idlest = std::min_element(m_connections.begin(), m_connections.end(),
+        [](const Connection* a, const Connection* b) { return a->lastMessageAt() < b->lastMessageAt(); });
+    if (idlest != m_connections.end()) {
+        (*idlest)->close();
+    }
+}
+
+void TslShotSource::noteMessages(const QString& sender, TslDisplayTable::Outcome outcome)
+{
+    const bool wasRunning = isRunningNow();
     m_lastMessageAt = now();
-    if (changed || !wasRunning) {
+    hearFrom(sender);
+    if (outcome.refreshedTally) {
+        m_lastTallyAt = now();
+    }
+    if (outcome.changed || wasRunning != isRunningNow()) {
         Q_EMIT shotsChanged();
+    }
+}
+
+void TslShotSource::hearFrom(const QString& sender)
+{
+    const auto known = m_senderHeardAt.find(sender);
+    if (known != m_senderHeardAt.end()) {
+        *known = now();
+        return;
+    }
+    if (m_senderHeardAt.size() >= maxSenders) {
+        const auto quietest = std::min_element(m_senderHeardAt.begin(), m_senderHeardAt.end());
+        m_table.forgetSender(quietest.key());
+        m_senderHeardAt.erase(quietest);
+    }
+    m_senderHeardAt.insert(sender, now());
+}
+
+void TslShotSource::forgetQuietSenders()
+{
+    const qint64 at = now();
+    for (auto sender = m_senderHeardAt.begin(); sender != m_senderHeardAt.end();) {
+        if (at - *sender < silenceLimit.count()) {
+            ++sender;
+            continue;
+        }
+        m_table.forgetSender(sender.key());
+        sender = m_senderHeardAt.erase(sender);
     }
 }
 

@@ -1,11 +1,14 @@
 #pragma once
 
+#include "sources/SenderAllowList.h"
 #include "sources/ShotSource.h"
 #include "sources/TslDisplayTable.h"
 #include "tsl/TslTallyEncoding.h"
 
 #include <QElapsedTimer>
+#include <QHash>
 #include <QHostAddress>
+#include <QSet>
 #include <QTcpServer>
 #include <QUdpSocket>
 
@@ -16,9 +19,29 @@
 // Shots from a hardware switcher that drives TSL UMD displays: the program
 // listens where the switcher sends (UDP datagrams, or TCP connections it
 // accepts) and keeps what the switcher last said of every display index (see
-// TslDisplayTable). The switcher counts as there while a valid message has
-// arrived in the last five seconds; switchers repeat their state at least
-// that often. Messages that are not whole and valid are counted and dropped.
+// TslDisplayTable). Messages that are not whole and valid are counted and
+// dropped.
+//
+// TSL carries no proof of who sent a message, so anyone on the network can
+// send one. The listener can be limited to the switcher's addresses
+// (setAllowedSenders); messages and connections from any other address are
+// refused. Without a list, every sender is heard, as switchers are often
+// moved between addresses. Either way, the status (and the system log) names
+// each new sender the first time it is heard, so that an unexpected one
+// shows.
+//
+// Switchers repeat the state of their displays at least every few seconds,
+// so silence has a meaning:
+// - A sender quiet for silenceLimit is gone: the displays it spoke for last
+//   are forgotten, so a light cannot be held by a message a stray or hostile
+//   sender sent once, or by a switcher that has been unplugged.
+// - The switcher counts as there (isRunning) while a display showing program
+//   or preview has been refreshed within silenceLimit. A switcher always has
+//   a shot on program and says so every time it repeats its state; a message
+//   that lights nothing (a spare index, a broadcast, control data) proves
+//   nothing, so a device that sends one every few seconds cannot keep a lost
+//   switcher looking present and hold off the lost-switcher policy. (A sender
+//   that fakes a lit display can; the allow list is the answer to that.)
 class TslShotSource : public ShotSource {
     Q_OBJECT
 
@@ -42,8 +65,21 @@ public:
     };
 
     static constexpr std::chrono::milliseconds silenceLimit { 5000 };
-    // Connections beyond this many at once are closed at once.
+    // TCP connections open at once. At the limit, a new connection takes the
+    // place of the one that has gone longest without a whole message, so
+    // idle or dripping connections can never lock the switcher out.
     static constexpr qsizetype maxConnections = 16;
+    // A TCP connection that brings no whole message for this long is
+    // closed: twice the silence after which its sender counts as gone. Bytes
+    // of an unfinished message do not count, so a partial frame cannot hold
+    // a connection open.
+    static constexpr std::chrono::milliseconds defaultIdleDeadline { 10000 };
+    // Senders named in the status; beyond these, one line says so, so that
+    // a flood of forged addresses cannot flood the log.
+    static constexpr qsizetype maxNamedSenders = 32;
+    // Senders whose displays are kept apart; at the limit, the quietest
+    // sender's displays are forgotten to make room.
+    static constexpr qsizetype maxSenders = 64;
 
     // Whether the source's address is one of the TSL schemes.
     static bool isTslAddress(const QString& source);
@@ -63,6 +99,17 @@ public:
     quint16 localPort() const;
     // Datagrams, packets and messages dropped as not valid so far.
     int rejectedCount() const;
+    // Datagrams and connections refused as not from an allowed sender.
+    int refusedCount() const { return m_refused; }
+
+    // Takes messages only from these senders from now on (empty: from
+    // everyone); the displays of senders no longer allowed are forgotten and
+    // their connections closed.
+    void setAllowedSenders(const SenderAllowList& allowed);
+    const SenderAllowList& allowedSenders() const { return m_allowed; }
+    // How long a TCP connection may go without a whole message.
+    void setIdleDeadline(std::chrono::milliseconds deadline) { m_idleDeadline = deadline; }
+    int openConnections() const { return int(m_connections.size()); }
 
     bool isRunning() override;
     ShotList queryShots() override;
@@ -75,9 +122,17 @@ private:
 
     void readDatagrams();
     void acceptConnections();
-    void takeDatagram(const QByteArray& datagram);
-    void takePacket50(QByteArrayView packet);
-    void noteMessages(bool changed);
+    // Whether messages from the address are taken; names it the first time.
+    bool admits(const QHostAddress& address);
+    void nameSender(const QString& line);
+    void takeDatagram(const QByteArray& datagram, const QString& sender);
+    // Whether the packet was whole and valid.
+    bool takePacket50(QByteArrayView packet, const QString& sender);
+    void noteMessages(const QString& sender, TslDisplayTable::Outcome outcome);
+    void hearFrom(const QString& sender);
+    void forgetQuietSenders();
+    void replaceIdlestConnection();
+    bool isRunningNow() const;
     qint64 now() const;
 
     Listen m_listen;
@@ -87,8 +142,15 @@ private:
     QTcpServer m_server;
     QList<Connection*> m_connections;
     TslDisplayTable m_table;
+    SenderAllowList m_allowed;
+    std::chrono::milliseconds m_idleDeadline = defaultIdleDeadline;
+    // When each sender that speaks for displays was last heard, by address.
+    QHash<QString, qint64> m_senderHeardAt;
+    QSet<QString> m_namedSenders;
     std::optional<qint64> m_lastMessageAt;
+    std::optional<qint64> m_lastTallyAt;
     int m_rejected = 0;
+    int m_refused = 0;
 
     friend class Connection;
 };

@@ -1,5 +1,6 @@
 #include "sources/TslShotSource.h"
 
+#include "base/SystemLog.h"
 #include "support/Eventually.h"
 #include "support/QtPrinters.h"
 #include "tsl/TslUmd31.h"
@@ -58,6 +59,24 @@ void sendDatagram(const QByteArray& datagram, quint16 port)
 {
     QUdpSocket socket;
     socket.writeDatagram(datagram, QHostAddress::LocalHost, port);
+}
+
+// Another host on the network, as far as the listener can tell: every
+// address of 127.0.0.0/8 reaches this computer, each as a sender of its own.
+const QHostAddress stranger(QStringLiteral("127.0.0.66"));
+
+void sendDatagramFrom(const QHostAddress& from, const QByteArray& datagram, quint16 port)
+{
+    QUdpSocket socket;
+    ASSERT_TRUE(socket.bind(from, 0)) << socket.errorString().toStdString();
+    socket.writeDatagram(datagram, QHostAddress::LocalHost, port);
+}
+
+bool isLive(TslShotSource& source, const QString& name)
+{
+    const ShotList shots = source.queryShots();
+    return std::any_of(
+        shots.begin(), shots.end(), [&](const ShotPtr& shot) { return shot->name == name && shot->isLive; });
 }
 
 bool hasShot(TslShotSource& source, const QString& name)
@@ -209,8 +228,10 @@ TEST(TslShotSourceTest, TheSwitcherCountsAsGoneAfterFiveSecondsOfSilence)
     clock.now += 1;
     EXPECT_FALSE(source.isRunning());
     EXPECT_EQ(source.notRunningWarning(), QStringLiteral("No TSL messages received"));
-    // The shots stay known; a message brings the switcher back.
-    EXPECT_EQ(source.queryShots().size(), 1);
+    // What the switcher said is forgotten with it (while it is gone the
+    // lost-switcher policy decides what the lights do); a message brings it
+    // back.
+    EXPECT_TRUE(source.queryShots().isEmpty());
     sendDatagram(packet50(1, TslUmd50::Colour::red, QStringLiteral("Cam 1")), source.localPort());
     EXPECT_TRUE(eventually([&] { return source.isRunning(); }, 5000));
 }
@@ -244,21 +265,92 @@ TEST(TslShotSourceTest, APortInUseIsAClearProblem)
         << problem.toStdString();
 }
 
-TEST(TslShotSourceTest, ConnectionsBeyondTheLimitAreClosed)
+TEST(TslShotSourceTest, SixteenIdleConnectionsDoNotLockTheSwitcherOutAndItsCutApplies)
 {
     TslShotSource source(listenOn(TslTallyEncoding::Version::v50, TslShotSource::Transport::tcp));
     ASSERT_TRUE(source.start(nullptr));
-    std::vector<std::unique_ptr<QTcpSocket>> sockets;
-    for (qsizetype i = 0; i < TslShotSource::maxConnections + 1; ++i) {
-        sockets.push_back(std::make_unique<QTcpSocket>());
-        sockets.back()->connectToHost(QHostAddress::LocalHost, source.localPort());
-        ASSERT_TRUE(sockets.back()->waitForConnected(5000));
+    // Every place taken: some connections silent, some holding half a frame.
+    const QByteArray frame = TslUmd50::frame(packet50(7, TslUmd50::Colour::red, QStringLiteral("Junk")));
+    std::vector<std::unique_ptr<QTcpSocket>> idle;
+    for (qsizetype i = 0; i < TslShotSource::maxConnections; ++i) {
+        idle.push_back(std::make_unique<QTcpSocket>());
+        idle.back()->connectToHost(QHostAddress::LocalHost, source.localPort());
+        ASSERT_TRUE(idle.back()->waitForConnected(5000));
+        if (i % 2 == 1) {
+            idle.back()->write(frame.left(frame.size() / 2));
+            idle.back()->flush();
+        }
     }
-    QTcpSocket& last = *sockets.back();
-    EXPECT_TRUE(eventually([&] { return last.state() == QAbstractSocket::UnconnectedState; }, 5000));
-    // Those within the limit still work.
-    sockets.front()->write(TslUmd50::frame(packet50(1, TslUmd50::Colour::red, QStringLiteral("Kept"))));
-    EXPECT_TRUE(eventually([&] { return hasShot(source, QStringLiteral("Kept")); }, 5000));
+    ASSERT_TRUE(eventually([&] { return source.openConnections() == TslShotSource::maxConnections; }, 5000));
+
+    QTcpSocket switcher;
+    switcher.connectToHost(QHostAddress::LocalHost, source.localPort());
+    ASSERT_TRUE(switcher.waitForConnected(5000));
+    switcher.write(TslUmd50::frame(packet50(1, TslUmd50::Colour::red, QStringLiteral("Cam 1"))));
+    EXPECT_TRUE(eventually([&] { return isLive(source, QStringLiteral("Cam 1")); }, 5000));
+    EXPECT_EQ(switcher.state(), QAbstractSocket::ConnectedState);
+    // The connection that had been idle longest made room.
+    EXPECT_TRUE(eventually([&] { return idle.front()->state() == QAbstractSocket::UnconnectedState; }, 5000));
+    EXPECT_EQ(source.openConnections(), TslShotSource::maxConnections);
+}
+
+TEST(TslShotSourceTest, AConnectionWithoutAWholeMessageIsClosedAtTheIdleDeadline)
+{
+    TslShotSource source(listenOn(TslTallyEncoding::Version::v50, TslShotSource::Transport::tcp));
+    source.setIdleDeadline(std::chrono::milliseconds(300));
+    ASSERT_TRUE(source.start(nullptr));
+    QTcpSocket dripping;
+    dripping.connectToHost(QHostAddress::LocalHost, source.localPort());
+    ASSERT_TRUE(dripping.waitForConnected(5000));
+    dripping.write(TslUmd50::frame(packet50(1, TslUmd50::Colour::red, QStringLiteral("Cam 1"))).left(6));
+    EXPECT_TRUE(eventually([&] { return dripping.state() == QAbstractSocket::UnconnectedState; }, 5000));
+    EXPECT_EQ(source.openConnections(), 0);
+}
+
+TEST(TslShotSourceTest, ASenderThatWentQuietNoLongerHoldsALight)
+{
+    ManualClock clock;
+    TslShotSource source(listenOn(TslTallyEncoding::Version::v50, TslShotSource::Transport::udp), clock.function());
+    ASSERT_TRUE(source.start(nullptr));
+    // A stranger says a spare index named like the switcher's camera is on
+    // program, once; the switcher goes on saying Cam 1 is off.
+    sendDatagramFrom(stranger, packet50(99, TslUmd50::Colour::red, QStringLiteral("Cam 1")), source.localPort());
+    sendDatagram(packet50(1, TslUmd50::Colour::off, QStringLiteral("Cam 1")), source.localPort());
+    sendDatagram(packet50(2, TslUmd50::Colour::red, QStringLiteral("Cam 2")), source.localPort());
+    ASSERT_TRUE(eventually([&] { return source.queryShots().size() == 3; }, 5000));
+    ASSERT_TRUE(isLive(source, QStringLiteral("Cam 1")));
+
+    for (int second = 1; second <= 6; ++second) {
+        clock.now += 1000;
+        // Index 3 counts the seconds, so the test knows each repeat is in.
+        const QString count = QStringLiteral("Second %1").arg(second);
+        sendDatagram(packet50(1, TslUmd50::Colour::off, QStringLiteral("Cam 1")), source.localPort());
+        sendDatagram(packet50(2, TslUmd50::Colour::red, QStringLiteral("Cam 2")), source.localPort());
+        sendDatagram(packet50(3, TslUmd50::Colour::off, count), source.localPort());
+        ASSERT_TRUE(eventually([&] { return hasShot(source, count); }, 5000));
+    }
+    EXPECT_TRUE(source.isRunning());
+    EXPECT_FALSE(isLive(source, QStringLiteral("Cam 1")));
+    EXPECT_TRUE(isLive(source, QStringLiteral("Cam 2")));
+    EXPECT_EQ(source.queryShots().size(), 3);
+}
+
+TEST(TslShotSourceTest, APacketEveryThreeSecondsToASpareIndexDoesNotKeepALostSwitcherRunning)
+{
+    ManualClock clock;
+    TslShotSource source(listenOn(TslTallyEncoding::Version::v50, TslShotSource::Transport::udp), clock.function());
+    ASSERT_TRUE(source.start(nullptr));
+    sendDatagram(packet50(1, TslUmd50::Colour::red, QStringLiteral("Cam 1")), source.localPort());
+    ASSERT_TRUE(eventually([&] { return source.isRunning(); }, 5000));
+    // The switcher falls silent; something keeps sending to index 900.
+    for (int second = 3; second <= 9; second += 3) {
+        clock.now += 3000;
+        const QString spare = QStringLiteral("Spare %1").arg(second);
+        sendDatagramFrom(stranger, packet50(900, TslUmd50::Colour::off, spare), source.localPort());
+        ASSERT_TRUE(eventually([&] { return hasShot(source, spare); }, 5000));
+    }
+    EXPECT_FALSE(source.isRunning());
+    EXPECT_EQ(source.notRunningWarning(), QStringLiteral("TSL messages arrive, but none lights a display"));
 }
 
 TEST(TslShotSourceTest, AddressesNameVersionTransportAndPort)
@@ -290,4 +382,84 @@ TEST(TslShotSourceTest, BadAddressesAreRefusedWithTheReason)
     EXPECT_FALSE(TslShotSource::parseAddress(QStringLiteral("tsl5://0"), &problem).has_value());
     EXPECT_TRUE(problem.contains(QStringLiteral("1 to 65535"))) << problem.toStdString();
     EXPECT_FALSE(TslShotSource::parseAddress(QStringLiteral("tsl5://"), &problem).has_value());
+}
+
+TEST(TslShotSourceTest, WithAnAllowListOnlyTheSwitchersMessagesCount)
+{
+    TslShotSource source(listenOn(TslTallyEncoding::Version::v50, TslShotSource::Transport::udp));
+    std::optional<SenderAllowList> allowed = SenderAllowList::parse({ QStringLiteral("127.0.0.1") }, nullptr);
+    ASSERT_TRUE(allowed.has_value());
+    source.setAllowedSenders(*allowed);
+    ASSERT_TRUE(source.start(nullptr));
+    sendDatagramFrom(stranger, packet50(1, TslUmd50::Colour::red, QStringLiteral("Cam 1")), source.localPort());
+    sendDatagramFrom(stranger, packet50(9, TslUmd50::Colour::red, QStringLiteral("Cam 2")), source.localPort());
+    sendDatagram(packet50(2, TslUmd50::Colour::red, QStringLiteral("Cam 2")), source.localPort());
+    ASSERT_TRUE(
+        eventually([&] { return source.refusedCount() == 2 && hasShot(source, QStringLiteral("Cam 2")); }, 5000));
+    const ShotList shots = source.queryShots();
+    ASSERT_EQ(shots.size(), 1);
+    EXPECT_EQ(shots[0]->shotId, QStringLiteral("2"));
+}
+
+TEST(TslShotSourceTest, WithAnAllowListAnotherSendersConnectionIsRefusedAndTakesNoPlace)
+{
+    TslShotSource source(listenOn(TslTallyEncoding::Version::v50, TslShotSource::Transport::tcp));
+    source.setAllowedSenders(*SenderAllowList::parse({ QStringLiteral("127.0.0.1") }, nullptr));
+    ASSERT_TRUE(source.start(nullptr));
+    QTcpSocket other;
+    ASSERT_TRUE(other.bind(stranger, 0));
+    other.connectToHost(QHostAddress::LocalHost, source.localPort());
+    ASSERT_TRUE(other.waitForConnected(5000));
+    other.write(TslUmd50::frame(packet50(1, TslUmd50::Colour::red, QStringLiteral("Cam 1"))));
+    EXPECT_TRUE(eventually([&] { return other.state() == QAbstractSocket::UnconnectedState; }, 5000));
+    EXPECT_EQ(source.openConnections(), 0);
+    EXPECT_TRUE(source.queryShots().isEmpty());
+}
+
+TEST(TslShotSourceTest, EachNewSenderIsNamedOnceInTheStatusAndTheSystemLog)
+{
+    QStringList logged;
+    const SystemLogSink previous = setSystemLogSink([&](const QString& line) { logged.append(line); });
+    TslShotSource source(listenOn(TslTallyEncoding::Version::v50, TslShotSource::Transport::udp));
+    source.setAllowedSenders(*SenderAllowList::parse({ QStringLiteral("127.0.0.1") }, nullptr));
+    ASSERT_TRUE(source.start(nullptr));
+    QSignalSpy statuses(&source, &ShotSource::statusChanged);
+    for (int repeat = 0; repeat < 3; ++repeat) {
+        sendDatagram(packet50(1, TslUmd50::Colour::red, QStringLiteral("Cam 1")), source.localPort());
+        sendDatagramFrom(stranger, packet50(1, TslUmd50::Colour::off, QStringLiteral("Cam 1")), source.localPort());
+    }
+    EXPECT_TRUE(eventually([&] { return source.refusedCount() == 3; }, 5000));
+    setSystemLogSink(previous);
+    const QStringList expected { QStringLiteral("Ignoring TSL messages from 127.0.0.66: not an allowed sender"),
+        QStringLiteral("TSL messages from 127.0.0.1") };
+    QStringList shown;
+    for (const QList<QVariant>& status : statuses) {
+        shown.append(status.at(0).toString());
+    }
+    shown.sort();
+    logged.sort();
+    ASSERT_TRUE(std::is_sorted(expected.begin(), expected.end()));
+    EXPECT_EQ(shown, expected);
+    EXPECT_EQ(logged, expected);
+}
+
+TEST(TslShotSourceTest, WithoutAnAllowListEverySenderIsHeardAsBefore)
+{
+    TslShotSource source(listenOn(TslTallyEncoding::Version::v50, TslShotSource::Transport::udp));
+    ASSERT_TRUE(source.start(nullptr));
+    sendDatagramFrom(stranger, packet50(1, TslUmd50::Colour::red, QStringLiteral("Cam 1")), source.localPort());
+    EXPECT_TRUE(eventually([&] { return isLive(source, QStringLiteral("Cam 1")); }, 5000));
+    EXPECT_EQ(source.refusedCount(), 0);
+}
+
+TEST(TslShotSourceTest, ASenderNoLongerAllowedLosesItsDisplaysAtOnce)
+{
+    TslShotSource source(listenOn(TslTallyEncoding::Version::v50, TslShotSource::Transport::udp));
+    ASSERT_TRUE(source.start(nullptr));
+    sendDatagramFrom(stranger, packet50(9, TslUmd50::Colour::red, QStringLiteral("Cam 1")), source.localPort());
+    sendDatagram(packet50(1, TslUmd50::Colour::off, QStringLiteral("Cam 1")), source.localPort());
+    ASSERT_TRUE(eventually([&] { return source.queryShots().size() == 2; }, 5000));
+    source.setAllowedSenders(*SenderAllowList::parse({ QStringLiteral("127.0.0.1") }, nullptr));
+    EXPECT_FALSE(isLive(source, QStringLiteral("Cam 1")));
+    EXPECT_EQ(source.queryShots().size(), 1);
 }
