@@ -7,6 +7,8 @@
 
 #include <QNetworkDatagram>
 #include <QProcess>
+#include <QTcpServer>
+#include <QTcpSocket>
 #include <QTemporaryDir>
 #include <QUdpSocket>
 
@@ -129,4 +131,83 @@ TEST_F(TslWatchProcessTest, ATslSourcePortInUseIsAnErrorNotACrash)
     EXPECT_EQ(watch.exitCode(), 2);
     const QByteArray errors = watch.readAllStandardError();
     EXPECT_TRUE(errors.contains("cannot listen for TSL UMD 5.0 on UDP 127.0.0.1 port")) << errors.toStdString();
+}
+
+namespace {
+
+QByteArray switcherPacket(TslUmd50::Colour camera1, TslUmd50::Colour camera2)
+{
+    TslUmd50::Packet packet;
+    for (const auto& [index, colour, name] :
+        { std::tuple { 1, camera1, "Camera 1" }, std::tuple { 2, camera2, "Camera 2" } }) {
+        TslUmd50::Display display;
+        display.index = index;
+        display.leftTally = colour;
+        display.text = QString::fromLatin1(name);
+        packet.displays.append(display);
+    }
+    return TslUmd50::encode(packet);
+}
+
+quint16 freePort()
+{
+    QTcpServer probe;
+    probe.listen(QHostAddress::LocalHost, 0);
+    return probe.serverPort();
+}
+
+} // namespace
+
+TEST_F(TslWatchProcessTest, WithTslAllowASpoofedSenderIsNamedAndIgnored)
+{
+    const quint16 port = freePort();
+    start({ QStringLiteral("--source"), QStringLiteral("tsl5://127.0.0.1:%1").arg(port), QStringLiteral("--tsl-allow"),
+        QStringLiteral("127.0.0.1"), mapPath });
+    QUdpSocket switcher;
+    QUdpSocket spoofer;
+    // Another host, as far as watch can tell.
+    ASSERT_TRUE(spoofer.bind(QHostAddress(QStringLiteral("127.0.0.66")), 0));
+    QByteArray printed;
+    EXPECT_TRUE(eventually([&] {
+        spoofer.writeDatagram(
+            switcherPacket(TslUmd50::Colour::red, TslUmd50::Colour::green), QHostAddress::LocalHost, port);
+        switcher.writeDatagram(
+            switcherPacket(TslUmd50::Colour::green, TslUmd50::Colour::red), QHostAddress::LocalHost, port);
+        printed += watch.readAllStandardOutput();
+        return printed.contains("Light 1: preview\n") && printed.contains("Light 2: live\n")
+            && printed.contains("Ignoring TSL messages from 127.0.0.66: not an allowed sender\n");
+    })) << printed.toStdString();
+    EXPECT_TRUE(printed.contains("TSL messages from 127.0.0.1\n")) << printed.toStdString();
+    EXPECT_FALSE(printed.contains("Light 1: live")) << printed.toStdString();
+    EXPECT_EQ(printed.count("Ignoring TSL messages from 127.0.0.66"), 1);
+}
+
+TEST_F(TslWatchProcessTest, SixteenIdleTcpConnectionsDoNotKeepTheSwitchersCutOut)
+{
+    const quint16 port = freePort();
+    start({ QStringLiteral("--source"), QStringLiteral("tsl5+tcp://127.0.0.1:%1").arg(port), mapPath });
+    std::vector<std::unique_ptr<QTcpSocket>> idle;
+    ASSERT_TRUE(eventually([&] {
+        auto socket = std::make_unique<QTcpSocket>();
+        socket->connectToHost(QHostAddress::LocalHost, port);
+        if (!socket->waitForConnected(1000)) {
+            return false;
+        }
+        idle.push_back(std::move(socket));
+        return idle.size() == 16;
+    }));
+    QTcpSocket switcher;
+    switcher.connectToHost(QHostAddress::LocalHost, port);
+    ASSERT_TRUE(switcher.waitForConnected(5000));
+    switcher.write(TslUmd50::frame(switcherPacket(TslUmd50::Colour::red, TslUmd50::Colour::green)));
+    QByteArray printed;
+    EXPECT_TRUE(eventually([&] {
+        printed += watch.readAllStandardOutput();
+        return printed.contains("Light 1: live\n") && printed.contains("Light 2: preview\n");
+    })) << printed.toStdString();
+    switcher.write(TslUmd50::frame(switcherPacket(TslUmd50::Colour::green, TslUmd50::Colour::red)));
+    EXPECT_TRUE(eventually([&] {
+        printed += watch.readAllStandardOutput();
+        return printed.contains("Light 1: preview\n") && printed.contains("Light 2: live\n");
+    })) << printed.toStdString();
 }

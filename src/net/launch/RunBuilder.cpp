@@ -5,6 +5,7 @@
 #include "outputs/WebTallyServer.h"
 #include "sources/MixdeskShotSource.h"
 #include "sources/ObsShotSource.h"
+#include "sources/SenderAllowList.h"
 #include "sources/TslShotSource.h"
 #include "tally/TallyCycle.h"
 
@@ -13,15 +14,32 @@
 
 namespace {
 
-// A TSL listener on the address, listening already, or nothing with the
-// reason (a bad address, a port in use).
-std::unique_ptr<ShotSource> makeTslShotSource(const QString& address, QString* problem)
+// The senders a TSL source takes messages from, or nothing with the reason.
+std::optional<SenderAllowList> allowedTslSenders(const RunOptions& options, QString* problem)
 {
-    const std::optional<TslShotSource::Listen> listen = TslShotSource::parseAddress(address, problem);
+    QString why;
+    std::optional<SenderAllowList> allowed = SenderAllowList::parse(options.tslAllowedSenders, &why);
+    if (!allowed && problem) {
+        *problem = QStringLiteral("--tsl-allow: ") + why;
+    }
+    return allowed;
+}
+
+// A TSL listener on the options' source address, taking messages from the
+// senders they allow, listening already; or nothing with the reason (a bad
+// address, a port in use).
+std::unique_ptr<ShotSource> makeTslShotSource(const RunOptions& options, QString* problem)
+{
+    const std::optional<TslShotSource::Listen> listen = TslShotSource::parseAddress(options.source, problem);
     if (!listen) {
         return nullptr;
     }
+    const std::optional<SenderAllowList> allowed = allowedTslSenders(options, problem);
+    if (!allowed) {
+        return nullptr;
+    }
     auto source = std::make_unique<TslShotSource>(*listen);
+    source->setAllowedSenders(*allowed);
     if (!source->start(problem)) {
         return nullptr;
     }
@@ -54,11 +72,20 @@ std::optional<QString> readSwitcherPassword(const RunOptions& options, QString* 
 
 std::unique_ptr<ShotSource> makeShotSource(const RunOptions& options, QString* problem)
 {
+    // Said to a source that cannot use it, the list would protect nothing
+    // while looking as if it did.
+    if (!options.tslAllowedSenders.isEmpty() && !TslShotSource::isTslAddress(options.source)) {
+        if (problem) {
+            *problem = QStringLiteral("--tsl-allow applies to a TSL source (tsl://, tsl5://…), not to '%1'")
+                           .arg(options.source);
+        }
+        return nullptr;
+    }
     if (options.source == QLatin1String("mixdesk")) {
         return std::make_unique<MixdeskShotSource>();
     }
     if (TslShotSource::isTslAddress(options.source)) {
-        return makeTslShotSource(options.source, problem);
+        return makeTslShotSource(options, problem);
     }
     if (ObsAddress::looksLikeAddress(options.source)) {
         const std::optional<ObsAddress> address = ObsAddress::parse(options.source, problem);

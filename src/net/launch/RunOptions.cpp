@@ -1,5 +1,7 @@
 #include "launch/RunOptions.h"
 
+#include "sources/SenderAllowList.h"
+
 namespace {
 
 // The value of option name at arguments[index] ("--name VALUE" or
@@ -58,10 +60,31 @@ const NumberOption numberOptions[] = {
     { QStringLiteral("--tsl-offset"), &RunOptions::tslIndexOffset, 0 },
 };
 
+// --tsl-allow's value, checked as it is taken so that a bad address is a
+// usage problem before anything starts. It chooses whom the TSL source
+// hears, not where the lights go, so it leaves the TSL outputs alone.
+TakenValue takeTslAllowOption(QStringList& arguments, qsizetype index, RunOptions* options)
+{
+    TakenValue taken = takeValue(arguments, index, QStringLiteral("--tsl-allow"));
+    if (!taken.matched || taken.problem) {
+        return taken;
+    }
+    QString problem;
+    if (!SenderAllowList::parse({ taken.value }, &problem)) {
+        taken.problem = QStringLiteral("--tsl-allow: ") + problem;
+        return taken;
+    }
+    options->tslAllowedSenders.append(taken.value);
+    return taken;
+}
+
 // Takes a repeatable or a number option at arguments[index] into options.
-// They are all TSL options, so taking one marks TSL as given.
+// They are all TSL output options, so taking one marks TSL as given.
 TakenValue takeOtherOption(QStringList& arguments, qsizetype index, RunOptions* options)
 {
+    if (TakenValue allow = takeTslAllowOption(arguments, index, options); allow.matched) {
+        return allow;
+    }
     for (const RepeatableOption& option : repeatableOptions) {
         TakenValue taken = takeValue(arguments, index, option.name);
         if (taken.matched) {
@@ -213,6 +236,9 @@ QStringList RunOptions::helpLines()
         QStringLiteral("                        obs://HOST[:PORT] for OBS Studio (port 4455 by default), or TSL"),
         QStringLiteral("                        UMD from a switcher: tsl://[ADDRESS:]PORT (3.1) or"),
         QStringLiteral("                        tsl5://[ADDRESS:]PORT (5.0) over UDP, tsl+tcp:// or tsl5+tcp://"),
+        QStringLiteral("  --tsl-allow ADDRESSES with a TSL source, take messages only from these addresses or"),
+        QStringLiteral("                        networks, separated by commas (10.0.0.5,10.0.1.0/24); repeatable;"),
+        QStringLiteral("                        without it, from every sender"),
         QStringLiteral("  --password-file FILE  the switcher's password, on the file's first line"),
         QStringLiteral("                        (else from MIXDESK_TALLY_OBS_PASSWORD)"),
         QStringLiteral("  --tsl URL             send the lights as TSL UMD 3.1 to udp://HOST:PORT (repeatable)"),

@@ -18,6 +18,9 @@ struct RunOptions {
     QString source = QStringLiteral("mixdesk");
     // Whether the command line named the source (else a saved choice may).
     bool sourceGiven = false;
+    // A TSL source takes messages only from these addresses or networks
+    // (--tsl-allow, as written; empty: from every sender).
+    QStringList tslAllowedSenders;
     // A file whose first line is the switcher's password.
     QString passwordFile;
     // A password known otherwise (the window's saved choice); a password

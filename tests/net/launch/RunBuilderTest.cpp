@@ -5,6 +5,7 @@
 #include "outputs/TslSender.h"
 #include "outputs/WebTallyServer.h"
 #include "sources/ObsAddress.h"
+#include "sources/TslShotSource.h"
 #include "support/QtPrinters.h"
 
 #include <QFile>
@@ -215,4 +216,49 @@ TEST(RunBuilderTest, ABadTslDestinationIsAUsageProblemAndABusyWebPortIsNot)
     EXPECT_FALSE(startOutputs(busyPort, &problem).has_value());
     EXPECT_FALSE(problem.isUsage);
     EXPECT_TRUE(problem.text.contains(QString::number(taken.serverPort()))) << problem.text.toStdString();
+}
+
+namespace {
+
+// A UDP port nothing listens on now.
+quint16 freeUdpPort()
+{
+    QUdpSocket probe;
+    probe.bind(QHostAddress::LocalHost, 0);
+    return probe.localPort();
+}
+
+} // namespace
+
+TEST(RunBuilderTest, ATslSourceWithAnAllowListHearsOnlyThoseSenders)
+{
+    RunOptions options;
+    options.source = QStringLiteral("tsl5://127.0.0.1:%1").arg(freeUdpPort());
+    options.tslAllowedSenders = { QStringLiteral("10.0.0.5"), QStringLiteral("10.0.1.0/24") };
+    QString problem;
+    const std::unique_ptr<ShotSource> source = makeShotSource(options, &problem);
+    ASSERT_NE(source, nullptr) << problem.toStdString();
+    const auto* tsl = qobject_cast<TslShotSource*>(source.get());
+    ASSERT_NE(tsl, nullptr);
+    EXPECT_EQ(
+        tsl->allowedSenders().entries(), (QStringList { QStringLiteral("10.0.0.5"), QStringLiteral("10.0.1.0/24") }));
+}
+
+TEST(RunBuilderTest, WithoutTslAllowATslSourceHearsEverySender)
+{
+    RunOptions options;
+    options.source = QStringLiteral("tsl5://127.0.0.1:%1").arg(freeUdpPort());
+    QString problem;
+    const std::unique_ptr<ShotSource> source = makeShotSource(options, &problem);
+    ASSERT_NE(source, nullptr) << problem.toStdString();
+    EXPECT_TRUE(qobject_cast<TslShotSource*>(source.get())->allowedSenders().isEmpty());
+}
+
+TEST(RunBuilderTest, TslAllowWithAnotherSourceIsAProblem)
+{
+    RunOptions options;
+    options.tslAllowedSenders = { QStringLiteral("10.0.0.5") };
+    QString problem;
+    EXPECT_EQ(makeShotSource(options, &problem), nullptr);
+    EXPECT_EQ(problem, QStringLiteral("--tsl-allow applies to a TSL source (tsl://, tsl5://…), not to 'mixdesk'"));
 }

@@ -184,3 +184,26 @@ TEST(RunOptionsTest, ABlinkDelayThatIsNotAWholeNumberOfSecondsIsAUsageProblem)
             QStringLiteral("--blink-after takes a whole number of seconds, not '%1'").arg(value));
     }
 }
+
+TEST(RunOptionsTest, TslAllowTakesAddressesAndNetworksAndMayBeRepeated)
+{
+    QStringList arguments { QStringLiteral("--tsl-allow"), QStringLiteral("10.0.0.5,10.0.1.0/24"),
+        QStringLiteral("map.tlx"), QStringLiteral("--tsl-allow=fd00::7") };
+    RunOptions options;
+    EXPECT_EQ(RunOptions::takeFrom(arguments, &options), std::nullopt);
+    EXPECT_EQ(arguments, QStringList { QStringLiteral("map.tlx") });
+    EXPECT_EQ(
+        options.tslAllowedSenders, (QStringList { QStringLiteral("10.0.0.5,10.0.1.0/24"), QStringLiteral("fd00::7") }));
+    // Whom the source hears is not where the lights go.
+    EXPECT_FALSE(options.tslGiven);
+}
+
+TEST(RunOptionsTest, ATslAllowEntryThatIsNotAnAddressIsAUsageProblem)
+{
+    QStringList arguments { QStringLiteral("--tsl-allow"), QStringLiteral("10.0.0.5,switcher") };
+    RunOptions options;
+    const std::optional<QString> problem = RunOptions::takeFrom(arguments, &options);
+    ASSERT_TRUE(problem.has_value());
+    EXPECT_TRUE(problem->startsWith(QStringLiteral("--tsl-allow: 'switcher' is not an IP address")))
+        << problem->toStdString();
+}
