@@ -8,6 +8,7 @@
 #include "mainwindow/AppDelegate.h"
 #include "mainwindow/MainWindow.h"
 #include "mainwindow/ModalPanelProbe.h"
+#include "sources/TslShotSource.h"
 
 #include <QApplication>
 
@@ -87,6 +88,10 @@ int main(int argc, char* argv[])
         if (!saved.isEmpty()) {
             options.source = saved;
             options.savedPassword = defaults.objectForKey(Preferences::obsPassword).toString();
+            // The senders a saved TSL listener hears, unless --tsl-allow says.
+            if (TslShotSource::isTslAddress(saved) && options.tslAllowedSenders.isEmpty()) {
+                options.tslAllowedSenders = defaults.objectForKey(Preferences::tslAllowedSenders).toStringList();
+            }
         }
     }
     QString sourceProblem;

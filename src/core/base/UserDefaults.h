@@ -63,11 +63,14 @@ inline const QString alwaysOnTop = QStringLiteral("AlwaysOnTop");
 // Lists shots named "... Clear Layer" in the shot editor (default true).
 inline const QString showEmptyLayers = QStringLiteral("ShowEmptyLayers");
 // Where the shots come from when the command line does not say: "mixdesk"
-// (default, never registered so the absence of a choice stays visible) or
-// "obs://HOST:PORT".
+// (default, never registered so the absence of a choice stays visible),
+// "obs://HOST:PORT" or a TSL listener ("tsl5://PORT", "tsl+tcp://…").
 inline const QString shotSource = QStringLiteral("ShotSource");
 // OBS Studio's websocket password, kept with the source.
 inline const QString obsPassword = QStringLiteral("ObsPassword");
+// The addresses a TSL source takes messages from ("10.0.0.5",
+// "10.0.1.0/24"), kept with the source; none: every sender.
+inline const QString tslAllowedSenders = QStringLiteral("TslAllowedSenders");
 // The outputs besides the window and the tally box, chosen in Outputs >
 // Network Outputs. None is ever registered: a key nobody set means the
 // output is off, so that a first start serves and sends nothing.

@@ -216,6 +216,15 @@ bool TslShotSource::start(QString* problem)
     return true;
 }
 
+void TslShotSource::stop()
+{
+    m_udp.close();
+    m_server.close();
+    for (Connection* connection : QList<Connection*>(m_connections)) {
+        connection->close();
+    }
+}
+
 quint16 TslShotSource::localPort() const
 {
     return m_listen.transport == Transport::udp ? m_udp.localPort() : m_server.serverPort();

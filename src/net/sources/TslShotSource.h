@@ -94,7 +94,10 @@ public:
     // Starts listening; false with the reason in problem when the port
     // cannot be had (in use, not allowed).
     bool start(QString* problem);
+    // Stops listening and closes every connection; start listens again.
+    void stop();
 
+    const Listen& listen() const { return m_listen; }
     // The port listened on, the one the system chose when asked for 0.
     quint16 localPort() const;
     // Datagrams, packets and messages dropped as not valid so far.

@@ -4,12 +4,15 @@
 #include "base/UserDefaults.h"
 #include "dialogs/NetworkOutputsDialog.h"
 #include "dialogs/ObsSourceDialog.h"
+#include "dialogs/TslSourceDialog.h"
 #include "lamps/TallyState.h"
 #include "mainwindow/LampRow.h"
 #include "mainwindow/LostSourceMenu.h"
 #include "mainwindow/ViewController.h"
 #include "sources/MixdeskShotSource.h"
 #include "sources/ObsShotSource.h"
+#include "sources/SenderAllowList.h"
+#include "sources/TslShotSource.h"
 #include "tallymap/RecentDocuments.h"
 
 #include <QActionGroup>
@@ -40,22 +43,25 @@ void MainMenu::buildSourceMenu(QMenuBar& menuBar)
     auto* group = new QActionGroup(m_sourceMenu);
     m_mixdeskSource = m_sourceMenu->addAction(tr("Mixdesk"));
     m_obsSource = m_sourceMenu->addAction(tr("OBS Studio…"));
-    for (QAction* item : { m_mixdeskSource.data(), m_obsSource.data() }) {
+    m_tslSource = m_sourceMenu->addAction(tr("TSL UMD Listener…"));
+    for (QAction* item : { m_mixdeskSource.data(), m_obsSource.data(), m_tslSource.data() }) {
         item->setCheckable(true);
         group->addAction(item);
     }
     checkCurrentSource();
     connect(m_mixdeskSource, &QAction::triggered, this, &MainMenu::chooseMixdeskSource);
     connect(m_obsSource, &QAction::triggered, this, &MainMenu::askForObsSource);
+    connect(m_tslSource, &QAction::triggered, this, &MainMenu::askForTslSource);
 }
 
 void MainMenu::checkCurrentSource()
 {
     // A source chosen on the command line may be one this menu has no item
-    // for (a TSL listener): then neither item is ticked, rather than a wrong one.
+    // for: then no item is ticked, rather than a wrong one.
     const ShotSource::Kind kind = m_controller.shotSource().kind();
     m_obsSource->actionGroup()->setExclusionPolicy(QActionGroup::ExclusionPolicy::ExclusiveOptional);
     m_obsSource->setChecked(kind == ShotSource::Kind::obsStudio);
+    m_tslSource->setChecked(kind == ShotSource::Kind::tslUmd);
     m_mixdeskSource->setChecked(kind == ShotSource::Kind::mixdesk);
 }
 
@@ -99,6 +105,64 @@ bool MainMenu::chooseObsSource(const QString& address, const QString& password, 
     defaults.setObject(Preferences::shotSource, address, true);
     checkCurrentSource();
     return true;
+}
+
+void MainMenu::askForTslSource()
+{
+    UserDefaults& defaults = UserDefaults::standardUserDefaults();
+    TslSourceDialog dialog(defaults.objectForKey(Preferences::shotSource).toString(),
+        defaults.objectForKey(Preferences::tslAllowedSenders).toStringList(), m_controller.window());
+    dialog.setWindowModality(Qt::WindowModal);
+    if (dialog.exec() != QDialog::Accepted) {
+        checkCurrentSource(); // nothing changed
+        return;
+    }
+    QString problem;
+    if (!chooseTslSource(dialog.address(), dialog.allowedSenders(), &problem)) {
+        checkCurrentSource();
+        QMessageBox::warning(m_controller.window(), tr("TSL UMD Listener"), problem);
+    }
+}
+
+bool MainMenu::chooseTslSource(const QString& address, const QStringList& allowedSenders, QString* problem)
+{
+    const std::optional<TslShotSource::Listen> listen = TslShotSource::parseAddress(address, problem);
+    if (!listen) {
+        return false;
+    }
+    const std::optional<SenderAllowList> allowed = SenderAllowList::parse(allowedSenders, problem);
+    if (!allowed) {
+        return false;
+    }
+    auto source = std::make_unique<TslShotSource>(*listen);
+    source->setAllowedSenders(*allowed);
+    if (!source->start(problem) && !startInPlaceOfCurrentListener(*source, problem)) {
+        checkCurrentSource();
+        return false;
+    }
+    m_controller.setShotSource(std::move(source));
+    UserDefaults& defaults = UserDefaults::standardUserDefaults();
+    defaults.setObject(Preferences::shotSource, address);
+    defaults.setObject(Preferences::tslAllowedSenders, allowed->entries());
+    checkCurrentSource();
+    return true;
+}
+
+bool MainMenu::startInPlaceOfCurrentListener(TslShotSource& source, QString* problem)
+{
+    // The listener the window follows may hold the port (the operator
+    // changed only the allowed senders): it makes way, and listens again
+    // should the new one still not start.
+    auto* current = qobject_cast<TslShotSource*>(&m_controller.shotSource());
+    if (!current) {
+        return false;
+    }
+    current->stop();
+    if (source.start(problem)) {
+        return true;
+    }
+    current->start(nullptr);
+    return false;
 }
 
 void MainMenu::buildOutputsMenu(QMenuBar& menuBar)

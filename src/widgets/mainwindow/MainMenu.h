@@ -12,12 +12,13 @@
 
 #include <optional>
 
+class TslShotSource;
 class ViewController;
 
 // The main window's menu bar: File (Open, Open Recent, Save, Save As, Quit),
 // Edit (Lock Editing, Require Password to Unlock, Test Lights, When the
 // Switcher Is Lost), View (Always on Top, Large Lamp Labels, Big Tally),
-// Source (Mixdesk, OBS Studio…), Outputs (Network Outputs…) and Help
+// Source (Mixdesk, OBS Studio…, TSL UMD Listener…), Outputs (Network Outputs…) and Help
 // (About). The commands go to the main screen controller; Open
 // Recent is rebuilt from the recent documents each time it opens.
 class MainMenu : public QObject {
@@ -43,12 +44,18 @@ public:
     QMenu* sourceMenu() const { return m_sourceMenu; }
     QAction* mixdeskSourceAction() const { return m_mixdeskSource; }
     QAction* obsSourceAction() const { return m_obsSource; }
+    QAction* tslSourceAction() const { return m_tslSource; }
 
     // Follow Mixdesk, or OBS Studio at address ("obs://HOST:PORT") with
     // password, from now on and at the next start (unless the command line
     // chooses otherwise). False, with the reason, for an unusable address.
     void chooseMixdeskSource();
     bool chooseObsSource(const QString& address, const QString& password, QString* problem = nullptr);
+    // Listen for TSL UMD at address ("tsl5://PORT", "tsl+tcp://ADDRESS:PORT")
+    // from the allowed senders (none: every sender), from now on and at the
+    // next start. False, with the reason and the current source left alone,
+    // for an unusable address or a port that cannot be had.
+    bool chooseTslSource(const QString& address, const QStringList& allowedSenders, QString* problem = nullptr);
     LostSourceMenu* lostSourceMenu() const { return m_lostSourceMenu; }
     QMenu* outputsMenu() const { return m_outputsMenu; }
     QAction* networkOutputsAction() const { return m_networkOutputs; }
@@ -72,6 +79,8 @@ private:
     void buildViewMenu(QMenuBar& menuBar);
     void buildSourceMenu(QMenuBar& menuBar);
     void askForObsSource();
+    void askForTslSource();
+    bool startInPlaceOfCurrentListener(TslShotSource& source, QString* problem);
     void checkCurrentSource();
     void buildOutputsMenu(QMenuBar& menuBar);
     void askForNetworkOutputs();
@@ -98,6 +107,7 @@ private:
     QPointer<QMenu> m_sourceMenu;
     QPointer<QAction> m_mixdeskSource;
     QPointer<QAction> m_obsSource;
+    QPointer<QAction> m_tslSource;
     QPointer<LostSourceMenu> m_lostSourceMenu;
     QPointer<QMenu> m_outputsMenu;
     QPointer<QAction> m_networkOutputs;

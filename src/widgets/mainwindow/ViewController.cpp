@@ -99,9 +99,12 @@ void ViewController::connectControls()
 
 void ViewController::followShotSource()
 {
+    ShotSource& source = m_ticker.source();
     if (m_mixdeskWarning) {
-        m_mixdeskWarning->setText(m_ticker.source().notRunningWarning());
+        m_mixdeskWarning->setText(source.notRunningWarning());
     }
+    connect(&source, &ShotSource::statusChanged, this, &ViewController::shotSourceStatusChanged);
+    Q_EMIT shotSourceFollowed(source.displayName());
 }
 
 void ViewController::setShotSource(std::unique_ptr<ShotSource> source)
@@ -109,6 +112,9 @@ void ViewController::setShotSource(std::unique_ptr<ShotSource> source)
     if (!source) {
         return;
     }
+    // The old source lingers until the event loop deletes it: its news is
+    // no longer the window's.
+    m_ticker.source().disconnect(this);
     m_ticker.setSource(std::move(source));
     followShotSource();
 }

@@ -137,6 +137,10 @@ Q_SIGNALS:
     // An indicator was given its mode (by a tick, or the lights-off at
     // quit); shotNames are the light's assigned shots, for larger views.
     void lightModeShown(qsizetype lightIndex, TallyMode mode, const QString& shotNames);
+    // The window follows another source (its display name).
+    void shotSourceFollowed(const QString& displayName);
+    // The source's own news (a sender heard, a connection made), one line.
+    void shotSourceStatusChanged(const QString& status);
 
 protected:
     void viewDidLoad();

@@ -1,12 +1,22 @@
-// The Source menu: following Mixdesk or OBS Studio, chosen in the window and
-// remembered for the next start.
+// The Source menu: following Mixdesk, OBS Studio or a TSL switcher, chosen
+// in the window and remembered for the next start.
 
 #include "dialogs/ObsSourceDialog.h"
+#include "dialogs/TslSourceDialog.h"
+#include "mainwindow/StatusLine.h"
+#include "sources/TslShotSource.h"
+#include "support/Eventually.h"
+#include "tsl/TslUmd50.h"
 #include "widgets/mainwindow/MainWindowFixture.h"
 
+#include <QComboBox>
+#include <QDialogButtonBox>
 #include <QFileInfo>
+#include <QLabel>
 #include <QLineEdit>
+#include <QPushButton>
 #include <QSpinBox>
+#include <QUdpSocket>
 
 namespace {
 
@@ -23,11 +33,13 @@ TEST_F(SourceMenuTest, WithNoChoiceMadeMixdeskIsChecked)
     EXPECT_EQ(main.menu->obsSourceAction()->text(), QStringLiteral("OBS Studio…"));
 }
 
-TEST_F(SourceMenuTest, FollowingASwitcherTheMenuHasNoItemForTicksNeitherItem)
+TEST_F(SourceMenuTest, FollowingATslSwitcherTicksTheListenerItemOnly)
 {
     auto source = std::make_unique<FakeShotSource>();
     source->sourceKind = ShotSource::Kind::tslUmd;
     makeWindow(std::move(source));
+    EXPECT_TRUE(main.menu->tslSourceAction()->isChecked());
+    EXPECT_EQ(main.menu->tslSourceAction()->text(), QStringLiteral("TSL UMD Listener…"));
     EXPECT_FALSE(main.menu->mixdeskSourceAction()->isChecked());
     EXPECT_FALSE(main.menu->obsSourceAction()->isChecked());
 }
@@ -97,4 +109,137 @@ TEST(ObsSourceDialogTest, WithoutAPreviousAddressItOffersThisComputerOnPort4455)
 {
     ObsSourceDialog dialog(QStringLiteral("mixdesk"), QString());
     EXPECT_EQ(dialog.address(), QStringLiteral("obs://127.0.0.1:4455"));
+}
+
+namespace {
+
+// A UDP port nothing listens on now.
+quint16 freeUdpPort()
+{
+    QUdpSocket probe;
+    probe.bind(QHostAddress::LocalHost, 0);
+    return probe.localPort();
+}
+
+} // namespace
+
+TEST_F(SourceMenuTest, ChoosingATslListenerFollowsItAndRemembersItsAddressAndAllowedSenders)
+{
+    makeWindow();
+    const QString address = QStringLiteral("tsl5://127.0.0.1:%1").arg(freeUdpPort());
+    QString problem;
+    ASSERT_TRUE(
+        main.menu->chooseTslSource(address, { QStringLiteral("127.0.0.1"), QStringLiteral("10.0.1.0/24") }, &problem))
+        << problem.toStdString();
+    auto* source = qobject_cast<TslShotSource*>(&controller->shotSource());
+    ASSERT_NE(source, nullptr);
+    EXPECT_EQ(source->allowedSenders().entries(),
+        (QStringList { QStringLiteral("127.0.0.1"), QStringLiteral("10.0.1.0/24") }));
+    EXPECT_TRUE(main.menu->tslSourceAction()->isChecked());
+    EXPECT_FALSE(main.menu->mixdeskSourceAction()->isChecked());
+    EXPECT_EQ(controller->mixdeskWarning()->text(), QStringLiteral("No TSL messages received"));
+    UserDefaults& defaults = UserDefaults::standardUserDefaults();
+    EXPECT_EQ(defaults.objectForKey(Preferences::shotSource).toString(), address);
+    EXPECT_EQ(defaults.objectForKey(Preferences::tslAllowedSenders).toStringList(),
+        (QStringList { QStringLiteral("127.0.0.1"), QStringLiteral("10.0.1.0/24") }));
+}
+
+TEST_F(SourceMenuTest, ChoosingOtherSendersOnThePortTheListenerHoldsWorks)
+{
+    makeWindow();
+    const QString address = QStringLiteral("tsl5://127.0.0.1:%1").arg(freeUdpPort());
+    ASSERT_TRUE(main.menu->chooseTslSource(address, {}));
+    QString problem;
+    ASSERT_TRUE(main.menu->chooseTslSource(address, { QStringLiteral("127.0.0.1") }, &problem))
+        << problem.toStdString();
+    EXPECT_EQ(qobject_cast<TslShotSource*>(&controller->shotSource())->allowedSenders().entries(),
+        QStringList { QStringLiteral("127.0.0.1") });
+}
+
+TEST_F(SourceMenuTest, APortInUseLeavesTheSourceAsItWasAndSaysWhy)
+{
+    QUdpSocket holder;
+    ASSERT_TRUE(holder.bind(QHostAddress::LocalHost, 0));
+    makeWindow();
+    QString problem;
+    EXPECT_FALSE(main.menu->chooseTslSource(
+        QStringLiteral("tsl5://127.0.0.1:%1").arg(holder.localPort()), { QStringLiteral("127.0.0.1") }, &problem));
+    EXPECT_TRUE(problem.startsWith(QStringLiteral("cannot listen for TSL UMD 5.0 on UDP"))) << problem.toStdString();
+    EXPECT_EQ(controller->shotSource().displayName(), QStringLiteral("Mixdesk"));
+    EXPECT_TRUE(main.menu->mixdeskSourceAction()->isChecked());
+    EXPECT_FALSE(UserDefaults::standardUserDefaults().objectForKey(Preferences::shotSource).isValid());
+}
+
+TEST_F(SourceMenuTest, AnAllowedSenderThatIsNotAnAddressIsRefused)
+{
+    makeWindow();
+    QString problem;
+    EXPECT_FALSE(main.menu->chooseTslSource(
+        QStringLiteral("tsl5://127.0.0.1:%1").arg(freeUdpPort()), { QStringLiteral("switcher") }, &problem));
+    EXPECT_TRUE(problem.contains(QStringLiteral("'switcher' is not an IP address"))) << problem.toStdString();
+    EXPECT_EQ(controller->shotSource().displayName(), QStringLiteral("Mixdesk"));
+}
+
+TEST_F(SourceMenuTest, TheStatusLineNamesEachNewTslSender)
+{
+    makeWindow();
+    const quint16 port = freeUdpPort();
+    ASSERT_TRUE(
+        main.menu->chooseTslSource(QStringLiteral("tsl5://127.0.0.1:%1").arg(port), { QStringLiteral("127.0.0.1") }));
+    EXPECT_EQ(main.statusLine->text(), QStringLiteral("Lights follow TSL UMD"));
+    TslUmd50::Packet packet;
+    TslUmd50::Display display;
+    display.index = 1;
+    display.leftTally = TslUmd50::Colour::red;
+    display.text = QStringLiteral("Cam 1");
+    packet.displays.append(display);
+    QUdpSocket stranger;
+    ASSERT_TRUE(stranger.bind(QHostAddress(QStringLiteral("127.0.0.66")), 0));
+    stranger.writeDatagram(TslUmd50::encode(packet), QHostAddress::LocalHost, port);
+    EXPECT_TRUE(eventually([&] {
+        return main.statusLine->text()
+            == QStringLiteral("Lights follow TSL UMD · Ignoring TSL messages from 127.0.0.66: not an allowed sender");
+    })) << main.statusLine->text().toStdString();
+}
+
+TEST(TslSourceDialogTest, StartsFromThePreviousChoiceAndGivesTheEnteredOne)
+{
+    TslSourceDialog dialog(QStringLiteral("tsl+tcp://10.0.0.2:9000"), { QStringLiteral("10.0.0.5") });
+    EXPECT_EQ(dialog.versionField->currentText(), QStringLiteral("TSL UMD 3.1"));
+    EXPECT_EQ(dialog.transportField->currentText(), QStringLiteral("TCP"));
+    EXPECT_EQ(dialog.listenAddressField->text(), QStringLiteral("10.0.0.2"));
+    EXPECT_EQ(dialog.portField->value(), 9000);
+    EXPECT_EQ(dialog.allowedSendersField->text(), QStringLiteral("10.0.0.5"));
+    EXPECT_EQ(dialog.address(), QStringLiteral("tsl+tcp://10.0.0.2:9000"));
+
+    dialog.versionField->setCurrentIndex(dialog.versionField->findText(QStringLiteral("TSL UMD 5.0")));
+    dialog.transportField->setCurrentIndex(dialog.transportField->findText(QStringLiteral("UDP")));
+    dialog.listenAddressField->clear();
+    dialog.portField->setValue(8901);
+    dialog.allowedSendersField->setText(QStringLiteral(" 10.0.0.5, 10.0.1.0/24 "));
+    EXPECT_EQ(dialog.address(), QStringLiteral("tsl5://8901"));
+    EXPECT_EQ(dialog.allowedSenders(), (QStringList { QStringLiteral("10.0.0.5"), QStringLiteral("10.0.1.0/24") }));
+}
+
+TEST(TslSourceDialogTest, WithoutAPreviousChoiceItOffersFiveOverUdpOnPort8900FromEverySender)
+{
+    TslSourceDialog dialog(QStringLiteral("obs://127.0.0.1:4455"), {});
+    EXPECT_EQ(dialog.address(), QStringLiteral("tsl5://8900"));
+    EXPECT_TRUE(dialog.allowedSenders().isEmpty());
+    EXPECT_EQ(dialog.allowedSendersField->placeholderText(), QStringLiteral("every sender"));
+}
+
+TEST(TslSourceDialogTest, OKWaitsForAllowedSendersThatAreAddresses)
+{
+    TslSourceDialog dialog(QString(), {});
+    auto* ok = dialog.findChild<QDialogButtonBox*>()->button(QDialogButtonBox::Ok);
+    EXPECT_TRUE(ok->isEnabled());
+    dialog.allowedSendersField->setText(QStringLiteral("10.0.0.5, switcher"));
+    EXPECT_FALSE(ok->isEnabled());
+    EXPECT_TRUE(dialog.problemLabel->text().contains(QStringLiteral("'switcher' is not an IP address")))
+        << dialog.problemLabel->text().toStdString();
+    dialog.allowedSendersField->setText(QStringLiteral("10.0.0.5"));
+    EXPECT_TRUE(ok->isEnabled());
+    dialog.listenAddressField->setText(QStringLiteral("studio"));
+    EXPECT_FALSE(ok->isEnabled());
 }

@@ -3,6 +3,7 @@
 
 #include "mainwindow/StatusLine.h"
 
+#include "sources/MixdeskShotSource.h"
 #include "support/QtPrinters.h"
 #include "widgets/mainwindow/MainWindowFixture.h"
 
@@ -103,4 +104,30 @@ TEST_F(StatusLineTest, AnOpenRecentListThatCannotBeStoredIsNamedAndTheSaveStillC
     // The menu still offers the map for the rest of the session.
     EXPECT_EQ(controller->document().recentDocuments().recentDocuments(),
         QStringList { QFileInfo(path).canonicalFilePath() });
+}
+
+TEST_F(StatusLineTest, TheSourcesNewsStandsBesideTheSwitchersNameWhileNothingIsWrong)
+{
+    FakeShotSource* source = makeWindowFollowingAFakeSwitcher();
+    tick();
+    EXPECT_EQ(line(), QStringLiteral("Lights follow Fake switcher"));
+    Q_EMIT source->statusChanged(QStringLiteral("TSL messages from 10.0.0.2"));
+    EXPECT_EQ(line(), QStringLiteral("Lights follow Fake switcher · TSL messages from 10.0.0.2"));
+    source->running = false;
+    tick();
+    EXPECT_EQ(line(), QStringLiteral("⚠ Fake switcher is not connected"));
+    source->running = true;
+    tick();
+    EXPECT_EQ(line(), QStringLiteral("Lights follow Fake switcher · TSL messages from 10.0.0.2"));
+}
+
+TEST_F(StatusLineTest, AnotherSourceIsNamedAndTheOldOnesNewsIsGone)
+{
+    FakeShotSource* source = makeWindowFollowingAFakeSwitcher();
+    tick();
+    Q_EMIT source->statusChanged(QStringLiteral("TSL messages from 10.0.0.2"));
+    answer({ { "1", "Cam 1", true, false } });
+    controller->setShotSource(std::make_unique<MixdeskShotSource>());
+    tick();
+    EXPECT_EQ(line(), QStringLiteral("Lights follow Mixdesk"));
 }
