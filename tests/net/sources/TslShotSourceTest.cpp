@@ -463,3 +463,19 @@ TEST(TslShotSourceTest, ASenderNoLongerAllowedLosesItsDisplaysAtOnce)
     EXPECT_FALSE(isLive(source, QStringLiteral("Cam 1")));
     EXPECT_EQ(source.queryShots().size(), 1);
 }
+
+TEST(TslShotSourceTest, DatagramsWaitingBeyondOneBatchAreAllReadWithoutAnotherArriving)
+{
+    TslShotSource source(listenOn(TslTallyEncoding::Version::v50, TslShotSource::Transport::udp));
+    ASSERT_TRUE(source.start(nullptr));
+    // More than one read takes at once, all waiting before the source gets
+    // a turn: the rest must be read on the socket's next report, not left
+    // until a later datagram wakes it.
+    constexpr int count = 150;
+    QUdpSocket switcher;
+    for (int index = 1; index <= count; ++index) {
+        switcher.writeDatagram(
+            packet50(index, TslUmd50::Colour::off, QString()), QHostAddress::LocalHost, source.localPort());
+    }
+    EXPECT_TRUE(eventually([&] { return source.queryShots().size() == count; }, 5000)) << source.queryShots().size();
+}
