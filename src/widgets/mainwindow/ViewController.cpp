@@ -221,6 +221,11 @@ void ViewController::setMixdeskWarningHidden(bool hidden)
 {
     m_sourceRunning = hidden;
     if (m_mixdeskWarning) {
+        // A source may say why it is not running in other words as things
+        // change (nothing heard, or nothing that lights a display).
+        if (!hidden) {
+            m_mixdeskWarning->setText(m_ticker.source().notRunningWarning());
+        }
         m_mixdeskWarning->setHidden(hidden);
     }
 }

@@ -108,3 +108,14 @@ TEST_F(LostSourceWindowTest, TheAboutBoxNamesTheVersion)
     EXPECT_EQ(main.menu->aboutAction()->menuRole(), QAction::AboutRole);
     EXPECT_TRUE(main.menu->helpMenu()->actions().contains(main.menu->aboutAction()));
 }
+
+TEST_F(LostSourceWindowTest, TheWarningSaysWhatTheSourceSaysNowWhyItIsNotRunning)
+{
+    makeLiveWindow();
+    source->running = false;
+    tick();
+    EXPECT_EQ(controller->mixdeskWarning()->text(), QStringLiteral("Fake switcher is not connected"));
+    source->warning = QStringLiteral("TSL messages arrive, but none lights a display");
+    tick();
+    EXPECT_EQ(controller->mixdeskWarning()->text(), QStringLiteral("TSL messages arrive, but none lights a display"));
+}
