@@ -260,6 +260,7 @@ def websockets(args):
     deadline = args.deadline
     clients = []
     opened = refused = messages = 0
+    reasons = {}
     for tick in paced(10, deadline):
         while len(clients) < args.count and running(deadline):
             try:
@@ -267,8 +268,10 @@ def websockets(args):
                 client.sock.setblocking(False)
                 clients.append(client)
                 opened += 1
-            except OSError:
+            except OSError as error:
                 refused += 1
+                reason = str(error)[:60]
+                reasons[reason] = reasons.get(reason, 0) + 1
                 break
         for client in list(clients):
             try:
@@ -297,8 +300,8 @@ def websockets(args):
                 clients.remove(victim)
         if clients and random.random() < 0.05:
             clients.pop(0).close()
-    print(json.dumps({"part": "websockets", "opened": opened, "refused": refused, "state_messages": messages}),
-          flush=True)
+    print(json.dumps({"part": "websockets", "opened": opened, "refused": refused, "state_messages": messages,
+                      "refusals": reasons}), flush=True)
 
 
 # --- The real page in Chromium ---------------------------------------------
