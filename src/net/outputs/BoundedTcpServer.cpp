@@ -124,8 +124,16 @@ void BoundedTcpServer::releaseUpgradedConnection(const QHostAddress& peerAddress
 {
     for (auto it = m_guards.begin(); it != m_guards.end(); ++it) {
         if (*it && (*it)->socket().peerAddress() == peerAddress && (*it)->socket().peerPort() == peerPort) {
+            QTcpSocket& socket = (*it)->socket();
             delete it->data();
             m_guards.erase(it);
+            // The WebSocket has taken the connection over and is counted
+            // with the page's WebSockets from now on. Once handed over, the
+            // socket's end no longer reaches this server, so counting it
+            // here would keep its place taken for good: after as many page
+            // visits as there are places, no phone could connect.
+            socket.disconnect(this);
+            --m_openConnections;
             return;
         }
     }

@@ -35,8 +35,9 @@ public:
 
     int openConnections() const { return m_openConnections; }
 
-    // The connection from peer has become a WebSocket: no deadline, and
-    // never replaced by a newer connection.
+    // The connection from peer has become a WebSocket: no deadline, never
+    // replaced by a newer connection, and no longer counted here (the
+    // page's WebSockets have a limit of their own).
     void releaseUpgradedConnection(const QHostAddress& peerAddress, quint16 peerPort);
 
 protected:

@@ -477,3 +477,22 @@ TEST_F(WebTallyServerTest, ThePageSaysWhereAPhoneFindsIt)
     start();
     EXPECT_EQ(server->pageUrls(), QStringList { QStringLiteral("http://127.0.0.1:%1/").arg(port) });
 }
+
+TEST_F(WebTallyServerTest, PhonesThatCameAndWentLeaveRoomForTheNextOnes)
+{
+    WebTallyServer::Limits limits = quietLimits();
+    limits.connections.maxConnections = 4;
+    start(limits);
+    server->publish(studio(TallyMode::live));
+    // Twice as many pages as the connection limit, one after another, each
+    // gone before the next: a phone reloading, sleeping, waking.
+    for (int visit = 0; visit < 8; ++visit) {
+        PageSocket page(port);
+        ASSERT_TRUE(page.heard(1)) << "visit " << visit;
+        page.socket.close();
+        ASSERT_TRUE(eventually([&] { return server->webSocketCount() == 0; })) << "visit " << visit;
+    }
+    EXPECT_EQ(httpGet(port, QStringLiteral("/light/1")).status, 200);
+    PageSocket next(port);
+    EXPECT_TRUE(next.heard(1));
+}
