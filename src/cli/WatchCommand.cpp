@@ -24,11 +24,10 @@ const Command& command()
 {
     static const Command definition {
         QStringLiteral("watch"),
-        QStringLiteral(
-            "watch [--ticks N] [--json] [--timestamps|--no-timestamps] [--source SOURCE] "
-            "[--tsl-allow ADDRESSES]... [--password-file FILE] [--tsl URL]... [--tsl5 URL]... [--tsl-offset N] "
-            "[--web [ADDRESS:]PORT] [--when-lost keep|off|blink] [--blink-after SECONDS] "
-            "[--lights-off-at-quit] MAP"),
+        QStringLiteral("watch [--ticks N] [--json] [--timestamps|--no-timestamps] [--source SOURCE] "
+                       "[--tsl-allow LIST]... [--password-file FILE] [--tsl URL]... [--tsl5 URL]... [--tsl-offset N] "
+                       "[--web [ADDRESS:]PORT] [--when-lost keep|off|blink] [--blink-after SECONDS] "
+                       "[--lights-off-at-quit] MAP"),
         QStringLiteral("Run the update cycle on a tally map without a window, printing each change, until "
                        "interrupted (or for N ticks of 0.25 s)"),
         runWatch,

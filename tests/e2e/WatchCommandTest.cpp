@@ -107,7 +107,7 @@ TEST_F(WatchCommandTest, WrongUsageExitsTwoWithAUsageLine)
     EXPECT_EQ(watch.exitCode(), 2);
     EXPECT_TRUE(watch.readAllStandardError().contains(
         "usage: tallyctl watch [--ticks N] [--json] [--timestamps|--no-timestamps] [--source SOURCE] "
-        "[--tsl-allow ADDRESSES]... [--password-file FILE] [--tsl URL]... [--tsl5 URL]... [--tsl-offset N] [--web "
+        "[--tsl-allow LIST]... [--password-file FILE] [--tsl URL]... [--tsl5 URL]... [--tsl-offset N] [--web "
         "[ADDRESS:]PORT] "
         "[--when-lost keep|off|blink] [--blink-after SECONDS] [--lights-off-at-quit] MAP"));
 }
