@@ -44,9 +44,11 @@ public:
     // Stores a value at once, as a control bound to the key does when the
     // user switches it.
     void setBool(const QString& key, bool value);
-    // Stores any value at once. With private set, the settings file becomes
-    // readable and writable by the user only: it then holds a secret.
-    void setObject(const QString& key, const QVariant& value, bool isPrivate = false);
+    // Stores any value at once. Secrets never go here (see SecretStore):
+    // the settings file is as readable as the user's other settings.
+    void setObject(const QString& key, const QVariant& value);
+    // Forgets the stored value at once; the registered default answers again.
+    void removeObjectForKey(const QString& key);
 
     QString settingsFilePath() const;
 
@@ -66,7 +68,9 @@ inline const QString showEmptyLayers = QStringLiteral("ShowEmptyLayers");
 // (default, never registered so the absence of a choice stays visible) or
 // "obs://HOST:PORT".
 inline const QString shotSource = QStringLiteral("ShotSource");
-// OBS Studio's websocket password, kept with the source.
+// OBS Studio's websocket password as earlier versions kept it, in plain
+// text. Only read to move it into the secret store (ObsPasswordKeeper) and
+// delete it; the password itself is kept there under the same name.
 inline const QString obsPassword = QStringLiteral("ObsPassword");
 // The outputs besides the window and the tally box, chosen in Outputs >
 // Network Outputs. None is ever registered: a key nobody set means the
