@@ -105,6 +105,11 @@ protected:
         environment.insert(QStringLiteral("QT_QPA_PLATFORM"), QStringLiteral("offscreen"));
         environment.insert(QStringLiteral("MIXDESK_TALLY_HID_CAPTURE"), capture.path);
         environment.insert(QStringLiteral("MIXDESK_TALLY_OBS_PASSWORD"), password);
+        // A session bus where nothing listens: the window never reaches the
+        // user's own keyring, and keeps its password in its private file.
+        environment.insert(QStringLiteral("DBUS_SESSION_BUS_ADDRESS"),
+            QStringLiteral("unix:path=") + folder.filePath(QStringLiteral("no-bus")));
+        environment.remove(QStringLiteral("DISPLAY"));
         window.setProcessEnvironment(environment);
         window.start(QStringLiteral(TALLY_BINARY_DIR "/bin/mixdesk-tally"), arguments);
         ASSERT_TRUE(window.waitForStarted(10000));
@@ -262,4 +267,16 @@ TEST_F(ObsStudioWatchTest, TheWindowStartsWithTheSourceChosenInItLastTime)
     settings.close();
     ASSERT_NO_FATAL_FAILURE(startWindow({ mapPath }, QString()));
     ASSERT_TRUE(boxShows(wideLiveCloseInPreview, 20000)) << lastTick().toStdString();
+    // The password an earlier version wrote in plain text has left the
+    // settings file for the private file, there being no secret store here.
+    ASSERT_TRUE(settings.open(QIODevice::ReadOnly));
+    const QByteArray after = settings.readAll();
+    EXPECT_TRUE(after.contains(obs.address().toUtf8())) << after.toStdString();
+    EXPECT_FALSE(after.contains(obs.password().toUtf8())) << after.toStdString();
+    const QString secrets = settingsFolder + QStringLiteral("/secrets.json");
+    EXPECT_EQ(QFile::permissions(secrets) & ~(QFileDevice::ReadUser | QFileDevice::WriteUser),
+        QFileDevice::ReadOwner | QFileDevice::WriteOwner);
+    QFile secretFile(secrets);
+    ASSERT_TRUE(secretFile.open(QIODevice::ReadOnly));
+    EXPECT_TRUE(secretFile.readAll().contains(obs.password().toUtf8()));
 }

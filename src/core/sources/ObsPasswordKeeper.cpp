@@ -20,31 +20,14 @@ ObsPasswordKeeper::ObsPasswordKeeper(UserDefaults& defaults, std::unique_ptr<Sec
 {
 }
 
-void ObsPasswordKeeper::fetch(Give give)
+void ObsPasswordKeeper::moveOutOfSettings()
 {
     const QVariant inSettings = m_defaults.objectForKey(Preferences::obsPassword);
-    if (inSettings.isValid()) {
-        const QString password = inSettings.toString();
-        m_known = password;
-        moveOutOfSettings(password);
-        give(password);
+    if (!inSettings.isValid()) {
         return;
     }
-    m_store->read(secretKey, [this, give = std::move(give)](const SecretStore::Answer& answer) {
-        if (answer.outcome == SecretStore::Outcome::failed || answer.outcome == SecretStore::Outcome::unavailable) {
-            logTrouble(QStringLiteral("cannot be read from %1").arg(m_store->description()), answer);
-        }
-        const QString password = answer.outcome == SecretStore::Outcome::done ? answer.secret : QString();
-        // A password kept meanwhile is newer than what the store held.
-        if (!m_known) {
-            m_known = password;
-        }
-        give(password);
-    });
-}
-
-void ObsPasswordKeeper::moveOutOfSettings(const QString& password)
-{
+    const QString password = inSettings.toString();
+    m_known = password;
     if (password.isEmpty()) {
         m_defaults.removeObjectForKey(Preferences::obsPassword);
         return;
@@ -56,6 +39,25 @@ void ObsPasswordKeeper::moveOutOfSettings(const QString& password)
             return;
         }
         m_defaults.removeObjectForKey(Preferences::obsPassword);
+    });
+}
+
+void ObsPasswordKeeper::fetch(Give give)
+{
+    if (m_known) {
+        give(*m_known);
+        return;
+    }
+    m_store->read(secretKey, [this, give = std::move(give)](const SecretStore::Answer& answer) {
+        if (answer.outcome == SecretStore::Outcome::failed || answer.outcome == SecretStore::Outcome::unavailable) {
+            logTrouble(QStringLiteral("cannot be read from %1").arg(m_store->description()), answer);
+        }
+        const QString password = answer.outcome == SecretStore::Outcome::done ? answer.secret : QString();
+        // A password kept meanwhile is newer than what the store held.
+        if (!m_known) {
+            m_known = password;
+        }
+        give(*m_known);
     });
 }
 

@@ -25,9 +25,14 @@ public:
 
     ObsPasswordKeeper(UserDefaults& defaults, std::unique_ptr<SecretStore> store);
 
+    // At start: a password an earlier version left in the settings file
+    // goes to the store and out of the file (once the store has it; should
+    // the store refuse it, it stays rather than be lost). It is known() from
+    // then on. Nothing else touches the store, so a start that needs no
+    // password never wakes the desktop's keyring.
+    void moveOutOfSettings();
     // The remembered password, handed to give once known (empty for none):
-    // at once when the settings file still holds one, which is then moved
-    // to the store; else when the store answers.
+    // at once when known(), else when the store answers.
     void fetch(Give give);
     // The password of a newly chosen OBS source; an empty one is forgotten.
     void keep(const QString& password);
@@ -39,8 +44,6 @@ public:
     SecretStore& store() { return *m_store; }
 
 private:
-    void moveOutOfSettings(const QString& password);
-
     UserDefaults& m_defaults;
     std::unique_ptr<SecretStore> m_store;
     std::optional<QString> m_known;

@@ -63,14 +63,18 @@ void MainMenu::chooseMixdeskSource()
 {
     m_controller.setShotSource(std::make_unique<MixdeskShotSource>());
     UserDefaults::standardUserDefaults().setObject(Preferences::shotSource, QStringLiteral("mixdesk"));
+    // Mixdesk has no password: OBS's is not kept for a source nobody uses.
+    m_controller.obsPassword().forget();
     checkCurrentSource();
 }
 
 void MainMenu::askForObsSource()
 {
     UserDefaults& defaults = UserDefaults::standardUserDefaults();
+    // The password as fetched at start; empty should the secret store not
+    // have answered yet.
     ObsSourceDialog dialog(defaults.objectForKey(Preferences::shotSource).toString(),
-        defaults.objectForKey(Preferences::obsPassword).toString(), m_controller.window());
+        m_controller.obsPassword().known().value_or(QString()), m_controller.window());
     dialog.setWindowModality(Qt::WindowModal);
     QString problem;
     if (dialog.exec() != QDialog::Accepted) {
@@ -93,10 +97,9 @@ bool MainMenu::chooseObsSource(const QString& address, const QString& password, 
     settings.address = *parsed;
     settings.password = password;
     m_controller.setShotSource(std::make_unique<ObsShotSource>(settings));
-    UserDefaults& defaults = UserDefaults::standardUserDefaults();
-    // The password makes the settings file a secret of the user's.
-    defaults.setObject(Preferences::obsPassword, password, true);
-    defaults.setObject(Preferences::shotSource, address, true);
+    // The address goes to the settings, the password to the secret store.
+    UserDefaults::standardUserDefaults().setObject(Preferences::shotSource, address);
+    m_controller.obsPassword().keep(password);
     checkCurrentSource();
     return true;
 }

@@ -60,9 +60,12 @@ TEST_F(ObsPasswordKeeperTest, APasswordLeftInTheSettingsFileIsMovedToTheStoreAnd
     writeSettings("[General]\nShotSource=obs://127.0.0.1:4455\nObsPassword=" + password.toUtf8() + "\n");
     defaults = std::make_unique<UserDefaults>(settingsPath);
     auto keeping = keeper();
+    keeping->moveOutOfSettings();
+    store->holdAnswers = true;
     std::optional<QString> given;
     keeping->fetch([&](const QString& fetched) { given = fetched; });
     EXPECT_EQ(given, password) << "handed over at once, without waiting on the store";
+    EXPECT_EQ(store->reads, 0);
     EXPECT_EQ(store->secrets.value(ObsPasswordKeeper::secretKey), password);
     EXPECT_FALSE(settingsText().contains(password.toUtf8())) << settingsText().toStdString();
     EXPECT_TRUE(settingsText().contains("ShotSource")) << "the rest of the settings stay";
@@ -75,6 +78,7 @@ TEST_F(ObsPasswordKeeperTest, APasswordTheStoreRefusesStaysInTheSettingsFileRath
     defaults = std::make_unique<UserDefaults>(settingsPath);
     auto keeping = keeper();
     store->behaviour = SecretStore::Outcome::failed;
+    keeping->moveOutOfSettings();
     std::optional<QString> given;
     keeping->fetch([&](const QString& fetched) { given = fetched; });
     EXPECT_EQ(given, password);
@@ -94,6 +98,16 @@ TEST_F(ObsPasswordKeeperTest, TheStoredPasswordIsHandedOverWhenTheStoreAnswers)
     store->answerAll();
     EXPECT_EQ(given, password);
     EXPECT_EQ(keeping->known(), password);
+}
+
+TEST_F(ObsPasswordKeeperTest, WithNoPasswordInTheSettingsFileTheStoreIsNotTouchedAtStart)
+{
+    writeSettings("[General]\nShotSource=mixdesk\n");
+    defaults = std::make_unique<UserDefaults>(settingsPath);
+    auto keeping = keeper();
+    keeping->moveOutOfSettings();
+    EXPECT_EQ(store->reads + store->writes + store->removals, 0);
+    EXPECT_FALSE(keeping->known());
 }
 
 TEST_F(ObsPasswordKeeperTest, WithNothingStoredThePasswordIsEmpty)
@@ -139,7 +153,7 @@ TEST_F(ObsPasswordKeeperTest, WithoutADesktopStoreOnlyThePrivateFileHoldsThePass
     const QString filePath = SecretFile::besideSettings(settingsPath);
     ObsPasswordKeeper keeping(
         *defaults, std::make_unique<FallbackSecretStore>(std::move(missing), std::make_unique<SecretFile>(filePath)));
-    keeping.fetch([](const QString&) {});
+    keeping.moveOutOfSettings();
     EXPECT_FALSE(settingsText().contains(password.toUtf8()));
     ASSERT_TRUE(QFile::exists(filePath));
     EXPECT_EQ(QFile::permissions(filePath) & ~(QFileDevice::ReadUser | QFileDevice::WriteUser),
