@@ -57,6 +57,8 @@ public:
     // The password has arrived; a greeting that waited for it is answered.
     void setPassword(const QString& password);
     bool awaitsPassword() const { return !m_password.has_value(); }
+    // A greeting asked for the password and waits for it.
+    bool greetingWaitsForPassword() const { return m_waitingChallenge.has_value(); }
     bool hasPassword() const { return m_password.has_value() && !m_password->isEmpty(); }
 
     bool isIdentified() const { return m_identified; }

@@ -27,8 +27,13 @@ ObsShotSource::ObsShotSource(Settings settings, QObject* parent)
     , m_retryDelayMs(m_settings.firstRetryDelayMs)
 {
     m_answerTimer.setSingleShot(true);
-    connect(&m_answerTimer, &QTimer::timeout, this,
-        [this] { dropConnection(QStringLiteral("OBS Studio did not answer")); });
+    connect(&m_answerTimer, &QTimer::timeout, this, [this] {
+        // OBS asked and waited; what did not come is the password, from a
+        // secret store that may be asking the user to unlock it.
+        dropConnection(m_session.greetingWaitsForPassword()
+                ? QStringLiteral("the password has not come from the secret store yet")
+                : QStringLiteral("OBS Studio did not answer"));
+    });
     m_retryTimer.setSingleShot(true);
     connect(&m_retryTimer, &QTimer::timeout, this, &ObsShotSource::connectToServer);
     connectToServer();

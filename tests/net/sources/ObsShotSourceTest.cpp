@@ -194,6 +194,23 @@ TEST_F(ObsShotSourceTest, AGreetingWaitsForAPasswordThatComesLater)
     EXPECT_EQ(server.connections, 1) << "the first connection was kept";
 }
 
+TEST_F(ObsShotSourceTest, APasswordThatTakesTooLongIsWhatTheStatusNames)
+{
+    server.password = QStringLiteral("stage door");
+    ObsShotSource::Settings chosen = settings();
+    chosen.passwordComesLater = true;
+    chosen.answerTimeoutMs = 300;
+    start(chosen);
+    ASSERT_TRUE(eventually(
+        [&] {
+            return source->status().contains(QStringLiteral("the password has not come from the secret store yet"));
+        },
+        5000))
+        << source->status().toStdString();
+    source->setPassword(QStringLiteral("stage door"));
+    EXPECT_TRUE(running()) << "the next connection uses the password that came";
+}
+
 TEST_F(ObsShotSourceTest, ACutReachesTheShotsAtOnceAndAnnouncesIt)
 {
     start(settings());
