@@ -70,11 +70,21 @@ void MainMenu::chooseMixdeskSource()
 
 void MainMenu::askForObsSource()
 {
-    UserDefaults& defaults = UserDefaults::standardUserDefaults();
-    // The password as fetched at start; empty should the secret store not
-    // have answered yet.
-    ObsSourceDialog dialog(defaults.objectForKey(Preferences::shotSource).toString(),
-        m_controller.obsPassword().known().value_or(QString()), m_controller.window());
+    // The dialog starts from the kept password: at once when it is known,
+    // else when the secret store has answered (it may first ask the user to
+    // unlock it). The menu stays responsive meanwhile.
+    const QPointer<MainMenu> self(this);
+    m_controller.obsPassword().fetch([self](const QString& password) {
+        if (self) {
+            self->showObsSourceDialog(password);
+        }
+    });
+}
+
+void MainMenu::showObsSourceDialog(const QString& password)
+{
+    ObsSourceDialog dialog(UserDefaults::standardUserDefaults().objectForKey(Preferences::shotSource).toString(),
+        password, m_controller.window());
     dialog.setWindowModality(Qt::WindowModal);
     QString problem;
     if (dialog.exec() != QDialog::Accepted) {

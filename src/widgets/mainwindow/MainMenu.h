@@ -72,6 +72,7 @@ private:
     void buildViewMenu(QMenuBar& menuBar);
     void buildSourceMenu(QMenuBar& menuBar);
     void askForObsSource();
+    void showObsSourceDialog(const QString& password);
     void checkCurrentSource();
     void buildOutputsMenu(QMenuBar& menuBar);
     void askForNetworkOutputs();

@@ -6,9 +6,11 @@
 #include "dialogs/ObsSourceDialog.h"
 #include "widgets/mainwindow/MainWindowFixture.h"
 
+#include <QApplication>
 #include <QFileInfo>
 #include <QLineEdit>
 #include <QSpinBox>
+#include <QTimer>
 
 namespace {
 
@@ -92,6 +94,27 @@ TEST_F(SourceMenuTest, WithoutADesktopStoreThePasswordGoesToAPrivateFileThatGoes
     EXPECT_FALSE(readFile(UserDefaults::standardUserDefaults().settingsFilePath()).contains("pw 42"));
     main.menu->chooseMixdeskSource();
     EXPECT_FALSE(QFile::exists(filePath));
+}
+
+TEST_F(SourceMenuTest, TheOBSDialogOpensWithThePasswordTheStoreKeepsOnceTheStoreHasAnswered)
+{
+    makeWindow();
+    main.window->show();
+    secretStore->secrets.insert(ObsPasswordKeeper::secretKey, QStringLiteral("kept 7"));
+    secretStore->holdAnswers = true;
+    main.menu->obsSourceAction()->trigger();
+    EXPECT_EQ(QApplication::activeModalWidget(), nullptr) << "no dialog before the store answers";
+    QString shown;
+    QTimer::singleShot(0, [&shown] {
+        auto* dialog = qobject_cast<ObsSourceDialog*>(QApplication::activeModalWidget());
+        if (dialog) {
+            shown = dialog->passwordField->text();
+            dialog->reject();
+        }
+    });
+    secretStore->answerAll();
+    EXPECT_EQ(shown, QStringLiteral("kept 7"));
+    EXPECT_TRUE(main.menu->mixdeskSourceAction()->isChecked()) << "cancelled: nothing changed";
 }
 
 TEST_F(SourceMenuTest, AnUnusableAddressChangesNothingAndSaysWhy)
