@@ -7,6 +7,9 @@ packages=(
   cmake ninja-build g++ clang pkg-config
   qt6-base-dev qt6-base-dev-tools libgl-dev
   qt6-websockets-dev qt6-httpserver-dev
+  # The desktop's secret store for the OBS password; its tests run a GNOME
+  # Keyring on a session bus of their own and look into it with secret-tool.
+  qtkeychain-qt6-dev gnome-keyring dbus-daemon dbus-bin libsecret-tools
   libhidapi-dev libudev-dev
   libgtest-dev libgmock-dev libbenchmark-dev
   xvfb xauth fonts-dejavu-core

@@ -1,5 +1,7 @@
 // Mixdesk Tally: the main window beside Mixdesk, driving the tally box.
 
+#include "base/FallbackSecretStore.h"
+#include "base/SecretFile.h"
 #include "base/StandardOutput.h"
 #include "base/UserDefaults.h"
 #include "launch/LaunchInformation.h"
@@ -8,6 +10,8 @@
 #include "mainwindow/AppDelegate.h"
 #include "mainwindow/MainWindow.h"
 #include "mainwindow/ModalPanelProbe.h"
+#include "secrets/KeychainSecretStore.h"
+#include "sources/ObsShotSource.h"
 #include "sources/TslShotSource.h"
 
 #include <QApplication>
@@ -87,11 +91,11 @@ int main(int argc, char* argv[])
         const QString saved = defaults.objectForKey(Preferences::shotSource).toString();
         if (!saved.isEmpty()) {
             options.source = saved;
-            options.savedPassword = defaults.objectForKey(Preferences::obsPassword).toString();
             // The senders a saved TSL listener hears, unless --tsl-allow says.
             if (TslShotSource::isTslAddress(saved) && options.tslAllowedSenders.isEmpty()) {
                 options.tslAllowedSenders = defaults.objectForKey(Preferences::tslAllowedSenders).toStringList();
             }
+            options.passwordFromSecretStore = true;
         }
     }
     QString sourceProblem;
@@ -101,7 +105,24 @@ int main(int argc, char* argv[])
         printErrorLine(QStringLiteral("mixdesk-tally: ") + sourceProblem);
         return 2;
     }
+    dependencies.secretStore = std::make_unique<FallbackSecretStore>(std::make_unique<KeychainSecretStore>(),
+        std::make_unique<SecretFile>(
+            SecretFile::besideSettings(UserDefaults::standardUserDefaults().settingsFilePath())));
     MainWindow main = MainWindow::make(std::move(dependencies));
+    // A password an earlier version left in the settings file moves to the
+    // secret store. The remembered OBS source connects at once; its password
+    // follows when the store answers, and the window does not wait for it.
+    ObsPasswordKeeper& obsPassword = main.controller->obsPassword();
+    obsPassword.moveOutOfSettings();
+    if (auto* obs = qobject_cast<ObsShotSource*>(&main.controller->shotSource()); obs && obs->awaitsPassword()) {
+        obsPassword.fetch([controller = main.controller](const QString& password) {
+            // The operator may have chosen another source meanwhile.
+            if (auto* current = qobject_cast<ObsShotSource*>(&controller->shotSource());
+                current && current->awaitsPassword()) {
+                current->setPassword(password);
+            }
+        });
+    }
     // The web page and TSL outputs: the command line's, else the window's
     // saved choices. Only the command line's own can stop the program; a
     // saved one that fails shows on the status line.

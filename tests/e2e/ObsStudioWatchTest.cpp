@@ -4,6 +4,7 @@
 
 #include "CaptureFile.h"
 #include "ObsStudioProcess.h"
+#include "net/secrets/PrivateSecretService.h"
 #include "support/Eventually.h"
 #include "support/ObsTestClient.h"
 #include "support/QtPrinters.h"
@@ -105,6 +106,13 @@ protected:
         environment.insert(QStringLiteral("QT_QPA_PLATFORM"), QStringLiteral("offscreen"));
         environment.insert(QStringLiteral("MIXDESK_TALLY_HID_CAPTURE"), capture.path);
         environment.insert(QStringLiteral("MIXDESK_TALLY_OBS_PASSWORD"), password);
+        // A session bus where nothing listens, unless the test gives one with
+        // a keyring of its own: the window never reaches the user's own
+        // keyring, and without one keeps its password in its private file.
+        environment.insert(QStringLiteral("DBUS_SESSION_BUS_ADDRESS"),
+            sessionBus.isEmpty() ? QStringLiteral("unix:path=") + folder.filePath(QStringLiteral("no-bus"))
+                                 : sessionBus);
+        environment.remove(QStringLiteral("DISPLAY"));
         window.setProcessEnvironment(environment);
         window.start(QStringLiteral(TALLY_BINARY_DIR "/bin/mixdesk-tally"), arguments);
         ASSERT_TRUE(window.waitForStarted(10000));
@@ -156,6 +164,8 @@ protected:
     QString mapPath;
     QProcess watch;
     QProcess window;
+    // The window's session bus; empty for one where nothing listens.
+    QString sessionBus;
     QString output;
     qint64 nestedWideItem = 0;
 };
@@ -262,4 +272,60 @@ TEST_F(ObsStudioWatchTest, TheWindowStartsWithTheSourceChosenInItLastTime)
     settings.close();
     ASSERT_NO_FATAL_FAILURE(startWindow({ mapPath }, QString()));
     ASSERT_TRUE(boxShows(wideLiveCloseInPreview, 20000)) << lastTick().toStdString();
+    // The password an earlier version wrote in plain text has left the
+    // settings file for the private file, there being no secret store here.
+    ASSERT_TRUE(settings.open(QIODevice::ReadOnly));
+    const QByteArray after = settings.readAll();
+    EXPECT_TRUE(after.contains(obs.address().toUtf8())) << after.toStdString();
+    EXPECT_FALSE(after.contains(obs.password().toUtf8())) << after.toStdString();
+    const QString secrets = settingsFolder + QStringLiteral("/secrets.json");
+    EXPECT_EQ(QFile::permissions(secrets) & ~(QFileDevice::ReadUser | QFileDevice::WriteUser),
+        QFileDevice::ReadOwner | QFileDevice::WriteOwner);
+    QFile secretFile(secrets);
+    ASSERT_TRUE(secretFile.open(QIODevice::ReadOnly));
+    EXPECT_TRUE(secretFile.readAll().contains(obs.password().toUtf8()));
+}
+
+TEST_F(ObsStudioWatchTest, TheWindowKeepsThePasswordInTheSecretServiceAndStartsFromItNextTime)
+{
+    PrivateSecretService keyring(PrivateSecretService::Bus::forProgramsStarted);
+    if (!keyring.problem().isEmpty()) {
+        GTEST_SKIP() << "no Secret Service can run here: " << keyring.problem().toStdString();
+    }
+    sessionBus = keyring.busAddress();
+    ASSERT_NO_FATAL_FAILURE(buildStudio());
+    const QString settingsFolder = folder.filePath(QStringLiteral("config/Mixdesk"));
+    ASSERT_TRUE(QDir().mkpath(settingsFolder));
+    QFile settings(settingsFolder + QStringLiteral("/Mixdesk Tally.conf"));
+    ASSERT_TRUE(settings.open(QIODevice::WriteOnly));
+    settings.write(
+        QStringLiteral("[General]\nShotSource=%1\nObsPassword=%2\n").arg(obs.address(), obs.password()).toUtf8());
+    settings.close();
+
+    // First start: the plain-text password moves to the keyring.
+    ASSERT_NO_FATAL_FAILURE(startWindow({ mapPath }, QString()));
+    ASSERT_TRUE(boxShows(wideLiveCloseInPreview, 20000)) << lastTick().toStdString();
+    QProcess lookup;
+    lookup.setProcessEnvironment(keyring.environment());
+    ASSERT_TRUE(eventually(
+        [&] {
+            lookup.start(QStringLiteral("secret-tool"),
+                { QStringLiteral("lookup"), QStringLiteral("server"), QStringLiteral("Mixdesk Tally"),
+                    QStringLiteral("user"), QStringLiteral("ObsPassword") });
+            lookup.waitForFinished(5000);
+            return lookup.readAllStandardOutput() == obs.password().toUtf8();
+        },
+        10000))
+        << "the keyring does not hold the password";
+    ASSERT_TRUE(settings.open(QIODevice::ReadOnly));
+    EXPECT_FALSE(settings.readAll().contains(obs.password().toUtf8()));
+    settings.close();
+    EXPECT_FALSE(QFile::exists(settingsFolder + QStringLiteral("/secrets.json")));
+
+    // Second start: the password comes from the keyring alone.
+    window.terminate();
+    ASSERT_TRUE(window.waitForFinished(5000));
+    QFile::remove(capture.path);
+    ASSERT_NO_FATAL_FAILURE(startWindow({ mapPath }, QString()));
+    EXPECT_TRUE(boxShows(wideLiveCloseInPreview, 20000)) << lastTick().toStdString();
 }

@@ -1,6 +1,5 @@
 #include "base/UserDefaults.h"
 
-#include <QFile>
 #include <QSettings>
 
 namespace {
@@ -53,15 +52,18 @@ bool UserDefaults::boolForKey(const QString& key) const
     return objectForKey(key).toBool();
 }
 
-void UserDefaults::setObject(const QString& key, const QVariant& value, bool isPrivate)
+void UserDefaults::setObject(const QString& key, const QVariant& value)
 {
     m_settings->setValue(key, value);
     // Written at once so that a crash or a second instance reading the same
     // file sees the user's choice.
     m_settings->sync();
-    if (isPrivate) {
-        QFile::setPermissions(m_settings->fileName(), QFileDevice::ReadOwner | QFileDevice::WriteOwner);
-    }
+}
+
+void UserDefaults::removeObjectForKey(const QString& key)
+{
+    m_settings->remove(key);
+    m_settings->sync();
 }
 
 void UserDefaults::setBool(const QString& key, bool value)

@@ -44,9 +44,11 @@ public:
     // Stores a value at once, as a control bound to the key does when the
     // user switches it.
     void setBool(const QString& key, bool value);
-    // Stores any value at once. With private set, the settings file becomes
-    // readable and writable by the user only: it then holds a secret.
-    void setObject(const QString& key, const QVariant& value, bool isPrivate = false);
+    // Stores any value at once. Secrets never go here (see SecretStore):
+    // the settings file is as readable as the user's other settings.
+    void setObject(const QString& key, const QVariant& value);
+    // Forgets the stored value at once; the registered default answers again.
+    void removeObjectForKey(const QString& key);
 
     QString settingsFilePath() const;
 
@@ -66,7 +68,9 @@ inline const QString showEmptyLayers = QStringLiteral("ShowEmptyLayers");
 // (default, never registered so the absence of a choice stays visible),
 // "obs://HOST:PORT" or a TSL listener ("tsl5://PORT", "tsl+tcp://…").
 inline const QString shotSource = QStringLiteral("ShotSource");
-// OBS Studio's websocket password, kept with the source.
+// OBS Studio's websocket password as earlier versions kept it, in plain
+// text. Only read to move it into the secret store (ObsPasswordKeeper) and
+// delete it; the password itself is kept there under the same name.
 inline const QString obsPassword = QStringLiteral("ObsPassword");
 // The addresses a TSL source takes messages from ("10.0.0.5",
 // "10.0.1.0/24"), kept with the source; none: every sender.

@@ -52,7 +52,7 @@ std::optional<QString> readSwitcherPassword(const RunOptions& options, QString* 
 {
     if (options.passwordFile.isEmpty()) {
         const QString fromEnvironment = QProcessEnvironment::systemEnvironment().value(obsPasswordVariable);
-        return fromEnvironment.isEmpty() ? options.savedPassword : fromEnvironment;
+        return fromEnvironment;
     }
     QFile file(options.passwordFile);
     if (!file.open(QIODevice::ReadOnly)) {
@@ -99,6 +99,7 @@ std::unique_ptr<ShotSource> makeShotSource(const RunOptions& options, QString* p
         ObsShotSource::Settings settings;
         settings.address = *address;
         settings.password = *password;
+        settings.passwordComesLater = password->isEmpty() && options.passwordFromSecretStore;
         return std::make_unique<ObsShotSource>(settings);
     }
     if (problem) {

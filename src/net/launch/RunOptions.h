@@ -23,9 +23,10 @@ struct RunOptions {
     QStringList tslAllowedSenders;
     // A file whose first line is the switcher's password.
     QString passwordFile;
-    // A password known otherwise (the window's saved choice); a password
-    // file or the environment variable still comes first.
-    QString savedPassword;
+    // The window's remembered source: its password is fetched from the
+    // secret store after start and handed to the source then, unless a
+    // password file or the environment variable gives one.
+    bool passwordFromSecretStore = false;
 
     // TSL UMD outputs (--tsl, --tsl5, --tsl-offset): every destination
     // given, as written ("udp://HOST:PORT", "tcp://HOST:PORT"), 3.1 and 5.0

@@ -69,14 +69,28 @@ void MainMenu::chooseMixdeskSource()
 {
     m_controller.setShotSource(std::make_unique<MixdeskShotSource>());
     UserDefaults::standardUserDefaults().setObject(Preferences::shotSource, QStringLiteral("mixdesk"));
+    // Mixdesk has no password: OBS's is not kept for a source nobody uses.
+    m_controller.obsPassword().forget();
     checkCurrentSource();
 }
 
 void MainMenu::askForObsSource()
 {
-    UserDefaults& defaults = UserDefaults::standardUserDefaults();
-    ObsSourceDialog dialog(defaults.objectForKey(Preferences::shotSource).toString(),
-        defaults.objectForKey(Preferences::obsPassword).toString(), m_controller.window());
+    // The dialog starts from the kept password: at once when it is known,
+    // else when the secret store has answered (it may first ask the user to
+    // unlock it). The menu stays responsive meanwhile.
+    const QPointer<MainMenu> self(this);
+    m_controller.obsPassword().fetch([self](const QString& password) {
+        if (self) {
+            self->showObsSourceDialog(password);
+        }
+    });
+}
+
+void MainMenu::showObsSourceDialog(const QString& password)
+{
+    ObsSourceDialog dialog(UserDefaults::standardUserDefaults().objectForKey(Preferences::shotSource).toString(),
+        password, m_controller.window());
     dialog.setWindowModality(Qt::WindowModal);
     QString problem;
     if (dialog.exec() != QDialog::Accepted) {
@@ -99,10 +113,9 @@ bool MainMenu::chooseObsSource(const QString& address, const QString& password, 
     settings.address = *parsed;
     settings.password = password;
     m_controller.setShotSource(std::make_unique<ObsShotSource>(settings));
-    UserDefaults& defaults = UserDefaults::standardUserDefaults();
-    // The password makes the settings file a secret of the user's.
-    defaults.setObject(Preferences::obsPassword, password, true);
-    defaults.setObject(Preferences::shotSource, address, true);
+    // The address goes to the settings, the password to the secret store.
+    UserDefaults::standardUserDefaults().setObject(Preferences::shotSource, address);
+    m_controller.obsPassword().keep(password);
     checkCurrentSource();
     return true;
 }

@@ -81,6 +81,7 @@ private:
     void askForObsSource();
     void askForTslSource();
     bool startInPlaceOfCurrentListener(TslShotSource& source, QString* problem);
+    void showObsSourceDialog(const QString& password);
     void checkCurrentSource();
     void buildOutputsMenu(QMenuBar& menuBar);
     void askForNetworkOutputs();

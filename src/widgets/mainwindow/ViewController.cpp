@@ -2,6 +2,7 @@
 
 #include "base/FatalError.h"
 #include "base/ModalSession.h"
+#include "base/SecretFile.h"
 #include "base/UserDefaults.h"
 #include "dialogs/DocumentPanels.h"
 #include "dialogs/SaveChangesPrompt.h"
@@ -22,6 +23,15 @@ std::unique_ptr<ShotSource> orMixdesk(std::unique_ptr<ShotSource> source)
     return source ? std::move(source) : std::make_unique<MixdeskShotSource>();
 }
 
+std::unique_ptr<SecretStore> orPrivateFile(std::unique_ptr<SecretStore> store)
+{
+    if (store) {
+        return store;
+    }
+    return std::make_unique<SecretFile>(
+        SecretFile::besideSettings(UserDefaults::standardUserDefaults().settingsFilePath()));
+}
+
 } // namespace
 
 ViewController::ViewController(QWidget* parent)
@@ -35,6 +45,7 @@ ViewController::ViewController(Dependencies dependencies, QWidget* parent)
     , m_document(std::move(dependencies.recentDocuments))
     , m_ticker(orMixdesk(std::move(dependencies.shotSource)), m_document.tallyMap(), *this)
     , m_networkOutputs(m_ticker.cycle())
+    , m_obsPassword(UserDefaults::standardUserDefaults(), orPrivateFile(std::move(dependencies.secretStore)))
 {
     m_ui->setupUi(this);
     m_lockTallyCheckBox = m_ui->lockTallyCheckBox;

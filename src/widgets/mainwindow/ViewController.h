@@ -5,6 +5,7 @@
 #include "launch/NetworkOutputs.h"
 #include "link/Mixdesk.h"
 #include "mainwindow/Segues.h"
+#include "sources/ObsPasswordKeeper.h"
 #include "sources/ShotSource.h"
 #include "tally/TallyCycle.h"
 #include "tally/TallyStatus.h"
@@ -51,6 +52,9 @@ public:
         // Where the shots come from; Mixdesk's query when left empty.
         std::unique_ptr<ShotSource> shotSource;
         std::unique_ptr<SaveChangesPrompt> saveChangesPrompt;
+        // Where the OBS password is kept; when left empty, a file only the
+        // user can read beside the settings file.
+        std::unique_ptr<SecretStore> secretStore;
     };
 
     static constexpr double timerInterval = 0.25;
@@ -77,6 +81,8 @@ public:
     // The web page and TSL outputs, in the cycle for the controller's life;
     // none until the program starts them.
     NetworkOutputs& networkOutputs() { return m_networkOutputs; }
+    // The password of the OBS source the window remembers.
+    ObsPasswordKeeper& obsPassword() { return m_obsPassword; }
     // What is wrong now, in words, for the status line.
     TallyStatus& status() { return m_status; }
 
@@ -169,6 +175,7 @@ private:
     std::unique_ptr<DocumentCommands> m_documentCommands;
     std::unique_ptr<EditingLockControls> m_lockControls;
     std::unique_ptr<Segues> m_segues;
+    ObsPasswordKeeper m_obsPassword;
     bool m_sourceRunning = true;
     bool m_enableEditing = false;
 };

@@ -5,6 +5,7 @@
 #include "outputs/TslSender.h"
 #include "outputs/WebTallyServer.h"
 #include "sources/ObsAddress.h"
+#include "sources/ObsShotSource.h"
 #include "sources/TslShotSource.h"
 #include "support/QtPrinters.h"
 
@@ -178,16 +179,24 @@ TEST(RunBuilderTest, WithoutAPasswordFileThePasswordComesFromTheEnvironment)
     EXPECT_EQ(readSwitcherPassword(RunOptions {}, &problem), QString());
 }
 
-TEST(RunBuilderTest, TheSavedPasswordServesOnlyWhenNeitherFileNorEnvironmentGiveOne)
+TEST(RunBuilderTest, TheSecretStoresPasswordIsAwaitedOnlyWhenNeitherFileNorEnvironmentGiveOne)
 {
     qunsetenv("MIXDESK_TALLY_OBS_PASSWORD");
     RunOptions options;
-    options.savedPassword = QStringLiteral("saved");
+    options.source = QStringLiteral("obs://127.0.0.1:1");
+    options.passwordFromSecretStore = true;
     QString problem;
-    EXPECT_EQ(readSwitcherPassword(options, &problem), QStringLiteral("saved"));
+    std::unique_ptr<ShotSource> source = makeShotSource(options, &problem);
+    ASSERT_NE(qobject_cast<ObsShotSource*>(source.get()), nullptr) << problem.toStdString();
+    EXPECT_TRUE(qobject_cast<ObsShotSource*>(source.get())->awaitsPassword());
     qputenv("MIXDESK_TALLY_OBS_PASSWORD", "from the environment");
-    EXPECT_EQ(readSwitcherPassword(options, &problem), QStringLiteral("from the environment"));
+    source = makeShotSource(options, &problem);
+    EXPECT_FALSE(qobject_cast<ObsShotSource*>(source.get())->awaitsPassword());
     qunsetenv("MIXDESK_TALLY_OBS_PASSWORD");
+    options.passwordFromSecretStore = false;
+    source = makeShotSource(options, &problem);
+    EXPECT_FALSE(qobject_cast<ObsShotSource*>(source.get())->awaitsPassword())
+        << "a source from the command line takes no password from the store";
 }
 
 TEST(RunBuilderTest, WithNoOutputsAskedForNoneStartsAndNothingIsAProblem)

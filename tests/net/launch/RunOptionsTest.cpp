@@ -3,6 +3,7 @@
 #include "outputs/TslSender.h"
 #include "outputs/WebTallyServer.h"
 #include "sources/ObsAddress.h"
+#include "sources/ObsShotSource.h"
 #include "support/QtPrinters.h"
 
 #include <QFile>

@@ -496,3 +496,64 @@ TEST_F(WebTallyServerTest, PhonesThatCameAndWentLeaveRoomForTheNextOnes)
     PageSocket next(port);
     EXPECT_TRUE(next.heard(1));
 }
+
+namespace {
+
+// One answer, read as far as its headers say it goes (a HEAD answer: the
+// headers, then a moment more to hear any body sent wrongly), without
+// waiting for the server to close.
+QByteArray oneAnswer(quint16 port, const QByteArray& method, const QByteArray& path)
+{
+    QTcpSocket socket;
+    socket.connectToHost(QHostAddress::LocalHost, port);
+    EXPECT_TRUE(socket.waitForConnected(5000));
+    socket.write(method + ' ' + path + " HTTP/1.1\r\nHost: 127.0.0.1\r\n\r\n");
+    QByteArray heard;
+    eventually(
+        [&] {
+            heard += socket.readAll();
+            const qsizetype end = heard.indexOf("\r\n\r\n");
+            if (end < 0) {
+                return false;
+            }
+            if (method == "HEAD") {
+                return true;
+            }
+            const qsizetype field = heard.toLower().indexOf("\r\ncontent-length: ");
+            const qsizetype length
+                = field < 0 ? 0 : heard.mid(field + 18, heard.indexOf("\r\n", field + 2) - field - 18).toLongLong();
+            return heard.size() >= end + 4 + length;
+        },
+        5000);
+    if (method == "HEAD") {
+        eventually([] { return false; }, 100);
+        heard += socket.readAll();
+    }
+    return heard;
+}
+
+} // namespace
+
+TEST_F(WebTallyServerTest, EveryAnswerGETOrHEADFoundOrNotCarriesTheSecurityHeaders)
+{
+    start();
+    server->publish(studio(TallyMode::live));
+    const QByteArrayList headers { "\r\nCache-Control: no-store\r\n", "\r\nX-Content-Type-Options: nosniff\r\n",
+        "\r\nContent-Security-Policy: default-src 'none';", "\r\nReferrer-Policy: no-referrer\r\n" };
+    for (const QByteArray& method : { QByteArray("GET"), QByteArray("HEAD") }) {
+        for (const QByteArray& path :
+            { QByteArray("/"), QByteArray("/light/1"), QByteArray("/light/9"), QByteArray("/api/lights"),
+                QByteArray("/assets/tally.css"), QByteArray("/assets/tally.js"), QByteArray("/nothing-here") }) {
+            const QByteArray heard = oneAnswer(port, method, path);
+            const std::string request = (method + ' ' + path).toStdString();
+            ASSERT_TRUE(heard.startsWith("HTTP/1.1 200") || heard.startsWith("HTTP/1.1 404"))
+                << request << ": " << heard.toStdString();
+            for (const QByteArray& header : headers) {
+                EXPECT_TRUE(heard.contains(header)) << request << " lacks " << header.trimmed().toStdString();
+            }
+            if (method == "HEAD") {
+                EXPECT_TRUE(heard.endsWith("\r\n\r\n")) << request << " sent a body: " << heard.toStdString();
+            }
+        }
+    }
+}

@@ -40,6 +40,9 @@ public:
     // What it expects and how it behaves.
     QString password; // empty: no authentication
     bool silent = false; // accepts connections and never says a word
+    // The greeting's password check, when there is a password.
+    QString salt = QStringLiteral("lM1GncleQOaCu9lT1yeUZhFYnqhsLLP1G5lAGo3ixaI=");
+    QString challenge = QStringLiteral("+IxH4CnCiqpX1rM9scsNynZzbOe4KhDeYcTNS3PDaeY=");
 
     // What it saw.
     QList<QJsonObject> identifies;
@@ -231,8 +234,6 @@ private:
         client->sendTextMessage(QString::fromUtf8(QJsonDocument(envelope).toJson(QJsonDocument::Compact)));
     }
 
-    const QString salt = QStringLiteral("lM1GncleQOaCu9lT1yeUZhFYnqhsLLP1G5lAGo3ixaI=");
-    const QString challenge = QStringLiteral("+IxH4CnCiqpX1rM9scsNynZzbOe4KhDeYcTNS3PDaeY=");
     QWebSocketServer m_server;
     QList<QWebSocket*> m_clients;
 };

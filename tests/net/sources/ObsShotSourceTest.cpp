@@ -151,6 +151,66 @@ TEST_F(ObsShotSourceTest, AMissingPasswordIsReportedAsSuch)
     EXPECT_FALSE(source->isRunning());
 }
 
+TEST_F(ObsShotSourceTest, AnEmptySaltIsRefusedAndThePasswordNeverLeaves)
+{
+    server.password = QStringLiteral("stage door");
+    server.salt.clear();
+    start(settings(QStringLiteral("stage door")));
+    const QString expected = QStringLiteral("OBS Studio at 127.0.0.1:%1: not connected (the server sent an empty "
+                                            "password salt; the password was not sent); reconnecting")
+                                 .arg(server.port());
+    ASSERT_TRUE(eventually([&] { return statusLines().contains(expected); }, 5000))
+        << statusLines().join('\n').toStdString();
+    EXPECT_TRUE(server.identifies.isEmpty());
+    EXPECT_FALSE(source->isRunning());
+}
+
+TEST_F(ObsShotSourceTest, AnEmptyChallengeIsRefusedAndThePasswordNeverLeaves)
+{
+    server.password = QStringLiteral("stage door");
+    server.challenge.clear();
+    start(settings(QStringLiteral("stage door")));
+    ASSERT_TRUE(eventually(
+        [&] { return source->status().contains(QStringLiteral("the server sent an empty password challenge")); }, 5000))
+        << source->status().toStdString();
+    EXPECT_TRUE(server.identifies.isEmpty());
+    EXPECT_FALSE(source->isRunning());
+}
+
+TEST_F(ObsShotSourceTest, AGreetingWaitsForAPasswordThatComesLater)
+{
+    server.password = QStringLiteral("stage door");
+    ObsShotSource::Settings chosen = settings();
+    chosen.passwordComesLater = true;
+    chosen.answerTimeoutMs = 5000;
+    start(chosen);
+    EXPECT_TRUE(source->awaitsPassword());
+    eventually([] { return false; }, 300);
+    EXPECT_EQ(server.connections, 1);
+    EXPECT_TRUE(server.identifies.isEmpty()) << "nothing is answered before the password is known";
+    source->setPassword(QStringLiteral("stage door"));
+    EXPECT_FALSE(source->awaitsPassword());
+    ASSERT_TRUE(running());
+    EXPECT_EQ(server.connections, 1) << "the first connection was kept";
+}
+
+TEST_F(ObsShotSourceTest, APasswordThatTakesTooLongIsWhatTheStatusNames)
+{
+    server.password = QStringLiteral("stage door");
+    ObsShotSource::Settings chosen = settings();
+    chosen.passwordComesLater = true;
+    chosen.answerTimeoutMs = 300;
+    start(chosen);
+    ASSERT_TRUE(eventually(
+        [&] {
+            return source->status().contains(QStringLiteral("the password has not come from the secret store yet"));
+        },
+        5000))
+        << source->status().toStdString();
+    source->setPassword(QStringLiteral("stage door"));
+    EXPECT_TRUE(running()) << "the next connection uses the password that came";
+}
+
 TEST_F(ObsShotSourceTest, ACutReachesTheShotsAtOnceAndAnnouncesIt)
 {
     start(settings());

@@ -14,6 +14,7 @@
 #include "mainwindow/MainWindow.h"
 #include "mainwindow/ModalPanelProbe.h"
 #include "support/FakeMixdeskPlatform.h"
+#include "support/FakeSecretStore.h"
 #include "support/FakeShotSource.h"
 #include "support/ShotNotation.h"
 #include "tallymap/RecentDocuments.h"
@@ -79,6 +80,14 @@ protected:
         dependencies.documentPanels = std::move(panelsOwned);
         dependencies.shotSource = std::move(shotSource);
         dependencies.saveChangesPrompt = std::move(saveChangesPrompt);
+        if (secretStoreForNextWindow) {
+            secretStore = nullptr;
+            dependencies.secretStore = std::move(secretStoreForNextWindow);
+        } else {
+            auto storeOwned = std::make_unique<FakeSecretStore>();
+            secretStore = storeOwned.get();
+            dependencies.secretStore = std::move(storeOwned);
+        }
         dependencies.recentDocuments = std::make_unique<RecentDocuments>(
             recentListPath.isEmpty() ? directory.filePath(QStringLiteral("recent-documents.json")) : recentListPath);
         main = MainWindow::make(std::move(dependencies));
@@ -171,6 +180,10 @@ protected:
     MainWindow main;
     ViewController* controller = nullptr;
     FakeDocumentPanels* panels = nullptr;
+    // Where the window keeps the OBS password, owned by the window: a fake
+    // unless the test gives the next window another store.
+    FakeSecretStore* secretStore = nullptr;
+    std::unique_ptr<SecretStore> secretStoreForNextWindow;
     // Taken by the next makeWindow; the message box when left empty.
     std::unique_ptr<SaveChangesPrompt> saveChangesPrompt;
 

@@ -1,6 +1,8 @@
 // The Source menu: following Mixdesk, OBS Studio or a TSL switcher, chosen
 // in the window and remembered for the next start.
 
+#include "base/FallbackSecretStore.h"
+#include "base/SecretFile.h"
 #include "dialogs/ObsSourceDialog.h"
 #include "dialogs/TslSourceDialog.h"
 #include "mainwindow/StatusLine.h"
@@ -9,6 +11,7 @@
 #include "tsl/TslUmd50.h"
 #include "widgets/mainwindow/MainWindowFixture.h"
 
+#include <QApplication>
 #include <QComboBox>
 #include <QDialogButtonBox>
 #include <QFileInfo>
@@ -16,6 +19,7 @@
 #include <QLineEdit>
 #include <QPushButton>
 #include <QSpinBox>
+#include <QTimer>
 #include <QUdpSocket>
 
 namespace {
@@ -53,34 +57,76 @@ TEST_F(SourceMenuTest, AnOBSSourceIsRecognisedByItsKindWhateverItsName)
     EXPECT_FALSE(main.menu->mixdeskSourceAction()->isChecked());
 }
 
-TEST_F(SourceMenuTest, ChoosingOBSStudioFollowsItAndRemembersTheChoiceInAFileOnlyTheUserCanRead)
+TEST_F(SourceMenuTest, ChoosingOBSStudioFollowsItAndKeepsThePasswordInTheSecretStoreNeverInTheSettings)
 {
     makeWindow();
     QString problem;
-    ASSERT_TRUE(main.menu->chooseObsSource(QStringLiteral("obs://127.0.0.1:1"), QStringLiteral("pw"), &problem))
+    ASSERT_TRUE(main.menu->chooseObsSource(QStringLiteral("obs://127.0.0.1:1"), QStringLiteral("pw 42"), &problem))
         << problem.toStdString();
     EXPECT_EQ(controller->shotSource().displayName(), QStringLiteral("OBS Studio"));
     EXPECT_EQ(controller->mixdeskWarning()->text(), QStringLiteral("OBS Studio is not connected"));
     EXPECT_TRUE(main.menu->obsSourceAction()->isChecked());
     UserDefaults& defaults = UserDefaults::standardUserDefaults();
     EXPECT_EQ(defaults.objectForKey(Preferences::shotSource).toString(), QStringLiteral("obs://127.0.0.1:1"));
-    EXPECT_EQ(defaults.objectForKey(Preferences::obsPassword).toString(), QStringLiteral("pw"));
-    const QFileDevice::Permissions permissions = QFileInfo(defaults.settingsFilePath()).permissions();
-    EXPECT_TRUE(permissions.testFlag(QFileDevice::ReadOwner));
-    const QFileDevice::Permissions others = QFileDevice::ReadGroup | QFileDevice::WriteGroup | QFileDevice::ExeGroup
-        | QFileDevice::ReadOther | QFileDevice::WriteOther | QFileDevice::ExeOther;
-    EXPECT_EQ(permissions & others, QFileDevice::Permissions());
+    EXPECT_EQ(secretStore->secrets.value(ObsPasswordKeeper::secretKey), QStringLiteral("pw 42"));
+    const QByteArray settings = readFile(defaults.settingsFilePath());
+    EXPECT_TRUE(settings.contains("obs://127.0.0.1:1")) << settings.toStdString();
+    EXPECT_FALSE(settings.contains("pw 42")) << settings.toStdString();
+    EXPECT_FALSE(defaults.objectForKey(Preferences::obsPassword).isValid());
 }
 
-TEST_F(SourceMenuTest, ChoosingMixdeskAgainGoesBackToItsQuery)
+TEST_F(SourceMenuTest, ChoosingMixdeskAgainGoesBackToItsQueryAndForgetsThePassword)
 {
     makeWindow();
-    ASSERT_TRUE(main.menu->chooseObsSource(QStringLiteral("obs://127.0.0.1:1"), QString()));
+    ASSERT_TRUE(main.menu->chooseObsSource(QStringLiteral("obs://127.0.0.1:1"), QStringLiteral("pw 42")));
+    ASSERT_FALSE(secretStore->secrets.isEmpty());
     main.menu->chooseMixdeskSource();
     EXPECT_EQ(controller->shotSource().displayName(), QStringLiteral("Mixdesk"));
     EXPECT_TRUE(main.menu->mixdeskSourceAction()->isChecked());
     EXPECT_EQ(UserDefaults::standardUserDefaults().objectForKey(Preferences::shotSource).toString(),
         QStringLiteral("mixdesk"));
+    EXPECT_TRUE(secretStore->secrets.isEmpty());
+    EXPECT_EQ(controller->obsPassword().known(), QString());
+}
+
+TEST_F(SourceMenuTest, WithoutADesktopStoreThePasswordGoesToAPrivateFileThatGoesWithTheSource)
+{
+    // The stores as the program puts them together, with no desktop store.
+    auto missing = std::make_unique<FakeSecretStore>();
+    missing->behaviour = SecretStore::Outcome::unavailable;
+    const QString filePath = directory.filePath(QStringLiteral("secrets.json"));
+    secretStoreForNextWindow
+        = std::make_unique<FallbackSecretStore>(std::move(missing), std::make_unique<SecretFile>(filePath));
+    makeWindow();
+    ASSERT_TRUE(main.menu->chooseObsSource(QStringLiteral("obs://127.0.0.1:1"), QStringLiteral("pw 42")));
+    ASSERT_TRUE(QFile::exists(filePath));
+    EXPECT_EQ(QFile::permissions(filePath) & ~(QFileDevice::ReadUser | QFileDevice::WriteUser),
+        QFileDevice::ReadOwner | QFileDevice::WriteOwner);
+    EXPECT_TRUE(readFile(filePath).contains("pw 42"));
+    EXPECT_FALSE(readFile(UserDefaults::standardUserDefaults().settingsFilePath()).contains("pw 42"));
+    main.menu->chooseMixdeskSource();
+    EXPECT_FALSE(QFile::exists(filePath));
+}
+
+TEST_F(SourceMenuTest, TheOBSDialogOpensWithThePasswordTheStoreKeepsOnceTheStoreHasAnswered)
+{
+    makeWindow();
+    main.window->show();
+    secretStore->secrets.insert(ObsPasswordKeeper::secretKey, QStringLiteral("kept 7"));
+    secretStore->holdAnswers = true;
+    main.menu->obsSourceAction()->trigger();
+    EXPECT_EQ(QApplication::activeModalWidget(), nullptr) << "no dialog before the store answers";
+    QString shown;
+    QTimer::singleShot(0, [&shown] {
+        auto* dialog = qobject_cast<ObsSourceDialog*>(QApplication::activeModalWidget());
+        if (dialog) {
+            shown = dialog->passwordField->text();
+            dialog->reject();
+        }
+    });
+    secretStore->answerAll();
+    EXPECT_EQ(shown, QStringLiteral("kept 7"));
+    EXPECT_TRUE(main.menu->mixdeskSourceAction()->isChecked()) << "cancelled: nothing changed";
 }
 
 TEST_F(SourceMenuTest, AnUnusableAddressChangesNothingAndSaysWhy)
