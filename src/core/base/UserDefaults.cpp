@@ -81,6 +81,8 @@ QVariantMap registeredDefaults()
     return {
         { alwaysOnTop, false },
         { showEmptyLayers, true },
+        { askBeforeDiscardingChanges, false },
+        { shotEditorCancel, false },
     };
 }
 

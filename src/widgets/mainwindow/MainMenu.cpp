@@ -4,6 +4,7 @@
 #include "base/UserDefaults.h"
 #include "dialogs/NetworkOutputsDialog.h"
 #include "dialogs/ObsSourceDialog.h"
+#include "dialogs/WindowModalMessage.h"
 #include "lamps/TallyState.h"
 #include "mainwindow/LampRow.h"
 #include "mainwindow/LostSourceMenu.h"
@@ -79,7 +80,7 @@ void MainMenu::askForObsSource()
     }
     if (!chooseObsSource(dialog.address(), dialog.password(), &problem)) {
         checkCurrentSource();
-        QMessageBox::warning(m_controller.window(), tr("OBS Studio"), problem);
+        WindowModalMessage::show(m_controller.window(), QMessageBox::Warning, tr("OBS Studio"), problem);
     }
 }
 
@@ -172,6 +173,8 @@ void MainMenu::buildEditMenu(QMenuBar& menuBar)
         m_controller.togglePasswordRequirement(m_requirePassword);
     });
     m_editMenu->addSeparator();
+    addEditingComfortItems();
+    m_editMenu->addSeparator();
     addTestLightsItem();
     m_lostSourceMenu = new LostSourceMenu(*m_editMenu, m_controller);
 }
@@ -194,6 +197,31 @@ void MainMenu::addLockEditingItem()
         m_lockEditing->setChecked(checkBox->isChecked());
         checkBox->click();
     });
+}
+
+void MainMenu::addEditingComfortItems()
+{
+    m_askBeforeDiscarding = addPreferenceItem(*m_editMenu, tr("Ask Before &Discarding Changes"),
+        Preferences::askBeforeDiscardingChanges, [this] { m_controller.applyAskBeforeDiscardingChanges(); });
+    // The editor reads its choice when it is made: the next one opened
+    // follows the item.
+    m_shotEditorCancel
+        = addPreferenceItem(*m_editMenu, tr("&Cancel in Shot Editor"), Preferences::shotEditorCancel, {});
+}
+
+QAction* MainMenu::addPreferenceItem(
+    QMenu& menu, const QString& text, const QString& key, std::function<void()> applied)
+{
+    QAction* item = menu.addAction(text);
+    item->setCheckable(true);
+    item->setChecked(UserDefaults::standardUserDefaults().boolForKey(key));
+    connect(item, &QAction::toggled, this, [key, applied = std::move(applied)](bool on) {
+        UserDefaults::standardUserDefaults().setBool(key, on);
+        if (applied) {
+            applied();
+        }
+    });
+    return item;
 }
 
 void MainMenu::addTestLightsItem()
@@ -286,8 +314,13 @@ void MainMenu::buildHelpMenu(QMenuBar& menuBar)
     m_helpMenu = menuBar.addMenu(tr("&Help"));
     m_about = m_helpMenu->addAction(tr("&About Mixdesk Tally"));
     m_about->setMenuRole(QAction::AboutRole);
-    connect(m_about, &QAction::triggered, &m_controller,
-        [this] { QMessageBox::about(m_controller.window(), tr("About Mixdesk Tally"), aboutText()); });
+    connect(m_about, &QAction::triggered, &m_controller, [this] {
+        QMessageBox* box = WindowModalMessage::show(
+            m_controller.window(), QMessageBox::NoIcon, tr("About Mixdesk Tally"), aboutText(), Qt::RichText);
+        if (!QApplication::windowIcon().isNull()) {
+            box->setIconPixmap(QApplication::windowIcon().pixmap(64));
+        }
+    });
 }
 
 QString MainMenu::aboutText()

@@ -10,16 +10,16 @@
 #include <QObject>
 #include <QPointer>
 
+#include <functional>
 #include <optional>
 
 class ViewController;
 
 // The main window's menu bar: File (Open, Open Recent, Save, Save As, Quit),
-// Edit (Lock Editing, Require Password to Unlock, Test Lights, When the
-// Switcher Is Lost), View (Always on Top, Large Lamp Labels, Big Tally),
-// Source (Mixdesk, OBS Studio…), Outputs (Network Outputs…) and Help
-// (About). The commands go to the main screen controller; Open
-// Recent is rebuilt from the recent documents each time it opens.
+// Edit (Lock Editing, Require Password to Unlock, Ask Before Discarding
+// Changes, Cancel in Shot Editor, Test Lights, When the Switcher Is Lost), View (Always on Top, Large Lamp Labels, Big
+// Tally), Source (Mixdesk, OBS Studio…), Outputs (Network Outputs…) and Help (About). The commands go to the main
+// screen controller; Open Recent is rebuilt from the recent documents each time it opens.
 class MainMenu : public QObject {
     Q_OBJECT
 
@@ -40,6 +40,11 @@ public:
     QAction* requirePasswordAction() const { return m_requirePassword; }
     QAction* lockEditingAction() const { return m_lockEditing; }
     QAction* testLightsAction() const { return m_testLights; }
+    // Edit > Ask Before Discarding Changes: the unsaved-changes marker and
+    // the question before Open and Quit, together.
+    QAction* askBeforeDiscardingChangesAction() const { return m_askBeforeDiscarding; }
+    // Edit > Cancel in Shot Editor: Cancel and Escape undo the editor's ticks.
+    QAction* shotEditorCancelAction() const { return m_shotEditorCancel; }
     QMenu* sourceMenu() const { return m_sourceMenu; }
     QAction* mixdeskSourceAction() const { return m_mixdeskSource; }
     QAction* obsSourceAction() const { return m_obsSource; }
@@ -78,6 +83,10 @@ private:
     void buildHelpMenu(QMenuBar& menuBar);
     void addLockEditingItem();
     void addTestLightsItem();
+    void addEditingComfortItems();
+    // A checkable item that shows and stores a boolean preference, then
+    // runs applied.
+    QAction* addPreferenceItem(QMenu& menu, const QString& text, const QString& key, std::function<void()> applied);
     // The item stores the preference itself, then tells the controller.
     void alwaysOnTopToggled(bool checked);
     void largeLampLabelsToggled(bool on);
@@ -95,6 +104,8 @@ private:
     QPointer<QAction> m_requirePassword;
     QPointer<QAction> m_lockEditing;
     QPointer<QAction> m_testLights;
+    QPointer<QAction> m_askBeforeDiscarding;
+    QPointer<QAction> m_shotEditorCancel;
     QPointer<QMenu> m_sourceMenu;
     QPointer<QAction> m_mixdeskSource;
     QPointer<QAction> m_obsSource;

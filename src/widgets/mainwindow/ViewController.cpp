@@ -79,6 +79,7 @@ void ViewController::viewDidLoad()
         m_mixdeskWarning->hide();
     }
     applyLargeLampLabels();
+    applyAskBeforeDiscardingChanges();
     // The first answer comes before the timer runs, so the first tick
     // compares against it.
     m_ticker.start();
@@ -154,6 +155,12 @@ void ViewController::refreshAssignmentTitles()
 void ViewController::applyLargeLampLabels()
 {
     m_lampRow->applyLargeLampLabels(UserDefaults::standardUserDefaults().boolForKey(Preferences::largeLampLabels));
+}
+
+void ViewController::applyAskBeforeDiscardingChanges()
+{
+    m_document.setTracksChanges(
+        UserDefaults::standardUserDefaults().boolForKey(Preferences::askBeforeDiscardingChanges));
 }
 
 void ViewController::applyAlwaysOnTop()

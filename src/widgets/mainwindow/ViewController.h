@@ -96,6 +96,9 @@ public:
     void applyAlwaysOnTop();
     // Draws the lamps in the large style while "LargeLampLabels" is on.
     void applyLargeLampLabels();
+    // Tracks unsaved changes (the title's marker, the question before Open
+    // and Quit) while "AskBeforeDiscardingChanges" is on.
+    void applyAskBeforeDiscardingChanges();
     // One tick of the update cycle, unguarded.
     void updateTallyLights();
 
