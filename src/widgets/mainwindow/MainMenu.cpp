@@ -115,8 +115,33 @@ void MainMenu::askForNetworkOutputs()
     NetworkOutputsDialog dialog(
         m_controller.networkOutputs().current(),
         [this](const NetworkOutputChoices& choices) { return chooseNetworkOutputs(choices); }, m_controller.window());
+    dialog.showPhoneLinks(m_controller.phoneLinks());
+    // Over the main window only: the lights go on while outputs are chosen.
     dialog.setWindowModality(Qt::WindowModal);
-    dialog.exec();
+    const bool pageWasServed = m_controller.networkOutputs().webServer() != nullptr;
+    if (dialog.exec() != QDialog::Accepted) {
+        return;
+    }
+    if (m_phoneLinksDialog) {
+        m_phoneLinksDialog->setLinks(m_controller.phoneLinks());
+    }
+    // A page just turned on is there for phones to join: its codes come up
+    // at once, without a trip to the View menu.
+    if (!pageWasServed && m_controller.networkOutputs().webServer() != nullptr) {
+        showPhoneLinks();
+    }
+}
+
+void MainMenu::showPhoneLinks()
+{
+    if (!m_phoneLinksDialog) {
+        m_phoneLinksDialog = new PhoneLinksDialog(m_controller.window());
+        m_phoneLinksDialog->setAttribute(Qt::WA_DeleteOnClose);
+    }
+    m_phoneLinksDialog->setLinks(m_controller.phoneLinks());
+    m_phoneLinksDialog->show();
+    m_phoneLinksDialog->raise();
+    m_phoneLinksDialog->activateWindow();
 }
 
 std::optional<QString> MainMenu::chooseNetworkOutputs(const NetworkOutputChoices& choices)
@@ -246,6 +271,9 @@ void MainMenu::buildViewMenu(QMenuBar& menuBar)
     m_bigTally->setCheckable(true);
     m_bigTally->setShortcut(QKeySequence(Qt::Key_F11));
     connect(m_bigTally, &QAction::toggled, this, &MainMenu::bigTallyToggled);
+    m_viewMenu->addSeparator();
+    m_phoneLinks = m_viewMenu->addAction(tr("&Phone Links…"));
+    connect(m_phoneLinks, &QAction::triggered, this, &MainMenu::showPhoneLinks);
 }
 
 void MainMenu::largeLampLabelsToggled(bool on)

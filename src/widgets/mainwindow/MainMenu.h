@@ -1,5 +1,6 @@
 #pragma once
 
+#include "dialogs/PhoneLinksDialog.h"
 #include "lamps/BigTallyView.h"
 #include "launch/NetworkOutputChoices.h"
 #include "mainwindow/LostSourceMenu.h"
@@ -17,9 +18,11 @@ class ViewController;
 
 // The main window's menu bar: File (Open, Open Recent, Save, Save As, Quit),
 // Edit (Lock Editing, Require Password to Unlock, Ask Before Discarding
-// Changes, Cancel in Shot Editor, Test Lights, When the Switcher Is Lost), View (Always on Top, Large Lamp Labels, Big
-// Tally), Source (Mixdesk, OBS Studio…), Outputs (Network Outputs…) and Help (About). The commands go to the main
-// screen controller; Open Recent is rebuilt from the recent documents each time it opens.
+// Changes, Cancel in Shot Editor, Test Lights, When the Switcher Is Lost),
+// View (Always on Top, Large Lamp Labels, Big Tally, Phone Links), Source
+// (Mixdesk, OBS Studio…), Outputs (Network Outputs…) and Help (About). The
+// commands go to the main screen controller; Open Recent is rebuilt from the
+// recent documents each time it opens.
 class MainMenu : public QObject {
     Q_OBJECT
 
@@ -37,6 +40,9 @@ public:
     // View > Big Tally (F11): the lights full screen.
     QAction* bigTallyAction() const { return m_bigTally; }
     BigTallyView* bigTallyView() const { return m_bigTallyView; }
+    // View > Phone Links…: the web page's addresses with their QR codes.
+    QAction* phoneLinksAction() const { return m_phoneLinks; }
+    PhoneLinksDialog* phoneLinksDialog() const { return m_phoneLinksDialog; }
     QAction* requirePasswordAction() const { return m_requirePassword; }
     QAction* lockEditingAction() const { return m_lockEditing; }
     QAction* testLightsAction() const { return m_testLights; }
@@ -91,6 +97,7 @@ private:
     void alwaysOnTopToggled(bool checked);
     void largeLampLabelsToggled(bool on);
     void bigTallyToggled(bool on);
+    void showPhoneLinks();
 
     ViewController& m_controller;
     QPointer<QMenu> m_fileMenu;
@@ -101,6 +108,8 @@ private:
     QPointer<QAction> m_largeLampLabels;
     QPointer<QAction> m_bigTally;
     QPointer<BigTallyView> m_bigTallyView;
+    QPointer<QAction> m_phoneLinks;
+    QPointer<PhoneLinksDialog> m_phoneLinksDialog;
     QPointer<QAction> m_requirePassword;
     QPointer<QAction> m_lockEditing;
     QPointer<QAction> m_testLights;

@@ -10,6 +10,7 @@
 #include "mainwindow/DocumentCommands.h"
 #include "mainwindow/EditingLockControls.h"
 #include "mainwindow/LampRow.h"
+#include "outputs/WebTallyServer.h"
 #include "sources/MixdeskShotSource.h"
 #include "ui_ViewController.h"
 
@@ -126,6 +127,15 @@ void ViewController::viewDidAppear()
     USBHIDAppDelegate::shared();
     m_documentCommands->showUntitledWhileNoFile();
     applyAlwaysOnTop();
+}
+
+QList<PhoneLink> ViewController::phoneLinks() const
+{
+    const WebTallyServer* page = m_networkOutputs.webServer();
+    if (page == nullptr) {
+        return {};
+    }
+    return PhoneLinks::forPages(page->pageUrls(), m_document.tallyMap().shotSelections().size());
 }
 
 const EditingLock& ViewController::editingLock() const

@@ -5,6 +5,7 @@
 #include "launch/NetworkOutputs.h"
 #include "link/Mixdesk.h"
 #include "mainwindow/Segues.h"
+#include "outputs/PhoneLinks.h"
 #include "sources/ShotSource.h"
 #include "tally/TallyCycle.h"
 #include "tally/TallyStatus.h"
@@ -77,6 +78,9 @@ public:
     // The web page and TSL outputs, in the cycle for the controller's life;
     // none until the program starts them.
     NetworkOutputs& networkOutputs() { return m_networkOutputs; }
+    // Where phones open the running web page, each light's page included;
+    // none while the page is not served.
+    QList<PhoneLink> phoneLinks() const;
     // What is wrong now, in words, for the status line.
     TallyStatus& status() { return m_status; }
 

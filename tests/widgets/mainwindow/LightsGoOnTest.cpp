@@ -6,6 +6,7 @@
 #include "base/ModalSession.h"
 #include "dialogs/NetworkOutputsDialog.h"
 #include "dialogs/ObsSourceDialog.h"
+#include "dialogs/PhoneLinksDialog.h"
 #include "support/QtPrinters.h"
 #include "widgets/mainwindow/MainWindowFixture.h"
 
@@ -162,4 +163,18 @@ TEST_F(LightsGoOnTest, TheSpecsOwnPanelsStillHoldTheTickBack)
     EXPECT_EQ(lamp()->mode, TallyMode::live);
     QApplication::activeModalWidget()->close();
     EXPECT_TRUE(QTest::qWaitFor([this] { return lamp()->mode == TallyMode::off; }, 3000));
+}
+
+TEST_F(LightsGoOnTest, WhileThePhoneLinksAreUp)
+{
+    main.menu->phoneLinksAction()->trigger();
+    ASSERT_NE(main.menu->phoneLinksDialog(), nullptr);
+    ASSERT_TRUE(main.menu->phoneLinksDialog()->isVisible());
+    EXPECT_EQ(main.menu->phoneLinksDialog()->windowModality(), Qt::NonModal);
+    EXPECT_FALSE(ModalSession::isActive());
+    device->reports.clear();
+    source->shots[0]->isLive = false;
+    EXPECT_TRUE(QTest::qWaitFor([this] { return lamp()->mode == TallyMode::off; }, 3000));
+    EXPECT_EQ(device->commandBytes().mid(0, 2), (QList<quint8> { 0x01, 0x21 }));
+    main.menu->phoneLinksDialog()->close();
 }
