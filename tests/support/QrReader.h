@@ -8,6 +8,7 @@
 #include <QProcess>
 #include <QStandardPaths>
 #include <QString>
+#include <QStringList>
 
 #include <optional>
 
@@ -52,5 +53,34 @@ template<typename IsDark> QByteArray pgm(int side, int scale, IsDark isDark)
     }
     return file;
 }
+
+// A QR code drawn in a terminal (QrCode::terminalText, or what a program
+// printed through a terminal) back as modules: each character is two rows,
+// its upper and lower half. Colour codes and carriage returns are dropped.
+class TerminalModules {
+public:
+    explicit TerminalModules(QString text)
+    {
+        text.remove(QStringLiteral("\x1b[30;47m"));
+        text.remove(QStringLiteral("\x1b[0m"));
+        text.remove(QLatin1Char('\r'));
+        m_lines = text.split(QLatin1Char('\n'), Qt::SkipEmptyParts);
+    }
+
+    const QStringList& lines() const { return m_lines; }
+    // Modules on a side, margin included.
+    int side() const { return m_lines.isEmpty() ? 0 : int(m_lines.first().size()); }
+
+    bool isDark(int x, int y) const
+    {
+        const QString line = m_lines.value(y / 2);
+        const QChar c = x < line.size() ? line.at(x) : QLatin1Char(' ');
+        const bool upper = y % 2 == 0;
+        return c == QChar(0x2588) || (upper && c == QChar(0x2580)) || (!upper && c == QChar(0x2584));
+    }
+
+private:
+    QStringList m_lines;
+};
 
 } // namespace QrReader

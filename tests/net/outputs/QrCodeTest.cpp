@@ -35,27 +35,6 @@ protected:
     QTemporaryDir folder;
 };
 
-// The terminal's picture back as modules: each character is two rows, the
-// upper and lower half.
-struct TerminalModules {
-    QStringList lines;
-
-    explicit TerminalModules(QString text)
-    {
-        text.remove(QStringLiteral("\x1b[30;47m"));
-        text.remove(QStringLiteral("\x1b[0m"));
-        lines = text.split(QLatin1Char('\n'), Qt::SkipEmptyParts);
-    }
-
-    bool isDark(int x, int y) const
-    {
-        const QString line = lines.value(y / 2);
-        const QChar c = x < line.size() ? line.at(x) : QLatin1Char(' ');
-        const bool upper = y % 2 == 0;
-        return c == QChar(0x2588) || (upper && c == QChar(0x2580)) || (!upper && c == QChar(0x2584));
-    }
-};
-
 } // namespace
 
 TEST_F(QrCodeTest, AnAddressReadsBackAsItself)
@@ -87,10 +66,10 @@ TEST_F(QrCodeTest, TheTerminalPictureReadsBackAsTheAddress)
     const std::optional<QrCode> code = QrCode::encode(url);
     ASSERT_TRUE(code.has_value());
     const QString text = code->terminalText();
-    const TerminalModules modules(text);
+    const QrReader::TerminalModules modules(text);
     const int side = code->size() + 2 * QrCode::quietZone;
-    ASSERT_EQ(modules.lines.size(), (side + 1) / 2);
-    for (const QString& line : modules.lines) {
+    ASSERT_EQ(modules.lines().size(), (side + 1) / 2);
+    for (const QString& line : modules.lines()) {
         ASSERT_EQ(line.size(), side);
     }
     // Black on white whatever the terminal's colours, reset at each line's end.
