@@ -65,6 +65,7 @@ private:
     void read()
     {
         const QByteArray bytes = m_socket->readAll();
+        m_owner.m_currentSender = m_socket->peerAddress();
         bool changed = false;
         bool any = false;
         if (m_owner.m_listen.version == TslTallyEncoding::Version::v31) {
@@ -205,6 +206,29 @@ QString TslShotSource::displayName() const
     return QStringLiteral("TSL UMD");
 }
 
+ShotSource::Details TslShotSource::details() const
+{
+    Details details;
+    details.listens = true;
+    const QString version
+        = m_listen.version == TslTallyEncoding::Version::v31 ? QStringLiteral("TSL 3.1") : QStringLiteral("TSL 5.0");
+    const QString transport = m_listen.transport == Transport::tcp ? tr(" over TCP") : QString();
+    const bool everyInterface = m_listen.address == QHostAddress(QHostAddress::Any)
+        || m_listen.address == QHostAddress(QHostAddress::AnyIPv4)
+        || m_listen.address == QHostAddress(QHostAddress::AnyIPv6);
+    const QString where = everyInterface ? tr("port %1").arg(localPort())
+                                         : tr("%1 port %2").arg(m_listen.address.toString()).arg(localPort());
+    details.followed = version + transport + tr(" on ") + where;
+    if (m_lastMessageAt) {
+        details.sinceLastMessageMs = now() - *m_lastMessageAt;
+        // An IPv4 sender reaching a dual-stack socket reads as ::ffff:a.b.c.d.
+        bool isIpv4 = false;
+        const quint32 ipv4 = m_lastSender.toIPv4Address(&isIpv4);
+        details.lastSender = isIpv4 ? QHostAddress(ipv4).toString() : m_lastSender.toString();
+    }
+    return details;
+}
+
 void TslShotSource::readDatagrams()
 {
     while (m_udp.hasPendingDatagrams()) {
@@ -213,6 +237,7 @@ void TslShotSource::readDatagrams()
             ++m_rejected;
             continue;
         }
+        m_currentSender = datagram.senderAddress();
         takeDatagram(datagram.data());
     }
 }
@@ -277,6 +302,7 @@ void TslShotSource::noteMessages(bool changed)
 {
     const bool wasRunning = isRunning();
     m_lastMessageAt = now();
+    m_lastSender = m_currentSender;
     if (changed || !wasRunning) {
         Q_EMIT shotsChanged();
     }

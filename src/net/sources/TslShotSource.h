@@ -69,6 +69,9 @@ public:
     QString notRunningWarning() const override;
     Kind kind() const override { return Kind::tslUmd; }
     QString displayName() const override;
+    // "TSL 5.0 on port 8900", when the last valid message came and from
+    // where.
+    Details details() const override;
 
 private:
     class Connection;
@@ -88,6 +91,9 @@ private:
     QList<Connection*> m_connections;
     TslDisplayTable m_table;
     std::optional<qint64> m_lastMessageAt;
+    // Who sent what is being read now, and the last valid message.
+    QHostAddress m_currentSender;
+    QHostAddress m_lastSender;
     int m_rejected = 0;
 
     friend class Connection;

@@ -21,5 +21,7 @@ MainWindow MainWindow::make(ViewController::Dependencies dependencies)
     made.window->statusBar()->addWidget(made.statusLine, 1);
     StatusLine* line = made.statusLine;
     QObject::connect(&made.controller->status(), &TallyStatus::changed, line, &StatusLine::showProblems);
+    QObject::connect(made.controller, &ViewController::situationChanged, line, &StatusLine::showSituation);
+    line->showSituation(made.controller->situation());
     return made;
 }

@@ -1,10 +1,15 @@
 #pragma once
 
 #include <QLabel>
+#include <QPointer>
+#include <QWidget>
 
-// The line at the foot of the main window: what stands between the operator
-// and working lights, in words, or that the lights follow the switcher.
-class StatusLine : public QLabel {
+// The line at the foot of the main window. It always says what the window
+// follows and how that is, and which outputs run ("Following OBS Studio at
+// 10.0.0.5:4455 · connected · Phones: 3 connected"); before that, in red
+// with a warning sign, whatever stands between the operator and working
+// lights.
+class StatusLine : public QWidget {
     Q_OBJECT
 
 public:
@@ -13,8 +18,15 @@ public:
     // Shows the problems (empty: none).
     void showProblems(const QString& problems);
     bool showsProblem() const { return m_showsProblem; }
+    // Shows the source, its state and the outputs, in words.
+    void showSituation(const QString& situation);
+
+    // The whole line as it reads: the problems first, when there are any.
+    QString text() const;
+
+    QPointer<QLabel> problemsLabel;
+    QPointer<QLabel> situationLabel;
 
 private:
-    QString m_sourceName;
     bool m_showsProblem = false;
 };

@@ -12,6 +12,7 @@
 #include "mainwindow/LampRow.h"
 #include "outputs/WebTallyServer.h"
 #include "sources/MixdeskShotSource.h"
+#include "tally/StatusWording.h"
 #include "ui_ViewController.h"
 
 #include <QAction>
@@ -84,6 +85,7 @@ void ViewController::viewDidLoad()
     // The first answer comes before the timer runs, so the first tick
     // compares against it.
     m_ticker.start();
+    noteSituation();
 }
 
 void ViewController::connectControls()
@@ -104,6 +106,7 @@ void ViewController::followShotSource()
     if (m_mixdeskWarning) {
         m_mixdeskWarning->setText(m_ticker.source().notRunningWarning());
     }
+    noteSituation();
 }
 
 void ViewController::setShotSource(std::unique_ptr<ShotSource> source)
@@ -210,6 +213,27 @@ void ViewController::noteTickStatus()
     m_status.noteTick(m_sourceRunning, m_ticker.shotList().size(), source.displayName(), source.notRunningWarning());
     const USBHIDAppDelegate& box = USBHIDAppDelegate::shared();
     m_status.noteDevice(box.controller() != nullptr, box.lastWriteFailed());
+    noteSituation();
+}
+
+void ViewController::noteSituation()
+{
+    const ShotSource& source = m_ticker.source();
+    StatusWording::Outputs outputs;
+    if (const WebTallyServer* page = m_networkOutputs.webServer()) {
+        outputs.phonesConnected = page->webSocketCount();
+    }
+    if (m_networkOutputs.tslSender() != nullptr) {
+        outputs.tslDestinations
+            = m_networkOutputs.current().tsl31Destinations.size() + m_networkOutputs.current().tsl50Destinations.size();
+    }
+    const QString situation
+        = StatusWording::situation(StatusWording::source(source.details(), m_sourceRunning, m_ticker.shotList().size()),
+            StatusWording::outputs(outputs));
+    if (situation != m_situation) {
+        m_situation = situation;
+        Q_EMIT situationChanged(situation);
+    }
 }
 
 void ViewController::setLostSourcePolicy(const LostSourcePolicy& policy)

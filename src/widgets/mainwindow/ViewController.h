@@ -81,6 +81,9 @@ public:
     // Where phones open the running web page, each light's page included;
     // none while the page is not served.
     QList<PhoneLink> phoneLinks() const;
+    // What the window follows and how that is, and the outputs that run,
+    // in words, for the status line; brought up to date after every tick.
+    QString situation() const { return m_situation; }
     // What is wrong now, in words, for the status line.
     TallyStatus& status() { return m_status; }
 
@@ -144,6 +147,8 @@ Q_SIGNALS:
     // An indicator was given its mode (by a tick, or the lights-off at
     // quit); shotNames are the light's assigned shots, for larger views.
     void lightModeShown(qsizetype lightIndex, TallyMode mode, const QString& shotNames);
+    // The situation's words changed.
+    void situationChanged(const QString& situation);
 
 protected:
     void viewDidLoad();
@@ -159,6 +164,7 @@ private:
     void connectControls();
     void followShotSource();
     void noteTickStatus();
+    void noteSituation();
 
     std::unique_ptr<Ui::ViewController> m_ui;
     QPointer<QCheckBox> m_lockTallyCheckBox;
@@ -173,5 +179,6 @@ private:
     std::unique_ptr<EditingLockControls> m_lockControls;
     std::unique_ptr<Segues> m_segues;
     bool m_sourceRunning = true;
+    QString m_situation;
     bool m_enableEditing = false;
 };

@@ -1,12 +1,19 @@
-// The main window's status line: the problem of the moment in words, beside
-// (not instead of) the lines on standard output.
+// The main window's status line: what the window follows and how that is,
+// the outputs that run, and the problem of the moment in words, beside (not
+// instead of) the lines on standard output.
 
 #include "mainwindow/StatusLine.h"
 
+#include "net/outputs/WebTallyClient.h"
+#include "outputs/WebTallyServer.h"
+#include "sources/TslShotSource.h"
 #include "support/QtPrinters.h"
+#include "tsl/TslUmd50.h"
 #include "widgets/mainwindow/MainWindowFixture.h"
 
 #include <QStatusBar>
+#include <QTcpServer>
+#include <QUdpSocket>
 
 namespace {
 
@@ -15,6 +22,13 @@ protected:
     QString line() const { return main.statusLine->text(); }
 };
 
+quint16 freePort()
+{
+    QTcpServer probe;
+    EXPECT_TRUE(probe.listen(QHostAddress::LocalHost, 0));
+    return probe.serverPort();
+}
+
 } // namespace
 
 TEST_F(StatusLineTest, WithShotsAndABoxTheLineSaysTheLightsFollowTheSwitcher)
@@ -22,7 +36,7 @@ TEST_F(StatusLineTest, WithShotsAndABoxTheLineSaysTheLightsFollowTheSwitcher)
     answer({ { "1", "Cam 1", true, false } });
     makeWindow();
     tick();
-    EXPECT_EQ(line(), QStringLiteral("Lights follow Mixdesk"));
+    EXPECT_EQ(line(), QStringLiteral("Following Mixdesk · 2 shots"));
     EXPECT_FALSE(main.statusLine->showsProblem());
     EXPECT_TRUE(main.window->statusBar()->isAncestorOf(main.statusLine));
 }
@@ -32,7 +46,7 @@ TEST_F(StatusLineTest, WithMixdeskAbsentTheLineSaysSo)
     platform->runningCount = 0;
     makeWindow();
     tick();
-    EXPECT_EQ(line(), QStringLiteral("⚠ Mixdesk is not running"));
+    EXPECT_EQ(line(), QStringLiteral("⚠ Mixdesk is not running  Following Mixdesk · not running"));
     EXPECT_TRUE(main.statusLine->showsProblem());
 }
 
@@ -50,7 +64,7 @@ TEST_F(StatusLineTest, WithoutABoxTheLineSaysNoneIsAttached)
     makeWindow();
     USBHIDAppDelegate::shared().setController(nullptr);
     tick();
-    EXPECT_EQ(line(), QStringLiteral("⚠ No tally box attached"));
+    EXPECT_EQ(line(), QStringLiteral("⚠ No tally box attached  Following Mixdesk · 2 shots"));
 }
 
 TEST_F(StatusLineTest, ABoxRefusingWritesIsTold)
@@ -59,7 +73,7 @@ TEST_F(StatusLineTest, ABoxRefusingWritesIsTold)
     makeWindow();
     device->status = -1;
     tick();
-    EXPECT_EQ(line(), QStringLiteral("⚠ The tally box refuses the lights' bytes"));
+    EXPECT_EQ(line(), QStringLiteral("⚠ The tally box refuses the lights' bytes  Following Mixdesk · 2 shots"));
 }
 
 TEST_F(StatusLineTest, AFileThatCannotBeOpenedIsNamedUntilAnotherOpens)
@@ -72,7 +86,7 @@ TEST_F(StatusLineTest, AFileThatCannotBeOpenedIsNamedUntilAnotherOpens)
 
     const QString good = writeFile(QStringLiteral("good.tlx"), "0|Cam 1\r\n");
     controller->loadTallyMap(QUrl::fromLocalFile(good));
-    EXPECT_EQ(line(), QStringLiteral("Lights follow Mixdesk"));
+    EXPECT_EQ(line(), QStringLiteral("Following Mixdesk · 2 shots"));
 }
 
 TEST_F(StatusLineTest, AFileThatCannotBeSavedIsNamed)
@@ -103,4 +117,49 @@ TEST_F(StatusLineTest, AnOpenRecentListThatCannotBeStoredIsNamedAndTheSaveStillC
     // The menu still offers the map for the rest of the session.
     EXPECT_EQ(controller->document().recentDocuments().recentDocuments(),
         QStringList { QFileInfo(path).canonicalFilePath() });
+}
+
+TEST_F(StatusLineTest, TheLineNamesTheOutputsThatRunAndCountsThePhones)
+{
+    answer({ { "1", "Cam 1", true, false } });
+    makeWindow();
+    const quint16 port = freePort();
+    NetworkOutputChoices choices;
+    choices.web = QStringLiteral("127.0.0.1:%1").arg(port);
+    choices.tsl50Destinations = { QStringLiteral("udp://127.0.0.1:9"), QStringLiteral("udp://127.0.0.1:10") };
+    ASSERT_EQ(main.menu->chooseNetworkOutputs(choices), std::nullopt);
+    tick();
+    EXPECT_EQ(line(), QStringLiteral("Following Mixdesk · 2 shots · Phones: 0 connected · TSL: 2 destinations"));
+
+    PageSocket phone(port);
+    ASSERT_TRUE(phone.connected());
+    ASSERT_TRUE(eventually([&] { return controller->networkOutputs().webServer()->webSocketCount() == 1; }, 5000));
+    tick();
+    EXPECT_EQ(line(), QStringLiteral("Following Mixdesk · 2 shots · Phones: 1 connected · TSL: 2 destinations"));
+}
+
+TEST_F(StatusLineTest, ATslListenerSaysWhereItListensAndWhenAndFromWhereItLastHeard)
+{
+    TslShotSource::Listen listen;
+    listen.address = QHostAddress(QHostAddress::LocalHost);
+    auto owned = std::make_unique<TslShotSource>(listen);
+    TslShotSource* source = owned.get();
+    ASSERT_TRUE(source->start(nullptr));
+    makeWindow(std::move(owned));
+    tick();
+    const QString listening = QStringLiteral("Listening for TSL 5.0 on 127.0.0.1 port %1").arg(source->localPort());
+    EXPECT_EQ(line(), QStringLiteral("⚠ No TSL messages received  ") + listening + QStringLiteral(" · no message yet"));
+
+    TslUmd50::Display display;
+    display.index = 1;
+    display.text = QStringLiteral("Cam 1");
+    TslUmd50::Packet packet;
+    packet.displays.append(display);
+    QUdpSocket sender;
+    sender.writeDatagram(TslUmd50::encode(packet), QHostAddress::LocalHost, source->localPort());
+    ASSERT_TRUE(eventually([&] { return source->isRunning(); }, 5000));
+    tick();
+    EXPECT_TRUE(line().startsWith(listening + QStringLiteral(" · last message "))) << line().toStdString();
+    EXPECT_TRUE(line().endsWith(QStringLiteral(" s ago from 127.0.0.1"))) << line().toStdString();
+    EXPECT_FALSE(main.statusLine->showsProblem());
 }
