@@ -5,7 +5,9 @@
 #include "mainwindow/StatusLine.h"
 
 #include "net/outputs/WebTallyClient.h"
+#include "net/sources/FakeObsServer.h"
 #include "outputs/WebTallyServer.h"
+#include "sources/ObsShotSource.h"
 #include "sources/TslShotSource.h"
 #include "support/QtPrinters.h"
 #include "tsl/TslUmd50.h"
@@ -162,4 +164,25 @@ TEST_F(StatusLineTest, ATslListenerSaysWhereItListensAndWhenAndFromWhereItLastHe
     EXPECT_TRUE(line().startsWith(listening + QStringLiteral(" · last message "))) << line().toStdString();
     EXPECT_TRUE(line().endsWith(QStringLiteral(" s ago from 127.0.0.1"))) << line().toStdString();
     EXPECT_FALSE(main.statusLine->showsProblem());
+}
+
+TEST_F(StatusLineTest, FollowingObsStudioTheLineNamesItsAddressAndSaysWhenItIsConnected)
+{
+    FakeObsServer server;
+    ASSERT_TRUE(server.listening());
+    server.scenes = { QStringLiteral("Wide") };
+    server.inputs = { QStringLiteral("Camera 1") };
+    server.items[QStringLiteral("Wide")] = { FakeObsServer::Item { 1, QStringLiteral("Camera 1") } };
+    server.program = QStringLiteral("Wide");
+    ObsShotSource::Settings settings;
+    settings.address.host = QStringLiteral("127.0.0.1");
+    settings.address.port = server.port();
+    auto owned = std::make_unique<ObsShotSource>(settings);
+    ObsShotSource* source = owned.get();
+    makeWindow(std::move(owned));
+    const QString following = QStringLiteral("Following OBS Studio at 127.0.0.1:%1").arg(server.port());
+    EXPECT_TRUE(line().contains(following + QStringLiteral(" · connecting"))) << line().toStdString();
+    ASSERT_TRUE(eventually([&] { return source->isRunning(); }, 5000));
+    tick();
+    EXPECT_EQ(line(), following + QStringLiteral(" · connected"));
 }
