@@ -153,7 +153,7 @@ TEST_F(LightsGoOnTest, WhileTheNetworkOutputsDialogIsUp)
     expectTheLightFollowed(seen, "NetworkOutputsDialog");
 }
 
-TEST_F(LightsGoOnTest, TheSpecsOwnPanelsStillHoldTheTickBack)
+TEST_F(LightsGoOnTest, TheTestPanelStillHoldsTheTickBack)
 {
     // The test panel, for contrast: while it is up, the cut waits.
     main.menu->testLightsAction()->trigger();
