@@ -20,6 +20,8 @@ packages=(
   # The include layering check (tests/layering) is a python3 script.
   python3
   lintian appstream groff-base bash-completion
+  # QR codes of the web page's addresses; zbarimg reads them back in tests.
+  libqrencode-dev zbar-tools
   chromium
   # Tests fill a small mounted file system and run the query as another user.
   mount util-linux

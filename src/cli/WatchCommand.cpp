@@ -1,10 +1,12 @@
 #include "WatchCommand.h"
 
 #include "CommandInputs.h"
+#include "PhoneLinksAnnouncement.h"
 #include "WatchPrinter.h"
 #include "base/StandardOutput.h"
 #include "hardware/USBHIDAppDelegate.h"
 #include "launch/RunBuilder.h"
+#include "outputs/WebTallyServer.h"
 #include "tally/TallyTicker.h"
 
 #include <QCoreApplication>
@@ -139,6 +141,17 @@ std::optional<QString> parseOptions(QStringList arguments, WatchOptions* options
     return std::nullopt;
 }
 
+// The addresses phones open, as soon as the page is served; with --json on
+// standard error, so that standard output stays one object a line.
+void announcePhoneLinks(const WebTallyServer& page, qsizetype lightCount, bool json)
+{
+    const QList<PhoneLink> links = PhoneLinks::forPages(page.pageUrls(), lightCount);
+    const bool toTerminal = !json && ::isatty(STDOUT_FILENO) == 1;
+    for (const QString& line : PhoneLinksAnnouncement::lines(links, toTerminal)) {
+        json ? printErrorLine(line) : printLine(line);
+    }
+}
+
 int runWatch(const QStringList& arguments)
 {
     WatchOptions options;
@@ -168,6 +181,9 @@ int runWatch(const QStringList& arguments)
         }
         printErrorLine(QStringLiteral("tallyctl watch: ") + outputsProblem.text);
         return CommandLine::exitFailure;
+    }
+    if (outputs->web) {
+        announcePhoneLinks(*outputs->web, tallyMap->shotSelections().size(), options.json);
     }
     WatchPrinter printer(tallyMap->shotSelections().size(), printStyle(options));
     printer.setSourceName(source->displayName());

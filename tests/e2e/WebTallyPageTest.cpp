@@ -2,14 +2,18 @@
 // beside the built stand-in, as real processes.
 
 #include "support/HeadlessChromium.h"
+#include "support/QrReader.h"
 #include "support/QtPrinters.h"
 #include "tools/StandinProcess.h"
 
 #include <QDir>
 #include <QFile>
+#include <QJsonArray>
+#include <QJsonDocument>
 #include <QNetworkAccessManager>
 #include <QNetworkReply>
 #include <QProcess>
+#include <QStandardPaths>
 #include <QTcpServer>
 #include <QTemporaryDir>
 #include <QWebSocket>
@@ -237,6 +241,93 @@ TEST_F(WebTallyPageTest, APictureOfLightOneReadsAsATally)
     QFile file(QStringLiteral(TALLY_BINARY_DIR "/screenshots/web-light-1.png"));
     ASSERT_TRUE(file.open(QIODevice::WriteOnly));
     file.write(picture);
+}
+
+TEST_F(WebTallyPageTest, TheListOfLightsGivesAPhoneBigTapTargets)
+{
+    ASSERT_TRUE(standin.start());
+    startWatch();
+    startBrowser();
+    browser.emulateScreen(390, 844, 3);
+    ASSERT_TRUE(browser.navigate(url(QStringLiteral("/"))));
+    // Each light is one link across the screen, at least 72 CSS pixels high
+    // (about two centimetres on a phone), and the eight fit one screen.
+    const QJsonValue boxes = browser.evaluate(
+        QStringLiteral("JSON.stringify(Array.from(document.querySelectorAll('a[data-light]')).map(function (a) {"
+                       "  var box = a.getBoundingClientRect(); return [box.width, box.height, box.bottom]; }))"));
+    const QJsonArray sizes = QJsonDocument::fromJson(boxes.toString().toUtf8()).array();
+    ASSERT_EQ(sizes.size(), 8) << boxes.toString().toStdString();
+    for (const QJsonValue& size : sizes) {
+        EXPECT_GE(size[0].toDouble(), 390 * 0.85) << boxes.toString().toStdString();
+        EXPECT_GE(size[1].toDouble(), 72) << boxes.toString().toStdString();
+    }
+    EXPECT_LE(sizes.last()[2].toDouble(), 844) << boxes.toString().toStdString();
+    const QByteArray picture = browser.screenshot();
+    QDir().mkpath(QStringLiteral(TALLY_BINARY_DIR "/screenshots"));
+    QFile file(QStringLiteral(TALLY_BINARY_DIR "/screenshots/web-lights.png"));
+    ASSERT_TRUE(file.open(QIODevice::WriteOnly));
+    file.write(picture);
+}
+
+TEST_F(WebTallyPageTest, TallyctlWatchNamesEveryPhoneLinkAtStartAndDrawsNoCodeIntoAPipe)
+{
+    startWatch();
+    const QString root = url(QStringLiteral("/"));
+    QString printed;
+    ASSERT_TRUE(eventually([&] {
+        printed += QString::fromUtf8(watch->readAllStandardOutput());
+        return printed.contains(root + QStringLiteral("light/8"));
+    })) << printed.toStdString();
+    const QStringList lines = printed.split(QLatin1Char('\n'));
+    const qsizetype heading = lines.indexOf(QStringLiteral("Phones can open the tally page at:"));
+    ASSERT_GE(heading, 0) << printed.toStdString();
+    EXPECT_EQ(lines.value(heading + 1), QStringLiteral("  %1         All lights").arg(root));
+    for (int light = 1; light <= 8; ++light) {
+        EXPECT_EQ(lines.value(heading + 1 + light), QStringLiteral("  %1light/%2  Light %2").arg(root).arg(light));
+    }
+    EXPECT_FALSE(printed.contains(QChar(0x2580)));
+}
+
+TEST_F(WebTallyPageTest, AtATerminalTallyctlWatchDrawsACodeAPhoneCanScan)
+{
+    if (QrReader::program().isEmpty()) {
+        GTEST_SKIP() << "zbarimg (Debian zbar-tools) is not installed; scripts/install-deps.sh installs it";
+    }
+    const QString script = QStandardPaths::findExecutable(QStringLiteral("script"));
+    if (script.isEmpty()) {
+        GTEST_SKIP() << "script (Debian util-linux) is not installed to give tallyctl a terminal";
+    }
+    // script runs tallyctl on a terminal of its own and copies what it shows.
+    QProcess terminal;
+    QProcessEnvironment environment = standin.environment();
+    environment.insert(QStringLiteral("MIXDESK_TALLY_HID_CAPTURE"), folder.filePath(QStringLiteral("capture.hex")));
+    terminal.setProcessEnvironment(environment);
+    const QString command = QStringLiteral("'%1' watch --ticks 2 --web 127.0.0.1:%2 '%3'")
+                                .arg(QStringLiteral(TALLY_BINARY_DIR "/bin/tallyctl"))
+                                .arg(port)
+                                .arg(mapPath);
+    terminal.start(script,
+        { QStringLiteral("-q"), QStringLiteral("-e"), QStringLiteral("-c"), command, QStringLiteral("/dev/null") });
+    ASSERT_TRUE(terminal.waitForFinished(20000));
+    const QString shown = QString::fromUtf8(terminal.readAllStandardOutput()).remove(QLatin1Char('\r'));
+    const QStringList lines = shown.split(QLatin1Char('\n'));
+    const QString root = url(QStringLiteral("/"));
+    const qsizetype caption = lines.indexOf(root);
+    ASSERT_GE(caption, 0) << shown.toStdString();
+    QStringList picture;
+    for (qsizetype index = caption + 1;
+         index < lines.size() && lines.at(index).startsWith(QStringLiteral("\x1b[30;47m")); ++index) {
+        picture.append(lines.at(index));
+    }
+    const QrReader::TerminalModules modules(picture.join(QLatin1Char('\n')));
+    ASSERT_GT(modules.side(), 20) << shown.toStdString();
+    const QString path = folder.filePath(QStringLiteral("terminal-code.pgm"));
+    QFile file(path);
+    ASSERT_TRUE(file.open(QIODevice::WriteOnly));
+    file.write(QrReader::pgm(modules.side(), 6, [&modules](int x, int y) { return modules.isDark(x, y); }));
+    file.close();
+    QString problem;
+    EXPECT_EQ(QrReader::read(path, &problem), root) << problem.toStdString();
 }
 
 TEST_F(WebTallyPageTest, ABusyPortIsAClearErrorAndNotACrash)

@@ -15,6 +15,8 @@ public:
     int queries = 0;
     // The kind the source says it is; a network switcher by default.
     Kind sourceKind = Kind::tslUmd;
+    // Whether it waits for a switcher to send, as a TSL listener does.
+    bool listens = false;
     // Run inside every query, before it answers.
     std::function<void()> onQuery;
 
@@ -30,6 +32,7 @@ public:
     }
 
     Kind kind() const override { return sourceKind; }
+    Details details() const override { return { displayName(), listens, {}, std::nullopt, {} }; }
     QString notRunningWarning() const override { return warning; }
     QString displayName() const override { return QStringLiteral("Fake switcher"); }
 

@@ -83,6 +83,8 @@ QVariantMap registeredDefaults()
     return {
         { alwaysOnTop, false },
         { showEmptyLayers, true },
+        { askBeforeDiscardingChanges, false },
+        { shotEditorCancel, false },
     };
 }
 

@@ -90,9 +90,19 @@ inline const QString tslIndexOffset = QStringLiteral("TslIndexOffset");
 // the colour. Never registered: unset reads false, the small LIVE/PREVIEW
 // lamps.
 inline const QString largeLampLabels = QStringLiteral("LargeLampLabels");
+// Edit > Ask Before Discarding Changes: an edit marks the map as changed
+// (a "*" after the window's title) and Open and Quit ask whether to save it
+// first. Off by default: an edit is not a change waiting to be saved, and
+// nothing ever stands between the operator and the command.
+inline const QString askBeforeDiscardingChanges = QStringLiteral("AskBeforeDiscardingChanges");
+// Edit > Cancel in Shot Editor: the shot editor gets a Cancel button, and
+// Escape, that hand the light's list back as it came. Off by default:
+// however the editor is closed, Escape included, the light keeps its ticks.
+inline const QString shotEditorCancel = QStringLiteral("ShotEditorCancel");
 
-// The registered preferences (always on top, empty layers) with their
-// defaults, in one dictionary.
+// The registered preferences (always on top, empty layers, asking before
+// discarding changes, the shot editor's Cancel) with their defaults, in one
+// dictionary.
 QVariantMap registeredDefaults();
 
 // Registers registeredDefaults(); done once when the application has started.

@@ -5,6 +5,8 @@
 #include <QObject>
 #include <QString>
 
+#include <optional>
+
 // Where the lights' shots come from. The update cycle asks the two questions
 // it has always asked of Mixdesk: is the production application there, and
 // which shots does it have now. Mixdesk's own query is the default source;
@@ -20,6 +22,25 @@ public:
         mixdesk,
         obsStudio,
         tslUmd,
+    };
+
+    // What the status line says of a source besides whether it runs and how
+    // many shots it gives: what is followed, where, and how the link is.
+    struct Details {
+        // "Mixdesk", "OBS Studio at 10.0.0.5:4455", "TSL 5.0 on port 8900".
+        QString followed;
+        // A listener waits for a switcher to send ("Listening for …"); any
+        // other source is followed ("Following …").
+        bool listens = false;
+        // The connection in words ("connected", "connecting"); empty for a
+        // source with no connection of its own (Mixdesk's query).
+        QString link;
+        // For a listener: how long ago the last valid message came, and from
+        // where; nothing before the first.
+        std::optional<qint64> sinceLastMessageMs;
+        QString lastSender;
+
+        friend bool operator==(const Details&, const Details&) = default;
     };
 
     using QObject::QObject;
@@ -38,6 +59,10 @@ public:
 
     // A short name for messages and the settings ("Mixdesk", "OBS Studio").
     virtual QString displayName() const = 0;
+
+    // Where and how the source follows its switcher now; by default its
+    // display name alone.
+    virtual Details details() const { return { displayName(), false, {}, std::nullopt, {} }; }
 
 Q_SIGNALS:
     // The source learned of a change (a cut, a rename, a lost connection):

@@ -76,7 +76,7 @@ void TallyDocument::adoptFile(const QUrl& url)
 
 void TallyDocument::assign(qsizetype lightIndex, const ShotList& shots)
 {
-    if (!sameNames(m_tallyMap.shotSelection(lightIndex), shots)) {
+    if (m_tracksChanges && !sameNames(m_tallyMap.shotSelection(lightIndex), shots)) {
         setEdited(true);
     }
     m_tallyMap.setShotSelection(lightIndex, shots);
@@ -88,6 +88,14 @@ void TallyDocument::clearRecentDocuments()
     QString problem;
     if (!m_recentDocuments->clearRecentDocuments(&problem)) {
         Q_EMIT recentDocumentsFailed(m_recentDocuments->listFilePath(), problem);
+    }
+}
+
+void TallyDocument::setTracksChanges(bool tracks)
+{
+    m_tracksChanges = tracks;
+    if (!tracks && m_edited) {
+        setEdited(false);
     }
 }
 

@@ -10,10 +10,10 @@
 #include <memory>
 
 // The tally map as a document: the current map, the file it was loaded from
-// or last saved to, whether it has changes not yet saved, and the Open
-// Recent list. Opening and saving go through here; the window only chooses
-// files and shows titles. A failed open or save prints its line, reports
-// itself and leaves everything as it was.
+// or last saved to, whether it has changes not yet saved (only while the
+// user has asked for that to be tracked), and the Open Recent list. Opening and saving go through here; the window only
+// chooses files and shows titles. A failed open or save prints its line, reports itself and leaves everything as it
+// was.
 class TallyDocument : public QObject {
     Q_OBJECT
 
@@ -29,8 +29,16 @@ public:
     const QUrl& currentDocumentUrl() const { return m_currentDocumentUrl; }
     bool hasFile() const { return !m_currentDocumentUrl.path().isEmpty(); }
 
-    // Whether the map has changes not yet saved.
+    // Whether the map has changes not yet saved. Always false while changes
+    // are not tracked.
     bool isEdited() const { return m_edited; }
+
+    // Whether a new assignment counts as a change not yet saved. Off, as a
+    // new document starts: the map is what it holds, with nothing pending,
+    // and whatever was pending is forgotten when tracking stops. Turned on,
+    // changes count from then.
+    bool tracksChanges() const { return m_tracksChanges; }
+    void setTracksChanges(bool tracks);
 
     // Replaces the map with the one in the file. The loaded assignments take
     // the identifiers of the shots known now, by name, when any are known.
@@ -44,8 +52,8 @@ public:
     bool save(const QUrl& url);
 
     // Gives a light its new assignment in one step, so a tick sees either
-    // the old list or the new one. A list with other names than before is a
-    // change not yet saved.
+    // the old list or the new one. While changes are tracked, a list with
+    // other names than before is a change not yet saved.
     void assign(qsizetype lightIndex, const ShotList& shots);
 
     RecentDocuments& recentDocuments() const { return *m_recentDocuments; }
@@ -72,5 +80,6 @@ private:
     TallyMap m_tallyMap;
     QUrl m_currentDocumentUrl { QStringLiteral("file://") };
     bool m_edited = false;
+    bool m_tracksChanges = false;
     std::unique_ptr<RecentDocuments> m_recentDocuments;
 };

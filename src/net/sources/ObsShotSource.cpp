@@ -149,6 +149,7 @@ void ObsShotSource::scheduleReconnect(const QString& why, bool longWait)
 {
     const int delay = longWait ? m_settings.longestRetryDelayMs : m_retryDelayMs;
     m_retryDelayMs = std::min(m_retryDelayMs * 2, m_settings.longestRetryDelayMs);
+    m_notConnectedWhy = why;
     setStatus(
         QStringLiteral("OBS Studio at %1: not connected (%2); reconnecting").arg(m_settings.address.display(), why));
     m_retryTimer.start(delay);
@@ -187,6 +188,20 @@ void ObsShotSource::refuse(const QString& why)
     // Called from inside the session's handling of a message: the socket is
     // let go of once that has returned.
     QTimer::singleShot(0, this, [this, why] { dropConnection(why); });
+}
+
+ShotSource::Details ObsShotSource::details() const
+{
+    Details details;
+    details.followed = QStringLiteral("OBS Studio at %1").arg(m_settings.address.display());
+    if (m_session.isReady()) {
+        details.link = tr("connected");
+    } else if (m_retryTimer.isActive()) {
+        details.link = tr("not connected (%1), trying again").arg(m_notConnectedWhy);
+    } else {
+        details.link = tr("connecting");
+    }
+    return details;
 }
 
 void ObsShotSource::setStatus(const QString& status)

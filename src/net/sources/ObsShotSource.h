@@ -52,6 +52,9 @@ public:
     QString notRunningWarning() const override;
     Kind kind() const override { return Kind::obsStudio; }
     QString displayName() const override;
+    // "OBS Studio at HOST:PORT", connected, connecting, or not connected
+    // and why while it waits to try again.
+    Details details() const override;
 
     // The password that was to come later; a greeting waiting for it is
     // answered now.
@@ -84,4 +87,6 @@ private:
     QTimer m_retryTimer;
     int m_retryDelayMs;
     QString m_status;
+    // Why the last connection ended, while a new one is awaited.
+    QString m_notConnectedWhy;
 };

@@ -283,6 +283,29 @@ QString TslShotSource::displayName() const
     return QStringLiteral("TSL UMD");
 }
 
+ShotSource::Details TslShotSource::details() const
+{
+    Details details;
+    details.listens = true;
+    const QString version
+        = m_listen.version == TslTallyEncoding::Version::v31 ? QStringLiteral("TSL 3.1") : QStringLiteral("TSL 5.0");
+    const QString transport = m_listen.transport == Transport::tcp ? tr(" over TCP") : QString();
+    const bool everyInterface = m_listen.address == QHostAddress(QHostAddress::Any)
+        || m_listen.address == QHostAddress(QHostAddress::AnyIPv4)
+        || m_listen.address == QHostAddress(QHostAddress::AnyIPv6);
+    const QString where = everyInterface ? tr("port %1").arg(localPort())
+                                         : tr("%1 port %2").arg(m_listen.address.toString()).arg(localPort());
+    details.followed = version + transport + tr(" on ") + where;
+    if (m_lastMessageAt) {
+        details.sinceLastMessageMs = now() - *m_lastMessageAt;
+        // An IPv4 sender reaching a dual-stack socket reads as ::ffff:a.b.c.d.
+        bool isIpv4 = false;
+        const quint32 ipv4 = m_lastSender.toIPv4Address(&isIpv4);
+        details.lastSender = isIpv4 ? QHostAddress(ipv4).toString() : m_lastSender.toString();
+    }
+    return details;
+}
+
 void TslShotSource::readDatagrams()
 {
     for (int read = 0; read < maxDatagramsPerRead && m_udp.hasPendingDatagrams(); ++read) {
@@ -408,6 +431,7 @@ void TslShotSource::noteMessages(const QString& sender, TslDisplayTable::Outcome
     const bool wasRunning = isRunningNow();
     m_lastMessageAt = now();
     hearFrom(sender);
+    m_lastSender = QHostAddress(sender);
     if (outcome.refreshedTally) {
         m_lastTallyAt = now();
     }

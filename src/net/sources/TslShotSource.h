@@ -119,6 +119,9 @@ public:
     QString notRunningWarning() const override;
     Kind kind() const override { return Kind::tslUmd; }
     QString displayName() const override;
+    // "TSL 5.0 on port 8900", when the last valid message came and from
+    // where.
+    Details details() const override;
 
 private:
     class Connection;
@@ -152,6 +155,8 @@ private:
     QSet<QString> m_namedSenders;
     std::optional<qint64> m_lastMessageAt;
     std::optional<qint64> m_lastTallyAt;
+    // Who sent the last message the listener took, for the status line.
+    QHostAddress m_lastSender;
     int m_rejected = 0;
     int m_refused = 0;
 

@@ -53,8 +53,12 @@ void EditViewController::viewDidLoad()
         auto* done = new QShortcut(key, this);
         connect(done, &QShortcut::activated, doneButton, &QPushButton::click);
     }
-    auto* cancel = new QShortcut(QKeySequence(Qt::Key_Escape), this);
-    connect(cancel, &QShortcut::activated, cancelButton, &QPushButton::click);
+    // Escape closes the sheet like any other way of closing it, keeping the
+    // ticks, unless the user asked for a Cancel: then it is Cancel's key.
+    const bool offersCancel = UserDefaults::standardUserDefaults().boolForKey(Preferences::shotEditorCancel);
+    cancelButton->setVisible(offersCancel);
+    auto* escape = new QShortcut(QKeySequence(Qt::Key_Escape), this);
+    connect(escape, &QShortcut::activated, offersCancel ? cancelButton : doneButton, &QPushButton::click);
     reloadTable();
 }
 

@@ -21,9 +21,12 @@ class EditViewController;
 // The shot editor of one tally light: one check box per shot the production
 // application reports, ticked when the shot lights this light. It works on
 // its own copy of the light's list (the records themselves are shared) and
-// hands it back when it is dismissed. Cancel (or Escape) hands back the list
-// as it came; closing the sheet any other way keeps the ticks. The main window
-// shows it as a window-modal sheet so that the lights keep updating.
+// hands it back when it is dismissed: however it is closed, Escape included,
+// the light keeps the ticks. Only when the user has chosen Edit > Cancel in
+// Shot Editor ("ShotEditorCancel", read when the editor is made) does it
+// show a Cancel button, which Escape presses, handing back the list as it
+// came. The main window shows it as a window-modal sheet so that the lights
+// keep updating.
 class EditViewController : public QWidget {
     Q_OBJECT
 
@@ -54,6 +57,7 @@ public:
     QPointer<QTableWidget> table;
     QPointer<QCheckBox> showEmptyCheckBox;
     QPointer<QPushButton> doneButton;
+    // Hidden unless the user chose the editor's Cancel.
     QPointer<QPushButton> cancelButton;
 
     // "Assign Shots to Light 3" for light index 2.

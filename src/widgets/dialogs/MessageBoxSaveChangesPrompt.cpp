@@ -12,7 +12,9 @@ SaveChangesPrompt::Answer MessageBoxSaveChangesPrompt::ask(QWidget* window, cons
     box.setInformativeText(QObject::tr("Your changes are lost if you don't save them."));
     box.setStandardButtons(QMessageBox::Save | QMessageBox::Discard | QMessageBox::Cancel);
     box.setDefaultButton(QMessageBox::Save);
-    box.setWindowModality(Qt::ApplicationModal);
+    // Over the main window only: the lights go on following the switcher
+    // while the operator makes up their mind.
+    box.setWindowModality(Qt::WindowModal);
     switch (box.exec()) {
     case QMessageBox::Save:
         return Answer::save;

@@ -1,5 +1,7 @@
 #include "dialogs/NetworkOutputsDialog.h"
 
+#include "dialogs/PhoneLinksView.h"
+
 #include <QCheckBox>
 #include <QDialogButtonBox>
 #include <QFormLayout>
@@ -72,6 +74,15 @@ void NetworkOutputsDialog::addWebRows(const NetworkOutputChoices& current)
     connect(webCheckBox, &QCheckBox::toggled, webAddressField, &QWidget::setEnabled);
     form->addRow(webCheckBox);
     form->addRow(tr("Listen on:"), webAddressField);
+    phoneLinksView = new PhoneLinksView(this);
+    form->addRow(phoneLinksView);
+    phoneLinksView->hide();
+}
+
+void NetworkOutputsDialog::showPhoneLinks(const QList<PhoneLink>& links)
+{
+    phoneLinksView->setLinks(links);
+    phoneLinksView->setVisible(!links.isEmpty());
 }
 
 void NetworkOutputsDialog::addTslRows(const NetworkOutputChoices& current)

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "launch/NetworkOutputChoices.h"
+#include "outputs/PhoneLinks.h"
 
 #include <QDialog>
 #include <QPointer>
@@ -14,6 +15,7 @@ class QLabel;
 class QLineEdit;
 class QPlainTextEdit;
 class QSpinBox;
+class PhoneLinksView;
 
 // Outputs > Network Outputs: the web tally page on or off and where it
 // listens, the TSL UMD 3.1 and 5.0 destinations and the display index
@@ -34,9 +36,14 @@ public:
     NetworkOutputChoices choices() const;
     // Hands the choices over; closes when they were taken.
     void tryChoices();
+    // The addresses phones can open the running page at, with their QR
+    // codes, under the page's fields; none hides them.
+    void showPhoneLinks(const QList<PhoneLink>& links);
 
     QPointer<QCheckBox> webCheckBox;
     QPointer<QLineEdit> webAddressField;
+    // Shown only while the page runs.
+    QPointer<PhoneLinksView> phoneLinksView;
     QPointer<QPlainTextEdit> tsl31Field;
     QPointer<QPlainTextEdit> tsl50Field;
     QPointer<QSpinBox> offsetField;

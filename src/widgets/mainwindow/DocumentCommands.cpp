@@ -45,7 +45,9 @@ bool DocumentCommands::canDiscardChanges()
     if (!m_document.isEdited()) {
         return true;
     }
-    switch (m_prompt->ask(window(), window()->windowTitle())) {
+    // The title as the window shows it: a file name holding "[*]" is kept
+    // in the title doubled, so that Qt does not take it for the marker.
+    switch (m_prompt->ask(window(), Text::shownWindowTitle(window()->windowTitle()))) {
     case SaveChangesPrompt::Answer::discard:
         return true;
     case SaveChangesPrompt::Answer::cancel:

@@ -46,7 +46,9 @@ public:
 
     // Asks to save unsaved changes before they would be lost: true when the
     // caller may go on (saved, discarded, or nothing to save), false when
-    // the user cancelled or the save did not happen.
+    // the user cancelled or the save did not happen. While the document
+    // tracks no changes (the user has not asked to be asked) there is
+    // never anything to save, and nothing is asked.
     bool canDiscardChanges();
 
     // Before any file: the window shows "Untitled.tlx" in the documents

@@ -5,6 +5,7 @@
 #include "dialogs/NetworkOutputsDialog.h"
 #include "dialogs/ObsSourceDialog.h"
 #include "dialogs/TslSourceDialog.h"
+#include "dialogs/WindowModalMessage.h"
 #include "lamps/TallyState.h"
 #include "mainwindow/LampRow.h"
 #include "mainwindow/LostSourceMenu.h"
@@ -99,7 +100,7 @@ void MainMenu::showObsSourceDialog(const QString& password)
     }
     if (!chooseObsSource(dialog.address(), dialog.password(), &problem)) {
         checkCurrentSource();
-        QMessageBox::warning(m_controller.window(), tr("OBS Studio"), problem);
+        WindowModalMessage::show(m_controller.window(), QMessageBox::Warning, tr("OBS Studio"), problem);
     }
 }
 
@@ -191,8 +192,33 @@ void MainMenu::askForNetworkOutputs()
     NetworkOutputsDialog dialog(
         m_controller.networkOutputs().current(),
         [this](const NetworkOutputChoices& choices) { return chooseNetworkOutputs(choices); }, m_controller.window());
+    dialog.showPhoneLinks(m_controller.phoneLinks());
+    // Over the main window only: the lights go on while outputs are chosen.
     dialog.setWindowModality(Qt::WindowModal);
-    dialog.exec();
+    const bool pageWasServed = m_controller.networkOutputs().webServer() != nullptr;
+    if (dialog.exec() != QDialog::Accepted) {
+        return;
+    }
+    if (m_phoneLinksDialog) {
+        m_phoneLinksDialog->setLinks(m_controller.phoneLinks());
+    }
+    // A page just turned on is there for phones to join: its codes come up
+    // at once, without a trip to the View menu.
+    if (!pageWasServed && m_controller.networkOutputs().webServer() != nullptr) {
+        showPhoneLinks();
+    }
+}
+
+void MainMenu::showPhoneLinks()
+{
+    if (!m_phoneLinksDialog) {
+        m_phoneLinksDialog = new PhoneLinksDialog(m_controller.window());
+        m_phoneLinksDialog->setAttribute(Qt::WA_DeleteOnClose);
+    }
+    m_phoneLinksDialog->setLinks(m_controller.phoneLinks());
+    m_phoneLinksDialog->show();
+    m_phoneLinksDialog->raise();
+    m_phoneLinksDialog->activateWindow();
 }
 
 std::optional<QString> MainMenu::chooseNetworkOutputs(const NetworkOutputChoices& choices)
@@ -249,6 +275,8 @@ void MainMenu::buildEditMenu(QMenuBar& menuBar)
         m_controller.togglePasswordRequirement(m_requirePassword);
     });
     m_editMenu->addSeparator();
+    addEditingComfortItems();
+    m_editMenu->addSeparator();
     addTestLightsItem();
     m_lostSourceMenu = new LostSourceMenu(*m_editMenu, m_controller);
 }
@@ -273,6 +301,31 @@ void MainMenu::addLockEditingItem()
     });
 }
 
+void MainMenu::addEditingComfortItems()
+{
+    m_askBeforeDiscarding = addPreferenceItem(*m_editMenu, tr("Ask Before &Discarding Changes"),
+        Preferences::askBeforeDiscardingChanges, [this] { m_controller.applyAskBeforeDiscardingChanges(); });
+    // The editor reads its choice when it is made: the next one opened
+    // follows the item.
+    m_shotEditorCancel
+        = addPreferenceItem(*m_editMenu, tr("&Cancel in Shot Editor"), Preferences::shotEditorCancel, {});
+}
+
+QAction* MainMenu::addPreferenceItem(
+    QMenu& menu, const QString& text, const QString& key, std::function<void()> applied)
+{
+    QAction* item = menu.addAction(text);
+    item->setCheckable(true);
+    item->setChecked(UserDefaults::standardUserDefaults().boolForKey(key));
+    connect(item, &QAction::toggled, this, [key, applied = std::move(applied)](bool on) {
+        UserDefaults::standardUserDefaults().setBool(key, on);
+        if (applied) {
+            applied();
+        }
+    });
+    return item;
+}
+
 void MainMenu::addTestLightsItem()
 {
     m_testLights = m_editMenu->addAction(tr("&Test Lights…"));
@@ -295,6 +348,9 @@ void MainMenu::buildViewMenu(QMenuBar& menuBar)
     m_bigTally->setCheckable(true);
     m_bigTally->setShortcut(QKeySequence(Qt::Key_F11));
     connect(m_bigTally, &QAction::toggled, this, &MainMenu::bigTallyToggled);
+    m_viewMenu->addSeparator();
+    m_phoneLinks = m_viewMenu->addAction(tr("&Phone Links…"));
+    connect(m_phoneLinks, &QAction::triggered, this, &MainMenu::showPhoneLinks);
 }
 
 void MainMenu::largeLampLabelsToggled(bool on)
@@ -363,8 +419,13 @@ void MainMenu::buildHelpMenu(QMenuBar& menuBar)
     m_helpMenu = menuBar.addMenu(tr("&Help"));
     m_about = m_helpMenu->addAction(tr("&About Mixdesk Tally"));
     m_about->setMenuRole(QAction::AboutRole);
-    connect(m_about, &QAction::triggered, &m_controller,
-        [this] { QMessageBox::about(m_controller.window(), tr("About Mixdesk Tally"), aboutText()); });
+    connect(m_about, &QAction::triggered, &m_controller, [this] {
+        QMessageBox* box = WindowModalMessage::show(
+            m_controller.window(), QMessageBox::NoIcon, tr("About Mixdesk Tally"), aboutText(), Qt::RichText);
+        if (!QApplication::windowIcon().isNull()) {
+            box->setIconPixmap(QApplication::windowIcon().pixmap(64));
+        }
+    });
 }
 
 QString MainMenu::aboutText()

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "dialogs/PhoneLinksDialog.h"
 #include "lamps/BigTallyView.h"
 #include "launch/NetworkOutputChoices.h"
 #include "mainwindow/LostSourceMenu.h"
@@ -10,17 +11,19 @@
 #include <QObject>
 #include <QPointer>
 
+#include <functional>
 #include <optional>
 
 class TslShotSource;
 class ViewController;
 
 // The main window's menu bar: File (Open, Open Recent, Save, Save As, Quit),
-// Edit (Lock Editing, Require Password to Unlock, Test Lights, When the
-// Switcher Is Lost), View (Always on Top, Large Lamp Labels, Big Tally),
-// Source (Mixdesk, OBS Studio…, TSL UMD Listener…), Outputs (Network Outputs…) and Help
-// (About). The commands go to the main screen controller; Open
-// Recent is rebuilt from the recent documents each time it opens.
+// Edit (Lock Editing, Require Password to Unlock, Ask Before Discarding
+// Changes, Cancel in Shot Editor, Test Lights, When the Switcher Is Lost),
+// View (Always on Top, Large Lamp Labels, Big Tally, Phone Links), Source
+// (Mixdesk, OBS Studio…, TSL UMD Listener…), Outputs (Network Outputs…) and Help (About). The
+// commands go to the main screen controller; Open Recent is rebuilt from the
+// recent documents each time it opens.
 class MainMenu : public QObject {
     Q_OBJECT
 
@@ -38,9 +41,17 @@ public:
     // View > Big Tally (F11): the lights full screen.
     QAction* bigTallyAction() const { return m_bigTally; }
     BigTallyView* bigTallyView() const { return m_bigTallyView; }
+    // View > Phone Links…: the web page's addresses with their QR codes.
+    QAction* phoneLinksAction() const { return m_phoneLinks; }
+    PhoneLinksDialog* phoneLinksDialog() const { return m_phoneLinksDialog; }
     QAction* requirePasswordAction() const { return m_requirePassword; }
     QAction* lockEditingAction() const { return m_lockEditing; }
     QAction* testLightsAction() const { return m_testLights; }
+    // Edit > Ask Before Discarding Changes: the unsaved-changes marker and
+    // the question before Open and Quit, together.
+    QAction* askBeforeDiscardingChangesAction() const { return m_askBeforeDiscarding; }
+    // Edit > Cancel in Shot Editor: Cancel and Escape undo the editor's ticks.
+    QAction* shotEditorCancelAction() const { return m_shotEditorCancel; }
     QMenu* sourceMenu() const { return m_sourceMenu; }
     QAction* mixdeskSourceAction() const { return m_mixdeskSource; }
     QAction* obsSourceAction() const { return m_obsSource; }
@@ -88,10 +99,15 @@ private:
     void buildHelpMenu(QMenuBar& menuBar);
     void addLockEditingItem();
     void addTestLightsItem();
+    void addEditingComfortItems();
+    // A checkable item that shows and stores a boolean preference, then
+    // runs applied.
+    QAction* addPreferenceItem(QMenu& menu, const QString& text, const QString& key, std::function<void()> applied);
     // The item stores the preference itself, then tells the controller.
     void alwaysOnTopToggled(bool checked);
     void largeLampLabelsToggled(bool on);
     void bigTallyToggled(bool on);
+    void showPhoneLinks();
 
     ViewController& m_controller;
     QPointer<QMenu> m_fileMenu;
@@ -102,9 +118,13 @@ private:
     QPointer<QAction> m_largeLampLabels;
     QPointer<QAction> m_bigTally;
     QPointer<BigTallyView> m_bigTallyView;
+    QPointer<QAction> m_phoneLinks;
+    QPointer<PhoneLinksDialog> m_phoneLinksDialog;
     QPointer<QAction> m_requirePassword;
     QPointer<QAction> m_lockEditing;
     QPointer<QAction> m_testLights;
+    QPointer<QAction> m_askBeforeDiscarding;
+    QPointer<QAction> m_shotEditorCancel;
     QPointer<QMenu> m_sourceMenu;
     QPointer<QAction> m_mixdeskSource;
     QPointer<QAction> m_obsSource;

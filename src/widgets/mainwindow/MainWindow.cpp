@@ -23,5 +23,7 @@ MainWindow MainWindow::make(ViewController::Dependencies dependencies)
     QObject::connect(&made.controller->status(), &TallyStatus::changed, line, &StatusLine::showProblems);
     QObject::connect(made.controller, &ViewController::shotSourceFollowed, line, &StatusLine::followSource);
     QObject::connect(made.controller, &ViewController::shotSourceStatusChanged, line, &StatusLine::showSourceStatus);
+    QObject::connect(made.controller, &ViewController::situationChanged, line, &StatusLine::showSituation);
+    line->showSituation(made.controller->situation());
     return made;
 }

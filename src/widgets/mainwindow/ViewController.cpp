@@ -11,7 +11,9 @@
 #include "mainwindow/DocumentCommands.h"
 #include "mainwindow/EditingLockControls.h"
 #include "mainwindow/LampRow.h"
+#include "outputs/WebTallyServer.h"
 #include "sources/MixdeskShotSource.h"
+#include "tally/StatusWording.h"
 #include "ui_ViewController.h"
 
 #include <QAction>
@@ -90,9 +92,11 @@ void ViewController::viewDidLoad()
         m_mixdeskWarning->hide();
     }
     applyLargeLampLabels();
+    applyAskBeforeDiscardingChanges();
     // The first answer comes before the timer runs, so the first tick
     // compares against it.
     m_ticker.start();
+    noteSituation();
 }
 
 void ViewController::connectControls()
@@ -114,8 +118,16 @@ void ViewController::followShotSource()
     if (m_mixdeskWarning) {
         m_mixdeskWarning->setText(source.notRunningWarning());
     }
-    connect(&source, &ShotSource::statusChanged, this, &ViewController::shotSourceStatusChanged);
+    // A listener's news (a sender heard for the first time, one refused) is
+    // shown on the line; a connecting source's news is its link state, which
+    // the situation already words.
+    connect(&source, &ShotSource::statusChanged, this, [this, &source](const QString& status) {
+        if (source.details().listens) {
+            Q_EMIT shotSourceStatusChanged(status);
+        }
+    });
     Q_EMIT shotSourceFollowed(source.displayName());
+    noteSituation();
 }
 
 void ViewController::setShotSource(std::unique_ptr<ShotSource> source)
@@ -142,6 +154,15 @@ void ViewController::viewDidAppear()
     USBHIDAppDelegate::shared();
     m_documentCommands->showUntitledWhileNoFile();
     applyAlwaysOnTop();
+}
+
+QList<PhoneLink> ViewController::phoneLinks() const
+{
+    const WebTallyServer* page = m_networkOutputs.webServer();
+    if (page == nullptr) {
+        return {};
+    }
+    return PhoneLinks::forPages(page->pageUrls(), m_document.tallyMap().shotSelections().size());
 }
 
 const EditingLock& ViewController::editingLock() const
@@ -171,6 +192,12 @@ void ViewController::refreshAssignmentTitles()
 void ViewController::applyLargeLampLabels()
 {
     m_lampRow->applyLargeLampLabels(UserDefaults::standardUserDefaults().boolForKey(Preferences::largeLampLabels));
+}
+
+void ViewController::applyAskBeforeDiscardingChanges()
+{
+    m_document.setTracksChanges(
+        UserDefaults::standardUserDefaults().boolForKey(Preferences::askBeforeDiscardingChanges));
 }
 
 void ViewController::applyAlwaysOnTop()
@@ -210,6 +237,27 @@ void ViewController::noteTickStatus()
     m_status.noteTick(m_sourceRunning, m_ticker.shotList().size(), source.displayName(), source.notRunningWarning());
     const USBHIDAppDelegate& box = USBHIDAppDelegate::shared();
     m_status.noteDevice(box.controller() != nullptr, box.lastWriteFailed());
+    noteSituation();
+}
+
+void ViewController::noteSituation()
+{
+    const ShotSource& source = m_ticker.source();
+    StatusWording::Outputs outputs;
+    if (const WebTallyServer* page = m_networkOutputs.webServer()) {
+        outputs.phonesConnected = page->webSocketCount();
+    }
+    if (m_networkOutputs.tslSender() != nullptr) {
+        outputs.tslDestinations
+            = m_networkOutputs.current().tsl31Destinations.size() + m_networkOutputs.current().tsl50Destinations.size();
+    }
+    const QString situation
+        = StatusWording::situation(StatusWording::source(source.details(), m_sourceRunning, m_ticker.shotList().size()),
+            StatusWording::outputs(outputs));
+    if (situation != m_situation) {
+        m_situation = situation;
+        Q_EMIT situationChanged(situation);
+    }
 }
 
 void ViewController::setLostSourcePolicy(const LostSourcePolicy& policy)

@@ -5,6 +5,7 @@
 #include "launch/NetworkOutputs.h"
 #include "link/Mixdesk.h"
 #include "mainwindow/Segues.h"
+#include "outputs/PhoneLinks.h"
 #include "sources/ObsPasswordKeeper.h"
 #include "sources/ShotSource.h"
 #include "tally/TallyCycle.h"
@@ -83,6 +84,12 @@ public:
     NetworkOutputs& networkOutputs() { return m_networkOutputs; }
     // The password of the OBS source the window remembers.
     ObsPasswordKeeper& obsPassword() { return m_obsPassword; }
+    // Where phones open the running web page, each light's page included;
+    // none while the page is not served.
+    QList<PhoneLink> phoneLinks() const;
+    // What the window follows and how that is, and the outputs that run,
+    // in words, for the status line; brought up to date after every tick.
+    QString situation() const { return m_situation; }
     // What is wrong now, in words, for the status line.
     TallyStatus& status() { return m_status; }
 
@@ -102,6 +109,9 @@ public:
     void applyAlwaysOnTop();
     // Draws the lamps in the large style while "LargeLampLabels" is on.
     void applyLargeLampLabels();
+    // Tracks unsaved changes (the title's marker, the question before Open
+    // and Quit) while "AskBeforeDiscardingChanges" is on.
+    void applyAskBeforeDiscardingChanges();
     // One tick of the update cycle, unguarded.
     void updateTallyLights();
 
@@ -147,6 +157,8 @@ Q_SIGNALS:
     void shotSourceFollowed(const QString& displayName);
     // The source's own news (a sender heard, a connection made), one line.
     void shotSourceStatusChanged(const QString& status);
+    // The situation's words changed.
+    void situationChanged(const QString& situation);
 
 protected:
     void viewDidLoad();
@@ -162,6 +174,7 @@ private:
     void connectControls();
     void followShotSource();
     void noteTickStatus();
+    void noteSituation();
 
     std::unique_ptr<Ui::ViewController> m_ui;
     QPointer<QCheckBox> m_lockTallyCheckBox;
@@ -177,5 +190,6 @@ private:
     std::unique_ptr<Segues> m_segues;
     ObsPasswordKeeper m_obsPassword;
     bool m_sourceRunning = true;
+    QString m_situation;
     bool m_enableEditing = false;
 };

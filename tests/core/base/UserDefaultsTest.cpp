@@ -103,11 +103,13 @@ TEST_F(UserDefaultsTest, RegisteringAKeyAgainTakesTheNewDefault)
     EXPECT_TRUE(defaults.boolForKey(QStringLiteral("Muted")));
 }
 
-TEST_F(UserDefaultsTest, RegisteredDefaultsAreTheTwoPreferences)
+TEST_F(UserDefaultsTest, RegisteredDefaultsAreTheTwoPreferencesAndTheEditingComfortsOffByDefault)
 {
     const QVariantMap expected {
         { QStringLiteral("AlwaysOnTop"), false },
         { QStringLiteral("ShowEmptyLayers"), true },
+        { QStringLiteral("AskBeforeDiscardingChanges"), false },
+        { QStringLiteral("ShotEditorCancel"), false },
     };
     EXPECT_EQ(Preferences::registeredDefaults(), expected);
 }

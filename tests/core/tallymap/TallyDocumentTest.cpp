@@ -103,6 +103,7 @@ TEST_F(TallyDocumentTest, SavingToAnotherFileMakesItTheCurrentOneAndPutsItOnTop)
 
 TEST_F(TallyDocumentTest, AFailedSavePrintsItsLineAndKeepsTheChanges)
 {
+    document.setTracksChanges(true);
     document.assign(0, { shot(QStringLiteral("1"), QStringLiteral("Cam 1")) });
     testing::internal::CaptureStdout();
     EXPECT_FALSE(document.save(QUrl::fromLocalFile(dir.filePath(QStringLiteral("no/such/folder/map.tlx")))));
@@ -114,6 +115,7 @@ TEST_F(TallyDocumentTest, AFailedSavePrintsItsLineAndKeepsTheChanges)
 
 TEST_F(TallyDocumentTest, AnAssignmentWithOtherNamesIsAChangeAndTheSameNamesAreNot)
 {
+    document.setTracksChanges(true);
     QSignalSpy assignments(&document, &TallyDocument::assignmentsChanged);
     document.assign(0, {});
     EXPECT_FALSE(document.isEdited());
@@ -124,3 +126,28 @@ TEST_F(TallyDocumentTest, AnAssignmentWithOtherNamesIsAChangeAndTheSameNamesAreN
 }
 
 } // namespace
+
+TEST_F(TallyDocumentTest, ByDefaultAnAssignmentIsNoChangeToSave)
+{
+    QSignalSpy edited(&document, &TallyDocument::editedChanged);
+    EXPECT_FALSE(document.tracksChanges());
+    document.assign(0, { shot(QStringLiteral("1"), QStringLiteral("Cam 1")) });
+    EXPECT_FALSE(document.isEdited());
+    EXPECT_TRUE(edited.isEmpty());
+    EXPECT_EQ(document.tallyMap().shotSelection(0).at(0)->name, QStringLiteral("Cam 1"));
+}
+
+TEST_F(TallyDocumentTest, StoppingTrackingForgetsThePendingChangeAndStartingCountsFromThen)
+{
+    document.setTracksChanges(true);
+    document.assign(0, { shot(QStringLiteral("1"), QStringLiteral("Cam 1")) });
+    ASSERT_TRUE(document.isEdited());
+    QSignalSpy edited(&document, &TallyDocument::editedChanged);
+    document.setTracksChanges(false);
+    EXPECT_FALSE(document.isEdited());
+    EXPECT_EQ(edited.size(), 1);
+    document.setTracksChanges(true);
+    EXPECT_FALSE(document.isEdited());
+    document.assign(0, {});
+    EXPECT_TRUE(document.isEdited());
+}

@@ -382,3 +382,22 @@ TEST_F(ObsShotSourceTest, NoServerAtTheAddressIsReportedAndRetried)
     EXPECT_FALSE(source->isRunning());
     EXPECT_EQ(statuses->size(), 1) << "the same trouble again is not news";
 }
+
+TEST_F(ObsShotSourceTest, ItsDetailsNameTheAddressAndSayWhenItIsConnected)
+{
+    start(settings());
+    const QString followed = QStringLiteral("OBS Studio at 127.0.0.1:%1").arg(server.port());
+    EXPECT_EQ(
+        source->details(), (ShotSource::Details { followed, false, QStringLiteral("connecting"), std::nullopt, {} }));
+    ASSERT_TRUE(running());
+    EXPECT_EQ(source->details().link, QStringLiteral("connected"));
+    EXPECT_FALSE(source->details().listens);
+}
+
+TEST_F(ObsShotSourceTest, ItsDetailsSayWhyItIsNotConnectedWhileItWaitsToTryAgain)
+{
+    server.password = QStringLiteral("stage door");
+    start(settings(QStringLiteral("back door")));
+    ASSERT_TRUE(eventually([&] { return source->details().link.startsWith(QStringLiteral("not connected")); }, 5000));
+    EXPECT_EQ(source->details().link, QStringLiteral("not connected (OBS Studio refused the password), trying again"));
+}

@@ -479,3 +479,36 @@ TEST(TslShotSourceTest, DatagramsWaitingBeyondOneBatchAreAllReadWithoutAnotherAr
     }
     EXPECT_TRUE(eventually([&] { return source.queryShots().size() == count; }, 5000)) << source.queryShots().size();
 }
+
+TEST(TslShotSourceTest, ItsDetailsNameVersionAndPortThenWhenAndFromWhereTheLastMessageCame)
+{
+    ManualClock clock;
+    TslShotSource source(listenOn(TslTallyEncoding::Version::v50, TslShotSource::Transport::udp), clock.function());
+    ASSERT_TRUE(source.start(nullptr));
+    ShotSource::Details details = source.details();
+    EXPECT_TRUE(details.listens);
+    EXPECT_EQ(details.followed, QStringLiteral("TSL 5.0 on 127.0.0.1 port %1").arg(source.localPort()));
+    EXPECT_EQ(details.sinceLastMessageMs, std::nullopt);
+
+    sendDatagram(packet50(1, TslUmd50::Colour::red, QStringLiteral("Cam 1")), source.localPort());
+    ASSERT_TRUE(eventually([&] { return source.isRunning(); }, 5000));
+    clock.now += 400;
+    details = source.details();
+    EXPECT_EQ(details.sinceLastMessageMs, 400);
+    EXPECT_EQ(details.lastSender, QStringLiteral("127.0.0.1"));
+}
+
+TEST(TslShotSourceTest, ItsDetailsOnEveryInterfaceOverTcpNameThePortAndTheTransport)
+{
+    TslShotSource::Listen listen = listenOn(TslTallyEncoding::Version::v31, TslShotSource::Transport::tcp);
+    listen.address = QHostAddress(QHostAddress::Any);
+    TslShotSource source(listen);
+    ASSERT_TRUE(source.start(nullptr));
+    EXPECT_EQ(source.details().followed, QStringLiteral("TSL 3.1 over TCP on port %1").arg(source.localPort()));
+    QTcpSocket sender;
+    sender.connectToHost(QHostAddress::LocalHost, source.localPort());
+    ASSERT_TRUE(sender.waitForConnected(5000));
+    sender.write(message31(1, true, false, QStringLiteral("Cam 1")));
+    ASSERT_TRUE(eventually([&] { return source.isRunning(); }, 5000));
+    EXPECT_EQ(source.details().lastSender, QStringLiteral("127.0.0.1"));
+}

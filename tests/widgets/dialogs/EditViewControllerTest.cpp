@@ -374,6 +374,7 @@ TEST_F(EditViewControllerDeathTest, CellForAColumnTheTableHasNotStops)
 
 TEST_F(EditViewControllerTest, CancelHandsBackTheListAsItCameAfterTicking)
 {
+    UserDefaults::standardUserDefaults().setBool(Preferences::shotEditorCancel, true);
     const ShotPtr wide = makeShot("1", "Wide");
     const ShotPtr stage = makeShot("3", "Stage");
     QList<ShotList> handedBack;
@@ -391,6 +392,7 @@ TEST_F(EditViewControllerTest, CancelHandsBackTheListAsItCameAfterTicking)
 
 TEST_F(EditViewControllerTest, EscapeCancelsAndReturnIsDone)
 {
+    UserDefaults::standardUserDefaults().setBool(Preferences::shotEditorCancel, true);
     const ShotPtr wide = makeShot("1", "Wide");
     QList<ShotList> handedBack;
     makeEditor({ wide }, {});
@@ -407,6 +409,24 @@ TEST_F(EditViewControllerTest, EscapeCancelsAndReturnIsDone)
     row(0)->click();
     QTest::keyClick(editor.get(), Qt::Key_Return);
     ASSERT_EQ(handedBack.size(), 2);
+    EXPECT_EQ(handedBack.last(), (ShotList { wide }));
+}
+
+TEST_F(EditViewControllerTest, ByDefaultThereIsNoCancelAndEscapeHandsBackTheTicksLikeDone)
+{
+    const ShotPtr wide = makeShot("1", "Wide");
+    QList<ShotList> handedBack;
+    makeEditor({ wide }, {});
+    editor->setPresentingViewController(
+        [this, &handedBack](QObject*) { handedBack.append(editor->representedObject().value(1)); });
+    editor->show();
+    QApplication::setActiveWindow(editor.get());
+    EXPECT_FALSE(editor->cancelButton->isVisible());
+    EXPECT_TRUE(editor->doneButton->isVisible());
+
+    row(0)->click();
+    QTest::keyClick(editor.get(), Qt::Key_Escape);
+    ASSERT_EQ(handedBack.size(), 1);
     EXPECT_EQ(handedBack.last(), (ShotList { wide }));
 }
 

@@ -1,13 +1,19 @@
 // The main window's editing comforts: the unsaved-changes marker, the save
 // prompt before Open and Quit, where the file panels start, the editor's
-// title and Save As's key.
+// title and Save As's key. The marker, the prompt and the editor's Cancel
+// are the user's choice (Edit > Ask Before Discarding Changes, Edit > Cancel
+// in Shot Editor): EditingComfortsTest runs with them chosen,
+// EditingComfortsByDefaultTest with nothing chosen.
 
 #include "dialogs/EditViewController.h"
 #include "support/QtPrinters.h"
 #include "widgets/mainwindow/MainWindowFixture.h"
 
+#include <QApplication>
 #include <QKeySequence>
 #include <QTableWidget>
+#include <QTest>
+#include <QWindow>
 
 namespace {
 
@@ -24,11 +30,11 @@ public:
     }
 };
 
-class EditingComfortsTest : public MainWindowFixture {
+class EditingComfortsFixture : public MainWindowFixture {
 protected:
-    void SetUp() override
+    // A shown window after one tick, Cam 1 live and Cam 2 in preview.
+    void makeWindowWithTwoShots()
     {
-        MainWindowFixture::SetUp();
         auto owned = std::make_unique<FakeSaveChangesPrompt>();
         prompt = owned.get();
         saveChangesPrompt = std::move(owned);
@@ -60,8 +66,38 @@ protected:
         editor->doneButton->click();
     }
 
+    // The shot editor's Escape key, as the user presses it.
+    static void pressEscape(EditViewController* editor)
+    {
+        editor->activateWindow();
+        QApplication::setActiveWindow(editor);
+        QTest::keyClick(editor, Qt::Key_Escape);
+    }
+
     FakeSaveChangesPrompt* prompt = nullptr;
     QString editorTitle;
+};
+
+// With both comforts chosen.
+class EditingComfortsTest : public EditingComfortsFixture {
+protected:
+    void SetUp() override
+    {
+        EditingComfortsFixture::SetUp();
+        UserDefaults::standardUserDefaults().setBool(Preferences::askBeforeDiscardingChanges, true);
+        UserDefaults::standardUserDefaults().setBool(Preferences::shotEditorCancel, true);
+        makeWindowWithTwoShots();
+    }
+};
+
+// With nothing chosen: the preferences as a first start finds them.
+class EditingComfortsByDefaultTest : public EditingComfortsFixture {
+protected:
+    void SetUp() override
+    {
+        EditingComfortsFixture::SetUp();
+        makeWindowWithTwoShots();
+    }
 };
 
 } // namespace
@@ -196,4 +232,117 @@ TEST_F(EditingComfortsTest, TheWindowsSizeIsRememberedAcrossRuns)
     makeWindow();
     main.window->restoreSavedGeometry();
     EXPECT_EQ(main.window->size(), QSize(1133, 611));
+}
+
+TEST_F(EditingComfortsTest, ThePromptNamesAFileWhoseNameHoldsTheMarkersPlaceAsItIsShown)
+{
+    const QString path = writeFile(QStringLiteral("take[*]two.tlx"), "0|Cam 2\r\n");
+    controller->loadTallyMap(QUrl::fromLocalFile(path));
+    assignFirstShotToLightOne();
+    prompt->answers = { SaveChangesPrompt::Answer::cancel };
+    controller->openDocument(nullptr);
+    EXPECT_EQ(prompt->askedAbout, QStringList { QStringLiteral("take[*]two.tlx") });
+}
+
+TEST_F(EditingComfortsTest, TheEditorsCancelAndEscapePutTheLightsListBack)
+{
+    EditViewController* editor = openEditorOfLightOne();
+    ASSERT_NE(editor, nullptr);
+    EXPECT_FALSE(editor->cancelButton->isHidden());
+    qobject_cast<QAbstractButton*>(editor->table->cellWidget(0, 0))->click();
+    editor->cancelButton->click();
+    EXPECT_TRUE(controller->document().tallyMap().shotSelection(0).isEmpty());
+
+    editor = openEditorOfLightOne();
+    ASSERT_NE(editor, nullptr);
+    qobject_cast<QAbstractButton*>(editor->table->cellWidget(0, 0))->click();
+    pressEscape(editor);
+    EXPECT_TRUE(controller->document().tallyMap().shotSelection(0).isEmpty());
+    EXPECT_FALSE(controller->document().isEdited());
+}
+
+TEST_F(EditingComfortsTest, TheMenuItemsShowTheChoicesAndUncheckingAskBeforeDiscardingForgetsTheMarker)
+{
+    ASSERT_TRUE(main.menu->askBeforeDiscardingChangesAction()->isChecked());
+    ASSERT_TRUE(main.menu->shotEditorCancelAction()->isChecked());
+    assignFirstShotToLightOne();
+    ASSERT_TRUE(main.window->isWindowModified());
+    main.menu->askBeforeDiscardingChangesAction()->trigger();
+    EXPECT_FALSE(UserDefaults::standardUserDefaults().boolForKey(Preferences::askBeforeDiscardingChanges));
+    EXPECT_FALSE(main.window->isWindowModified());
+    EXPECT_TRUE(main.window->close());
+    EXPECT_TRUE(prompt->askedAbout.isEmpty());
+}
+
+TEST_F(EditingComfortsByDefaultTest, AnEditByDefaultPutsNoMarkerAndLeavesTheDocumentUnchanged)
+{
+    EXPECT_FALSE(main.menu->askBeforeDiscardingChangesAction()->isChecked());
+    assignFirstShotToLightOne();
+    EXPECT_EQ(controller->document().tallyMap().shotSelection(0).size(), 1);
+    EXPECT_FALSE(controller->document().isEdited());
+    EXPECT_FALSE(main.window->isWindowModified());
+    EXPECT_EQ(main.window->displayedTitle(), QStringLiteral("Untitled.tlx"));
+    EXPECT_EQ(main.window->windowHandle()->title(), QStringLiteral("Untitled.tlx"));
+}
+
+TEST_F(EditingComfortsByDefaultTest, OpenAfterAnEditByDefaultAsksNothingAndReplacesTheMap)
+{
+    assignFirstShotToLightOne();
+    const QString other = writeFile(QStringLiteral("other.tlx"), "1|Cam 2\r\n");
+    panels->openAnswers = { QUrl::fromLocalFile(other) };
+    controller->openDocument(nullptr);
+    EXPECT_TRUE(prompt->askedAbout.isEmpty());
+    EXPECT_EQ(panels->openRuns, 1);
+    EXPECT_TRUE(controller->document().tallyMap().shotSelection(0).isEmpty());
+    EXPECT_EQ(controller->document().tallyMap().shotSelection(1).size(), 1);
+}
+
+TEST_F(EditingComfortsByDefaultTest, QuitAfterAnEditByDefaultAsksNothing)
+{
+    assignFirstShotToLightOne();
+    EXPECT_TRUE(main.window->close());
+    EXPECT_TRUE(prompt->askedAbout.isEmpty());
+}
+
+TEST_F(EditingComfortsByDefaultTest, TheEditorByDefaultHasNoCancelAndEscapeKeepsTheTicks)
+{
+    EXPECT_FALSE(main.menu->shotEditorCancelAction()->isChecked());
+    EditViewController* editor = openEditorOfLightOne();
+    ASSERT_NE(editor, nullptr);
+    EXPECT_TRUE(editor->cancelButton->isHidden());
+    qobject_cast<QAbstractButton*>(editor->table->cellWidget(0, 0))->click();
+    pressEscape(editor);
+    ASSERT_EQ(controller->document().tallyMap().shotSelection(0).size(), 1);
+    EXPECT_EQ(controller->document().tallyMap().shotSelection(0).at(0)->name, QStringLiteral("Cam 1"));
+    EXPECT_EQ(button(1)->text(), QStringLiteral("Cam 1"));
+}
+
+TEST_F(EditingComfortsByDefaultTest, ClosingTheEditorByDefaultAnyWayKeepsTheTicks)
+{
+    EditViewController* editor = openEditorOfLightOne();
+    ASSERT_NE(editor, nullptr);
+    qobject_cast<QAbstractButton*>(editor->table->cellWidget(1, 0))->click();
+    editor->close();
+    ASSERT_EQ(controller->document().tallyMap().shotSelection(0).size(), 1);
+    EXPECT_EQ(controller->document().tallyMap().shotSelection(0).at(0)->name, QStringLiteral("Cam 2"));
+}
+
+TEST_F(EditingComfortsByDefaultTest, ChoosingAskBeforeDiscardingChangesTurnsOnTheMarkerAndThePromptTogether)
+{
+    main.menu->askBeforeDiscardingChangesAction()->trigger();
+    EXPECT_TRUE(UserDefaults::standardUserDefaults().boolForKey(Preferences::askBeforeDiscardingChanges));
+    assignFirstShotToLightOne();
+    EXPECT_EQ(main.window->displayedTitle(), QStringLiteral("Untitled.tlx *"));
+    prompt->answers = { SaveChangesPrompt::Answer::cancel };
+    EXPECT_FALSE(main.window->close());
+    EXPECT_EQ(prompt->askedAbout, QStringList { QStringLiteral("Untitled.tlx") });
+}
+
+TEST_F(EditingComfortsByDefaultTest, ChoosingCancelInShotEditorGivesTheNextEditorItsCancel)
+{
+    main.menu->shotEditorCancelAction()->trigger();
+    EXPECT_TRUE(UserDefaults::standardUserDefaults().boolForKey(Preferences::shotEditorCancel));
+    EditViewController* editor = openEditorOfLightOne();
+    ASSERT_NE(editor, nullptr);
+    EXPECT_FALSE(editor->cancelButton->isHidden());
 }

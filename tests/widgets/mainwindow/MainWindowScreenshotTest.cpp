@@ -3,7 +3,11 @@
 // the others beside it), so that a person can look at the layout.
 
 #include "dialogs/NetworkOutputsDialog.h"
+#include "dialogs/PhoneLinksView.h"
 #include "mainwindow/StatusLine.h"
+#include "net/outputs/WebTallyClient.h"
+#include "outputs/WebTallyServer.h"
+#include "support/QrReader.h"
 #include "support/QtPrinters.h"
 #include "widgets/mainwindow/MainWindowFixture.h"
 
@@ -11,7 +15,9 @@
 #include <QDir>
 #include <QImage>
 #include <QLabel>
+#include <QListWidget>
 #include <QPlainTextEdit>
+#include <QTcpServer>
 
 #include <gtest/gtest.h>
 
@@ -160,4 +166,62 @@ TEST_F(MainWindowScreenshotTest, NetworkOutputsDialogRefusingABadDestination)
     ASSERT_TRUE(image.save(path)) << path.toStdString();
     EXPECT_TRUE(dialog.problemLabel->text().contains(QStringLiteral("monitor-wall")))
         << dialog.problemLabel->text().toStdString();
+}
+
+TEST_F(MainWindowScreenshotTest, NetworkOutputsDialogWithThePhoneLinksAndTheirCodes)
+{
+    NetworkOutputChoices current;
+    current.web = QStringLiteral("8080");
+    current.tsl50Destinations = { QStringLiteral("udp://192.168.1.40:8900") };
+    NetworkOutputsDialog dialog(current, [](const NetworkOutputChoices&) { return std::nullopt; });
+    dialog.showPhoneLinks(PhoneLinks::forPages(
+        { QStringLiteral("http://192.168.1.20:8080/"), QStringLiteral("http://10.0.0.5:8080/") }, 8));
+    dialog.phoneLinksView->list->setCurrentRow(3);
+    dialog.show();
+    dialog.resize(dialog.sizeHint().width(), 640);
+    QApplication::processEvents();
+
+    const QString path = screenshotPath(QStringLiteral("network-outputs-phones.png"));
+    QFile::remove(path);
+    const QImage image = dialog.grab().toImage();
+    ASSERT_TRUE(image.save(path)) << path.toStdString();
+    // The large code in the picture, as a phone's camera would see it on the
+    // screen, scans to light 3's page.
+    if (QrReader::program().isEmpty()) {
+        GTEST_SKIP() << "zbarimg (Debian zbar-tools) is not installed; scripts/install-deps.sh installs it";
+    }
+    const QRect code(
+        dialog.phoneLinksView->largeCode->mapTo(&dialog, QPoint(0, 0)), dialog.phoneLinksView->largeCode->size());
+    const QString cropped = screenshotPath(QStringLiteral("network-outputs-phones-code.png"));
+    ASSERT_TRUE(image.copy(QRect(code.topLeft() * image.devicePixelRatio(), code.size() * image.devicePixelRatio()))
+                    .save(cropped));
+    QString problem;
+    EXPECT_EQ(QrReader::read(cropped, &problem), QStringLiteral("http://192.168.1.20:8080/light/3"))
+        << problem.toStdString();
+    QFile::remove(cropped);
+}
+
+TEST_F(MainWindowScreenshotTest, MainWindowWhoseStatusLineNamesTheSourceAndTheOutputs)
+{
+    makeWindowWithAStudio();
+    main.window->show();
+    QTcpServer probe;
+    ASSERT_TRUE(probe.listen(QHostAddress::LocalHost, 0));
+    const quint16 port = probe.serverPort();
+    probe.close();
+    NetworkOutputChoices choices;
+    choices.web = QStringLiteral("127.0.0.1:%1").arg(port);
+    choices.tsl50Destinations = { QStringLiteral("udp://127.0.0.1:9") };
+    ASSERT_EQ(main.menu->chooseNetworkOutputs(choices), std::nullopt);
+    PageSocket phone(port);
+    ASSERT_TRUE(phone.connected());
+    ASSERT_TRUE(eventually([&] { return controller->networkOutputs().webServer()->webSocketCount() == 1; }, 5000));
+    tick();
+    QApplication::processEvents();
+    ASSERT_FALSE(main.statusLine->showsProblem()) << main.statusLine->text().toStdString();
+    EXPECT_EQ(main.statusLine->text(),
+        QStringLiteral("Following Mixdesk · 4 shots · Phones: 1 connected · TSL: 1 destination"));
+    const QString path = screenshotPath(QStringLiteral("main-window-situation.png"));
+    QFile::remove(path);
+    ASSERT_TRUE(main.window->grab().save(path)) << path.toStdString();
 }

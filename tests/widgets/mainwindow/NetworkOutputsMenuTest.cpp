@@ -2,6 +2,8 @@
 // the window, running at once and remembered for the next start.
 
 #include "dialogs/NetworkOutputsDialog.h"
+#include "dialogs/PhoneLinksDialog.h"
+#include "dialogs/PhoneLinksView.h"
 #include "mainwindow/StatusLine.h"
 #include "net/outputs/WebTallyClient.h"
 #include "outputs/WebTallyServer.h"
@@ -12,6 +14,7 @@
 #include <QDialogButtonBox>
 #include <QLabel>
 #include <QLineEdit>
+#include <QListWidget>
 #include <QPlainTextEdit>
 #include <QSpinBox>
 #include <QTcpServer>
@@ -161,6 +164,76 @@ TEST_F(NetworkOutputsMenuTest, ASavedPageThatCannotListenAtLaunchShowsOnTheStatu
     ASSERT_EQ(main.menu->chooseNetworkOutputs(elsewhere), std::nullopt);
     EXPECT_FALSE(main.statusLine->text().contains(QStringLiteral("web tally page")))
         << main.statusLine->text().toStdString();
+}
+
+TEST_F(NetworkOutputsMenuTest, WhileThePageRunsTheDialogShowsEveryPhoneLinkWithItsCode)
+{
+    makeWindow();
+    const quint16 port = freePort();
+    NetworkOutputChoices page;
+    page.web = QStringLiteral("127.0.0.1:%1").arg(port);
+    ASSERT_EQ(main.menu->chooseNetworkOutputs(page), std::nullopt);
+    const QString root = QStringLiteral("http://127.0.0.1:%1/").arg(port);
+    QList<PhoneLink> shown;
+    bool visible = false;
+    whenTheDialogOpens([&](NetworkOutputsDialog& dialog) {
+        visible = dialog.phoneLinksView->isVisibleTo(&dialog);
+        shown = dialog.phoneLinksView->links();
+    });
+    main.menu->networkOutputsAction()->trigger();
+    EXPECT_TRUE(visible);
+    ASSERT_EQ(shown.size(), 9);
+    EXPECT_EQ(shown.first().url, root);
+    for (int light = 1; light <= 8; ++light) {
+        EXPECT_EQ(shown.at(light).url, root + QStringLiteral("light/%1").arg(light));
+    }
+}
+
+TEST_F(NetworkOutputsMenuTest, WithoutThePageTheDialogShowsNoPhoneLinks)
+{
+    makeWindow();
+    bool visible = true;
+    whenTheDialogOpens([&](NetworkOutputsDialog& dialog) { visible = dialog.phoneLinksView->isVisibleTo(&dialog); });
+    main.menu->networkOutputsAction()->trigger();
+    EXPECT_FALSE(visible);
+}
+
+TEST_F(NetworkOutputsMenuTest, TurningThePageOnBringsUpThePhoneLinksAndTheViewMenuShowsThemAgain)
+{
+    makeWindow();
+    main.window->show();
+    EXPECT_TRUE(main.menu->viewMenu()->actions().contains(main.menu->phoneLinksAction()));
+    EXPECT_EQ(main.menu->phoneLinksAction()->text(), QStringLiteral("&Phone Links…"));
+    const quint16 port = freePort();
+    whenTheDialogOpens([&](NetworkOutputsDialog& dialog) {
+        dialog.webCheckBox->setChecked(true);
+        dialog.webAddressField->setText(QStringLiteral("127.0.0.1:%1").arg(port));
+        clickOk(dialog);
+    });
+    main.menu->networkOutputsAction()->trigger();
+    PhoneLinksDialog* links = main.menu->phoneLinksDialog();
+    ASSERT_NE(links, nullptr);
+    EXPECT_TRUE(links->isVisible());
+    // It leaves the main window and the lights alone.
+    EXPECT_EQ(links->windowModality(), Qt::NonModal);
+    EXPECT_EQ(links->view->list->count(), 9);
+    EXPECT_EQ(links->view->links().value(2).url, QStringLiteral("http://127.0.0.1:%1/light/2").arg(port));
+
+    links->close();
+    QApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+    EXPECT_EQ(main.menu->phoneLinksDialog(), nullptr);
+    main.menu->phoneLinksAction()->trigger();
+    ASSERT_NE(main.menu->phoneLinksDialog(), nullptr);
+    EXPECT_EQ(main.menu->phoneLinksDialog()->view->list->count(), 9);
+}
+
+TEST_F(NetworkOutputsMenuTest, ThePhoneLinksWithoutThePageSayHowToTurnItOn)
+{
+    makeWindow();
+    main.menu->phoneLinksAction()->trigger();
+    ASSERT_NE(main.menu->phoneLinksDialog(), nullptr);
+    EXPECT_EQ(main.menu->phoneLinksDialog()->view->list->count(), 0);
+    EXPECT_TRUE(main.menu->phoneLinksDialog()->view->chosenUrl->text().contains(QStringLiteral("Network Outputs")));
 }
 
 TEST(NetworkOutputsDialogTest, ShowsTheCurrentChoicesAndGivesThemBackUnchanged)

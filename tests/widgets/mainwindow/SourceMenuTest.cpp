@@ -232,7 +232,8 @@ TEST_F(SourceMenuTest, TheStatusLineNamesEachNewTslSender)
     const quint16 port = freeUdpPort();
     ASSERT_TRUE(
         main.menu->chooseTslSource(QStringLiteral("tsl5://127.0.0.1:%1").arg(port), { QStringLiteral("127.0.0.1") }));
-    EXPECT_EQ(main.statusLine->text(), QStringLiteral("Lights follow TSL UMD"));
+    const QString listening = QStringLiteral("Listening for TSL 5.0 on 127.0.0.1 port %1 · no message yet").arg(port);
+    EXPECT_EQ(main.statusLine->text(), listening);
     TslUmd50::Packet packet;
     TslUmd50::Display display;
     display.index = 1;
@@ -244,7 +245,7 @@ TEST_F(SourceMenuTest, TheStatusLineNamesEachNewTslSender)
     stranger.writeDatagram(TslUmd50::encode(packet), QHostAddress::LocalHost, port);
     EXPECT_TRUE(eventually([&] {
         return main.statusLine->text()
-            == QStringLiteral("Lights follow TSL UMD · Ignoring TSL messages from 127.0.0.66: not an allowed sender");
+            == listening + QStringLiteral(" · Ignoring TSL messages from 127.0.0.66: not an allowed sender");
     })) << main.statusLine->text().toStdString();
 }
 

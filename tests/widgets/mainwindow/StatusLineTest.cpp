@@ -1,13 +1,22 @@
-// The main window's status line: the problem of the moment in words, beside
-// (not instead of) the lines on standard output.
+// The main window's status line: what the window follows and how that is,
+// the outputs that run, and the problem of the moment in words, beside (not
+// instead of) the lines on standard output.
 
 #include "mainwindow/StatusLine.h"
 
+#include "net/outputs/WebTallyClient.h"
+#include "net/sources/FakeObsServer.h"
+#include "outputs/WebTallyServer.h"
 #include "sources/MixdeskShotSource.h"
+#include "sources/ObsShotSource.h"
+#include "sources/TslShotSource.h"
 #include "support/QtPrinters.h"
+#include "tsl/TslUmd50.h"
 #include "widgets/mainwindow/MainWindowFixture.h"
 
 #include <QStatusBar>
+#include <QTcpServer>
+#include <QUdpSocket>
 
 namespace {
 
@@ -16,6 +25,13 @@ protected:
     QString line() const { return main.statusLine->text(); }
 };
 
+quint16 freePort()
+{
+    QTcpServer probe;
+    EXPECT_TRUE(probe.listen(QHostAddress::LocalHost, 0));
+    return probe.serverPort();
+}
+
 } // namespace
 
 TEST_F(StatusLineTest, WithShotsAndABoxTheLineSaysTheLightsFollowTheSwitcher)
@@ -23,7 +39,7 @@ TEST_F(StatusLineTest, WithShotsAndABoxTheLineSaysTheLightsFollowTheSwitcher)
     answer({ { "1", "Cam 1", true, false } });
     makeWindow();
     tick();
-    EXPECT_EQ(line(), QStringLiteral("Lights follow Mixdesk"));
+    EXPECT_EQ(line(), QStringLiteral("Following Mixdesk · 2 shots"));
     EXPECT_FALSE(main.statusLine->showsProblem());
     EXPECT_TRUE(main.window->statusBar()->isAncestorOf(main.statusLine));
 }
@@ -33,7 +49,7 @@ TEST_F(StatusLineTest, WithMixdeskAbsentTheLineSaysSo)
     platform->runningCount = 0;
     makeWindow();
     tick();
-    EXPECT_EQ(line(), QStringLiteral("⚠ Mixdesk is not running"));
+    EXPECT_EQ(line(), QStringLiteral("⚠ Mixdesk is not running  Following Mixdesk · not running"));
     EXPECT_TRUE(main.statusLine->showsProblem());
 }
 
@@ -51,7 +67,7 @@ TEST_F(StatusLineTest, WithoutABoxTheLineSaysNoneIsAttached)
     makeWindow();
     USBHIDAppDelegate::shared().setController(nullptr);
     tick();
-    EXPECT_EQ(line(), QStringLiteral("⚠ No tally box attached"));
+    EXPECT_EQ(line(), QStringLiteral("⚠ No tally box attached  Following Mixdesk · 2 shots"));
 }
 
 TEST_F(StatusLineTest, ABoxRefusingWritesIsTold)
@@ -60,7 +76,7 @@ TEST_F(StatusLineTest, ABoxRefusingWritesIsTold)
     makeWindow();
     device->status = -1;
     tick();
-    EXPECT_EQ(line(), QStringLiteral("⚠ The tally box refuses the lights' bytes"));
+    EXPECT_EQ(line(), QStringLiteral("⚠ The tally box refuses the lights' bytes  Following Mixdesk · 2 shots"));
 }
 
 TEST_F(StatusLineTest, AFileThatCannotBeOpenedIsNamedUntilAnotherOpens)
@@ -73,7 +89,7 @@ TEST_F(StatusLineTest, AFileThatCannotBeOpenedIsNamedUntilAnotherOpens)
 
     const QString good = writeFile(QStringLiteral("good.tlx"), "0|Cam 1\r\n");
     controller->loadTallyMap(QUrl::fromLocalFile(good));
-    EXPECT_EQ(line(), QStringLiteral("Lights follow Mixdesk"));
+    EXPECT_EQ(line(), QStringLiteral("Following Mixdesk · 2 shots"));
 }
 
 TEST_F(StatusLineTest, AFileThatCannotBeSavedIsNamed)
@@ -106,28 +122,112 @@ TEST_F(StatusLineTest, AnOpenRecentListThatCannotBeStoredIsNamedAndTheSaveStillC
         QStringList { QFileInfo(path).canonicalFilePath() });
 }
 
-TEST_F(StatusLineTest, TheSourcesNewsStandsBesideTheSwitchersNameWhileNothingIsWrong)
+TEST_F(StatusLineTest, AListenersNewsStandsAfterTheSituationWhileNothingIsWrong)
+{
+    FakeShotSource* source = makeWindowFollowingAFakeSwitcher();
+    source->listens = true;
+    tick();
+    const QString situation = line();
+    EXPECT_TRUE(situation.startsWith(QStringLiteral("Listening for Fake switcher"))) << situation.toStdString();
+    Q_EMIT source->statusChanged(QStringLiteral("TSL messages from 10.0.0.2"));
+    EXPECT_EQ(line(), situation + QStringLiteral(" · TSL messages from 10.0.0.2"));
+    source->running = false;
+    tick();
+    EXPECT_TRUE(line().startsWith(QStringLiteral("⚠ Fake switcher is not connected"))) << line().toStdString();
+    source->running = true;
+    tick();
+    EXPECT_EQ(line(), situation + QStringLiteral(" · TSL messages from 10.0.0.2"));
+}
+
+TEST_F(StatusLineTest, AConnectingSourcesNewsIsNotRepeatedBesideItsLinkState)
 {
     FakeShotSource* source = makeWindowFollowingAFakeSwitcher();
     tick();
-    EXPECT_EQ(line(), QStringLiteral("Lights follow Fake switcher"));
-    Q_EMIT source->statusChanged(QStringLiteral("TSL messages from 10.0.0.2"));
-    EXPECT_EQ(line(), QStringLiteral("Lights follow Fake switcher · TSL messages from 10.0.0.2"));
-    source->running = false;
-    tick();
-    EXPECT_EQ(line(), QStringLiteral("⚠ Fake switcher is not connected"));
-    source->running = true;
-    tick();
-    EXPECT_EQ(line(), QStringLiteral("Lights follow Fake switcher · TSL messages from 10.0.0.2"));
+    const QString situation = line();
+    Q_EMIT source->statusChanged(QStringLiteral("Fake switcher: connected"));
+    EXPECT_EQ(line(), situation);
 }
 
 TEST_F(StatusLineTest, AnotherSourceIsNamedAndTheOldOnesNewsIsGone)
 {
     FakeShotSource* source = makeWindowFollowingAFakeSwitcher();
+    source->listens = true;
     tick();
     Q_EMIT source->statusChanged(QStringLiteral("TSL messages from 10.0.0.2"));
     answer({ { "1", "Cam 1", true, false } });
     controller->setShotSource(std::make_unique<MixdeskShotSource>());
     tick();
-    EXPECT_EQ(line(), QStringLiteral("Lights follow Mixdesk"));
+    EXPECT_TRUE(line().startsWith(QStringLiteral("Following Mixdesk"))) << line().toStdString();
+    EXPECT_FALSE(line().contains(QStringLiteral("TSL messages from"))) << line().toStdString();
+}
+
+TEST_F(StatusLineTest, TheLineNamesTheOutputsThatRunAndCountsThePhones)
+{
+    answer({ { "1", "Cam 1", true, false } });
+    makeWindow();
+    const quint16 port = freePort();
+    NetworkOutputChoices choices;
+    choices.web = QStringLiteral("127.0.0.1:%1").arg(port);
+    choices.tsl50Destinations = { QStringLiteral("udp://127.0.0.1:9"), QStringLiteral("udp://127.0.0.1:10") };
+    ASSERT_EQ(main.menu->chooseNetworkOutputs(choices), std::nullopt);
+    tick();
+    EXPECT_EQ(line(), QStringLiteral("Following Mixdesk · 2 shots · Phones: 0 connected · TSL: 2 destinations"));
+
+    PageSocket phone(port);
+    ASSERT_TRUE(phone.connected());
+    ASSERT_TRUE(eventually([&] { return controller->networkOutputs().webServer()->webSocketCount() == 1; }, 5000));
+    tick();
+    EXPECT_EQ(line(), QStringLiteral("Following Mixdesk · 2 shots · Phones: 1 connected · TSL: 2 destinations"));
+}
+
+TEST_F(StatusLineTest, ATslListenerSaysWhereItListensAndWhenAndFromWhereItLastHeard)
+{
+    TslShotSource::Listen listen;
+    listen.address = QHostAddress(QHostAddress::LocalHost);
+    auto owned = std::make_unique<TslShotSource>(listen);
+    TslShotSource* source = owned.get();
+    ASSERT_TRUE(source->start(nullptr));
+    makeWindow(std::move(owned));
+    tick();
+    const QString listening = QStringLiteral("Listening for TSL 5.0 on 127.0.0.1 port %1").arg(source->localPort());
+    EXPECT_EQ(line(), QStringLiteral("⚠ No TSL messages received  ") + listening + QStringLiteral(" · no message yet"));
+
+    TslUmd50::Display display;
+    display.index = 1;
+    // A lit display: the listener counts the switcher as there only while
+    // its tally is refreshed.
+    display.leftTally = TslUmd50::Colour::red;
+    display.text = QStringLiteral("Cam 1");
+    TslUmd50::Packet packet;
+    packet.displays.append(display);
+    QUdpSocket sender;
+    sender.writeDatagram(TslUmd50::encode(packet), QHostAddress::LocalHost, source->localPort());
+    ASSERT_TRUE(eventually([&] { return source->isRunning(); }, 5000));
+    tick();
+    EXPECT_TRUE(line().startsWith(listening + QStringLiteral(" · last message "))) << line().toStdString();
+    EXPECT_TRUE(line().contains(QStringLiteral(" s ago from 127.0.0.1 · "))) << line().toStdString();
+    // The first message from a sender names it once, after the situation.
+    EXPECT_TRUE(line().endsWith(QStringLiteral(" · TSL messages from 127.0.0.1"))) << line().toStdString();
+    EXPECT_FALSE(main.statusLine->showsProblem());
+}
+
+TEST_F(StatusLineTest, FollowingObsStudioTheLineNamesItsAddressAndSaysWhenItIsConnected)
+{
+    FakeObsServer server;
+    ASSERT_TRUE(server.listening());
+    server.scenes = { QStringLiteral("Wide") };
+    server.inputs = { QStringLiteral("Camera 1") };
+    server.items[QStringLiteral("Wide")] = { FakeObsServer::Item { 1, QStringLiteral("Camera 1") } };
+    server.program = QStringLiteral("Wide");
+    ObsShotSource::Settings settings;
+    settings.address.host = QStringLiteral("127.0.0.1");
+    settings.address.port = server.port();
+    auto owned = std::make_unique<ObsShotSource>(settings);
+    ObsShotSource* source = owned.get();
+    makeWindow(std::move(owned));
+    const QString following = QStringLiteral("Following OBS Studio at 127.0.0.1:%1").arg(server.port());
+    EXPECT_TRUE(line().contains(following + QStringLiteral(" · connecting"))) << line().toStdString();
+    ASSERT_TRUE(eventually([&] { return source->isRunning(); }, 5000));
+    tick();
+    EXPECT_EQ(line(), following + QStringLiteral(" · connected"));
 }
