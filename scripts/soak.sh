@@ -101,14 +101,18 @@ run_part http oversized-http --port "$web_port" --rate "$http_rate"
 
 echo "soak: ${seconds} s; TSL on UDP $tsl_port (allow: ${allow:-every sender}), page on $web_port; watch is pid $watch"
 rss_peak=$rss_start
-elapsed=0
-while ((elapsed < seconds)); do
+started_at=$SECONDS
+next_report=60
+while ((SECONDS - started_at < seconds)); do
   sleep 1
-  elapsed=$((elapsed + 1))
+  elapsed=$((SECONDS - started_at))
   kill -0 "$watch" 2>/dev/null || { echo "soak: tallyctl watch ended early" >&2; cat "$work/watch.err" >&2; exit 1; }
   rss=$(rss_kib)
   ((rss > rss_peak)) && rss_peak=$rss
-  ((elapsed % 60 == 0)) && echo "soak: ${elapsed} s, RSS ${rss} KiB"
+  if ((elapsed >= next_report)); then
+    echo "soak: ${elapsed} s, RSS ${rss} KiB"
+    next_report=$((next_report + 60))
+  fi
 done
 
 rss_end=$(rss_kib)

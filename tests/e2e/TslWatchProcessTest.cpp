@@ -5,6 +5,8 @@
 #include "support/QtPrinters.h"
 #include "tsl/TslUmd50.h"
 
+#include <QDir>
+#include <QFile>
 #include <QNetworkDatagram>
 #include <QProcess>
 #include <QTcpServer>
@@ -210,4 +212,58 @@ TEST_F(TslWatchProcessTest, SixteenIdleTcpConnectionsDoNotKeepTheSwitchersCutOut
         printed += watch.readAllStandardOutput();
         return printed.contains("Light 1: preview\n") && printed.contains("Light 2: live\n");
     })) << printed.toStdString();
+}
+
+TEST_F(TslWatchProcessTest, TheWindowStartsWithTheSavedListenerAndHearsOnlyItsSavedSenders)
+{
+    const quint16 port = freePort();
+    const QString settingsFolder = folder.filePath(QStringLiteral("config/Mixdesk"));
+    ASSERT_TRUE(QDir().mkpath(settingsFolder));
+    ASSERT_TRUE(QDir().mkpath(folder.filePath(QStringLiteral("runtime"))));
+    QFile::setPermissions(folder.filePath(QStringLiteral("runtime")),
+        QFileDevice::ReadOwner | QFileDevice::WriteOwner | QFileDevice::ExeOwner);
+    QFile settings(settingsFolder + QStringLiteral("/Mixdesk Tally.conf"));
+    ASSERT_TRUE(settings.open(QIODevice::WriteOnly));
+    settings.write(
+        QStringLiteral("[General]\nShotSource=tsl5://127.0.0.1:%1\nTslAllowedSenders=127.0.0.1\n").arg(port).toUtf8());
+    settings.close();
+    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+    environment.insert(QStringLiteral("HOME"), folder.path());
+    environment.insert(QStringLiteral("XDG_CONFIG_HOME"), folder.filePath(QStringLiteral("config")));
+    environment.insert(QStringLiteral("XDG_RUNTIME_DIR"), folder.filePath(QStringLiteral("runtime")));
+    environment.insert(QStringLiteral("QT_QPA_PLATFORM"), QStringLiteral("offscreen"));
+    environment.insert(QStringLiteral("MIXDESK_TALLY_HID_CAPTURE"), capture.path);
+    QProcess window;
+    window.setProcessEnvironment(environment);
+    window.start(QStringLiteral(TALLY_BINARY_DIR "/bin/mixdesk-tally"), { mapPath });
+    ASSERT_TRUE(window.waitForStarted(10000));
+
+    QUdpSocket switcher;
+    QUdpSocket spoofer;
+    ASSERT_TRUE(spoofer.bind(QHostAddress(QStringLiteral("127.0.0.66")), 0));
+    // Light 1 (Camera 1) in preview, light 2 (Camera 2) and light 3 (both)
+    // live, the rest off: what the switcher says, not the spoofer.
+    const QByteArray expected = "01 d1 b2 22 b3 23 04 24 05 25 06 26 07 27 08 28";
+    QByteArray errors;
+    const bool shown = eventually(
+        [&] {
+            spoofer.writeDatagram(
+                switcherPacket(TslUmd50::Colour::red, TslUmd50::Colour::green), QHostAddress::LocalHost, port);
+            switcher.writeDatagram(
+                switcherPacket(TslUmd50::Colour::green, TslUmd50::Colour::red), QHostAddress::LocalHost, port);
+            errors += window.readAllStandardError();
+            return !capture.ticks().isEmpty() && capture.ticks().last() == expected
+                && errors.contains("Ignoring TSL messages from 127.0.0.66: not an allowed sender");
+        },
+        20000);
+    EXPECT_TRUE(shown) << errors.toStdString()
+                       << (capture.ticks().isEmpty() ? QByteArray() : capture.ticks().last()).toStdString();
+    for (const QByteArray& tick : capture.ticks()) {
+        EXPECT_FALSE(tick.startsWith("b1")) << "light 1 live, as only the spoofer says: " << tick.toStdString();
+    }
+    window.terminate();
+    if (!window.waitForFinished(10000)) {
+        window.kill();
+        window.waitForFinished();
+    }
 }

@@ -35,6 +35,14 @@ public:
         bool changed = false;
         // The message spoke for a display that shows program or preview now.
         bool refreshedTally = false;
+
+        // What several messages did together.
+        Outcome& operator|=(const Outcome& other)
+        {
+            changed = changed || other.changed;
+            refreshedTally = refreshedTally || other.refreshedTally;
+            return *this;
+        }
     };
 
     Outcome take(const TslUmd31::Message& message, const QString& sender = QString());

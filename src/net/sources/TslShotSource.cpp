@@ -96,9 +96,7 @@ private:
         if (m_owner.m_listen.version == TslTallyEncoding::Version::v31) {
             m_pending31.append(bytes);
             for (const TslUmd31::Message& message : TslUmd31::takeFromStream(m_pending31)) {
-                const TslDisplayTable::Outcome one = m_owner.m_table.take(message, m_sender);
-                outcome.changed = outcome.changed || one.changed;
-                outcome.refreshedTally = outcome.refreshedTally || one.refreshedTally;
+                outcome |= m_owner.m_table.take(message, m_sender);
                 any = true;
             }
             if (any) {
@@ -361,9 +359,7 @@ void TslShotSource::takeDatagram(const QByteArray& datagram, const QString& send
         }
         TslDisplayTable::Outcome outcome;
         for (const TslUmd31::Message& message : *messages) {
-            const TslDisplayTable::Outcome one = m_table.take(message, sender);
-            outcome.changed = outcome.changed || one.changed;
-            outcome.refreshedTally = outcome.refreshedTally || one.refreshedTally;
+            outcome |= m_table.take(message, sender);
         }
         noteMessages(sender, outcome);
         return;
@@ -391,9 +387,7 @@ bool TslShotSource::takePacket50(QByteArrayView bytes, const QString& sender)
     }
     TslDisplayTable::Outcome outcome;
     for (const TslUmd50::Display& display : packet->displays) {
-        const TslDisplayTable::Outcome one = m_table.take(display, sender);
-        outcome.changed = outcome.changed || one.changed;
-        outcome.refreshedTally = outcome.refreshedTally || one.refreshedTally;
+        outcome |= m_table.take(display, sender);
     }
     noteMessages(sender, outcome);
     return true;
