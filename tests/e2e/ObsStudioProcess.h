@@ -59,9 +59,12 @@ public:
         m_obs.setWorkingDirectory(m_home.path());
         m_obs.setProcessChannelMode(QProcess::MergedChannels);
         m_obs.setStandardOutputFile(logPath());
+        // --multi: another OBS on the machine (another test's, the user's)
+        // would otherwise stop this one at a "already running" question
+        // nobody can answer, and its websocket would never open.
         m_obs.start(QStringLiteral("obs"),
             { QStringLiteral("--disable-updater"), QStringLiteral("--disable-shutdown-check"),
-                QStringLiteral("--studio-mode") });
+                QStringLiteral("--studio-mode"), QStringLiteral("--multi") });
         if (!m_obs.waitForStarted(10000)) {
             return fail(QStringLiteral("obs did not start: ") + m_obs.errorString());
         }
