@@ -3,6 +3,7 @@
 #include "model/LightCount.h"
 #include "outputs/TslSender.h"
 #include "outputs/WebTallyServer.h"
+#include "sources/AtemShotSource.h"
 #include "sources/MixdeskShotSource.h"
 #include "sources/ObsShotSource.h"
 #include "sources/TslShotSource.h"
@@ -67,10 +68,11 @@ struct NumberOption {
 
 const NumberOption numberOptions[] = {
     { QStringLiteral("--tsl-offset"), &RunOptions::tslIndexOffset, 0 },
+    { QStringLiteral("--atem-me"), &RunOptions::atemMixEffect, 1 },
 };
 
 // Takes a repeatable or a number option at arguments[index] into options.
-// They are all TSL options, so taking one marks TSL as given.
+// Taking a TSL option marks TSL as given.
 TakenValue takeOtherOption(QStringList& arguments, qsizetype index, RunOptions* options)
 {
     for (const RepeatableOption& option : repeatableOptions) {
@@ -95,7 +97,9 @@ TakenValue takeOtherOption(QStringList& arguments, qsizetype index, RunOptions* 
                                     .arg(taken.value);
             }
             options->*option.field = number;
-            options->tslGiven = true;
+            if (option.field == &RunOptions::tslIndexOffset) {
+                options->tslGiven = true;
+            }
             return taken;
         }
     }
@@ -238,7 +242,11 @@ QStringList RunOptions::helpLines()
         QStringLiteral("  --source SOURCE       where the shots come from: mixdesk (the default),"),
         QStringLiteral("                        obs://HOST[:PORT] for OBS Studio (port 4455 by default), or TSL"),
         QStringLiteral("                        UMD from a switcher: tsl://[ADDRESS:]PORT (3.1) or"),
-        QStringLiteral("                        tsl5://[ADDRESS:]PORT (5.0) over UDP, tsl+tcp:// or tsl5+tcp://"),
+        QStringLiteral("                        tsl5://[ADDRESS:]PORT (5.0) over UDP, tsl+tcp:// or tsl5+tcp://,"),
+        QStringLiteral("                        or a Blackmagic ATEM switcher: atem://HOST[:PORT] (UDP 9910"),
+        QStringLiteral("                        by default)"),
+        QStringLiteral("  --atem-me N           the ATEM mix effect whose program and preview light the"),
+        QStringLiteral("                        lights where the switcher sends no tally by source (default 1)"),
         QStringLiteral("  --password-file FILE  the switcher's password, on the file's first line"),
         QStringLiteral("                        (else from MIXDESK_TALLY_OBS_PASSWORD)"),
         QStringLiteral("  --tsl URL             send the lights as TSL UMD 3.1 to udp://HOST:PORT (repeatable)"),
@@ -284,6 +292,16 @@ std::unique_ptr<ShotSource> makeShotSource(const RunOptions& options, QString* p
     if (TslShotSource::isTslAddress(options.source)) {
         return makeTslShotSource(options.source, problem);
     }
+    if (AtemAddress::looksLikeAddress(options.source)) {
+        const std::optional<AtemAddress> address = AtemAddress::parse(options.source, problem);
+        if (!address) {
+            return nullptr;
+        }
+        AtemShotSource::Settings settings;
+        settings.address = *address;
+        settings.mixEffect = options.atemMixEffect - 1;
+        return std::make_unique<AtemShotSource>(settings);
+    }
     if (ObsAddress::looksLikeAddress(options.source)) {
         const std::optional<ObsAddress> address = ObsAddress::parse(options.source, problem);
         if (!address) {
@@ -299,8 +317,8 @@ std::unique_ptr<ShotSource> makeShotSource(const RunOptions& options, QString* p
         return std::make_unique<ObsShotSource>(settings);
     }
     if (problem) {
-        *problem = QStringLiteral("unknown source '%1' (expected mixdesk, obs://HOST[:PORT], tsl://[ADDRESS:]PORT or "
-                                  "tsl5://[ADDRESS:]PORT)")
+        *problem = QStringLiteral("unknown source '%1' (expected mixdesk, obs://HOST[:PORT], atem://HOST[:PORT], "
+                                  "tsl://[ADDRESS:]PORT or tsl5://[ADDRESS:]PORT)")
                        .arg(options.source);
     }
     return nullptr;

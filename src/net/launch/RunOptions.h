@@ -16,10 +16,13 @@
 // and the tally box only.
 struct RunOptions {
     // "mixdesk" (the default), or a switcher's address such as
-    // "obs://HOST:PORT".
+    // "obs://HOST:PORT" or "atem://HOST".
     QString source = QStringLiteral("mixdesk");
     // Whether the command line named the source (else a saved choice may).
     bool sourceGiven = false;
+    // The ATEM mix effect (from 1) whose program and preview decide the
+    // lights when the switcher sends no tally by source (--atem-me).
+    int atemMixEffect = 1;
     // A file whose first line is the switcher's password.
     QString passwordFile;
     // A password known otherwise (the window's saved choice); a password
