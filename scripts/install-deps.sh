@@ -16,6 +16,9 @@ packages=(
   nodejs
   # The include layering check (tests/layering) is a python3 script.
   python3
+  # An ATEM client written by others, which the ATEM stand-in is checked
+  # against (tests/tools/atem).
+  python3-pyatem
   lintian appstream groff-base bash-completion
   chromium
   # Tests fill a small mounted file system and run the query as another user.

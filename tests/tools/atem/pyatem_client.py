@@ -34,7 +34,7 @@ class Follower:
         self.host = host
         self.port = port
         self.last_line = None
-        self.last_packet = time.monotonic()
+        self.expired = False
         self.connected = False
         self.atem = None
 
@@ -70,33 +70,37 @@ class Follower:
         self.report()
 
     def watchdog(self, atem):
-        while self.atem is atem:
+        # Every packet the switcher sends reliably, pings included, carries a
+        # new id; the same id for too long means nothing has come.
+        last_id = None
+        last_change = time.monotonic()
+        while True:
             time.sleep(0.2)
-            if time.monotonic() - self.last_packet > SILENCE_LIMIT:
+            current = atem.transport.remote_sequence_number
+            if current != last_id:
+                last_id = current
+                last_change = time.monotonic()
+            elif time.monotonic() - last_change > SILENCE_LIMIT:
+                self.expired = True
                 # Wakes loop() with the transport's own "socket gone" value.
                 atem.transport.thread_recv_queue.put(None)
                 return
 
     def run(self):
         while True:
+            self.expired = False
             self.atem = AtemProtocol(self.host, self.port)
             self.atem.on("change", self.on_change)
             self.atem.on("connected", self.on_connected)
-            self.last_packet = time.monotonic()
             atem = self.atem
             threading.Thread(target=self.watchdog, args=(atem,), daemon=True).start()
             atem.connect()
-            while True:
+            while not self.expired:
                 atem.loop()
-                if atem.transport.had_traffic:
-                    self.last_packet = time.monotonic()
-                if time.monotonic() - self.last_packet > SILENCE_LIMIT:
-                    break
             if self.connected:
                 self.connected = False
-                self.atem.mixerstate = {}
+                atem.mixerstate = {}
                 self.report()
-            self.atem = None
             time.sleep(0.2)
 
 
