@@ -1,0 +1,171 @@
+// tallyctl watch following the ATEM stand-in, as real processes: a cut and
+// a rename, packet loss, a stand-in restart (the lights freeze, then follow
+// the new picture), and one connection driving the tally box, the web page
+// and TSL at once.
+
+#include "WatchProcessFixture.h"
+#include "support/AtemStandinProcess.h"
+#include "tsl/TslUmd50.h"
+
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QNetworkDatagram>
+#include <QTcpServer>
+#include <QTcpSocket>
+#include <QUdpSocket>
+
+#include <gtest/gtest.h>
+
+namespace {
+
+class AtemWatchProcessTest : public WatchProcessFixture {
+protected:
+    void SetUp() override
+    {
+        WatchProcessFixture::SetUp();
+        if (HasFatalFailure()) {
+            return;
+        }
+        ASSERT_TRUE(atem.start());
+    }
+
+    void start(const QStringList& arguments)
+    {
+        QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+        environment.insert(QStringLiteral("MIXDESK_TALLY_HID_CAPTURE"), capture.path);
+        watch.setProcessEnvironment(environment);
+        watch.start(QStringLiteral(TALLY_BINARY_DIR "/bin/tallyctl"),
+            QStringList { QStringLiteral("watch"), QStringLiteral("--source"), atem.address() } + arguments);
+        ASSERT_TRUE(watch.waitForStarted(10000));
+    }
+
+    // Whether watch has printed every line since the last clear().
+    bool printedAll(const QStringList& lines)
+    {
+        printed += QString::fromUtf8(watch.readAllStandardOutput());
+        for (const QString& line : lines) {
+            if (!printed.contains(line + QLatin1Char('\n'))) {
+                return false;
+            }
+        }
+        return true;
+    }
+
+    QString printed;
+    AtemStandinProcess atem;
+};
+
+// The light bytes of the last whole tick the box got, as "b1 21 …".
+QByteArray lastTick(const CaptureFile& capture)
+{
+    const QList<QByteArray> ticks = capture.ticks();
+    return ticks.isEmpty() ? QByteArray() : ticks.last();
+}
+
+} // namespace
+
+TEST_F(AtemWatchProcessTest, WatchFollowsTheStandinThroughACutAndARename)
+{
+    start({ mapPath });
+    EXPECT_TRUE(eventually([&] {
+        return printedAll({ QStringLiteral("Blackmagic ATEM running"), QStringLiteral("Light 1: live"),
+            QStringLiteral("Light 2: preview"), QStringLiteral("Light 3: live") });
+    })) << printed.toStdString();
+    printed.clear();
+    atem.send("cut");
+    EXPECT_TRUE(eventually([&] {
+        return printedAll({ QStringLiteral("Light 1: preview"), QStringLiteral("Light 2: live") });
+    })) << printed.toStdString();
+    // A rename follows the input by its number: light 2 keeps its shot.
+    printed.clear();
+    atem.send("rename 2 Close Up");
+    atem.send("cut");
+    EXPECT_TRUE(eventually([&] {
+        return printedAll({ QStringLiteral("Light 1: live"), QStringLiteral("Light 2: preview") });
+    })) << printed.toStdString();
+}
+
+TEST_F(AtemWatchProcessTest, LightsFollowThroughLossFreezeWhileTheSwitcherIsGoneAndResyncAfter)
+{
+    start({ mapPath });
+    ASSERT_TRUE(eventually([&] { return printedAll({ QStringLiteral("Light 1: live") }); })) << printed.toStdString();
+    atem.send("drop 30");
+    atem.send("preview 3");
+    atem.send("cut");
+    atem.send("keyer on 2");
+    printed.clear();
+    EXPECT_TRUE(eventually([&] {
+        return printedAll({ QStringLiteral("Light 1: preview"), QStringLiteral("Light 2: live") });
+    })) << printed.toStdString();
+    atem.send("drop 0");
+
+    atem.stop();
+    printed.clear();
+    EXPECT_TRUE(eventually([&] { return printedAll({ QStringLiteral("Blackmagic ATEM not running") }); }, 5000))
+        << printed.toStdString();
+    // Frozen: the box keeps getting the last lights (light 1 preview, light
+    // 2 live through the keyer, light 3 live through Camera 2).
+    const QByteArray frozen = lastTick(capture);
+    EXPECT_TRUE(frozen.startsWith("01 d1 b2 22 b3 23")) << frozen.toStdString();
+
+    ASSERT_TRUE(atem.restart());
+    printed.clear();
+    EXPECT_TRUE(eventually([&] {
+        return printedAll({ QStringLiteral("Blackmagic ATEM running"), QStringLiteral("Light 1: live"),
+            QStringLiteral("Light 2: preview") });
+    })) << printed.toStdString();
+}
+
+TEST_F(AtemWatchProcessTest, OneConnectionDrivesTheBoxTheWebPageAndTslAtOnce)
+{
+    QUdpSocket tsl;
+    ASSERT_TRUE(tsl.bind(QHostAddress::LocalHost, 0));
+    quint16 webPort = 0;
+    {
+        QTcpServer server;
+        ASSERT_TRUE(server.listen(QHostAddress::LocalHost, 0));
+        webPort = server.serverPort();
+    }
+    start({ QStringLiteral("--web"), QStringLiteral("127.0.0.1:%1").arg(webPort), QStringLiteral("--tsl5"),
+        QStringLiteral("udp://127.0.0.1:%1").arg(tsl.localPort()), mapPath });
+    ASSERT_TRUE(eventually([&] { return printedAll({ QStringLiteral("Light 1: live") }); })) << printed.toStdString();
+    atem.send("cut");
+
+    // The box: light 1 preview, light 2 live.
+    EXPECT_TRUE(eventually([&] { return lastTick(capture).startsWith("01 d1 b2 22"); }))
+        << lastTick(capture).toStdString();
+    // TSL: display 1 green, display 2 red.
+    std::map<int, TslUmd50::Display> displays;
+    EXPECT_TRUE(eventually([&] {
+        while (tsl.hasPendingDatagrams()) {
+            if (const std::optional<TslUmd50::Packet> packet = TslUmd50::decode(tsl.receiveDatagram().data())) {
+                for (const TslUmd50::Display& display : packet->displays) {
+                    displays[display.index] = display;
+                }
+            }
+        }
+        return displays.count(1) && displays.count(2) && displays[1].leftTally == TslUmd50::Colour::green
+            && displays[2].leftTally == TslUmd50::Colour::red;
+    }));
+    // The web page's state: the same lights.
+    QJsonArray lights;
+    EXPECT_TRUE(eventually([&] {
+        QTcpSocket http;
+        http.connectToHost(QHostAddress::LocalHost, webPort);
+        if (!http.waitForConnected(1000)) {
+            return false;
+        }
+        http.write(QByteArrayLiteral("GET /api/lights HTTP/1.1\r\nHost: 127.0.0.1:") + QByteArray::number(webPort)
+            + "\r\nConnection: close\r\n\r\n");
+        QByteArray answer;
+        while (http.waitForReadyRead(1000)) {
+            answer += http.readAll();
+        }
+        const QJsonObject state = QJsonDocument::fromJson(answer.mid(answer.indexOf("\r\n\r\n") + 4)).object();
+        lights = state.value(QStringLiteral("lights")).toArray();
+        return lights.size() >= 2
+            && lights[0].toObject().value(QStringLiteral("mode")).toString() == QStringLiteral("preview")
+            && lights[1].toObject().value(QStringLiteral("mode")).toString() == QStringLiteral("live");
+    })) << QJsonDocument(lights).toJson().toStdString();
+}
