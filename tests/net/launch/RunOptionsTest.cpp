@@ -2,6 +2,7 @@
 
 #include "outputs/TslSender.h"
 #include "outputs/WebTallyServer.h"
+#include "sources/AtemAddress.h"
 #include "sources/ObsAddress.h"
 #include "support/QtPrinters.h"
 
@@ -386,4 +387,47 @@ TEST(RunOptionsTest, ABadTslDestinationIsAUsageProblemAndABusyWebPortIsNot)
     EXPECT_FALSE(startOutputs(busyPort, &problem).has_value());
     EXPECT_FALSE(problem.isUsage);
     EXPECT_TRUE(problem.text.contains(QString::number(taken.serverPort()))) << problem.text.toStdString();
+}
+
+TEST(RunOptionsTest, AnAtemAddressMakesAnAtemSourceOnPort9910UnlessAnotherIsGiven)
+{
+    RunOptions options;
+    options.source = QStringLiteral("atem://127.0.0.1");
+    QString problem;
+    const std::unique_ptr<ShotSource> source = makeShotSource(options, &problem);
+    ASSERT_NE(source, nullptr) << problem.toStdString();
+    EXPECT_EQ(source->kind(), ShotSource::Kind::atem);
+    EXPECT_EQ(source->notRunningWarning(), QStringLiteral("ATEM switcher is not connected"));
+    EXPECT_FALSE(source->isRunning());
+    EXPECT_EQ(AtemAddress::parse(options.source, nullptr)->port, 9910);
+    EXPECT_EQ(AtemAddress::parse(QStringLiteral("atem://studio:9911"), nullptr)->port, 9911);
+    EXPECT_EQ(
+        AtemAddress::parse(QStringLiteral("atem://[::1]:9911"), nullptr)->display(), QStringLiteral("[::1]:9911"));
+}
+
+TEST(RunOptionsTest, ABadAtemAddressIsRefusedWithWhatIsExpected)
+{
+    RunOptions options;
+    options.source = QStringLiteral("atem://studio:99999");
+    QString problem;
+    EXPECT_EQ(makeShotSource(options, &problem), nullptr);
+    EXPECT_TRUE(problem.contains(QStringLiteral("expected atem://HOST or atem://HOST:PORT"))) << problem.toStdString();
+    options.source = QStringLiteral("atem://studio/path");
+    EXPECT_EQ(makeShotSource(options, &problem), nullptr);
+    EXPECT_TRUE(problem.contains(QStringLiteral("only a host and a port"))) << problem.toStdString();
+}
+
+TEST(RunOptionsTest, TheAtemMixEffectIsOneUnlessChosenAndIsNoTslOption)
+{
+    RunOptions defaults;
+    EXPECT_EQ(defaults.atemMixEffect, 1);
+    QStringList arguments { QStringLiteral("--atem-me"), QStringLiteral("2"), QStringLiteral("map.tlx") };
+    RunOptions options;
+    EXPECT_EQ(RunOptions::takeFrom(arguments, &options), std::nullopt);
+    EXPECT_EQ(options.atemMixEffect, 2);
+    EXPECT_FALSE(options.tslGiven);
+    EXPECT_EQ(arguments, QStringList { QStringLiteral("map.tlx") });
+    QStringList zero { QStringLiteral("--atem-me=0") };
+    EXPECT_EQ(
+        RunOptions::takeFrom(zero, &options), QStringLiteral("--atem-me needs a whole number of at least 1, not '0'"));
 }
