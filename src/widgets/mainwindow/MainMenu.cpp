@@ -2,12 +2,14 @@
 
 #include "base/Text.h"
 #include "base/UserDefaults.h"
+#include "dialogs/AtemSourceDialog.h"
 #include "dialogs/NetworkOutputsDialog.h"
 #include "dialogs/ObsSourceDialog.h"
 #include "lamps/TallyState.h"
 #include "mainwindow/LampRow.h"
 #include "mainwindow/LostSourceMenu.h"
 #include "mainwindow/ViewController.h"
+#include "sources/AtemShotSource.h"
 #include "sources/MixdeskShotSource.h"
 #include "sources/ObsShotSource.h"
 #include "tallymap/RecentDocuments.h"
@@ -40,13 +42,15 @@ void MainMenu::buildSourceMenu(QMenuBar& menuBar)
     auto* group = new QActionGroup(m_sourceMenu);
     m_mixdeskSource = m_sourceMenu->addAction(tr("Mixdesk"));
     m_obsSource = m_sourceMenu->addAction(tr("OBS Studio…"));
-    for (QAction* item : { m_mixdeskSource.data(), m_obsSource.data() }) {
+    m_atemSource = m_sourceMenu->addAction(tr("Blackmagic ATEM…"));
+    for (QAction* item : { m_mixdeskSource.data(), m_obsSource.data(), m_atemSource.data() }) {
         item->setCheckable(true);
         group->addAction(item);
     }
     checkCurrentSource();
     connect(m_mixdeskSource, &QAction::triggered, this, &MainMenu::chooseMixdeskSource);
     connect(m_obsSource, &QAction::triggered, this, &MainMenu::askForObsSource);
+    connect(m_atemSource, &QAction::triggered, this, &MainMenu::askForAtemSource);
 }
 
 void MainMenu::checkCurrentSource()
@@ -56,6 +60,7 @@ void MainMenu::checkCurrentSource()
     const ShotSource::Kind kind = m_controller.shotSource().kind();
     m_obsSource->actionGroup()->setExclusionPolicy(QActionGroup::ExclusionPolicy::ExclusiveOptional);
     m_obsSource->setChecked(kind == ShotSource::Kind::obsStudio);
+    m_atemSource->setChecked(kind == ShotSource::Kind::atem);
     m_mixdeskSource->setChecked(kind == ShotSource::Kind::mixdesk);
 }
 
@@ -97,6 +102,36 @@ bool MainMenu::chooseObsSource(const QString& address, const QString& password, 
     // The password makes the settings file a secret of the user's.
     defaults.setObject(Preferences::obsPassword, password, true);
     defaults.setObject(Preferences::shotSource, address, true);
+    checkCurrentSource();
+    return true;
+}
+
+void MainMenu::askForAtemSource()
+{
+    AtemSourceDialog dialog(
+        UserDefaults::standardUserDefaults().objectForKey(Preferences::shotSource).toString(), m_controller.window());
+    dialog.setWindowModality(Qt::WindowModal);
+    if (dialog.exec() != QDialog::Accepted) {
+        checkCurrentSource(); // nothing changed
+        return;
+    }
+    QString problem;
+    if (!chooseAtemSource(dialog.address(), &problem)) {
+        checkCurrentSource();
+        QMessageBox::warning(m_controller.window(), tr("Blackmagic ATEM"), problem);
+    }
+}
+
+bool MainMenu::chooseAtemSource(const QString& address, QString* problem)
+{
+    const std::optional<AtemAddress> parsed = AtemAddress::parse(address, problem);
+    if (!parsed) {
+        return false;
+    }
+    AtemShotSource::Settings settings;
+    settings.address = *parsed;
+    m_controller.setShotSource(std::make_unique<AtemShotSource>(settings));
+    UserDefaults::standardUserDefaults().setObject(Preferences::shotSource, parsed->toString());
     checkCurrentSource();
     return true;
 }

@@ -17,7 +17,7 @@ class ViewController;
 // The main window's menu bar: File (Open, Open Recent, Save, Save As, Quit),
 // Edit (Lock Editing, Require Password to Unlock, Test Lights, When the
 // Switcher Is Lost), View (Always on Top, Large Lamp Labels, Big Tally),
-// Source (Mixdesk, OBS Studio…), Outputs (Network Outputs…) and Help
+// Source (Mixdesk, OBS Studio…, Blackmagic ATEM…), Outputs (Network Outputs…) and Help
 // (About). The commands go to the main screen controller; Open
 // Recent is rebuilt from the recent documents each time it opens.
 class MainMenu : public QObject {
@@ -43,12 +43,17 @@ public:
     QMenu* sourceMenu() const { return m_sourceMenu; }
     QAction* mixdeskSourceAction() const { return m_mixdeskSource; }
     QAction* obsSourceAction() const { return m_obsSource; }
+    QAction* atemSourceAction() const { return m_atemSource; }
 
     // Follow Mixdesk, or OBS Studio at address ("obs://HOST:PORT") with
     // password, from now on and at the next start (unless the command line
     // chooses otherwise). False, with the reason, for an unusable address.
     void chooseMixdeskSource();
     bool chooseObsSource(const QString& address, const QString& password, QString* problem = nullptr);
+    // Follow the ATEM switcher at address ("atem://HOST:PORT") from now on
+    // and at the next start. False, with the reason, for an unusable
+    // address.
+    bool chooseAtemSource(const QString& address, QString* problem = nullptr);
     LostSourceMenu* lostSourceMenu() const { return m_lostSourceMenu; }
     QMenu* outputsMenu() const { return m_outputsMenu; }
     QAction* networkOutputsAction() const { return m_networkOutputs; }
@@ -72,6 +77,7 @@ private:
     void buildViewMenu(QMenuBar& menuBar);
     void buildSourceMenu(QMenuBar& menuBar);
     void askForObsSource();
+    void askForAtemSource();
     void checkCurrentSource();
     void buildOutputsMenu(QMenuBar& menuBar);
     void askForNetworkOutputs();
@@ -98,6 +104,7 @@ private:
     QPointer<QMenu> m_sourceMenu;
     QPointer<QAction> m_mixdeskSource;
     QPointer<QAction> m_obsSource;
+    QPointer<QAction> m_atemSource;
     QPointer<LostSourceMenu> m_lostSourceMenu;
     QPointer<QMenu> m_outputsMenu;
     QPointer<QAction> m_networkOutputs;
