@@ -1,10 +1,10 @@
 // Feeds arbitrary bytes to the ATEM protocol readers, as anyone who can
 // reach the program's UDP port might send them. Nothing may crash, and
 // whatever is accepted must hold together: a packet encodes back to the
-// same packet, a payload's commands split back the same once joined, the switcher's
-// picture stays within its limits, and a session fed the bytes as a
-// datagram (first the handshake, so they are read as the switcher's) never
-// hands on commands that do not split.
+// same packet, a payload's commands split back the same once joined, the
+// switcher's picture stays within its limits, and a session fed the bytes
+// as a datagram (first the handshake, so they are read as the switcher's)
+// never hands on commands that do not split.
 
 #include "atem/AtemCommand.h"
 #include "atem/AtemPacket.h"

@@ -1,7 +1,7 @@
 // tallyctl watch following the ATEM stand-in, as real processes: a cut and
-// a rename, packet loss, a stand-in restart (the lights freeze, then follow
-// the new picture), and one connection driving the tally box, the web page
-// and TSL at once.
+// a rename, packets lost and out of order, a stand-in restart (the lights
+// freeze, then follow the new picture), and one connection driving the tally
+// box, the web page and TSL at once.
 
 #include "WatchProcessFixture.h"
 #include "support/AtemStandinProcess.h"
@@ -91,6 +91,7 @@ TEST_F(AtemWatchProcessTest, LightsFollowThroughLossFreezeWhileTheSwitcherIsGone
     start({ mapPath });
     ASSERT_TRUE(eventually([&] { return printedAll({ QStringLiteral("Light 1: live") }); })) << printed.toStdString();
     atem.send("drop 30");
+    atem.send("reorder 30");
     atem.send("preview 3");
     atem.send("cut");
     atem.send("keyer on 2");
@@ -99,6 +100,7 @@ TEST_F(AtemWatchProcessTest, LightsFollowThroughLossFreezeWhileTheSwitcherIsGone
         return printedAll({ QStringLiteral("Light 1: preview"), QStringLiteral("Light 2: live") });
     })) << printed.toStdString();
     atem.send("drop 0");
+    atem.send("reorder 0");
 
     atem.stop();
     printed.clear();

@@ -77,9 +77,11 @@ TEST_F(AtemWindowProcessTest, TheWindowDrivesTheBoxThroughLossFreezesWhileTheSwi
     launch();
     EXPECT_TRUE(lastTickIs(firstLiveSecondPreview)) << capture.lines().size();
     atem.send("drop 40");
+    atem.send("reorder 40");
     atem.send("cut");
     EXPECT_TRUE(lastTickIs(firstPreviewSecondLive)) << capture.ticks().last().toStdString();
     atem.send("drop 0");
+    atem.send("reorder 0");
 
     atem.stop();
     // Noticed within two seconds; from then on no byte is sent.

@@ -109,13 +109,17 @@ StandinCommands::Outcome StandinCommands::execute(const QString& line, QString* 
         }
         return Outcome::done;
     }
-    if (verb == QLatin1String("drop")) {
+    if (verb == QLatin1String("drop") || verb == QLatin1String("reorder")) {
         bool isNumber = false;
         const int percent = words.size() == 2 ? words[1].toInt(&isNumber) : -1;
         if (!isNumber || percent < 0 || percent > 100) {
-            return refuse(QStringLiteral("drop takes a percentage from 0 to 100"));
+            return refuse(QStringLiteral("%1 takes a percentage from 0 to 100").arg(verb));
         }
-        m_server.setDropPercent(percent);
+        if (verb == QLatin1String("drop")) {
+            m_server.setDropPercent(percent);
+        } else {
+            m_server.setReorderPercent(percent);
+        }
         return Outcome::done;
     }
     return refuse(QStringLiteral("unknown command '%1'").arg(verb));

@@ -14,6 +14,7 @@
 //   rename N NAME            give input N a new long name (none: empty)
 //   keyer on N | keyer off   the upstream keyer with input N on air, or off
 //   drop PERCENT             lose that share of the datagrams sent
+//   reorder PERCENT          send that share after the datagram that follows
 //   quit
 // Every change goes to every connected client at once.
 class StandinCommands : public QObject {

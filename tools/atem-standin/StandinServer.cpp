@@ -1,7 +1,5 @@
 #include "StandinServer.h"
 
-#include <QNetworkDatagram>
-
 namespace {
 
 // Commands are packed into packets of about this many bytes, as switchers
@@ -54,6 +52,11 @@ bool StandinServer::listen(quint16 port, QString* problem)
 void StandinServer::setDropPercent(int percent)
 {
     m_dropPercent = std::clamp(percent, 0, 100);
+}
+
+void StandinServer::setReorderPercent(int percent)
+{
+    m_reorderPercent = std::clamp(percent, 0, 100);
 }
 
 int StandinServer::clientCount() const
@@ -202,12 +205,24 @@ void StandinServer::write(Client& client, const AtemPacket& packet)
     if (m_dropPercent > 0 && int(m_random.bounded(100)) < m_dropPercent) {
         return; // lost on the way
     }
-    m_socket.writeDatagram(packet.encode(), client.address, client.port);
+    QNetworkDatagram datagram(packet.encode(), client.address, client.port);
+    if (!m_heldBack && m_reorderPercent > 0 && int(m_random.bounded(100)) < m_reorderPercent) {
+        m_heldBack = datagram;
+        return;
+    }
+    m_socket.writeDatagram(datagram);
+    if (m_heldBack) {
+        m_socket.writeDatagram(*std::exchange(m_heldBack, std::nullopt));
+    }
 }
 
 void StandinServer::tick()
 {
     const qint64 time = now();
+    // Nothing came after the held-back datagram: it goes now, late.
+    if (m_heldBack) {
+        m_socket.writeDatagram(*std::exchange(m_heldBack, std::nullopt));
+    }
     m_clients.removeIf([&](const Client& client) { return time - client.lastHeard > m_timing.forgetAfterMs; });
     for (Client& client : m_clients) {
         if (!client.live) {

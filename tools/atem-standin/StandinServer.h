@@ -7,12 +7,14 @@
 #include <QHostAddress>
 #include <QList>
 #include <QMap>
+#include <QNetworkDatagram>
 #include <QObject>
 #include <QRandomGenerator>
 #include <QTimer>
 #include <QUdpSocket>
 
 #include <functional>
+#include <optional>
 
 // The switcher's side of the ATEM UDP control protocol, for the stand-in:
 // it answers hellos, assigns each client a session, sends the client the
@@ -23,7 +25,8 @@
 // reliably and forgets clients that have gone quiet.
 //
 // setDropPercent makes it lose that share of the datagrams it sends, at
-// random, to show how clients cope with a lossy network.
+// random, and setReorderPercent hold that share back until after the next
+// one, to show how clients cope with a poor network.
 class StandinServer : public QObject {
     Q_OBJECT
 
@@ -47,6 +50,7 @@ public:
     // few.
     void broadcast(const QList<AtemCommand>& commands);
     void setDropPercent(int percent);
+    void setReorderPercent(int percent);
     int clientCount() const;
 
 private:
@@ -85,5 +89,8 @@ private:
     QList<Client> m_clients;
     quint16 m_nextSession = 0x8001;
     int m_dropPercent = 0;
+    int m_reorderPercent = 0;
+    // A datagram held back, to go after the next one, and where to.
+    std::optional<QNetworkDatagram> m_heldBack;
     QRandomGenerator m_random { 9910 };
 };

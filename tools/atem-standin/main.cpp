@@ -20,7 +20,7 @@ const char usage[] = "usage: atem-standin [--port N] [--inputs \"Camera 1,Camera
                      "Serves an ATEM switcher on UDP port N (9910 by default; 0: any free port) and\n"
                      "reads commands on standard input, one a line:\n"
                      "  program N | preview N | cut | auto [MILLISECONDS] | rename N NAME\n"
-                     "  keyer on N | keyer off | drop PERCENT | quit\n";
+                     "  keyer on N | keyer off | drop PERCENT | reorder PERCENT | quit\n";
 
 void printLine(FILE* stream, const QString& text)
 {
