@@ -51,9 +51,11 @@ QByteArray textField(const QString& text, qsizetype size)
     return bytes;
 }
 
+// Newer switchers may pad a command or add to its end; the fields read are
+// where they always were, so only a body too short for them is refused.
 bool isCommand(const AtemCommand& command, const QByteArray& name, qsizetype size)
 {
-    return command.name == name && command.body.size() == size;
+    return command.name == name && command.body.size() >= size;
 }
 
 std::optional<AtemCommands::BusInput> readBus(const AtemCommand& command, const QByteArray& name, qsizetype size)

@@ -15,8 +15,10 @@
 // change as it happens.
 //
 // Only the commands a tally needs are read; the others are skipped by their
-// length. A command whose length does not match its layout is not read at
-// all, so a truncated or malformed one never becomes half a state.
+// length. A command too short for its layout is not read at all, so a
+// truncated one never becomes half a state; one longer than its layout
+// (padded, or grown in a newer protocol version) is read for the fields
+// the layout names.
 struct AtemCommand {
     QByteArray name; // four ASCII letters
     QByteArray body;
@@ -93,8 +95,8 @@ inline const QByteArray transitionPositionName = QByteArrayLiteral("TrPs");
 // The end of the state a switcher sends when a client connects.
 inline const QByteArray initCompleteName = QByteArrayLiteral("InCm");
 
-// Each reader answers nothing for another command or a body of the wrong
-// length; each writer makes the command a switcher would send.
+// Each reader answers nothing for another command or a body too short; each writer makes the command a switcher would
+// send.
 std::optional<Version> readVersion(const AtemCommand& command);
 std::optional<InputProperties> readInputProperties(const AtemCommand& command);
 std::optional<BusInput> readProgramInput(const AtemCommand& command);

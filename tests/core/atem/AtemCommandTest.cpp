@@ -75,7 +75,17 @@ TEST(AtemCommandTest, TallyBySourceReadsEachSourcesBits)
     EXPECT_EQ(readTallyBySource(tallyBySource(*tally)), tally);
 }
 
-TEST(AtemCommandTest, ACommandOfTheWrongLengthIsNotRead)
+TEST(AtemCommandTest, ALongerCommandIsReadForItsFields)
+{
+    AtemCommand padded = inputProperties({ 5, QStringLiteral("Wide"), QStringLiteral("WIDE") });
+    padded.body.append(QByteArray(8, '\0'));
+    const std::optional<InputProperties> read = readInputProperties(padded);
+    ASSERT_TRUE(read);
+    EXPECT_EQ(read->input, 5);
+    EXPECT_EQ(read->longName, QStringLiteral("Wide"));
+}
+
+TEST(AtemCommandTest, ACommandTooShortIsNotRead)
 {
     EXPECT_FALSE(readTallyBySource({ tallyBySourceName, QByteArray::fromHex("0005000100") }));
     EXPECT_FALSE(readTallyBySource({ tallyBySourceName, QByteArray::fromHex("00") }));
