@@ -1,17 +1,27 @@
 // The built mixdesk-tally following the ATEM stand-in, with a capture tally
 // box: cuts through packet loss reach the box, the lights freeze (nothing
 // is sent) while the switcher is gone, and follow its picture again once it
-// is back.
+// is back; one connection drives the box, the web page and TSL at once.
 
 #include "CaptureFile.h"
 #include "support/AtemStandinProcess.h"
+#include "tsl/TslUmd31.h"
 
 #include <QFile>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QNetworkDatagram>
 #include <QProcess>
+#include <QTcpServer>
+#include <QTcpSocket>
 #include <QTemporaryDir>
 #include <QThread>
+#include <QUdpSocket>
 
 #include <gtest/gtest.h>
+
+#include <map>
 
 namespace {
 
@@ -41,7 +51,7 @@ protected:
         }
     }
 
-    void launch()
+    void launch(const QStringList& outputs = {})
     {
         QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
         environment.insert(QStringLiteral("HOME"), home.path());
@@ -51,7 +61,7 @@ protected:
         environment.insert(QStringLiteral("MIXDESK_TALLY_HID_CAPTURE"), capture.path);
         window.setProcessEnvironment(environment);
         window.start(QStringLiteral(TALLY_BINARY_DIR "/bin/mixdesk-tally"),
-            { QStringLiteral("--source"), atem.address(), mapPath });
+            QStringList { QStringLiteral("--source"), atem.address() } + outputs + QStringList { mapPath });
         ASSERT_TRUE(window.waitForStarted(10000));
     }
 
@@ -97,4 +107,57 @@ TEST_F(AtemWindowProcessTest, TheWindowDrivesTheBoxThroughLossFreezesWhileTheSwi
     EXPECT_TRUE(lastTickIs(firstLiveSecondPreview)) << capture.ticks().last().toStdString();
     EXPECT_GT(capture.lines().size(), frozen);
     EXPECT_EQ(window.state(), QProcess::Running);
+}
+
+TEST_F(AtemWindowProcessTest, OneConnectionDrivesTheBoxTheWebPageAndTslThreeOneAtOnce)
+{
+    QUdpSocket tsl;
+    ASSERT_TRUE(tsl.bind(QHostAddress::LocalHost, 0));
+    quint16 webPort = 0;
+    {
+        QTcpServer probe;
+        ASSERT_TRUE(probe.listen(QHostAddress::LocalHost, 0));
+        webPort = probe.serverPort();
+    }
+    launch({ QStringLiteral("--web"), QStringLiteral("127.0.0.1:%1").arg(webPort), QStringLiteral("--tsl"),
+        QStringLiteral("udp://127.0.0.1:%1").arg(tsl.localPort()) });
+    EXPECT_TRUE(lastTickIs(firstLiveSecondPreview));
+    atem.send("cut");
+
+    EXPECT_TRUE(lastTickIs(firstPreviewSecondLive)) << capture.ticks().last().toStdString();
+    // TSL 3.1: tally 1 is program, tally 2 preview.
+    std::map<int, TslUmd31::Message> displays;
+    EXPECT_TRUE(eventually([&] {
+        while (tsl.hasPendingDatagrams()) {
+            if (const auto messages = TslUmd31::decodeDatagram(tsl.receiveDatagram().data())) {
+                for (const TslUmd31::Message& message : *messages) {
+                    displays[message.address] = message;
+                }
+            }
+        }
+        return displays.count(1) && displays.count(2) && !displays[1].tallies[0] && displays[1].tallies[1]
+            && displays[2].tallies[0] && !displays[2].tallies[1];
+    }));
+    // The web page's state: the same lights.
+    QJsonArray lights;
+    EXPECT_TRUE(eventually([&] {
+        QTcpSocket http;
+        http.connectToHost(QHostAddress::LocalHost, webPort);
+        if (!http.waitForConnected(1000)) {
+            return false;
+        }
+        http.write(QByteArrayLiteral("GET /api/lights HTTP/1.1\r\nHost: 127.0.0.1:") + QByteArray::number(webPort)
+            + "\r\nConnection: close\r\n\r\n");
+        QByteArray answer;
+        while (http.waitForReadyRead(1000)) {
+            answer += http.readAll();
+        }
+        lights = QJsonDocument::fromJson(answer.mid(answer.indexOf("\r\n\r\n") + 4))
+                     .object()
+                     .value(QStringLiteral("lights"))
+                     .toArray();
+        return lights.size() >= 2
+            && lights[0].toObject().value(QStringLiteral("mode")).toString() == QStringLiteral("preview")
+            && lights[1].toObject().value(QStringLiteral("mode")).toString() == QStringLiteral("live");
+    })) << QJsonDocument(lights).toJson().toStdString();
 }
