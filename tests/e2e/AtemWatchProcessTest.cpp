@@ -4,15 +4,12 @@
 // box, the web page and TSL at once.
 
 #include "WatchProcessFixture.h"
+#include "WebLightModes.h"
 #include "support/AtemStandinProcess.h"
 #include "tsl/TslUmd50.h"
 
-#include <QJsonArray>
-#include <QJsonDocument>
-#include <QJsonObject>
 #include <QNetworkDatagram>
 #include <QTcpServer>
-#include <QTcpSocket>
 #include <QUdpSocket>
 
 #include <gtest/gtest.h>
@@ -151,23 +148,9 @@ TEST_F(AtemWatchProcessTest, OneConnectionDrivesTheBoxTheWebPageAndTslAtOnce)
             && displays[2].leftTally == TslUmd50::Colour::red;
     }));
     // The web page's state: the same lights.
-    QJsonArray lights;
+    QStringList modes;
     EXPECT_TRUE(eventually([&] {
-        QTcpSocket http;
-        http.connectToHost(QHostAddress::LocalHost, webPort);
-        if (!http.waitForConnected(1000)) {
-            return false;
-        }
-        http.write(QByteArrayLiteral("GET /api/lights HTTP/1.1\r\nHost: 127.0.0.1:") + QByteArray::number(webPort)
-            + "\r\nConnection: close\r\n\r\n");
-        QByteArray answer;
-        while (http.waitForReadyRead(1000)) {
-            answer += http.readAll();
-        }
-        const QJsonObject state = QJsonDocument::fromJson(answer.mid(answer.indexOf("\r\n\r\n") + 4)).object();
-        lights = state.value(QStringLiteral("lights")).toArray();
-        return lights.size() >= 2
-            && lights[0].toObject().value(QStringLiteral("mode")).toString() == QStringLiteral("preview")
-            && lights[1].toObject().value(QStringLiteral("mode")).toString() == QStringLiteral("live");
-    })) << QJsonDocument(lights).toJson().toStdString();
+        modes = webLightModes(webPort);
+        return modes.size() >= 2 && modes[0] == QStringLiteral("preview") && modes[1] == QStringLiteral("live");
+    })) << modes.join(QLatin1Char(' ')).toStdString();
 }

@@ -4,17 +4,14 @@
 // is back; one connection drives the box, the web page and TSL at once.
 
 #include "CaptureFile.h"
+#include "WebLightModes.h"
 #include "support/AtemStandinProcess.h"
 #include "tsl/TslUmd31.h"
 
 #include <QFile>
-#include <QJsonArray>
-#include <QJsonDocument>
-#include <QJsonObject>
 #include <QNetworkDatagram>
 #include <QProcess>
 #include <QTcpServer>
-#include <QTcpSocket>
 #include <QTemporaryDir>
 #include <QThread>
 #include <QUdpSocket>
@@ -139,25 +136,9 @@ TEST_F(AtemWindowProcessTest, OneConnectionDrivesTheBoxTheWebPageAndTslThreeOneA
             && displays[2].tallies[0] && !displays[2].tallies[1];
     }));
     // The web page's state: the same lights.
-    QJsonArray lights;
+    QStringList modes;
     EXPECT_TRUE(eventually([&] {
-        QTcpSocket http;
-        http.connectToHost(QHostAddress::LocalHost, webPort);
-        if (!http.waitForConnected(1000)) {
-            return false;
-        }
-        http.write(QByteArrayLiteral("GET /api/lights HTTP/1.1\r\nHost: 127.0.0.1:") + QByteArray::number(webPort)
-            + "\r\nConnection: close\r\n\r\n");
-        QByteArray answer;
-        while (http.waitForReadyRead(1000)) {
-            answer += http.readAll();
-        }
-        lights = QJsonDocument::fromJson(answer.mid(answer.indexOf("\r\n\r\n") + 4))
-                     .object()
-                     .value(QStringLiteral("lights"))
-                     .toArray();
-        return lights.size() >= 2
-            && lights[0].toObject().value(QStringLiteral("mode")).toString() == QStringLiteral("preview")
-            && lights[1].toObject().value(QStringLiteral("mode")).toString() == QStringLiteral("live");
-    })) << QJsonDocument(lights).toJson().toStdString();
+        modes = webLightModes(webPort);
+        return modes.size() >= 2 && modes[0] == QStringLiteral("preview") && modes[1] == QStringLiteral("live");
+    })) << modes.join(QLatin1Char(' ')).toStdString();
 }
