@@ -83,6 +83,37 @@ TEST_F(AtemWatchProcessTest, WatchFollowsTheStandinThroughACutAndARename)
     })) << printed.toStdString();
 }
 
+TEST_F(AtemWatchProcessTest, WithoutTallyBySourceTheChosenMixEffectsBusesLightTheLights)
+{
+    atem.stop();
+    atem.setOptions({ QStringLiteral("--no-tally-by-source") });
+    ASSERT_TRUE(atem.start());
+    start({ mapPath });
+    EXPECT_TRUE(eventually([&] {
+        return printedAll({ QStringLiteral("Blackmagic ATEM running"), QStringLiteral("Light 1: live"),
+            QStringLiteral("Light 2: preview"), QStringLiteral("Light 3: live") });
+    })) << printed.toStdString();
+    // The keyer keeps Camera 1 on air through the cut, but only the tally by
+    // source would say so: program and preview alone light the lights, and
+    // Camera 1 goes to preview (with the tally by source it would stay live).
+    printed.clear();
+    atem.send("keyer on 1");
+    atem.send("cut");
+    EXPECT_TRUE(eventually([&] {
+        return printedAll({ QStringLiteral("Light 1: preview"), QStringLiteral("Light 2: live") });
+    })) << printed.toStdString();
+    watch.kill();
+    watch.waitForFinished();
+
+    // Mix effect 2, which the stand-in does not have: nothing is lit.
+    printed.clear();
+    start({ QStringLiteral("--atem-me"), QStringLiteral("2"), mapPath });
+    EXPECT_TRUE(eventually([&] {
+        return printedAll({ QStringLiteral("Blackmagic ATEM running"), QStringLiteral("Light 1: off"),
+            QStringLiteral("Light 2: off"), QStringLiteral("Light 3: off") });
+    })) << printed.toStdString();
+}
+
 TEST_F(AtemWatchProcessTest, LightsFollowThroughLossFreezeWhileTheSwitcherIsGoneAndResyncAfter)
 {
     start({ mapPath });

@@ -18,6 +18,9 @@ public:
     {
     }
 
+    // Extra options for the next start, such as --no-tally-by-source.
+    void setOptions(const QStringList& options) { m_options = options; }
+
     ~AtemStandinProcess() { stop(); }
 
     // Starts it on port (0: one the system chooses) and waits until it
@@ -26,7 +29,8 @@ public:
     {
         m_process.setProgram(QStringLiteral(TALLY_BINARY_DIR "/bin/atem-standin"));
         m_process.setArguments(
-            { QStringLiteral("--port"), QString::number(port), QStringLiteral("--inputs"), m_inputs });
+            QStringList { QStringLiteral("--port"), QString::number(port), QStringLiteral("--inputs"), m_inputs }
+            + m_options);
         m_process.setProcessChannelMode(QProcess::SeparateChannels);
         m_process.start();
         if (!m_process.waitForStarted(10000)) {
@@ -71,6 +75,7 @@ public:
 
 private:
     QString m_inputs;
+    QStringList m_options;
     QProcess m_process;
     quint16 m_port = 0;
 };

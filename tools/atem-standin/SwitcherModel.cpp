@@ -12,7 +12,8 @@ QString shortNameFor(quint16 number)
 
 } // namespace
 
-SwitcherModel::SwitcherModel(const QStringList& names)
+SwitcherModel::SwitcherModel(const QStringList& names, bool tallyBySource)
+    : m_sendsTallyBySource(tallyBySource)
 {
     quint16 number = 1;
     for (const QString& name : names) {
@@ -118,7 +119,9 @@ QList<AtemCommand> SwitcherModel::stateCommands() const
     commands.append(
         transitionPosition({ 0, m_inTransition, quint8(m_inTransition ? 10 : 0), quint16(m_inTransition ? 5000 : 0) }));
     commands.append(keyerOnAir({ 0, 0, m_keyerFill.has_value() }));
-    commands.append(tallyBySource(tally()));
+    if (m_sendsTallyBySource) {
+        commands.append(tallyBySource(tally()));
+    }
     return commands;
 }
 

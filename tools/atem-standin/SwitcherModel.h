@@ -22,7 +22,9 @@ public:
         QString shortName;
     };
 
-    explicit SwitcherModel(const QStringList& names);
+    // tallyBySource: whether it states its tally by source, as current
+    // switchers do; without it clients read the buses, as with older ones.
+    explicit SwitcherModel(const QStringList& names, bool tallyBySource = true);
 
     const QList<Input>& inputs() const { return m_inputs; }
     quint16 program() const { return m_program; }
@@ -56,4 +58,5 @@ private:
     quint16 m_preview = 0;
     bool m_inTransition = false;
     std::optional<quint16> m_keyerFill;
+    bool m_sendsTallyBySource = true;
 };

@@ -16,9 +16,10 @@
 
 namespace {
 
-const char usage[] = "usage: atem-standin [--port N] [--inputs \"Camera 1,Camera 2,Wide\"]\n"
+const char usage[] = "usage: atem-standin [--port N] [--inputs \"Camera 1,Camera 2,Wide\"] [--no-tally-by-source]\n"
                      "Serves an ATEM switcher on UDP port N (9910 by default; 0: any free port) and\n"
-                     "reads commands on standard input, one a line:\n"
+                     "reads commands on standard input, one a line (--no-tally-by-source: like older\n"
+                     "switchers, it states no tally by source, only the buses):\n"
                      "  program N | preview N | cut | auto [MILLISECONDS] | rename N NAME\n"
                      "  keyer on N | keyer off | drop PERCENT | reorder PERCENT | quit\n";
 
@@ -37,11 +38,16 @@ int main(int argc, char* argv[])
     quint16 port = 9910;
     QStringList names { QStringLiteral("Camera 1"), QStringLiteral("Camera 2"), QStringLiteral("Camera 3"),
         QStringLiteral("Camera 4") };
+    bool tallyBySource = true;
     while (!arguments.isEmpty()) {
         const QString option = arguments.takeFirst();
         if (option == QLatin1String("--help") || option == QLatin1String("-h")) {
             std::fputs(usage, stdout);
             return 0;
+        }
+        if (option == QLatin1String("--no-tally-by-source")) {
+            tallyBySource = false;
+            continue;
         }
         if (arguments.isEmpty()) {
             std::fputs(usage, stderr);
@@ -68,7 +74,7 @@ int main(int argc, char* argv[])
         }
     }
 
-    SwitcherModel model(names);
+    SwitcherModel model(names, tallyBySource);
     StandinServer server([&model] { return model.connectionCommands(); }, StandinServer::Timing {});
     QString problem;
     if (!server.listen(port, &problem)) {
