@@ -19,6 +19,9 @@ packages=(
   nodejs
   # The include layering check (tests/layering) is a python3 script.
   python3
+  # An ATEM client written by others, which the ATEM stand-in is checked
+  # against (tests/tools/atem).
+  python3-pyatem
   lintian appstream groff-base bash-completion
   # QR codes of the web page's addresses; zbarimg reads them back in tests.
   libqrencode-dev zbar-tools

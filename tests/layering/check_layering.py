@@ -112,9 +112,9 @@ COMPONENTS = (
     ),
     Component(
         "tests/tools",
-        "the stand-in's tests",
-        ("tools/mixdesk", "tests", "src/core"),
-        ("tests/tools", "tests/support", "tools/mixdesk", "src/core"),
+        "the stand-ins' tests",
+        ("tools/mixdesk", "tools/atem-standin", "tests", "src/core"),
+        ("tests/tools", "tests/support", "tools/mixdesk", "tools/atem-standin", "src/core"),
     ),
     Component(
         "tests/install",
@@ -130,6 +130,12 @@ COMPONENTS = (
     ),
     Component("fuzz", "the fuzz targets", ("src/core",), ("fuzz", "src/core")),
     Component("tools/mixdesk", "the Mixdesk stand-in", ("tools/mixdesk", "src/core"), ("tools/mixdesk", "src/core")),
+    Component(
+        "tools/atem-standin",
+        "the ATEM stand-in",
+        ("tools/atem-standin", "src/core"),
+        ("tools/atem-standin", "src/core"),
+    ),
 )
 
 # The layers of tallycore, lowest first. A layer includes its own headers and
@@ -140,6 +146,8 @@ COMPONENTS = (
 #   model     the light mode every layer above shares
 #   link      the link to Mixdesk: its shots, the query and its decoder
 #   tsl       the TSL UMD 3.1 and 5.0 codecs
+#   atem      the ATEM switcher protocol: packets, commands, the client's
+#             session and the switcher's picture
 #   hardware  the USB tally box and its light command bytes
 #   lock      the editing lock and its password
 #   lamps     how a lamp lays out its label
@@ -147,10 +155,10 @@ COMPONENTS = (
 #   sources   where the shots come from (Mixdesk through link, a TSL table)
 #   tally     the update cycle, which ties the lights to all of the above
 #
-# link, tsl and hardware talk to the world outside and know nothing of each
+# link, tsl, atem and hardware talk to the world outside and know nothing of each
 # other; lock, lamps and tallymap are the rules the screens and tallyctl work
 # with; sources and tally put those pieces together.
-CORE_LAYERS = ("base", "model", "link", "tsl", "hardware", "lock", "lamps", "tallymap", "sources", "tally")
+CORE_LAYERS = ("base", "model", "link", "tsl", "atem", "hardware", "lock", "lamps", "tallymap", "sources", "tally")
 
 # Offences known today, each with the reason it stands and what removes it.
 # An entry names the including file and the include as written; delete the

@@ -3,6 +3,7 @@
 #include "model/LightCount.h"
 #include "outputs/TslSender.h"
 #include "outputs/WebTallyServer.h"
+#include "sources/AtemShotSource.h"
 #include "sources/MixdeskShotSource.h"
 #include "sources/ObsShotSource.h"
 #include "sources/SenderAllowList.h"
@@ -87,6 +88,16 @@ std::unique_ptr<ShotSource> makeShotSource(const RunOptions& options, QString* p
     if (TslShotSource::isTslAddress(options.source)) {
         return makeTslShotSource(options, problem);
     }
+    if (AtemAddress::looksLikeAddress(options.source)) {
+        const std::optional<AtemAddress> address = AtemAddress::parse(options.source, problem);
+        if (!address) {
+            return nullptr;
+        }
+        AtemShotSource::Settings settings;
+        settings.address = *address;
+        settings.mixEffect = options.atemMixEffect - 1;
+        return std::make_unique<AtemShotSource>(settings);
+    }
     if (ObsAddress::looksLikeAddress(options.source)) {
         const std::optional<ObsAddress> address = ObsAddress::parse(options.source, problem);
         if (!address) {
@@ -103,8 +114,8 @@ std::unique_ptr<ShotSource> makeShotSource(const RunOptions& options, QString* p
         return std::make_unique<ObsShotSource>(settings);
     }
     if (problem) {
-        *problem = QStringLiteral("unknown source '%1' (expected mixdesk, obs://HOST[:PORT], tsl://[ADDRESS:]PORT or "
-                                  "tsl5://[ADDRESS:]PORT)")
+        *problem = QStringLiteral("unknown source '%1' (expected mixdesk, obs://HOST[:PORT], atem://HOST[:PORT], "
+                                  "tsl://[ADDRESS:]PORT or tsl5://[ADDRESS:]PORT)")
                        .arg(options.source);
     }
     return nullptr;

@@ -58,6 +58,7 @@ struct NumberOption {
 
 const NumberOption numberOptions[] = {
     { QStringLiteral("--tsl-offset"), &RunOptions::tslIndexOffset, 0 },
+    { QStringLiteral("--atem-me"), &RunOptions::atemMixEffect, 1 },
 };
 
 // --tsl-allow's value, checked as it is taken so that a bad address is a
@@ -79,7 +80,7 @@ TakenValue takeTslAllowOption(QStringList& arguments, qsizetype index, RunOption
 }
 
 // Takes a repeatable or a number option at arguments[index] into options.
-// They are all TSL output options, so taking one marks TSL as given.
+// Taking a TSL output option marks TSL as given.
 TakenValue takeOtherOption(QStringList& arguments, qsizetype index, RunOptions* options)
 {
     if (TakenValue allow = takeTslAllowOption(arguments, index, options); allow.matched) {
@@ -107,7 +108,9 @@ TakenValue takeOtherOption(QStringList& arguments, qsizetype index, RunOptions* 
                                     .arg(taken.value);
             }
             options->*option.field = number;
-            options->tslGiven = true;
+            if (option.field == &RunOptions::tslIndexOffset) {
+                options->tslGiven = true;
+            }
             return taken;
         }
     }
@@ -235,10 +238,14 @@ QStringList RunOptions::helpLines()
         QStringLiteral("  --source SOURCE       where the shots come from: mixdesk (the default),"),
         QStringLiteral("                        obs://HOST[:PORT] for OBS Studio (port 4455 by default), or TSL"),
         QStringLiteral("                        UMD from a switcher: tsl://[ADDRESS:]PORT (3.1) or"),
-        QStringLiteral("                        tsl5://[ADDRESS:]PORT (5.0) over UDP, tsl+tcp:// or tsl5+tcp://"),
+        QStringLiteral("                        tsl5://[ADDRESS:]PORT (5.0) over UDP, tsl+tcp:// or tsl5+tcp://,"),
+        QStringLiteral("                        or a Blackmagic ATEM switcher: atem://HOST[:PORT] (UDP 9910"),
+        QStringLiteral("                        by default)"),
         QStringLiteral("  --tsl-allow LIST      with a TSL source, take messages only from the addresses or"),
         QStringLiteral("                        networks in LIST, separated by commas (10.0.0.5,10.0.1.0/24);"),
         QStringLiteral("                        repeatable; without it, from every sender"),
+        QStringLiteral("  --atem-me N           the ATEM mix effect whose program and preview light the"),
+        QStringLiteral("                        lights where the switcher sends no tally by source (default 1)"),
         QStringLiteral("  --password-file FILE  the switcher's password, on the file's first line"),
         QStringLiteral("                        (else from MIXDESK_TALLY_OBS_PASSWORD)"),
         QStringLiteral("  --tsl URL             send the lights as TSL UMD 3.1 to udp://HOST:PORT (repeatable)"),

@@ -14,13 +14,16 @@
 // and the tally box only.
 struct RunOptions {
     // "mixdesk" (the default), or a switcher's address such as
-    // "obs://HOST:PORT".
+    // "obs://HOST:PORT" or "atem://HOST".
     QString source = QStringLiteral("mixdesk");
     // Whether the command line named the source (else a saved choice may).
     bool sourceGiven = false;
     // A TSL source takes messages only from these addresses or networks
     // (--tsl-allow, as written; empty: from every sender).
     QStringList tslAllowedSenders;
+    // The ATEM mix effect (from 1) whose program and preview decide the
+    // lights when the switcher sends no tally by source (--atem-me).
+    int atemMixEffect = 1;
     // A file whose first line is the switcher's password.
     QString passwordFile;
     // The window's remembered source: its password is fetched from the

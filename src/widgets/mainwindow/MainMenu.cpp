@@ -2,6 +2,7 @@
 
 #include "base/Text.h"
 #include "base/UserDefaults.h"
+#include "dialogs/AtemSourceDialog.h"
 #include "dialogs/NetworkOutputsDialog.h"
 #include "dialogs/ObsSourceDialog.h"
 #include "dialogs/TslSourceDialog.h"
@@ -10,6 +11,7 @@
 #include "mainwindow/LampRow.h"
 #include "mainwindow/LostSourceMenu.h"
 #include "mainwindow/ViewController.h"
+#include "sources/AtemShotSource.h"
 #include "sources/MixdeskShotSource.h"
 #include "sources/ObsShotSource.h"
 #include "sources/SenderAllowList.h"
@@ -45,7 +47,8 @@ void MainMenu::buildSourceMenu(QMenuBar& menuBar)
     m_mixdeskSource = m_sourceMenu->addAction(tr("Mixdesk"));
     m_obsSource = m_sourceMenu->addAction(tr("OBS Studio…"));
     m_tslSource = m_sourceMenu->addAction(tr("TSL UMD Listener…"));
-    for (QAction* item : { m_mixdeskSource.data(), m_obsSource.data(), m_tslSource.data() }) {
+    m_atemSource = m_sourceMenu->addAction(tr("Blackmagic ATEM…"));
+    for (QAction* item : { m_mixdeskSource.data(), m_obsSource.data(), m_tslSource.data(), m_atemSource.data() }) {
         item->setCheckable(true);
         group->addAction(item);
     }
@@ -53,6 +56,7 @@ void MainMenu::buildSourceMenu(QMenuBar& menuBar)
     connect(m_mixdeskSource, &QAction::triggered, this, &MainMenu::chooseMixdeskSource);
     connect(m_obsSource, &QAction::triggered, this, &MainMenu::askForObsSource);
     connect(m_tslSource, &QAction::triggered, this, &MainMenu::askForTslSource);
+    connect(m_atemSource, &QAction::triggered, this, &MainMenu::askForAtemSource);
 }
 
 void MainMenu::checkCurrentSource()
@@ -63,6 +67,7 @@ void MainMenu::checkCurrentSource()
     m_obsSource->actionGroup()->setExclusionPolicy(QActionGroup::ExclusionPolicy::ExclusiveOptional);
     m_obsSource->setChecked(kind == ShotSource::Kind::obsStudio);
     m_tslSource->setChecked(kind == ShotSource::Kind::tslUmd);
+    m_atemSource->setChecked(kind == ShotSource::Kind::atem);
     m_mixdeskSource->setChecked(kind == ShotSource::Kind::mixdesk);
 }
 
@@ -134,7 +139,7 @@ void MainMenu::askForTslSource()
     QString problem;
     if (!chooseTslSource(dialog.address(), dialog.allowedSenders(), &problem)) {
         checkCurrentSource();
-        QMessageBox::warning(m_controller.window(), tr("TSL UMD Listener"), problem);
+        WindowModalMessage::show(m_controller.window(), QMessageBox::Warning, tr("TSL UMD Listener"), problem);
     }
 }
 
@@ -158,6 +163,39 @@ bool MainMenu::chooseTslSource(const QString& address, const QStringList& allowe
     UserDefaults& defaults = UserDefaults::standardUserDefaults();
     defaults.setObject(Preferences::shotSource, address);
     defaults.setObject(Preferences::tslAllowedSenders, allowed->entries());
+    // No other source keeps a password: the one OBS needed goes with it.
+    m_controller.obsPassword().forget();
+    checkCurrentSource();
+    return true;
+}
+
+void MainMenu::askForAtemSource()
+{
+    AtemSourceDialog dialog(
+        UserDefaults::standardUserDefaults().objectForKey(Preferences::shotSource).toString(), m_controller.window());
+    dialog.setWindowModality(Qt::WindowModal);
+    if (dialog.exec() != QDialog::Accepted) {
+        checkCurrentSource(); // nothing changed
+        return;
+    }
+    QString problem;
+    if (!chooseAtemSource(dialog.address(), &problem)) {
+        checkCurrentSource();
+        WindowModalMessage::show(m_controller.window(), QMessageBox::Warning, tr("Blackmagic ATEM"), problem);
+    }
+}
+
+bool MainMenu::chooseAtemSource(const QString& address, QString* problem)
+{
+    const std::optional<AtemAddress> parsed = AtemAddress::parse(address, problem);
+    if (!parsed) {
+        return false;
+    }
+    AtemShotSource::Settings settings;
+    settings.address = *parsed;
+    m_controller.setShotSource(std::make_unique<AtemShotSource>(settings));
+    UserDefaults::standardUserDefaults().setObject(Preferences::shotSource, parsed->toString());
+    m_controller.obsPassword().forget();
     checkCurrentSource();
     return true;
 }

@@ -21,7 +21,8 @@ class ViewController;
 // Edit (Lock Editing, Require Password to Unlock, Ask Before Discarding
 // Changes, Cancel in Shot Editor, Test Lights, When the Switcher Is Lost),
 // View (Always on Top, Large Lamp Labels, Big Tally, Phone Links), Source
-// (Mixdesk, OBS Studio…, TSL UMD Listener…), Outputs (Network Outputs…) and Help (About). The
+// (Mixdesk, OBS Studio…, TSL UMD Listener…,
+// Blackmagic ATEM…), Outputs (Network Outputs…) and Help (About). The
 // commands go to the main screen controller; Open Recent is rebuilt from the
 // recent documents each time it opens.
 class MainMenu : public QObject {
@@ -56,6 +57,7 @@ public:
     QAction* mixdeskSourceAction() const { return m_mixdeskSource; }
     QAction* obsSourceAction() const { return m_obsSource; }
     QAction* tslSourceAction() const { return m_tslSource; }
+    QAction* atemSourceAction() const { return m_atemSource; }
 
     // Follow Mixdesk, or OBS Studio at address ("obs://HOST:PORT") with
     // password, from now on and at the next start (unless the command line
@@ -67,6 +69,10 @@ public:
     // next start. False, with the reason and the current source left alone,
     // for an unusable address or a port that cannot be had.
     bool chooseTslSource(const QString& address, const QStringList& allowedSenders, QString* problem = nullptr);
+    // Follow the ATEM switcher at address ("atem://HOST:PORT") from now on
+    // and at the next start. False, with the reason, for an unusable
+    // address.
+    bool chooseAtemSource(const QString& address, QString* problem = nullptr);
     LostSourceMenu* lostSourceMenu() const { return m_lostSourceMenu; }
     QMenu* outputsMenu() const { return m_outputsMenu; }
     QAction* networkOutputsAction() const { return m_networkOutputs; }
@@ -93,6 +99,7 @@ private:
     void askForTslSource();
     bool startInPlaceOfCurrentListener(TslShotSource& source, QString* problem);
     void showObsSourceDialog(const QString& password);
+    void askForAtemSource();
     void checkCurrentSource();
     void buildOutputsMenu(QMenuBar& menuBar);
     void askForNetworkOutputs();
@@ -129,6 +136,7 @@ private:
     QPointer<QAction> m_mixdeskSource;
     QPointer<QAction> m_obsSource;
     QPointer<QAction> m_tslSource;
+    QPointer<QAction> m_atemSource;
     QPointer<LostSourceMenu> m_lostSourceMenu;
     QPointer<QMenu> m_outputsMenu;
     QPointer<QAction> m_networkOutputs;

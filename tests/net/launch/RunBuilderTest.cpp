@@ -4,6 +4,7 @@
 
 #include "outputs/TslSender.h"
 #include "outputs/WebTallyServer.h"
+#include "sources/AtemAddress.h"
 #include "sources/ObsAddress.h"
 #include "sources/ObsShotSource.h"
 #include "sources/TslShotSource.h"
@@ -270,4 +271,32 @@ TEST(RunBuilderTest, TslAllowWithAnotherSourceIsAProblem)
     QString problem;
     EXPECT_EQ(makeShotSource(options, &problem), nullptr);
     EXPECT_EQ(problem, QStringLiteral("--tsl-allow applies to a TSL source (tsl://, tsl5://…), not to 'mixdesk'"));
+}
+
+TEST(RunBuilderTest, AnAtemAddressMakesAnAtemSourceOnPort9910UnlessAnotherIsGiven)
+{
+    RunOptions options;
+    options.source = QStringLiteral("atem://127.0.0.1");
+    QString problem;
+    const std::unique_ptr<ShotSource> source = makeShotSource(options, &problem);
+    ASSERT_NE(source, nullptr) << problem.toStdString();
+    EXPECT_EQ(source->kind(), ShotSource::Kind::atem);
+    EXPECT_EQ(source->notRunningWarning(), QStringLiteral("ATEM switcher is not connected"));
+    EXPECT_FALSE(source->isRunning());
+    EXPECT_EQ(AtemAddress::parse(options.source, nullptr)->port, 9910);
+    EXPECT_EQ(AtemAddress::parse(QStringLiteral("atem://studio:9911"), nullptr)->port, 9911);
+    EXPECT_EQ(
+        AtemAddress::parse(QStringLiteral("atem://[::1]:9911"), nullptr)->display(), QStringLiteral("[::1]:9911"));
+}
+
+TEST(RunBuilderTest, ABadAtemAddressIsRefusedWithWhatIsExpected)
+{
+    RunOptions options;
+    options.source = QStringLiteral("atem://studio:99999");
+    QString problem;
+    EXPECT_EQ(makeShotSource(options, &problem), nullptr);
+    EXPECT_TRUE(problem.contains(QStringLiteral("expected atem://HOST or atem://HOST:PORT"))) << problem.toStdString();
+    options.source = QStringLiteral("atem://studio/path");
+    EXPECT_EQ(makeShotSource(options, &problem), nullptr);
+    EXPECT_TRUE(problem.contains(QStringLiteral("only a host and a port"))) << problem.toStdString();
 }

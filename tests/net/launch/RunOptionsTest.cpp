@@ -2,6 +2,7 @@
 
 #include "outputs/TslSender.h"
 #include "outputs/WebTallyServer.h"
+#include "sources/AtemAddress.h"
 #include "sources/ObsAddress.h"
 #include "sources/ObsShotSource.h"
 #include "support/QtPrinters.h"
@@ -207,4 +208,19 @@ TEST(RunOptionsTest, ATslAllowEntryThatIsNotAnAddressIsAUsageProblem)
     ASSERT_TRUE(problem.has_value());
     EXPECT_TRUE(problem->startsWith(QStringLiteral("--tsl-allow: 'switcher' is not an IP address")))
         << problem->toStdString();
+}
+
+TEST(RunOptionsTest, TheAtemMixEffectIsOneUnlessChosenAndIsNoTslOption)
+{
+    RunOptions defaults;
+    EXPECT_EQ(defaults.atemMixEffect, 1);
+    QStringList arguments { QStringLiteral("--atem-me"), QStringLiteral("2"), QStringLiteral("map.tlx") };
+    RunOptions options;
+    EXPECT_EQ(RunOptions::takeFrom(arguments, &options), std::nullopt);
+    EXPECT_EQ(options.atemMixEffect, 2);
+    EXPECT_FALSE(options.tslGiven);
+    EXPECT_EQ(arguments, QStringList { QStringLiteral("map.tlx") });
+    QStringList zero { QStringLiteral("--atem-me=0") };
+    EXPECT_EQ(
+        RunOptions::takeFrom(zero, &options), QStringLiteral("--atem-me needs a whole number of at least 1, not '0'"));
 }

@@ -1,8 +1,9 @@
-// The Source menu: following Mixdesk, OBS Studio or a TSL switcher, chosen
-// in the window and remembered for the next start.
+// The Source menu: following Mixdesk, OBS Studio, a TSL switcher or an ATEM,
+// chosen in the window and remembered for the next start.
 
 #include "base/FallbackSecretStore.h"
 #include "base/SecretFile.h"
+#include "dialogs/AtemSourceDialog.h"
 #include "dialogs/ObsSourceDialog.h"
 #include "dialogs/TslSourceDialog.h"
 #include "mainwindow/StatusLine.h"
@@ -289,4 +290,53 @@ TEST(TslSourceDialogTest, OKWaitsForAllowedSendersThatAreAddresses)
     EXPECT_TRUE(ok->isEnabled());
     dialog.listenAddressField->setText(QStringLiteral("studio"));
     EXPECT_FALSE(ok->isEnabled());
+}
+
+TEST_F(SourceMenuTest, AnAtemSourceIsRecognisedByItsKind)
+{
+    auto source = std::make_unique<FakeShotSource>();
+    source->sourceKind = ShotSource::Kind::atem;
+    makeWindow(std::move(source));
+    EXPECT_TRUE(main.menu->atemSourceAction()->isChecked());
+    EXPECT_FALSE(main.menu->obsSourceAction()->isChecked());
+    EXPECT_FALSE(main.menu->mixdeskSourceAction()->isChecked());
+    EXPECT_EQ(main.menu->atemSourceAction()->text(), QStringLiteral("Blackmagic ATEM…"));
+}
+
+TEST_F(SourceMenuTest, ChoosingAnAtemFollowsItAndRemembersTheChoice)
+{
+    makeWindow();
+    QString problem;
+    ASSERT_TRUE(main.menu->chooseAtemSource(QStringLiteral("atem://127.0.0.1:1"), &problem)) << problem.toStdString();
+    EXPECT_EQ(controller->shotSource().kind(), ShotSource::Kind::atem);
+    EXPECT_EQ(controller->mixdeskWarning()->text(), QStringLiteral("ATEM switcher is not connected"));
+    EXPECT_TRUE(main.menu->atemSourceAction()->isChecked());
+    EXPECT_FALSE(main.menu->mixdeskSourceAction()->isChecked());
+    EXPECT_EQ(UserDefaults::standardUserDefaults().objectForKey(Preferences::shotSource).toString(),
+        QStringLiteral("atem://127.0.0.1:1"));
+    EXPECT_FALSE(main.menu->chooseAtemSource(QStringLiteral("atem://"), &problem));
+    EXPECT_TRUE(problem.contains(QStringLiteral("no host"))) << problem.toStdString();
+    EXPECT_TRUE(main.menu->atemSourceAction()->isChecked()) << "an unusable address changes nothing";
+}
+
+TEST(AtemSourceDialogTest, StartsFromThePreviousAddressAndGivesTheEnteredOne)
+{
+    AtemSourceDialog dialog(QStringLiteral("atem://10.0.0.9:9911"));
+    EXPECT_EQ(dialog.hostField->text(), QStringLiteral("10.0.0.9"));
+    EXPECT_EQ(dialog.portField->value(), 9911);
+    dialog.hostField->setText(QStringLiteral(" studio-atem.local "));
+    dialog.portField->setValue(9910);
+    EXPECT_EQ(dialog.address(), QStringLiteral("atem://studio-atem.local:9910"));
+}
+
+TEST(AtemSourceDialogTest, WithoutAPreviousAddressItOffersPort9910AndWaitsForAHost)
+{
+    AtemSourceDialog dialog(QStringLiteral("obs://127.0.0.1:4455"));
+    EXPECT_TRUE(dialog.hostField->text().isEmpty());
+    EXPECT_EQ(dialog.portField->value(), 9910);
+    const QDialogButtonBox* buttons = dialog.findChild<QDialogButtonBox*>();
+    ASSERT_NE(buttons, nullptr);
+    EXPECT_FALSE(buttons->button(QDialogButtonBox::Ok)->isEnabled());
+    dialog.hostField->setText(QStringLiteral("10.0.0.9"));
+    EXPECT_TRUE(buttons->button(QDialogButtonBox::Ok)->isEnabled());
 }

@@ -1,0 +1,116 @@
+#pragma once
+
+#include "atem/AtemCommand.h"
+#include "atem/AtemPacket.h"
+
+#include <QByteArray>
+#include <QMap>
+#include <QString>
+
+#include <functional>
+#include <optional>
+
+// A client's side of one ATEM switcher's UDP control protocol, without the
+// socket: the owner hands it every datagram that comes from the switcher's
+// address, calls tick() now and then, and sends what it is given to send.
+// Time is the owner's steady clock in milliseconds, so tests drive it
+// without waiting.
+//
+// The connection:
+//   greeting        a hello with a random session id, again on silence
+//   receivingState  the switcher accepted; the handshake is acknowledged and
+//                   the switcher sends its whole picture under the session id
+//                   it assigns, ending with InCm
+//   up              the picture is whole; changes follow as they happen
+//   waiting         the switcher refused, went silent or never answered;
+//                   the next hello follows after a delay that doubles each
+//                   time up to a limit, and starts over from nothing
+//
+// Every reliable packet is acknowledged. Packets are handed on in the order
+// the switcher numbered them: one that arrives early waits until the gap
+// before it is filled, and the session asks the switcher to send the
+// missing ones again. While connected it sends an empty reliable packet now
+// and then, whose acknowledgement shows the switcher is still there even
+// when nothing changes; silence longer than the limit ends the connection.
+class AtemSession {
+public:
+    struct Timing {
+        int helloTimeoutMs = 1000;
+        // Heard nothing for this long: the switcher is gone. With ticks
+        // every 100 ms the loss is noticed within two seconds.
+        int silenceLimitMs = 1500;
+        int keepAliveMs = 500;
+        int resendRequestMs = 100;
+        int firstRetryDelayMs = 250;
+        int longestRetryDelayMs = 4000;
+    };
+
+    enum class Phase {
+        stopped,
+        greeting,
+        receivingState,
+        up,
+        waiting,
+    };
+
+    struct Handlers {
+        // A datagram to send to the switcher.
+        std::function<void(const QByteArray&)> send;
+        // A new connection begins: what the last one said no longer holds.
+        std::function<void()> newConnection;
+        // One packet's commands, in the switcher's order.
+        std::function<void(const QList<AtemCommand>&)> commands;
+        // The whole picture has arrived.
+        std::function<void()> up;
+        // The connection ended (or an attempt failed), in words.
+        std::function<void(const QString& why)> lost;
+    };
+
+    // Packets that arrive this far ahead of the next one expected are
+    // dropped rather than kept: a gap that wide is a broken connection.
+    static constexpr int maxEarlyPackets = 64;
+
+    // sessionSeed: the hello's session ids come from it (tests pin it).
+    AtemSession(Handlers handlers, Timing timing, quint32 sessionSeed);
+
+    void start(qint64 now);
+    void stop();
+    void receive(QByteArrayView datagram, qint64 now);
+    void tick(qint64 now);
+
+    Phase phase() const { return m_phase; }
+    bool isUp() const { return m_phase == Phase::up; }
+    // Datagrams dropped as not a packet of this connection.
+    int rejectedCount() const { return m_rejected; }
+    // Resend requests sent so far.
+    int resendRequestCount() const { return m_resendRequests; }
+
+private:
+    void sendHello(qint64 now);
+    void sendControl(quint8 flags, quint16 ackedId = 0, quint16 resendId = 0);
+    void sendKeepAlive(qint64 now);
+    void takeHelloAnswer(const AtemPacket& packet, qint64 now);
+    void takeReliable(const AtemPacket& packet, qint64 now);
+    void deliver(const AtemPacket& packet);
+    void requestResend(qint64 now);
+    void fail(const QString& why, qint64 now);
+    quint16 nextHelloSession();
+
+    Handlers m_handlers;
+    Timing m_timing;
+    quint32 m_random;
+    Phase m_phase = Phase::stopped;
+    quint16 m_sessionId = 0;
+    bool m_sessionAssigned = false;
+    quint16 m_lastInOrder = 0;
+    QMap<quint16, AtemPacket> m_early;
+    quint16 m_ownPacketId = 0;
+    qint64 m_phaseSince = 0;
+    qint64 m_lastHeard = 0;
+    qint64 m_lastKeepAlive = 0;
+    std::optional<qint64> m_lastResendRequest;
+    qint64 m_retryAt = 0;
+    int m_retryDelayMs;
+    int m_rejected = 0;
+    int m_resendRequests = 0;
+};

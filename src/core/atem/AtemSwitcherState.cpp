@@ -1,0 +1,77 @@
+#include "atem/AtemSwitcherState.h"
+
+bool AtemSwitcherState::apply(const AtemCommand& command)
+{
+    using namespace AtemCommands;
+    if (const std::optional<InputProperties> input = readInputProperties(command)) {
+        const Names names { input->longName, input->shortName };
+        const auto known = m_inputs.constFind(input->input);
+        if (known != m_inputs.cend()) {
+            if (*known == names) {
+                return false;
+            }
+        } else if (m_inputs.size() >= maxInputs) {
+            return false;
+        }
+        m_inputs.insert(input->input, names);
+        return true;
+    }
+    if (const std::optional<BusInput> bus = readProgramInput(command)) {
+        return setBus(*bus, true);
+    }
+    if (const std::optional<BusInput> bus = readPreviewInput(command)) {
+        return setBus(*bus, false);
+    }
+    if (std::optional<TallyBySource> tally = readTallyBySource(command)) {
+        if (m_tally == tally) {
+            return false;
+        }
+        m_tally = std::move(tally);
+        return true;
+    }
+    return false;
+}
+
+void AtemSwitcherState::clear()
+{
+    m_inputs.clear();
+    m_buses.clear();
+    m_tally.reset();
+}
+
+bool AtemSwitcherState::setBus(const AtemCommands::BusInput& bus, bool program)
+{
+    Buses& buses = m_buses[bus.mixEffect];
+    std::optional<quint16>& slot = program ? buses.program : buses.preview;
+    if (slot == bus.input) {
+        return false;
+    }
+    slot = bus.input;
+    // Without the tally by source the buses decide the lights; with it they
+    // do not, and the change is no change of shots.
+    return !m_tally;
+}
+
+ShotList AtemSwitcherState::shots(int mixEffect) const
+{
+    const Buses buses = m_buses.value(static_cast<quint8>(mixEffect));
+    ShotList shots;
+    shots.reserve(m_inputs.size());
+    for (auto input = m_inputs.cbegin(); input != m_inputs.cend(); ++input) {
+        const QString name = !input->longName.isEmpty() ? input->longName
+            : !input->shortName.isEmpty()               ? input->shortName
+                                                        : QString::number(input.key());
+        auto shot = std::make_shared<Shot>(name);
+        shot->shotId = QString::number(input.key());
+        if (m_tally) {
+            const AtemCommands::SourceTally tally = m_tally->value(input.key());
+            shot->isLive = tally.program;
+            shot->isPreview = tally.preview;
+        } else {
+            shot->isLive = buses.program == input.key();
+            shot->isPreview = buses.preview == input.key();
+        }
+        shots.append(shot);
+    }
+    return shots;
+}

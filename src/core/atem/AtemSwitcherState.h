@@ -1,0 +1,55 @@
+#pragma once
+
+#include "atem/AtemCommand.h"
+#include "model/Shot.h"
+
+#include <QMap>
+
+#include <optional>
+
+// What a tally needs of an ATEM switcher's picture, kept from its commands:
+// every input's names, each mix effect's program and preview input, and the
+// switcher's own tally by source.
+//
+// Every input is a shot: its id is the input number, its name the input's
+// long name (the short name while the long one is empty, the number while
+// both are). Live and preview come from the tally by source whenever the
+// switcher has sent it, since it already counts keyers, transitions and
+// SuperSource as the switcher's tally outputs do; a switcher that never
+// sends it is read from the program and preview inputs of one mix effect.
+class AtemSwitcherState {
+public:
+    // More inputs than any switcher has; numbers past this many distinct
+    // ones are ignored so a hostile sender cannot grow the table.
+    static constexpr qsizetype maxInputs = 512;
+
+    // Takes one command; whether the shots changed. Commands it does not
+    // read change nothing.
+    bool apply(const AtemCommand& command);
+    // Forgets everything, for a new connection's whole picture.
+    void clear();
+
+    // The shots in input order, as new records. mixEffect (from 0) is the
+    // one read when there is no tally by source.
+    ShotList shots(int mixEffect) const;
+
+    bool hasTallyBySource() const { return m_tally.has_value(); }
+
+private:
+    struct Names {
+        QString longName;
+        QString shortName;
+
+        friend bool operator==(const Names&, const Names&) = default;
+    };
+    struct Buses {
+        std::optional<quint16> program;
+        std::optional<quint16> preview;
+    };
+
+    bool setBus(const AtemCommands::BusInput& bus, bool program);
+
+    QMap<quint16, Names> m_inputs;
+    QMap<quint8, Buses> m_buses;
+    std::optional<AtemCommands::TallyBySource> m_tally;
+};

@@ -1,0 +1,48 @@
+#include "dialogs/AtemSourceDialog.h"
+
+#include "sources/AtemAddress.h"
+
+#include <QDialogButtonBox>
+#include <QFormLayout>
+#include <QLineEdit>
+#include <QPushButton>
+#include <QSpinBox>
+
+AtemSourceDialog::AtemSourceDialog(const QString& address, QWidget* parent)
+    : QDialog(parent)
+{
+    setWindowTitle(tr("Blackmagic ATEM"));
+    auto* form = new QFormLayout(this);
+    hostField = new QLineEdit(this);
+    hostField->setObjectName(QStringLiteral("atemHost"));
+    // Switchers ship with this address; most studios change it.
+    hostField->setPlaceholderText(QStringLiteral("192.168.10.240"));
+    portField = new QSpinBox(this);
+    portField->setObjectName(QStringLiteral("atemPort"));
+    portField->setRange(1, 65535);
+    portField->setValue(AtemAddress::defaultPort);
+    if (const std::optional<AtemAddress> known = AtemAddress::parse(address, nullptr)) {
+        hostField->setText(known->host);
+        portField->setValue(known->port);
+    }
+    form->addRow(tr("Switcher address:"), hostField);
+    form->addRow(tr("UDP port:"), portField);
+    auto* buttons = new QDialogButtonBox(QDialogButtonBox::Ok | QDialogButtonBox::Cancel, this);
+    form->addRow(buttons);
+    connect(buttons, &QDialogButtonBox::accepted, this, &QDialog::accept);
+    connect(buttons, &QDialogButtonBox::rejected, this, &QDialog::reject);
+    // No host, no connection: OK waits for one.
+    const auto checkHost = [this, buttons] {
+        buttons->button(QDialogButtonBox::Ok)->setEnabled(!hostField->text().trimmed().isEmpty());
+    };
+    connect(hostField, &QLineEdit::textChanged, this, checkHost);
+    checkHost();
+}
+
+QString AtemSourceDialog::address() const
+{
+    AtemAddress chosen;
+    chosen.host = hostField->text().trimmed();
+    chosen.port = static_cast<quint16>(portField->value());
+    return chosen.toString();
+}

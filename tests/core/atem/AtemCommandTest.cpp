@@ -1,0 +1,116 @@
+#include "atem/AtemCommand.h"
+
+#include <gtest/gtest.h>
+
+using namespace AtemCommands;
+
+TEST(AtemCommandTest, APayloadSplitsIntoItsCommands)
+{
+    // PrgI: mix effect 0, input 3; then InCm.
+    const QByteArray payload = QByteArray::fromHex("000c0000"
+                                                   "50726749"
+                                                   "00000003"
+                                                   "000c0000"
+                                                   "496e436d"
+                                                   "00000000");
+    const std::optional<QList<AtemCommand>> commands = AtemCommand::split(payload);
+    ASSERT_TRUE(commands);
+    ASSERT_EQ(commands->size(), 2);
+    EXPECT_EQ(commands->at(0).name, QByteArray("PrgI"));
+    const std::optional<BusInput> program = readProgramInput(commands->at(0));
+    ASSERT_TRUE(program);
+    EXPECT_EQ(program->mixEffect, 0);
+    EXPECT_EQ(program->input, 3);
+    EXPECT_EQ(commands->at(1).name, initCompleteName);
+    EXPECT_EQ(AtemCommand::join(*commands), payload);
+}
+
+TEST(AtemCommandTest, ALengthShortOfTheHeaderOrPastTheEndSpoilsThePayload)
+{
+    const QByteArray good = QByteArray::fromHex("000c000050726749"
+                                                "00000003");
+    EXPECT_TRUE(AtemCommand::split(good));
+    EXPECT_FALSE(AtemCommand::split(good.left(10)));
+    EXPECT_FALSE(AtemCommand::split(QByteArray::fromHex("0004000050726749")));
+    EXPECT_FALSE(AtemCommand::split(QByteArray::fromHex("000000005072674900000003")));
+    EXPECT_FALSE(AtemCommand::split(good + QByteArray::fromHex("00ff")));
+    EXPECT_TRUE(AtemCommand::split(QByteArray()));
+}
+
+TEST(AtemCommandTest, InputPropertiesCarryBothNames)
+{
+    const AtemCommand command = inputProperties({ 2, QStringLiteral("Camera 2"), QStringLiteral("CAM2") });
+    EXPECT_EQ(command.body.size(), 36);
+    const std::optional<InputProperties> read = readInputProperties(command);
+    ASSERT_TRUE(read);
+    EXPECT_EQ(read->input, 2);
+    EXPECT_EQ(read->longName, QStringLiteral("Camera 2"));
+    EXPECT_EQ(read->shortName, QStringLiteral("CAM2"));
+}
+
+TEST(AtemCommandTest, ALongNameIsCutAtAWholeCharacter)
+{
+    // Twenty bytes hold nine two-byte letters and not half of a tenth.
+    const QString name = QString(12, QChar(0x00e9));
+    const std::optional<InputProperties> read = readInputProperties(inputProperties({ 1, name, QString() }));
+    ASSERT_TRUE(read);
+    EXPECT_EQ(read->longName, QString(10, QChar(0x00e9)));
+}
+
+TEST(AtemCommandTest, TallyBySourceReadsEachSourcesBits)
+{
+    // Three sources: 1 off, 2 program, 1000 program and preview, padded.
+    const AtemCommand command { tallyBySourceName,
+        QByteArray::fromHex("0003"
+                            "000100"
+                            "000201"
+                            "03e803"
+                            "00") };
+    const std::optional<TallyBySource> tally = readTallyBySource(command);
+    ASSERT_TRUE(tally);
+    ASSERT_EQ(tally->size(), 3);
+    EXPECT_EQ(tally->value(1), (SourceTally { false, false }));
+    EXPECT_EQ(tally->value(2), (SourceTally { true, false }));
+    EXPECT_EQ(tally->value(1000), (SourceTally { true, true }));
+    EXPECT_EQ(readTallyBySource(tallyBySource(*tally)), tally);
+}
+
+TEST(AtemCommandTest, ALongerCommandIsReadForItsFields)
+{
+    AtemCommand padded = inputProperties({ 5, QStringLiteral("Wide"), QStringLiteral("WIDE") });
+    padded.body.append(QByteArray(8, '\0'));
+    const std::optional<InputProperties> read = readInputProperties(padded);
+    ASSERT_TRUE(read);
+    EXPECT_EQ(read->input, 5);
+    EXPECT_EQ(read->longName, QStringLiteral("Wide"));
+}
+
+TEST(AtemCommandTest, ACommandTooShortIsNotRead)
+{
+    EXPECT_FALSE(readTallyBySource({ tallyBySourceName, QByteArray::fromHex("0005000100") }));
+    EXPECT_FALSE(readTallyBySource({ tallyBySourceName, QByteArray::fromHex("00") }));
+    EXPECT_FALSE(readProgramInput({ programInputName, QByteArray::fromHex("000000") }));
+    EXPECT_FALSE(readPreviewInput({ previewInputName, QByteArray::fromHex("00000003") }));
+    EXPECT_FALSE(readInputProperties({ inputPropertiesName, QByteArray(35, 'a') }));
+    EXPECT_FALSE(readProgramInput(previewInput({ 0, 1 }))) << "another command";
+}
+
+TEST(AtemCommandTest, WritersAndReadersAgree)
+{
+    const std::optional<BusInput> preview = readPreviewInput(previewInput({ 1, 4 }, true));
+    ASSERT_TRUE(preview);
+    EXPECT_EQ(preview->mixEffect, 1);
+    EXPECT_EQ(preview->input, 4);
+    const std::optional<KeyerOnAir> keyer = readKeyerOnAir(keyerOnAir({ 0, 1, true }));
+    ASSERT_TRUE(keyer);
+    EXPECT_TRUE(keyer->onAir);
+    EXPECT_EQ(keyer->keyer, 1);
+    const std::optional<TransitionPosition> transition
+        = readTransitionPosition(transitionPosition({ 0, true, 12, 5000 }));
+    ASSERT_TRUE(transition);
+    EXPECT_TRUE(transition->inTransition);
+    EXPECT_EQ(transition->position, 5000);
+    const std::optional<Version> version = readVersion(AtemCommands::version({ 2, 30 }));
+    ASSERT_TRUE(version);
+    EXPECT_EQ(version->minor, 30);
+}

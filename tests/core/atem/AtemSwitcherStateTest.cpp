@@ -1,0 +1,106 @@
+#include "atem/AtemSwitcherState.h"
+
+#include <gtest/gtest.h>
+
+using namespace AtemCommands;
+
+namespace {
+
+struct Seen {
+    QString id;
+    QString name;
+    bool live;
+    bool preview;
+
+    friend bool operator==(const Seen&, const Seen&) = default;
+    friend std::ostream& operator<<(std::ostream& out, const Seen& seen)
+    {
+        return out << seen.id.toStdString() << " " << seen.name.toStdString() << (seen.live ? " live" : "")
+                   << (seen.preview ? " preview" : "");
+    }
+};
+
+std::vector<Seen> seen(const AtemSwitcherState& state, int mixEffect = 0)
+{
+    std::vector<Seen> result;
+    for (const ShotPtr& shot : state.shots(mixEffect)) {
+        result.push_back({ shot->shotId, shot->name, shot->isLive, shot->isPreview });
+    }
+    return result;
+}
+
+AtemSwitcherState threeInputs()
+{
+    AtemSwitcherState state;
+    state.apply(inputProperties({ 1, QStringLiteral("Camera 1"), QStringLiteral("CAM1") }));
+    state.apply(inputProperties({ 2, QStringLiteral("Camera 2"), QStringLiteral("CAM2") }));
+    state.apply(inputProperties({ 3, QString(), QStringLiteral("WIDE") }));
+    return state;
+}
+
+} // namespace
+
+TEST(AtemSwitcherStateTest, EveryInputIsAShotNamedByItsLongNameElseItsShortName)
+{
+    AtemSwitcherState state = threeInputs();
+    state.apply(inputProperties({ 4, QString(), QString() }));
+    EXPECT_EQ(seen(state),
+        (std::vector<Seen> { { "1", "Camera 1", false, false }, { "2", "Camera 2", false, false },
+            { "3", "WIDE", false, false }, { "4", "4", false, false } }));
+}
+
+TEST(AtemSwitcherStateTest, WithoutTallyBySourceTheChosenMixEffectsBusesLight)
+{
+    AtemSwitcherState state = threeInputs();
+    EXPECT_TRUE(state.apply(programInput({ 0, 1 })));
+    EXPECT_TRUE(state.apply(previewInput({ 0, 2 })));
+    state.apply(programInput({ 1, 3 }));
+    state.apply(previewInput({ 1, 1 }));
+    EXPECT_EQ(seen(state, 0),
+        (std::vector<Seen> {
+            { "1", "Camera 1", true, false }, { "2", "Camera 2", false, true }, { "3", "WIDE", false, false } }));
+    EXPECT_EQ(seen(state, 1),
+        (std::vector<Seen> {
+            { "1", "Camera 1", false, true }, { "2", "Camera 2", false, false }, { "3", "WIDE", true, false } }));
+}
+
+TEST(AtemSwitcherStateTest, TallyBySourceWinsOverTheBusesOnceItIsThere)
+{
+    AtemSwitcherState state = threeInputs();
+    state.apply(programInput({ 0, 1 }));
+    state.apply(previewInput({ 0, 2 }));
+    // A keyer puts 3 on air over 1; a transition mixes 2 in.
+    EXPECT_TRUE(state.apply(tallyBySource({ { 1, { true, false } }, { 2, { true, true } }, { 3, { true, false } } })));
+    EXPECT_TRUE(state.hasTallyBySource());
+    EXPECT_EQ(seen(state),
+        (std::vector<Seen> {
+            { "1", "Camera 1", true, false }, { "2", "Camera 2", true, true }, { "3", "WIDE", true, false } }));
+    EXPECT_FALSE(state.apply(programInput({ 0, 3 }))) << "the buses no longer decide";
+}
+
+TEST(AtemSwitcherStateTest, ARenameIsAChangeAndTheSameNamesAreNot)
+{
+    AtemSwitcherState state = threeInputs();
+    EXPECT_FALSE(state.apply(inputProperties({ 1, QStringLiteral("Camera 1"), QStringLiteral("CAM1") })));
+    EXPECT_TRUE(state.apply(inputProperties({ 1, QStringLiteral("Host"), QStringLiteral("CAM1") })));
+    EXPECT_EQ(seen(state).front().name, QStringLiteral("Host"));
+    EXPECT_FALSE(state.apply(AtemCommand { QByteArrayLiteral("Zzzz"), QByteArray(3, 'x') })) << "unknown command";
+}
+
+TEST(AtemSwitcherStateTest, ClearForgetsThePicture)
+{
+    AtemSwitcherState state = threeInputs();
+    state.apply(tallyBySource({ { 1, { true, false } } }));
+    state.clear();
+    EXPECT_TRUE(state.shots(0).isEmpty());
+    EXPECT_FALSE(state.hasTallyBySource());
+}
+
+TEST(AtemSwitcherStateTest, TheInputTableIsBounded)
+{
+    AtemSwitcherState state;
+    for (int input = 0; input < AtemSwitcherState::maxInputs + 10; ++input) {
+        state.apply(inputProperties({ quint16(input), QStringLiteral("In"), QString() }));
+    }
+    EXPECT_EQ(state.shots(0).size(), AtemSwitcherState::maxInputs);
+}

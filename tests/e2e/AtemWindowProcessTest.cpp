@@ -1,0 +1,144 @@
+// The built mixdesk-tally following the ATEM stand-in, with a capture tally
+// box: cuts through packet loss reach the box, the lights freeze (nothing
+// is sent) while the switcher is gone, and follow its picture again once it
+// is back; one connection drives the box, the web page and TSL at once.
+
+#include "CaptureFile.h"
+#include "WebLightModes.h"
+#include "support/AtemStandinProcess.h"
+#include "tsl/TslUmd31.h"
+
+#include <QFile>
+#include <QNetworkDatagram>
+#include <QProcess>
+#include <QTcpServer>
+#include <QTemporaryDir>
+#include <QThread>
+#include <QUdpSocket>
+
+#include <gtest/gtest.h>
+
+#include <map>
+
+namespace {
+
+// Light 1 live, light 2 preview, the rest off.
+const QByteArray firstLiveSecondPreview = "b1 21 02 d2 03 23 04 24 05 25 06 26 07 27 08 28";
+// Light 1 preview, light 2 live.
+const QByteArray firstPreviewSecondLive = "01 d1 b2 22 03 23 04 24 05 25 06 26 07 27 08 28";
+
+class AtemWindowProcessTest : public testing::Test {
+protected:
+    void SetUp() override
+    {
+        ASSERT_TRUE(home.isValid());
+        capture.path = home.filePath(QStringLiteral("capture.hex"));
+        mapPath = home.filePath(QStringLiteral("studio.tlx"));
+        QFile file(mapPath);
+        ASSERT_TRUE(file.open(QIODevice::WriteOnly));
+        file.write("0|Camera 1\r\n1|Camera 2\r\n");
+        ASSERT_TRUE(atem.start());
+    }
+
+    void TearDown() override
+    {
+        if (window.state() != QProcess::NotRunning) {
+            window.kill();
+            window.waitForFinished();
+        }
+    }
+
+    void launch(const QStringList& outputs = {})
+    {
+        QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+        environment.insert(QStringLiteral("HOME"), home.path());
+        environment.insert(QStringLiteral("XDG_CONFIG_HOME"), home.filePath(QStringLiteral("config")));
+        environment.insert(QStringLiteral("XDG_RUNTIME_DIR"), home.path());
+        environment.insert(QStringLiteral("QT_QPA_PLATFORM"), QStringLiteral("offscreen"));
+        environment.insert(QStringLiteral("MIXDESK_TALLY_HID_CAPTURE"), capture.path);
+        window.setProcessEnvironment(environment);
+        window.start(QStringLiteral(TALLY_BINARY_DIR "/bin/mixdesk-tally"),
+            QStringList { QStringLiteral("--source"), atem.address() } + outputs + QStringList { mapPath });
+        ASSERT_TRUE(window.waitForStarted(10000));
+    }
+
+    bool lastTickIs(const QByteArray& expected) const
+    {
+        return eventually([&] {
+            const QList<QByteArray> ticks = capture.ticks();
+            return !ticks.isEmpty() && ticks.last() == expected;
+        });
+    }
+
+    QTemporaryDir home;
+    QString mapPath;
+    CaptureFile capture;
+    AtemStandinProcess atem;
+    QProcess window;
+};
+
+} // namespace
+
+TEST_F(AtemWindowProcessTest, TheWindowDrivesTheBoxThroughLossFreezesWhileTheSwitcherIsGoneAndResyncs)
+{
+    launch();
+    EXPECT_TRUE(lastTickIs(firstLiveSecondPreview)) << capture.lines().size();
+    atem.send("drop 40");
+    atem.send("reorder 40");
+    atem.send("cut");
+    EXPECT_TRUE(lastTickIs(firstPreviewSecondLive)) << capture.ticks().last().toStdString();
+    atem.send("drop 0");
+    atem.send("reorder 0");
+
+    atem.stop();
+    // Noticed within two seconds; from then on no byte is sent.
+    QThread::msleep(2500);
+    const qsizetype frozen = capture.lines().size();
+    QThread::msleep(700);
+    EXPECT_EQ(capture.lines().size(), frozen);
+    EXPECT_EQ(frozen % 16, 0);
+    EXPECT_EQ(capture.ticks().last(), firstPreviewSecondLive) << "frozen, not switched off";
+
+    // Back with its own picture: the lights follow it again.
+    ASSERT_TRUE(atem.restart());
+    EXPECT_TRUE(lastTickIs(firstLiveSecondPreview)) << capture.ticks().last().toStdString();
+    EXPECT_GT(capture.lines().size(), frozen);
+    EXPECT_EQ(window.state(), QProcess::Running);
+}
+
+TEST_F(AtemWindowProcessTest, OneConnectionDrivesTheBoxTheWebPageAndTslThreeOneAtOnce)
+{
+    QUdpSocket tsl;
+    ASSERT_TRUE(tsl.bind(QHostAddress::LocalHost, 0));
+    quint16 webPort = 0;
+    {
+        QTcpServer probe;
+        ASSERT_TRUE(probe.listen(QHostAddress::LocalHost, 0));
+        webPort = probe.serverPort();
+    }
+    launch({ QStringLiteral("--web"), QStringLiteral("127.0.0.1:%1").arg(webPort), QStringLiteral("--tsl"),
+        QStringLiteral("udp://127.0.0.1:%1").arg(tsl.localPort()) });
+    EXPECT_TRUE(lastTickIs(firstLiveSecondPreview));
+    atem.send("cut");
+
+    EXPECT_TRUE(lastTickIs(firstPreviewSecondLive)) << capture.ticks().last().toStdString();
+    // TSL 3.1: tally 1 is program, tally 2 preview.
+    std::map<int, TslUmd31::Message> displays;
+    EXPECT_TRUE(eventually([&] {
+        while (tsl.hasPendingDatagrams()) {
+            if (const auto messages = TslUmd31::decodeDatagram(tsl.receiveDatagram().data())) {
+                for (const TslUmd31::Message& message : *messages) {
+                    displays[message.address] = message;
+                }
+            }
+        }
+        return displays.count(1) && displays.count(2) && !displays[1].tallies[0] && displays[1].tallies[1]
+            && displays[2].tallies[0] && !displays[2].tallies[1];
+    }));
+    // The web page's state: the same lights.
+    QStringList modes;
+    EXPECT_TRUE(eventually([&] {
+        modes = webLightModes(webPort);
+        return modes.size() >= 2 && modes[0] == QStringLiteral("preview") && modes[1] == QStringLiteral("live");
+    })) << modes.join(QLatin1Char(' ')).toStdString();
+}

@@ -1,0 +1,91 @@
+#include "SwitcherModel.h"
+
+#include "StandinCommands.h"
+#include "StandinServer.h"
+
+#include <gtest/gtest.h>
+
+using AtemCommands::SourceTally;
+
+namespace {
+
+SwitcherModel studio()
+{
+    return SwitcherModel({ QStringLiteral("Camera 1"), QStringLiteral("Camera 2"), QStringLiteral("Wide") });
+}
+
+} // namespace
+
+TEST(SwitcherModelTest, InputsAreNumberedFromOneWithProgramOnTheFirstAndPreviewOnTheSecond)
+{
+    const SwitcherModel model = studio();
+    ASSERT_EQ(model.inputs().size(), 3);
+    EXPECT_EQ(model.inputs()[2].number, 3);
+    EXPECT_EQ(model.inputs()[2].longName, QStringLiteral("Wide"));
+    EXPECT_EQ(model.inputs()[2].shortName, QStringLiteral("IN3"));
+    EXPECT_EQ(model.program(), 1);
+    EXPECT_EQ(model.preview(), 2);
+    EXPECT_EQ(model.tally().value(1), (SourceTally { true, false }));
+    EXPECT_EQ(model.tally().value(2), (SourceTally { false, true }));
+    EXPECT_EQ(model.tally().value(3), (SourceTally { false, false }));
+}
+
+TEST(SwitcherModelTest, AnAutoTransitionPutsBothOnAirUntilItEnds)
+{
+    SwitcherModel model = studio();
+    EXPECT_TRUE(model.startAuto());
+    EXPECT_FALSE(model.startAuto());
+    EXPECT_EQ(model.tally().value(2), (SourceTally { true, true }));
+    EXPECT_TRUE(model.finishAuto());
+    EXPECT_EQ(model.program(), 2);
+    EXPECT_EQ(model.preview(), 1);
+    EXPECT_EQ(model.tally().value(1), (SourceTally { false, true }));
+}
+
+TEST(SwitcherModelTest, TheKeyersFillIsOnAirAndUnknownInputsChangeNothing)
+{
+    SwitcherModel model = studio();
+    EXPECT_TRUE(model.setKeyer(3));
+    EXPECT_EQ(model.tally().value(3), (SourceTally { true, false }));
+    EXPECT_FALSE(model.setKeyer(9));
+    EXPECT_FALSE(model.setProgram(0));
+    EXPECT_FALSE(model.rename(4, QStringLiteral("X")));
+    EXPECT_TRUE(model.setKeyer(std::nullopt));
+    EXPECT_EQ(model.tally().value(3), (SourceTally { false, false }));
+}
+
+TEST(SwitcherModelTest, AConnectingClientGetsTheVersionFirstAndTheEndMarkerLast)
+{
+    const QList<AtemCommand> commands = studio().connectionCommands();
+    ASSERT_FALSE(commands.isEmpty());
+    EXPECT_EQ(commands.first().name, AtemCommands::versionName);
+    EXPECT_EQ(commands.last().name, AtemCommands::initCompleteName);
+    const auto count = std::count_if(commands.cbegin(), commands.cend(),
+        [](const AtemCommand& command) { return command.name == AtemCommands::inputPropertiesName; });
+    EXPECT_EQ(count, 3);
+}
+
+TEST(StandinCommandsTest, EachLineChangesTheModelOrSaysWhyNot)
+{
+    SwitcherModel model = studio();
+    StandinServer server([&model] { return model.connectionCommands(); }, StandinServer::Timing {});
+    StandinCommands commands(model, server);
+    QString problem;
+    EXPECT_EQ(commands.execute(QStringLiteral("program 3"), &problem), StandinCommands::Outcome::done);
+    EXPECT_EQ(model.program(), 3);
+    EXPECT_EQ(commands.execute(QStringLiteral("rename 2   Close Up "), &problem), StandinCommands::Outcome::done);
+    EXPECT_EQ(model.inputs()[1].longName, QStringLiteral("Close Up"));
+    EXPECT_EQ(commands.execute(QStringLiteral("rename 2"), &problem), StandinCommands::Outcome::done);
+    EXPECT_EQ(model.inputs()[1].longName, QString());
+    EXPECT_EQ(commands.execute(QStringLiteral("cut"), &problem), StandinCommands::Outcome::done);
+    EXPECT_EQ(model.program(), 2);
+    EXPECT_EQ(commands.execute(QStringLiteral("keyer on 1"), &problem), StandinCommands::Outcome::done);
+    EXPECT_EQ(model.tally().value(1), (SourceTally { true, false }));
+    EXPECT_EQ(commands.execute(QStringLiteral("program 7"), &problem), StandinCommands::Outcome::refused);
+    EXPECT_EQ(problem, QStringLiteral("program takes an input number from 1 to 3"));
+    EXPECT_EQ(commands.execute(QStringLiteral("drop 101"), &problem), StandinCommands::Outcome::refused);
+    EXPECT_EQ(commands.execute(QStringLiteral("reorder 20"), &problem), StandinCommands::Outcome::done);
+    EXPECT_EQ(commands.execute(QStringLiteral("fade"), &problem), StandinCommands::Outcome::refused);
+    EXPECT_EQ(problem, QStringLiteral("unknown command 'fade'"));
+    EXPECT_EQ(commands.execute(QStringLiteral("quit"), &problem), StandinCommands::Outcome::quit);
+}

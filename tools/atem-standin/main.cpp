@@ -1,0 +1,117 @@
+// atem-standin: a small ATEM switcher on UDP, for trying and testing the
+// tally controller without a switcher. It serves named inputs on one mix
+// effect and reads one command per line on standard input (see
+// StandinCommands.h).
+
+#include "StandinCommands.h"
+#include "StandinServer.h"
+#include "SwitcherModel.h"
+
+#include <QCoreApplication>
+#include <QSocketNotifier>
+#include <QStringList>
+
+#include <cstdio>
+#include <unistd.h>
+
+namespace {
+
+const char usage[] = "usage: atem-standin [--port N] [--inputs \"Camera 1,Camera 2,Wide\"] [--no-tally-by-source]\n"
+                     "Serves an ATEM switcher on UDP port N (9910 by default; 0: any free port) and\n"
+                     "reads commands on standard input, one a line (--no-tally-by-source: like older\n"
+                     "switchers, it states no tally by source, only the buses):\n"
+                     "  program N | preview N | cut | auto [MILLISECONDS] | rename N NAME\n"
+                     "  keyer on N | keyer off | drop PERCENT | reorder PERCENT | quit\n";
+
+void printLine(FILE* stream, const QString& text)
+{
+    std::fputs(qPrintable(text + QLatin1Char('\n')), stream);
+    std::fflush(stream);
+}
+
+} // namespace
+
+int main(int argc, char* argv[])
+{
+    QCoreApplication app(argc, argv);
+    QStringList arguments = app.arguments().mid(1);
+    quint16 port = 9910;
+    QStringList names { QStringLiteral("Camera 1"), QStringLiteral("Camera 2"), QStringLiteral("Camera 3"),
+        QStringLiteral("Camera 4") };
+    bool tallyBySource = true;
+    while (!arguments.isEmpty()) {
+        const QString option = arguments.takeFirst();
+        if (option == QLatin1String("--help") || option == QLatin1String("-h")) {
+            std::fputs(usage, stdout);
+            return 0;
+        }
+        if (option == QLatin1String("--no-tally-by-source")) {
+            tallyBySource = false;
+            continue;
+        }
+        if (arguments.isEmpty()) {
+            std::fputs(usage, stderr);
+            return 2;
+        }
+        const QString value = arguments.takeFirst();
+        if (option == QLatin1String("--port")) {
+            bool isNumber = false;
+            const uint number = value.toUInt(&isNumber);
+            if (!isNumber || number > 65535) {
+                printLine(stderr, QStringLiteral("atem-standin: --port takes a number from 0 to 65535"));
+                return 2;
+            }
+            port = static_cast<quint16>(number);
+        } else if (option == QLatin1String("--inputs")) {
+            names = value.split(QLatin1Char(','));
+            if (names.size() > 99) {
+                printLine(stderr, QStringLiteral("atem-standin: at most 99 inputs"));
+                return 2;
+            }
+        } else {
+            std::fputs(usage, stderr);
+            return 2;
+        }
+    }
+
+    SwitcherModel model(names, tallyBySource);
+    StandinServer server([&model] { return model.connectionCommands(); }, StandinServer::Timing {});
+    QString problem;
+    if (!server.listen(port, &problem)) {
+        printLine(stderr, QStringLiteral("atem-standin: cannot listen on UDP port %1: %2").arg(port).arg(problem));
+        return 1;
+    }
+    StandinCommands commands(model, server);
+    printLine(stdout, QStringLiteral("atem-standin: listening on UDP port %1").arg(server.port()));
+
+    QByteArray pending;
+    QSocketNotifier input(STDIN_FILENO, QSocketNotifier::Read);
+    QObject::connect(&input, &QSocketNotifier::activated, &app, [&] {
+        char buffer[4096];
+        const ssize_t count = ::read(STDIN_FILENO, buffer, sizeof buffer);
+        if (count <= 0) {
+            // The end of the script leaves the switcher running, as a real
+            // one would, until it is stopped.
+            input.setEnabled(false);
+            return;
+        }
+        pending.append(buffer, count);
+        qsizetype end = 0;
+        while ((end = pending.indexOf('\n')) >= 0) {
+            const QString line = QString::fromUtf8(pending.left(end));
+            pending.remove(0, end + 1);
+            QString why;
+            switch (commands.execute(line, &why)) {
+            case StandinCommands::Outcome::quit:
+                app.quit();
+                return;
+            case StandinCommands::Outcome::refused:
+                printLine(stderr, QStringLiteral("atem-standin: ") + why);
+                break;
+            case StandinCommands::Outcome::done:
+                break;
+            }
+        }
+    });
+    return app.exec();
+}
