@@ -127,6 +127,14 @@ QString AtemShotSource::notRunningWarning() const
     return QStringLiteral("ATEM switcher is not connected");
 }
 
+ShotSource::Details AtemShotSource::details() const
+{
+    Details details;
+    details.followed = QStringLiteral("ATEM switcher at %1").arg(m_settings.address.display());
+    details.link = m_session.isUp() ? tr("connected") : tr("connecting");
+    return details;
+}
+
 QString AtemShotSource::displayName() const
 {
     return QStringLiteral("Blackmagic ATEM");

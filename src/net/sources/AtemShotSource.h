@@ -44,6 +44,7 @@ public:
     QString notRunningWarning() const override;
     Kind kind() const override { return Kind::atem; }
     QString displayName() const override;
+    Details details() const override;
 
     // The last status line, as statusChanged gave it.
     QString status() const { return m_status; }

@@ -114,6 +114,19 @@ TEST_F(AtemShotSourceTest, TheSourceRunsOnceThePictureIsWholeAndReadsItsInputs)
     EXPECT_EQ(describe(source->queryShots()), (QStringList { "1 Camera 1 live", "2 CAM2 preview" }));
 }
 
+TEST_F(AtemShotSourceTest, TheStatusLineIsToldWhereTheSwitcherIsAndWhetherItIsConnected)
+{
+    const std::unique_ptr<AtemShotSource> source = makeSource();
+    const QString where = QStringLiteral("ATEM switcher at 127.0.0.1:%1").arg(switcher.localPort());
+    EXPECT_EQ(source->details().followed, where);
+    EXPECT_FALSE(source->details().listens);
+    EXPECT_EQ(source->details().link, QStringLiteral("connecting"));
+    ASSERT_TRUE(acceptClient());
+    send(picture());
+    ASSERT_TRUE(eventually([&] { return source->isRunning(); }));
+    EXPECT_EQ(source->details().link, QStringLiteral("connected"));
+}
+
 TEST_F(AtemShotSourceTest, AChangeTicksAtOnce)
 {
     const std::unique_ptr<AtemShotSource> source = makeSource();
