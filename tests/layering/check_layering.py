@@ -140,6 +140,7 @@ COMPONENTS = (
 #   model     the light mode every layer above shares
 #   link      the link to Mixdesk: its shots, the query and its decoder
 #   tsl       the TSL UMD 3.1 and 5.0 codecs
+#   mqtt      the MQTT topics, payloads, discovery documents, outbox, back-off
 #   hardware  the USB tally box and its light command bytes
 #   lock      the editing lock and its password
 #   lamps     how a lamp lays out its label
@@ -147,10 +148,10 @@ COMPONENTS = (
 #   sources   where the shots come from (Mixdesk through link, a TSL table)
 #   tally     the update cycle, which ties the lights to all of the above
 #
-# link, tsl and hardware talk to the world outside and know nothing of each
+# link, tsl, mqtt and hardware talk to the world outside and know nothing of each
 # other; lock, lamps and tallymap are the rules the screens and tallyctl work
 # with; sources and tally put those pieces together.
-CORE_LAYERS = ("base", "model", "link", "tsl", "hardware", "lock", "lamps", "tallymap", "sources", "tally")
+CORE_LAYERS = ("base", "model", "link", "tsl", "mqtt", "hardware", "lock", "lamps", "tallymap", "sources", "tally")
 
 # Offences known today, each with the reason it stands and what removes it.
 # An entry names the including file and the include as written; delete the
