@@ -1,6 +1,9 @@
 #include "launch/RunOptions.h"
 
 #include "model/LightCount.h"
+#include "mqtt/MqttTallyTopics.h"
+#include "outputs/MosquittoClient.h"
+#include "outputs/MqttPublisher.h"
 #include "outputs/TslSender.h"
 #include "outputs/WebTallyServer.h"
 #include "sources/MixdeskShotSource.h"
@@ -8,8 +11,11 @@
 #include "sources/TslShotSource.h"
 #include "tally/TallyCycle.h"
 
+#include <QCoreApplication>
 #include <QFile>
+#include <QFileInfo>
 #include <QProcessEnvironment>
+#include <QSysInfo>
 
 namespace {
 
@@ -48,14 +54,17 @@ TakenValue takeValue(QStringList& arguments, qsizetype index, const QString& nam
 }
 
 // The options that may be given more than once, each adding a value.
+// Each marks its kind of output as given on the command line.
 struct RepeatableOption {
     QString name;
     QStringList RunOptions::*field;
+    bool RunOptions::*given;
 };
 
 const RepeatableOption repeatableOptions[] = {
-    { QStringLiteral("--tsl"), &RunOptions::tsl31Destinations },
-    { QStringLiteral("--tsl5"), &RunOptions::tsl50Destinations },
+    { QStringLiteral("--tsl"), &RunOptions::tsl31Destinations, &RunOptions::tslGiven },
+    { QStringLiteral("--tsl5"), &RunOptions::tsl50Destinations, &RunOptions::tslGiven },
+    { QStringLiteral("--mqtt"), &RunOptions::mqttBrokers, &RunOptions::mqttGiven },
 };
 
 // Whole-number options and the smallest value each takes.
@@ -69,8 +78,8 @@ const NumberOption numberOptions[] = {
     { QStringLiteral("--tsl-offset"), &RunOptions::tslIndexOffset, 0 },
 };
 
-// Takes a repeatable or a number option at arguments[index] into options.
-// They are all TSL options, so taking one marks TSL as given.
+// Takes a repeatable or a number option at arguments[index] into options,
+// marking the kind of output it belongs to as given.
 TakenValue takeOtherOption(QStringList& arguments, qsizetype index, RunOptions* options)
 {
     for (const RepeatableOption& option : repeatableOptions) {
@@ -78,7 +87,7 @@ TakenValue takeOtherOption(QStringList& arguments, qsizetype index, RunOptions* 
         if (taken.matched) {
             if (!taken.problem) {
                 (options->*option.field).append(taken.value);
-                options->tslGiven = true;
+                options->*option.given = true;
             }
             return taken;
         }
@@ -178,6 +187,8 @@ std::optional<QString> RunOptions::takeFrom(QStringList& arguments, RunOptions* 
     } known[] = {
         { QStringLiteral("--source"), &RunOptions::source },
         { QStringLiteral("--password-file"), &RunOptions::passwordFile },
+        { QStringLiteral("--mqtt-password-file"), &RunOptions::mqttPasswordFile },
+        { QStringLiteral("--mqtt-ca-file"), &RunOptions::mqttCaFile },
         { QStringLiteral("--when-lost"), nullptr },
         { QStringLiteral("--blink-after"), nullptr },
     };
@@ -188,6 +199,12 @@ std::optional<QString> RunOptions::takeFrom(QStringList& arguments, RunOptions* 
         }
         if (arguments[index] == QLatin1String("--lights-off-at-quit")) {
             options->lightsOffAtQuit = true;
+            arguments.removeAt(index);
+            continue;
+        }
+        if (arguments[index] == QLatin1String("--mqtt-discovery")) {
+            options->mqttDiscovery = true;
+            options->mqttGiven = true;
             arguments.removeAt(index);
             continue;
         }
@@ -208,6 +225,9 @@ std::optional<QString> RunOptions::takeFrom(QStringList& arguments, RunOptions* 
                 options->*option.field = taken.value;
                 if (option.field == &RunOptions::source) {
                     options->sourceGiven = true;
+                }
+                if (option.field == &RunOptions::mqttPasswordFile || option.field == &RunOptions::mqttCaFile) {
+                    options->mqttGiven = true;
                 }
                 matched = true;
                 break;
@@ -246,6 +266,14 @@ QStringList RunOptions::helpLines()
         QStringLiteral("                        (repeatable)"),
         QStringLiteral("  --tsl-offset N        light N is TSL display index N + offset (default 0)"),
         QStringLiteral("  --web [ADDRESS:]PORT  serve the web tally page for phones (every interface if no ADDRESS)"),
+        QStringLiteral("  --mqtt URL            publish the lights to an MQTT broker:"),
+        QStringLiteral("                        mqtt://[USER@]HOST[:PORT][/PREFIX], mqtts:// for TLS (repeatable;"),
+        QStringLiteral("                        topics under mixdesk-tally/<host name> unless PREFIX is given)"),
+        QStringLiteral("  --mqtt-password-file FILE"),
+        QStringLiteral("                        the brokers' password, on the file's first line"),
+        QStringLiteral("                        (else from MIXDESK_TALLY_MQTT_PASSWORD)"),
+        QStringLiteral("  --mqtt-ca-file FILE   for mqtts://: a CA certificate to trust besides the system's"),
+        QStringLiteral("  --mqtt-discovery      announce every light to Home Assistant (MQTT discovery)"),
         QStringLiteral("  --when-lost ACTION    while the switcher is lost: keep the lights (keep, the"),
         QStringLiteral("                        default), turn them off (off), or blink them (blink)"),
         QStringLiteral("  --blink-after N       with --when-lost blink: N seconds of keeping the lights"),
@@ -254,26 +282,35 @@ QStringList RunOptions::helpLines()
     };
 }
 
+namespace {
+
+// The first line of a password file, without its line end (editors add
+// one); nothing, with the reason, when it cannot be read.
+std::optional<QString> firstLineOf(const QString& path, QString* problem)
+{
+    QFile file(path);
+    if (!file.open(QIODevice::ReadOnly)) {
+        if (problem) {
+            *problem = QStringLiteral("cannot read the password file '%1': %2").arg(path, file.errorString());
+        }
+        return std::nullopt;
+    }
+    QByteArray line = file.readLine();
+    while (line.endsWith('\n') || line.endsWith('\r')) {
+        line.chop(1);
+    }
+    return QString::fromUtf8(line);
+}
+
+} // namespace
+
 std::optional<QString> readSwitcherPassword(const RunOptions& options, QString* problem)
 {
     if (options.passwordFile.isEmpty()) {
         const QString fromEnvironment = QProcessEnvironment::systemEnvironment().value(obsPasswordVariable);
         return fromEnvironment.isEmpty() ? options.savedPassword : fromEnvironment;
     }
-    QFile file(options.passwordFile);
-    if (!file.open(QIODevice::ReadOnly)) {
-        if (problem) {
-            *problem = QStringLiteral("cannot read the password file '%1': %2")
-                           .arg(options.passwordFile, file.errorString());
-        }
-        return std::nullopt;
-    }
-    // The first line only, without its line end: editors add one.
-    QByteArray line = file.readLine();
-    while (line.endsWith('\n') || line.endsWith('\r')) {
-        line.chop(1);
-    }
-    return QString::fromUtf8(line);
+    return firstLineOf(options.passwordFile, problem);
 }
 
 std::unique_ptr<ShotSource> makeShotSource(const RunOptions& options, QString* problem)
@@ -344,6 +381,57 @@ std::unique_ptr<TslSender> makeTslSender(const RunOptions& options, QString* pro
     return std::make_unique<TslSender>(destinations, options.tslIndexOffset);
 }
 
+std::vector<std::unique_ptr<MqttPublisher>> makeMqttPublishers(const RunOptions& options, QString* problem)
+{
+    QList<MqttBrokerAddress> addresses;
+    bool anyUser = false;
+    for (const QString& text : options.mqttBrokers) {
+        const std::optional<MqttBrokerAddress> address = MqttBrokerAddress::parse(text, problem);
+        if (!address) {
+            return {};
+        }
+        anyUser = anyUser || !address->user.isEmpty();
+        addresses.append(*address);
+    }
+    if (addresses.isEmpty()) {
+        return {};
+    }
+    QString password;
+    if (!options.mqttPasswordFile.isEmpty()) {
+        const std::optional<QString> fromFile = firstLineOf(options.mqttPasswordFile, problem);
+        if (!fromFile) {
+            return {};
+        }
+        password = *fromFile;
+    } else if (anyUser) {
+        password = QProcessEnvironment::systemEnvironment().value(mqttPasswordVariable);
+    }
+    if (!options.mqttCaFile.isEmpty() && !QFileInfo(options.mqttCaFile).isReadable()) {
+        if (problem) {
+            *problem = QStringLiteral("cannot read the MQTT CA file '%1'").arg(options.mqttCaFile);
+        }
+        return {};
+    }
+    const QString instance = mqttInstanceName(QSysInfo::machineHostName());
+    std::vector<std::unique_ptr<MqttPublisher>> publishers;
+    for (const MqttBrokerAddress& address : addresses) {
+        MosquittoClient::Settings client;
+        client.address = address;
+        client.password = password;
+        client.caFile = options.mqttCaFile;
+        // The process id keeps two programs on one machine from taking each
+        // other's session at the broker.
+        client.clientId = QStringLiteral("mixdesk-tally-%1-%2").arg(instance).arg(QCoreApplication::applicationPid());
+        client.will = { MqttTallyTopics::status(address.topicPrefix(instance)), MqttTallyTopics::offline, true };
+        MqttPublisher::Settings settings;
+        settings.address = address;
+        settings.instance = instance;
+        settings.discovery = options.mqttDiscovery;
+        publishers.push_back(std::make_unique<MqttPublisher>(settings, std::make_unique<MosquittoClient>(client)));
+    }
+    return publishers;
+}
+
 std::unique_ptr<WebTallyServer> startWebTally(const RunOptions& options, QString* problem)
 {
     if (!options.web) {
@@ -365,6 +453,18 @@ void StartedOutputs::addTo(TallyCycle& cycle) const
 {
     cycle.addOutput(tsl.get());
     cycle.addOutput(web.get());
+    for (const std::unique_ptr<MqttPublisher>& publisher : mqtt) {
+        cycle.addOutput(publisher.get());
+    }
+}
+
+void StartedOutputs::removeFrom(TallyCycle& cycle) const
+{
+    cycle.removeOutput(tsl.get());
+    cycle.removeOutput(web.get());
+    for (const std::unique_ptr<MqttPublisher>& publisher : mqtt) {
+        cycle.removeOutput(publisher.get());
+    }
 }
 
 std::optional<StartedOutputs> startOutputs(const RunOptions& options, OutputsProblem* problem)
@@ -373,6 +473,11 @@ std::optional<StartedOutputs> startOutputs(const RunOptions& options, OutputsPro
     QString reason;
     outputs.tsl = makeTslSender(options, &reason);
     if (!outputs.tsl && !reason.isEmpty()) {
+        *problem = { reason, true };
+        return std::nullopt;
+    }
+    outputs.mqtt = makeMqttPublishers(options, &reason);
+    if (outputs.mqtt.empty() && !reason.isEmpty()) {
         *problem = { reason, true };
         return std::nullopt;
     }

@@ -9,6 +9,7 @@
 
 #include <memory>
 #include <optional>
+#include <vector>
 
 // The choices a launch of mixdesk-tally or tallyctl watch can make beyond the
 // defaults: where the shots come from and where else the lights go. With none
@@ -35,6 +36,19 @@ struct RunOptions {
     // Whether the command line gave any TSL option: then it decides the TSL
     // outputs whole, and none saved in the window's settings are added.
     bool tslGiven = false;
+    // MQTT brokers (--mqtt, repeatable), as written:
+    // "mqtt://[USER@]HOST[:PORT][/PREFIX]" or "mqtts://...".
+    QStringList mqttBrokers;
+    // A file whose first line is the brokers' password (else the
+    // environment variable below).
+    QString mqttPasswordFile;
+    // For mqtts: a CA certificate to trust besides the system's.
+    QString mqttCaFile;
+    // Home Assistant discovery documents besides the state.
+    bool mqttDiscovery = false;
+    // Whether the command line gave any MQTT option: then it decides the
+    // MQTT outputs whole, and none saved in the window's settings are added.
+    bool mqttGiven = false;
     // The web tally page: off unless --web [ADDRESS:]PORT is given.
     std::optional<WebListenAddress> web;
     // What the lights do while the source is lost, and at quit; unset
@@ -61,6 +75,10 @@ struct RunOptions {
 // the computer can see.
 inline const QString obsPasswordVariable = QStringLiteral("MIXDESK_TALLY_OBS_PASSWORD");
 
+// Where the MQTT brokers' password comes from when no --mqtt-password-file
+// is given.
+inline const QString mqttPasswordVariable = QStringLiteral("MIXDESK_TALLY_MQTT_PASSWORD");
+
 // The switcher's password: the first line of --password-file, else the
 // environment variable, else empty. Nothing, with the reason in problem,
 // when the file cannot be read.
@@ -75,6 +93,14 @@ class TslSender;
 // name no destination, nothing and the reason in problem when a destination
 // or the offset is bad.
 std::unique_ptr<TslSender> makeTslSender(const RunOptions& options, QString* problem);
+class MqttPublisher;
+
+// One MQTT publisher per broker the options name, connecting in the
+// background. Empty and no problem when they name none; empty with the
+// reason in problem when an address is bad or the password or CA file
+// cannot be read.
+std::vector<std::unique_ptr<MqttPublisher>> makeMqttPublishers(const RunOptions& options, QString* problem);
+
 class WebTallyServer;
 
 // The web tally page, listening where the options say. Nothing, and no
@@ -90,6 +116,7 @@ class TallyCycle;
 struct StartedOutputs {
     std::unique_ptr<TslSender> tsl;
     std::unique_ptr<WebTallyServer> web;
+    std::vector<std::unique_ptr<MqttPublisher>> mqtt;
 
     StartedOutputs();
     StartedOutputs(StartedOutputs&&) noexcept;
@@ -97,6 +124,7 @@ struct StartedOutputs {
     ~StartedOutputs();
 
     void addTo(TallyCycle& cycle) const;
+    void removeFrom(TallyCycle& cycle) const;
 };
 
 // Why the outputs could not start: a usage mistake (a bad destination), or
