@@ -227,3 +227,26 @@ TEST(NetworkOutputsDialogTest, OkHandsTheChoicesOverAndClosesOnlyWhenTheyWereTak
     EXPECT_EQ(dialog.result(), QDialog::Accepted);
     EXPECT_FALSE(dialog.problemLabel->isVisibleTo(&dialog));
 }
+
+TEST(NetworkOutputsDialogTest, ShowsAndGivesTheMqttChoices)
+{
+    NetworkOutputChoices current;
+    current.mqttBrokers = { QStringLiteral("mqtt://broker.studio"), QStringLiteral("mqtts://tally@10.0.0.5/studio") };
+    current.mqttDiscovery = true;
+    current.mqttPasswordFile = QStringLiteral("/etc/mixdesk-tally/mqtt-password");
+    NetworkOutputsDialog dialog(current, [](const NetworkOutputChoices&) { return std::nullopt; });
+    EXPECT_EQ(dialog.mqttField->toPlainText(), QStringLiteral("mqtt://broker.studio\nmqtts://tally@10.0.0.5/studio"));
+    EXPECT_TRUE(dialog.mqttDiscoveryCheckBox->isChecked());
+    EXPECT_EQ(dialog.mqttPasswordFileField->text(), QStringLiteral("/etc/mixdesk-tally/mqtt-password"));
+    EXPECT_TRUE(dialog.mqttCaFileField->text().isEmpty());
+    EXPECT_EQ(dialog.choices(), current);
+
+    dialog.mqttField->setPlainText(QStringLiteral(" mqtt://other \n\n"));
+    dialog.mqttDiscoveryCheckBox->setChecked(false);
+    dialog.mqttCaFileField->setText(QStringLiteral(" ca.pem "));
+    NetworkOutputChoices expected = current;
+    expected.mqttBrokers = { QStringLiteral("mqtt://other") };
+    expected.mqttDiscovery = false;
+    expected.mqttCaFile = QStringLiteral("ca.pem");
+    EXPECT_EQ(dialog.choices(), expected);
+}
