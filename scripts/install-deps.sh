@@ -7,6 +7,9 @@ packages=(
   cmake ninja-build g++ clang pkg-config
   qt6-base-dev qt6-base-dev-tools libgl-dev
   qt6-websockets-dev qt6-httpserver-dev
+  # The MQTT output's client library; its tests run a real broker, check it
+  # with the Mosquitto command-line clients and make a test CA with openssl.
+  libmosquitto-dev mosquitto mosquitto-clients openssl
   libhidapi-dev libudev-dev
   libgtest-dev libgmock-dev libbenchmark-dev
   xvfb xauth fonts-dejavu-core

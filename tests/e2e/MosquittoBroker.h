@@ -1,0 +1,195 @@
+#pragma once
+
+// A real Mosquitto broker (Debian mosquitto) for whole-process tests: on a
+// port of its own, with a configuration written into a folder of its own,
+// anonymous or with a password file, plain or TLS with a CA the test made.
+// It keeps nothing on disk, so a restart forgets every retained message and
+// whatever is retained afterwards came from a publisher anew.
+
+#include "support/Eventually.h"
+
+#include <QFile>
+#include <QProcess>
+#include <QStandardPaths>
+#include <QTcpServer>
+#include <QTcpSocket>
+#include <QTemporaryDir>
+
+#include <pwd.h>
+#include <unistd.h>
+
+class MosquittoBroker {
+public:
+    struct Options {
+        // A file made by mosquitto_passwd; empty: anonymous clients.
+        QString passwordFile;
+        // TLS on the listener with these PEM files.
+        QString certFile;
+        QString keyFile;
+    };
+
+    ~MosquittoBroker() { stop(); }
+
+    // Why the broker's programs cannot run here; empty when they can.
+    static QString missing()
+    {
+        for (const char* program : { "mosquitto", "mosquitto_sub", "mosquitto_passwd" }) {
+            if (QStandardPaths::findExecutable(QString::fromLatin1(program)).isEmpty()
+                && QStandardPaths::findExecutable(QString::fromLatin1(program), { QStringLiteral("/usr/sbin") })
+                       .isEmpty()) {
+                return QStringLiteral("%1 is not installed (Debian mosquitto and mosquitto-clients; "
+                                      "scripts/install-deps.sh installs them)")
+                    .arg(QString::fromLatin1(program));
+            }
+        }
+        return {};
+    }
+
+    // Starts on a free port (the same one again after stop), and waits
+    // until it accepts connections.
+    bool start(const Options& options = {})
+    {
+        m_options = options;
+        if (m_port == 0) {
+            QTcpServer probe;
+            probe.listen(QHostAddress::LocalHost, 0);
+            m_port = probe.serverPort();
+        }
+        const QString config = m_folder.filePath(QStringLiteral("mosquitto.conf"));
+        QFile file(config);
+        if (!file.open(QIODevice::WriteOnly)) {
+            return false;
+        }
+        QByteArray text = "persistence false\n";
+        // Run as root (as on CI) it would change to the mosquitto user, who
+        // cannot read this test's private folder.
+        if (const passwd* user = getpwuid(getuid())) {
+            text += "user " + QByteArray(user->pw_name) + "\n";
+        }
+        text += "listener " + QByteArray::number(m_port) + " 127.0.0.1\n";
+        if (options.passwordFile.isEmpty()) {
+            text += "allow_anonymous true\n";
+        } else {
+            text += "allow_anonymous false\npassword_file " + options.passwordFile.toUtf8() + "\n";
+        }
+        if (!options.certFile.isEmpty()) {
+            text += "certfile " + options.certFile.toUtf8() + "\nkeyfile " + options.keyFile.toUtf8() + "\n";
+        }
+        file.write(text);
+        file.close();
+        m_process.setProcessChannelMode(QProcess::MergedChannels);
+        m_process.start(program(), { QStringLiteral("-c"), config });
+        if (!m_process.waitForStarted(5000)) {
+            return false;
+        }
+        return eventually(
+            [this] {
+                QTcpSocket probe;
+                probe.connectToHost(QHostAddress::LocalHost, m_port);
+                return probe.waitForConnected(200);
+            },
+            5000);
+    }
+
+    // Killed at once, as a crash or a pulled cable would end it.
+    void stop()
+    {
+        if (m_process.state() != QProcess::NotRunning) {
+            m_process.kill();
+            m_process.waitForFinished(5000);
+        }
+    }
+
+    bool restart()
+    {
+        stop();
+        return start(m_options);
+    }
+
+    quint16 port() const { return m_port; }
+    QString folder() const { return m_folder.path(); }
+    QString output() { return QString::fromUtf8(m_process.readAll()); }
+
+private:
+    static QString program()
+    {
+        const QString inPath = QStandardPaths::findExecutable(QStringLiteral("mosquitto"));
+        return inPath.isEmpty()
+            ? QStandardPaths::findExecutable(QStringLiteral("mosquitto"), { QStringLiteral("/usr/sbin") })
+            : inPath;
+    }
+
+    QTemporaryDir m_folder;
+    QProcess m_process;
+    Options m_options;
+    quint16 m_port = 0;
+};
+
+// An independent subscriber: mosquitto_sub, printing each message as
+// "RETAINED TOPIC PAYLOAD" (RETAINED is 1 for a message the broker kept,
+// 0 for one passed on as it came).
+class MqttSubscriber {
+public:
+    ~MqttSubscriber()
+    {
+        if (m_process.state() != QProcess::NotRunning) {
+            m_process.kill();
+            m_process.waitForFinished();
+        }
+    }
+
+    // Subscribes to topic; extra arguments add a login or TLS.
+    bool start(quint16 port, const QString& topic, const QStringList& extra = {})
+    {
+        m_process.start(QStringLiteral("mosquitto_sub"),
+            QStringList { QStringLiteral("-h"), QStringLiteral("127.0.0.1"), QStringLiteral("-p"),
+                QString::number(port), QStringLiteral("-q"), QStringLiteral("1"), QStringLiteral("-F"),
+                QStringLiteral("%r %t %p"), QStringLiteral("-t"), topic }
+                + extra);
+        return m_process.waitForStarted(5000);
+    }
+
+    // Whether a line reading exactly line has come.
+    bool saw(const QString& line)
+    {
+        read();
+        return m_lines.contains(line);
+    }
+    // Whether a line starting with start has come.
+    bool sawStart(const QString& start)
+    {
+        read();
+        return std::any_of(m_lines.cbegin(), m_lines.cend(), [&](const QString& l) { return l.startsWith(start); });
+    }
+    QStringList lines()
+    {
+        read();
+        return m_lines;
+    }
+    void clear()
+    {
+        read();
+        m_lines.clear();
+    }
+    QString everything()
+    {
+        read();
+        return m_lines.join(QLatin1Char('\n')) + QLatin1Char('\n')
+            + QString::fromUtf8(m_process.readAllStandardError());
+    }
+
+private:
+    void read()
+    {
+        m_pending += m_process.readAllStandardOutput();
+        qsizetype end = 0;
+        while ((end = m_pending.indexOf('\n')) >= 0) {
+            m_lines.append(QString::fromUtf8(m_pending.left(end)));
+            m_pending.remove(0, end + 1);
+        }
+    }
+
+    QProcess m_process;
+    QByteArray m_pending;
+    QStringList m_lines;
+};
