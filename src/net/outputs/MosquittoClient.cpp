@@ -131,6 +131,9 @@ MosquittoClient::MosquittoClient(const Settings& settings, QObject* parent)
     }
     mosquitto_threaded_set(shared.handle, true);
     mosquitto_int_option(shared.handle, MOSQ_OPT_PROTOCOL_VERSION, MQTT_PROTOCOL_V311);
+    // A cut is a burst of small messages that matter now: Nagle's algorithm
+    // would hold all but the first until the broker acknowledged it.
+    mosquitto_int_option(shared.handle, MOSQ_OPT_TCP_NODELAY, 1);
     mosquitto_connect_callback_set(shared.handle, onConnect);
     mosquitto_log_callback_set(shared.handle, onLog);
     const QByteArray willPayload = settings.will.payload;
