@@ -255,6 +255,11 @@ TEST_F(MqttWatchProcessTest, TlsWithTheTestsOwnCaAndAnUntrustedCertificateIsSaid
     start({ QStringLiteral("--mqtt"), broker(QStringLiteral("mqtts")) });
     EXPECT_TRUE(eventually([&] { return said(QStringLiteral("the TLS handshake failed")); })) << errors.toStdString();
     EXPECT_TRUE(said(QStringLiteral("certificate verify failed"))) << errors.toStdString();
+    // And so is the next attempt: each one starts afresh.
+    EXPECT_TRUE(eventually([&] {
+        said(QString());
+        return errors.count(QStringLiteral("certificate verify failed")) >= 2;
+    })) << errors.toStdString();
     watch.kill();
     watch.waitForFinished();
     errors.clear();
@@ -265,6 +270,13 @@ TEST_F(MqttWatchProcessTest, TlsWithTheTestsOwnCaAndAnUntrustedCertificateIsSaid
     ASSERT_TRUE(subscriber.start(mosquitto.port(), QStringLiteral("studio/light/2/state"), trust));
     EXPECT_TRUE(eventually([&] { return subscriber.saw(QStringLiteral("1 studio/light/2/state preview")); }))
         << subscriber.everything().toStdString() << errors.toStdString();
+
+    // A TLS connection comes back after the broker restarts, as a plain one.
+    ASSERT_TRUE(mosquitto.restart()) << mosquitto.output().toStdString();
+    EXPECT_TRUE(eventually([&] {
+        return said(QStringLiteral("trying again in 1 s"))
+            && errors.count(QStringLiteral("connected, topics under studio/")) == 2;
+    })) << errors.toStdString();
 }
 
 TEST_F(MqttWatchProcessTest, DiscoveryAnnouncesEveryLightToHomeAssistant)

@@ -29,6 +29,24 @@ constexpr std::chrono::milliseconds closeWait { 1000 };
 
 std::once_flag libraryInitialised;
 
+// Where the system keeps the certificates it trusts, as a folder of hashed
+// names (Debian's ca-certificates); empty where there is none.
+QByteArray systemCertificateFolder()
+{
+    const QString folder = QStringLiteral("/etc/ssl/certs");
+    return QFileInfo(folder).isDir() ? folder.toUtf8() : QByteArray();
+}
+
+// The library's own sentences end in a full stop; ours go on after them.
+QString withoutFullStop(const char* text)
+{
+    QString sentence = QString::fromUtf8(text);
+    while (sentence.endsWith(QLatin1Char('.'))) {
+        sentence.chop(1);
+    }
+    return sentence;
+}
+
 } // namespace
 
 struct MosquittoClient::Shared {
@@ -92,7 +110,7 @@ struct MosquittoClient::Shared {
         default:
             break;
         }
-        return QString::fromUtf8(mosquitto_strerror(result));
+        return withoutFullStop(mosquitto_strerror(result));
     }
 };
 
@@ -101,7 +119,7 @@ void MosquittoClient::onConnect(mosquitto* /*handle*/, void* userData, int code)
     Shared* shared = static_cast<Shared*>(userData);
     if (code != 0) {
         shared->refusal = QStringLiteral("the broker refused the connection: %1")
-                              .arg(QString::fromUtf8(mosquitto_connack_string(code)));
+                              .arg(withoutFullStop(mosquitto_connack_string(code)));
         return; // the loop ends with MOSQ_ERR_CONN_REFUSED, which says so
     }
     shared->post([](MosquittoClient& client) { Q_EMIT client.connected(); });
@@ -146,13 +164,7 @@ MosquittoClient::MosquittoClient(const Settings& settings, QObject* parent)
             shared.handle, user.constData(), settings.password.isEmpty() ? nullptr : password.constData());
     }
     if (settings.address.tls) {
-        if (settings.caFile.isEmpty()) {
-            mosquitto_int_option(shared.handle, MOSQ_OPT_TLS_USE_OS_CERTS, 1);
-        } else if (mosquitto_tls_set(shared.handle, QFileInfo(settings.caFile).absoluteFilePath().toUtf8().constData(),
-                       nullptr, nullptr, nullptr, nullptr)
-            != MOSQ_ERR_SUCCESS) {
-            shared.setupProblem = QStringLiteral("cannot use the CA file '%1'").arg(settings.caFile);
-        }
+        trustCertificates(shared, settings.caFile);
     }
     m_thread = std::thread(&MosquittoClient::run, m_shared);
 }
@@ -160,6 +172,25 @@ MosquittoClient::MosquittoClient(const Settings& settings, QObject* parent)
 MosquittoClient::~MosquittoClient()
 {
     stopThread();
+}
+
+void MosquittoClient::trustCertificates(Shared& shared, const QString& caFile)
+{
+    // The system's folder is named rather than left to the library's "use
+    // the system's certificates" option: with that option alone, libmosquitto
+    // 2.0 refuses every attempt after the first (it finds its TLS context
+    // made already without a CA file or folder).
+    const QByteArray folder = systemCertificateFolder();
+    const QByteArray file = caFile.isEmpty() ? QByteArray() : QFileInfo(caFile).absoluteFilePath().toUtf8();
+    if (folder.isEmpty() && file.isEmpty()) {
+        mosquitto_int_option(shared.handle, MOSQ_OPT_TLS_USE_OS_CERTS, 1);
+        return;
+    }
+    if (mosquitto_tls_set(shared.handle, file.isEmpty() ? nullptr : file.constData(),
+            folder.isEmpty() ? nullptr : folder.constData(), nullptr, nullptr, nullptr)
+        != MOSQ_ERR_SUCCESS) {
+        shared.setupProblem = QStringLiteral("cannot use the CA file '%1'").arg(caFile);
+    }
 }
 
 void MosquittoClient::connectToBroker()

@@ -49,6 +49,7 @@ private:
     struct Shared;
 
     static void run(const std::shared_ptr<Shared>& shared);
+    static void trustCertificates(Shared& shared, const QString& caFile);
     // The library's callbacks, on the connection's thread.
     static void onConnect(mosquitto* handle, void* userData, int code);
     static void onLog(mosquitto* handle, void* userData, int level, const char* text);
