@@ -163,6 +163,21 @@ TEST_F(NetworkOutputsMenuTest, ASavedPageThatCannotListenAtLaunchShowsOnTheStatu
         << main.statusLine->text().toStdString();
 }
 
+TEST_F(NetworkOutputsMenuTest, ABrokerThatCannotBeReachedShowsOnTheStatusLineWithItsNextTry)
+{
+    makeWindow();
+    NetworkOutputChoices choices;
+    choices.mqttBrokers = { QStringLiteral("mqtt://127.0.0.1:%1/studio").arg(freePort()) };
+    ASSERT_EQ(main.menu->chooseNetworkOutputs(choices), std::nullopt);
+    EXPECT_TRUE(eventually([&] {
+        return main.statusLine->text().contains(QStringLiteral("Connection refused; trying again in 1 s"));
+    })) << main.statusLine->text().toStdString();
+    EXPECT_TRUE(main.statusLine->showsProblem());
+    // Turned off, the broker no longer stands on the line.
+    ASSERT_EQ(main.menu->chooseNetworkOutputs(NetworkOutputChoices {}), std::nullopt);
+    EXPECT_FALSE(main.statusLine->text().contains(QStringLiteral("MQTT"))) << main.statusLine->text().toStdString();
+}
+
 TEST(NetworkOutputsDialogTest, ShowsTheCurrentChoicesAndGivesThemBackUnchanged)
 {
     const NetworkOutputChoices current = everyField();
