@@ -64,6 +64,9 @@ struct MosquittoClient::Shared {
     // is handed to the main thread.
     MosquittoClient* receiver = nullptr;
     std::atomic<bool> stopping { false };
+    // Whether the thread is in a connection (not in an attempt or waiting):
+    // only then is there a goodbye to let out before it ends.
+    std::atomic<bool> inConnection { false };
 
     // Written on the connection's thread only, by the library's callbacks.
     QString refusal;
@@ -238,10 +241,11 @@ void MosquittoClient::stopThread()
     m_shared->receiver = nullptr;
     m_shared->stopping = true;
     m_shared->wake.notify_all();
-    // A thread still inside a connection attempt (a host that drops
-    // packets, a name that does not resolve) may take the system's time to
-    // give up; the program does not wait for it. It owns its share of the
-    // state and ends on its own.
+    // A connection gets a moment to send the goodbye. A thread still inside
+    // a connection attempt (a host that drops packets, a name that does not
+    // resolve) may take the system's time to give up; the program does not
+    // wait for it: the thread owns its share of the state and ends on its
+    // own.
     const bool finished = m_shared->wake.wait_for(lock, closeWait * 2, [this] { return m_shared->finished; });
     lock.unlock();
     if (finished) {
@@ -268,6 +272,7 @@ void MosquittoClient::run(const std::shared_ptr<Shared>& shared)
         int result = mosquitto_connect(shared->handle, host.constData(), port, keepAliveSeconds);
         int savedErrno = errno;
         if (result == MOSQ_ERR_SUCCESS) {
+            shared->inConnection = true;
             using Clock = std::chrono::steady_clock;
             std::optional<Clock::time_point> closingSince;
             for (;;) {
@@ -287,6 +292,7 @@ void MosquittoClient::run(const std::shared_ptr<Shared>& shared)
                 }
             }
         }
+        shared->inConnection = false;
         mosquitto_disconnect(shared->handle);
         const QString reason = shared->describe(result, savedErrno);
         lock.lock();
