@@ -436,3 +436,35 @@ TEST_F(NetworkOutputsTest, ABadBrokerIsRefusedInTheOperatorsWords)
             "MQTT: bad MQTT broker 'broker.studio': expected mqtt://[USER@]HOST[:PORT][/PREFIX] or mqtts://..."));
     EXPECT_TRUE(outputs.mqttPublishers().empty());
 }
+
+TEST_F(NetworkOutputsTest, SavedMqttChoicesStartAtLaunchUnlessTheCommandLineGivesItsOwn)
+{
+    NetworkOutputChoices saved;
+    saved.mqttBrokers = { QStringLiteral("mqtt://127.0.0.1:%1/saved").arg(freePort()) };
+    OutputsProblem problem;
+    ASSERT_TRUE(outputs.startAtLaunch(RunOptions {}, saved, &problem)) << problem.text.toStdString();
+    ASSERT_EQ(outputs.mqttPublishers().size(), 1u);
+    EXPECT_EQ(outputs.mqttPublishers().front()->topicPrefix(), QStringLiteral("saved"));
+
+    NetworkOutputs other { cycle };
+    RunOptions commandLine;
+    commandLine.mqttBrokers = { QStringLiteral("mqtt://127.0.0.1:%1/given").arg(freePort()) };
+    commandLine.mqttGiven = true;
+    ASSERT_TRUE(other.startAtLaunch(commandLine, saved, &problem)) << problem.text.toStdString();
+    ASSERT_EQ(other.mqttPublishers().size(), 1u);
+    EXPECT_EQ(other.mqttPublishers().front()->topicPrefix(), QStringLiteral("given"));
+}
+
+TEST_F(NetworkOutputsTest, ASavedPasswordFileThatCannotBeReadLeavesTheWindowStartingAndSaysWhy)
+{
+    NetworkOutputChoices saved;
+    saved.mqttBrokers = { QStringLiteral("mqtt://tally@127.0.0.1:%1").arg(freePort()) };
+    saved.mqttPasswordFile = directory.filePath(QStringLiteral("missing-password"));
+    OutputsProblem problem;
+    ASSERT_TRUE(outputs.startAtLaunch(RunOptions {}, saved, &problem)) << problem.text.toStdString();
+    EXPECT_TRUE(outputs.mqttPublishers().empty());
+    EXPECT_TRUE(outputs.problem().startsWith(
+        QStringLiteral("The saved MQTT outputs did not start: cannot read the password file '%1'")
+            .arg(saved.mqttPasswordFile)))
+        << outputs.problem().toStdString();
+}
