@@ -223,10 +223,12 @@ bool MosquittoClient::publish(const MqttMessage& message)
         == MOSQ_ERR_SUCCESS;
 }
 
-void MosquittoClient::close(const MqttMessage& last)
+void MosquittoClient::close(const std::optional<MqttMessage>& last)
 {
     if (m_shared->handle && !m_shared->stopping) {
-        publish(last);
+        if (last) {
+            publish(*last);
+        }
         mosquitto_disconnect(m_shared->handle);
     }
     stopThread();

@@ -43,7 +43,7 @@ public:
 
     void connectToBroker() override;
     bool publish(const MqttMessage& message) override;
-    void close(const MqttMessage& last) override;
+    void close(const std::optional<MqttMessage>& last) override;
 
 private:
     struct Shared;

@@ -5,6 +5,8 @@
 #include <QObject>
 #include <QString>
 
+#include <optional>
+
 // The connection to one broker, as MqttPublisher needs it. Nothing here
 // waits: connectToBroker starts one attempt in the background and its
 // outcome comes back as a signal on the thread the client lives on. The
@@ -22,10 +24,10 @@ public:
     // Hands message over for sending while connected. False when it cannot
     // be (no connection): the caller keeps it for the next connection.
     virtual bool publish(const MqttMessage& message) = 0;
-    // Ends the connection in order, last sent before the goodbye (a broker
-    // sends the last will only for a connection that was cut, not ended).
-    // Nothing is signalled after it.
-    virtual void close(const MqttMessage& last) = 0;
+    // Ends the connection in order, last (if any) sent before the goodbye:
+    // a broker sends the last will only for a connection that was cut, not
+    // for one that was ended. Nothing is signalled after it.
+    virtual void close(const std::optional<MqttMessage>& last) = 0;
 
 Q_SIGNALS:
     void connected();

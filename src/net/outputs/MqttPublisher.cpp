@@ -33,7 +33,10 @@ MqttPublisher::MqttPublisher(
 MqttPublisher::~MqttPublisher()
 {
     m_client->disconnect(this);
-    m_client->close(statusMessage(MqttTallyTopics::offline));
+    // Only a publisher that said online says offline: one that never got
+    // that far (replaced at once, say) must not overwrite the status that
+    // another publisher under the same prefix keeps.
+    m_client->close(m_connected ? std::optional(statusMessage(MqttTallyTopics::offline)) : std::nullopt);
 }
 
 void MqttPublisher::publish(const TallySnapshot& snapshot)

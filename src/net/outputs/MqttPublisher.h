@@ -43,7 +43,7 @@ public:
     // system's by default); tests pass a quicker back-off.
     MqttPublisher(const Settings& settings, std::unique_ptr<MqttClient> client, MqttBackoff backoff = MqttBackoff(),
         Clock clock = {}, QObject* parent = nullptr);
-    // Says offline and closes the connection in order.
+    // Says offline (when it said online) and closes the connection in order.
     ~MqttPublisher() override;
 
     void publish(const TallySnapshot& snapshot) override;

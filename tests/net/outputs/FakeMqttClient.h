@@ -32,10 +32,12 @@ public:
         m_record.published.append(message);
         return true;
     }
-    void close(const MqttMessage& last) override
+    void close(const std::optional<MqttMessage>& last) override
     {
         m_record.closed = true;
-        m_record.lastMessages.append(last);
+        if (last) {
+            m_record.lastMessages.append(*last);
+        }
     }
 
     void accept()

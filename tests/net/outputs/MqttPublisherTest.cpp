@@ -141,3 +141,12 @@ TEST_F(MqttPublisherTest, GoingAwaySaysOfflineAsTheLastMessage)
     EXPECT_TRUE(kept.closed);
     EXPECT_EQ(kept.lastMessages, QList<MqttMessage> { (MqttMessage { "studio/status", "offline", true }) });
 }
+
+TEST_F(MqttPublisherTest, OneThatNeverConnectedLeavesTheStatusAlone)
+{
+    make();
+    fake->fail(QStringLiteral("Connection refused"));
+    publisher.reset();
+    EXPECT_TRUE(record.closed);
+    EXPECT_TRUE(record.lastMessages.isEmpty());
+}
