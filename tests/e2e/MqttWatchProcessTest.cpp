@@ -4,6 +4,7 @@
 // restarts, a login, TLS and Home Assistant discovery.
 
 #include "MosquittoBroker.h"
+#include "MqttSubscriber.h"
 #include "WatchProcessFixture.h"
 #include "support/Eventually.h"
 
