@@ -10,6 +10,9 @@ packages=(
   # The desktop's secret store for the OBS password; its tests run a GNOME
   # Keyring on a session bus of their own and look into it with secret-tool.
   qtkeychain-qt6-dev gnome-keyring dbus-daemon dbus-bin libsecret-tools
+  # The MQTT output's client library; its tests run a real broker, check it
+  # with the Mosquitto command-line clients and make a test CA with openssl.
+  libmosquitto-dev mosquitto mosquitto-clients openssl
   libhidapi-dev libudev-dev
   libgtest-dev libgmock-dev libbenchmark-dev
   xvfb xauth fonts-dejavu-core

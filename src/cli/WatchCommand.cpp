@@ -28,7 +28,8 @@ const Command& command()
         QStringLiteral("watch"),
         QStringLiteral("watch [--ticks N] [--json] [--timestamps|--no-timestamps] [--source SOURCE] "
                        "[--tsl-allow LIST]... [--password-file FILE] [--tsl URL]... [--tsl5 URL]... [--tsl-offset N] "
-                       "[--web [ADDRESS:]PORT] [--when-lost keep|off|blink] [--blink-after SECONDS] "
+                       "[--web [ADDRESS:]PORT] [--mqtt URL]... [--mqtt-password-file FILE] [--mqtt-ca-file FILE] "
+                       "[--mqtt-discovery] [--when-lost keep|off|blink] [--blink-after SECONDS] "
                        "[--lights-off-at-quit] MAP"),
         QStringLiteral("Run the update cycle on a tally map without a window, printing each change, until "
                        "interrupted (or for N ticks of 0.25 s)"),

@@ -108,7 +108,7 @@ TEST_F(WatchCommandTest, WrongUsageExitsTwoWithAUsageLine)
     EXPECT_TRUE(watch.readAllStandardError().contains(
         "usage: tallyctl watch [--ticks N] [--json] [--timestamps|--no-timestamps] [--source SOURCE] "
         "[--tsl-allow LIST]... [--password-file FILE] [--tsl URL]... [--tsl5 URL]... [--tsl-offset N] [--web "
-        "[ADDRESS:]PORT] "
+        "[ADDRESS:]PORT] [--mqtt URL]... [--mqtt-password-file FILE] [--mqtt-ca-file FILE] [--mqtt-discovery] "
         "[--when-lost keep|off|blink] [--blink-after SECONDS] [--lights-off-at-quit] MAP"));
 }
 

@@ -148,6 +148,7 @@ COMPONENTS = (
 #   tsl       the TSL UMD 3.1 and 5.0 codecs
 #   atem      the ATEM switcher protocol: packets, commands, the client's
 #             session and the switcher's picture
+#   mqtt      the MQTT topics, payloads, discovery documents, outbox, back-off
 #   hardware  the USB tally box and its light command bytes
 #   lock      the editing lock and its password
 #   lamps     how a lamp lays out its label
@@ -155,10 +156,10 @@ COMPONENTS = (
 #   sources   where the shots come from (Mixdesk through link, a TSL table)
 #   tally     the update cycle, which ties the lights to all of the above
 #
-# link, tsl, atem and hardware talk to the world outside and know nothing of each
-# other; lock, lamps and tallymap are the rules the screens and tallyctl work
-# with; sources and tally put those pieces together.
-CORE_LAYERS = ("base", "model", "link", "tsl", "atem", "hardware", "lock", "lamps", "tallymap", "sources", "tally")
+# link, tsl, atem, mqtt and hardware talk to the world outside and know nothing
+# of each other; lock, lamps and tallymap are the rules the screens and tallyctl
+# work with; sources and tally put those pieces together.
+CORE_LAYERS = ("base", "model", "link", "tsl", "atem", "mqtt", "hardware", "lock", "lamps", "tallymap", "sources", "tally")
 
 # Offences known today, each with the reason it stands and what removes it.
 # An entry names the including file and the include as written; delete the

@@ -85,6 +85,14 @@ inline const QString tsl31Destinations = QStringLiteral("Tsl31Destinations");
 inline const QString tsl50Destinations = QStringLiteral("Tsl50Destinations");
 // Light N is TSL display index N + this (default 0).
 inline const QString tslIndexOffset = QStringLiteral("TslIndexOffset");
+// MQTT brokers, "mqtt://[USER@]HOST[:PORT][/PREFIX]" or "mqtts://...", and
+// what goes with them: Home Assistant discovery (default off), the file
+// holding the brokers' password and a CA file to trust for TLS (both
+// optional). The password itself is never stored here.
+inline const QString mqttBrokers = QStringLiteral("MqttBrokers");
+inline const QString mqttDiscovery = QStringLiteral("MqttDiscovery");
+inline const QString mqttPasswordFile = QStringLiteral("MqttPasswordFile");
+inline const QString mqttCaFile = QStringLiteral("MqttCaFile");
 // The main window's lamps in the large style: number and shots inside the
 // lamp, text sized by the lamp, a frame that tells live from preview besides
 // the colour. Never registered: unset reads false, the small LIVE/PREVIEW

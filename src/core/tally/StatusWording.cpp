@@ -56,6 +56,11 @@ QString outputs(const Outputs& outputs)
     if (outputs.tslDestinations > 0) {
         parts.append(tr("TSL: ") + count(outputs.tslDestinations, "%1 destination", "%1 destinations"));
     }
+    if (outputs.mqttBrokers == 1) {
+        parts.append(outputs.mqttConnected == 1 ? tr("MQTT: connected") : tr("MQTT: not connected"));
+    } else if (outputs.mqttBrokers > 1) {
+        parts.append(tr("MQTT: %1 of %2 brokers connected").arg(outputs.mqttConnected).arg(outputs.mqttBrokers));
+    }
     return parts.join(separator);
 }
 

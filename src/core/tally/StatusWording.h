@@ -20,6 +20,10 @@ struct Outputs {
     std::optional<qsizetype> phonesConnected;
     // TSL UMD destinations the lights are sent to (3.1 and 5.0 together).
     qsizetype tslDestinations = 0;
+    // MQTT brokers the lights are published to, and how many of them the
+    // publisher is connected to now.
+    qsizetype mqttBrokers = 0;
+    qsizetype mqttConnected = 0;
 };
 
 // The source and its state. running and shotCount are what the last tick

@@ -3,6 +3,7 @@
 #include "base/UserDefaults.h"
 #include "launch/RunOptions.h"
 #include "model/LightCount.h"
+#include "mqtt/MqttBrokerAddress.h"
 #include "outputs/TslDestination.h"
 #include "tsl/TslTallyEncoding.h"
 
@@ -68,6 +69,20 @@ void NetworkOutputChoices::takeTslFrom(const NetworkOutputChoices& other)
     tslIndexOffset = other.tslIndexOffset;
 }
 
+void NetworkOutputChoices::takeMqttFrom(const NetworkOutputChoices& other)
+{
+    mqttBrokers = other.mqttBrokers;
+    mqttDiscovery = other.mqttDiscovery;
+    mqttPasswordFile = other.mqttPasswordFile;
+    mqttCaFile = other.mqttCaFile;
+}
+
+bool NetworkOutputChoices::sameMqttAs(const NetworkOutputChoices& other) const
+{
+    return mqttBrokers == other.mqttBrokers && mqttDiscovery == other.mqttDiscovery
+        && mqttPasswordFile == other.mqttPasswordFile && mqttCaFile == other.mqttCaFile;
+}
+
 std::optional<QString> NetworkOutputChoices::problem() const
 {
     if (web) {
@@ -87,6 +102,12 @@ std::optional<QString> NetworkOutputChoices::problem() const
             return problem;
         }
     }
+    for (const QString& broker : mqttBrokers) {
+        QString problem;
+        if (!MqttBrokerAddress::parse(broker, &problem)) {
+            return QStringLiteral("MQTT: ") + problem;
+        }
+    }
     return std::nullopt;
 }
 
@@ -101,6 +122,11 @@ RunOptions NetworkOutputChoices::runOptions() const
     options.tsl50Destinations = tsl50Destinations;
     options.tslIndexOffset = tslIndexOffset;
     options.tslGiven = sendsTsl();
+    options.mqttBrokers = mqttBrokers;
+    options.mqttDiscovery = mqttDiscovery;
+    options.mqttPasswordFile = mqttPasswordFile;
+    options.mqttCaFile = mqttCaFile;
+    options.mqttGiven = !mqttBrokers.isEmpty();
     return options;
 }
 
@@ -113,6 +139,10 @@ NetworkOutputChoices NetworkOutputChoices::of(const RunOptions& options)
     choices.tsl31Destinations = options.tsl31Destinations;
     choices.tsl50Destinations = options.tsl50Destinations;
     choices.tslIndexOffset = options.tslIndexOffset;
+    choices.mqttBrokers = options.mqttBrokers;
+    choices.mqttDiscovery = options.mqttDiscovery;
+    choices.mqttPasswordFile = options.mqttPasswordFile;
+    choices.mqttCaFile = options.mqttCaFile;
     return choices;
 }
 
@@ -126,6 +156,10 @@ NetworkOutputChoices NetworkOutputChoices::saved(const UserDefaults& defaults)
     choices.tsl31Destinations = storedList(defaults, Preferences::tsl31Destinations);
     choices.tsl50Destinations = storedList(defaults, Preferences::tsl50Destinations);
     choices.tslIndexOffset = defaults.objectForKey(Preferences::tslIndexOffset).toInt();
+    choices.mqttBrokers = storedList(defaults, Preferences::mqttBrokers);
+    choices.mqttDiscovery = defaults.objectForKey(Preferences::mqttDiscovery).toBool();
+    choices.mqttPasswordFile = defaults.objectForKey(Preferences::mqttPasswordFile).toString().trimmed();
+    choices.mqttCaFile = defaults.objectForKey(Preferences::mqttCaFile).toString().trimmed();
     return choices;
 }
 
@@ -135,4 +169,8 @@ void NetworkOutputChoices::save(UserDefaults& defaults) const
     defaults.setObject(Preferences::tsl31Destinations, tsl31Destinations);
     defaults.setObject(Preferences::tsl50Destinations, tsl50Destinations);
     defaults.setObject(Preferences::tslIndexOffset, tslIndexOffset);
+    defaults.setObject(Preferences::mqttBrokers, mqttBrokers);
+    defaults.setObject(Preferences::mqttDiscovery, mqttDiscovery);
+    defaults.setObject(Preferences::mqttPasswordFile, mqttPasswordFile);
+    defaults.setObject(Preferences::mqttCaFile, mqttCaFile);
 }

@@ -10,7 +10,7 @@ class UserDefaults;
 
 // The outputs besides the window and the tally box, as the operator writes
 // them: where the web tally page listens, the TSL UMD destinations and the
-// display index offset. Kept as text, so that the settings hold and the
+// display index offset, the MQTT brokers and what goes with them. Kept as text, so that the settings hold and the
 // dialog shows again what was typed; checked only when used. Everything is
 // off by default.
 struct NetworkOutputChoices {
@@ -22,11 +22,23 @@ struct NetworkOutputChoices {
     QStringList tsl50Destinations;
     // Light N is display index N + this.
     int tslIndexOffset = 0;
+    // "mqtt://[USER@]HOST[:PORT][/PREFIX]" or "mqtts://...".
+    QStringList mqttBrokers;
+    bool mqttDiscovery = false;
+    // The file whose first line is the brokers' password; empty: the
+    // environment variable, or no password.
+    QString mqttPasswordFile;
+    // For mqtts: a CA certificate to trust besides the system's.
+    QString mqttCaFile;
 
     // The TSL part (both destination lists and the offset) taken from other:
     // the part goes together, since the offset numbers both lists' displays.
     void takeTslFrom(const NetworkOutputChoices& other);
     bool sendsTsl() const { return !tsl31Destinations.isEmpty() || !tsl50Destinations.isEmpty(); }
+    // The MQTT part (the brokers and what goes with them) taken from other.
+    void takeMqttFrom(const NetworkOutputChoices& other);
+    // Whether both ask for the same MQTT publishers.
+    bool sameMqttAs(const NetworkOutputChoices& other) const;
 
     // Why these choices cannot be used, in words for the operator (no
     // command-line option names); nothing when they can.

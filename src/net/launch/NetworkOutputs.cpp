@@ -1,5 +1,6 @@
 #include "launch/NetworkOutputs.h"
 
+#include "outputs/MqttPublisher.h"
 #include "outputs/TslSender.h"
 #include "outputs/WebTallyServer.h"
 #include "tally/TallyCycle.h"
@@ -22,8 +23,7 @@ NetworkOutputs::NetworkOutputs(TallyCycle& cycle, QObject* parent)
 
 NetworkOutputs::~NetworkOutputs()
 {
-    m_cycle.removeOutput(m_running.tsl.get());
-    m_cycle.removeOutput(m_running.web.get());
+    m_running.removeFrom(m_cycle);
 }
 
 bool NetworkOutputs::startAtLaunch(
@@ -44,6 +44,11 @@ bool NetworkOutputs::startAtLaunch(
         NetworkOutputChoices next = m_current;
         next.web = saved.web;
         startSaved(next, tr("The saved web tally page"), &problems);
+    }
+    if (!commandLine.mqttGiven) {
+        NetworkOutputChoices next = m_current;
+        next.takeMqttFrom(saved);
+        startSaved(next, tr("The saved MQTT outputs"), &problems);
     }
     setProblem(problems.join(QStringLiteral(" · ")));
     return true;
@@ -86,11 +91,19 @@ bool NetworkOutputs::replace(const NetworkOutputChoices& choices, OutputsProblem
         *problem = { *bad, true };
         return false;
     }
-    // The page first: it is the only part that can still fail, and until it
-    // has, the running outputs stay untouched.
+    // The parts that can still fail first (the MQTT files, then the page),
+    // and until they have, the running outputs stay untouched.
     StartedOutputs next;
     QString reason;
+    bool reusedMqtt = false;
+    if (!mqttFor(choices, &next, &reusedMqtt, &reason)) {
+        *problem = { reason, true };
+        return false;
+    }
     if (!startWeb(choices.runOptions(), &next.web, &reason)) {
+        if (reusedMqtt) {
+            m_running.mqtt = std::move(next.mqtt);
+        }
         *problem = { reason, false };
         return false;
     }
@@ -107,6 +120,19 @@ std::unique_ptr<TslSender> NetworkOutputs::senderFor(const NetworkOutputChoices&
     }
     QString ignored; // checked before: every destination parses
     return makeTslSender(choices.runOptions(), &ignored);
+}
+
+bool NetworkOutputs::mqttFor(const NetworkOutputChoices& choices, StartedOutputs* next, bool* reused, QString* problem)
+{
+    // Unchanged publishers go on, so that their connections are not cut
+    // and the lamps do not see the program go offline for nothing.
+    if (!m_running.mqtt.empty() && choices.sameMqttAs(m_current)) {
+        next->mqtt = std::move(m_running.mqtt);
+        *reused = true;
+        return true;
+    }
+    next->mqtt = makeMqttPublishers(choices.runOptions(), problem);
+    return !next->mqtt.empty() || choices.mqttBrokers.isEmpty();
 }
 
 bool NetworkOutputs::startWeb(const RunOptions& options, std::unique_ptr<WebTallyServer>* server, QString* problem)
@@ -159,11 +185,39 @@ bool NetworkOutputs::listenInPlaceOfOwnPage(
 
 void NetworkOutputs::install(const NetworkOutputChoices& choices, StartedOutputs started)
 {
-    m_cycle.removeOutput(m_running.tsl.get());
-    m_cycle.removeOutput(m_running.web.get());
+    m_running.removeFrom(m_cycle);
     m_running = std::move(started);
     m_running.addTo(m_cycle);
     m_current = choices;
+    followMqttConditions();
+}
+
+void NetworkOutputs::followMqttConditions()
+{
+    for (const std::unique_ptr<MqttPublisher>& publisher : m_running.mqtt) {
+        connect(publisher.get(), &MqttPublisher::conditionChanged, this, &NetworkOutputs::updateProblem,
+            Qt::UniqueConnection);
+    }
+    updateProblem();
+}
+
+void NetworkOutputs::updateProblem()
+{
+    QStringList parts;
+    if (!m_startProblem.isEmpty()) {
+        parts.append(m_startProblem);
+    }
+    for (const std::unique_ptr<MqttPublisher>& publisher : m_running.mqtt) {
+        if (!publisher->condition().isEmpty()) {
+            parts.append(publisher->condition());
+        }
+    }
+    const QString problem = parts.join(QStringLiteral(" · "));
+    if (problem == m_problem) {
+        return;
+    }
+    m_problem = problem;
+    Q_EMIT problemChanged(problem);
 }
 
 std::optional<WebListenAddress> NetworkOutputs::runningWebAddress() const
@@ -175,9 +229,6 @@ std::optional<WebListenAddress> NetworkOutputs::runningWebAddress() const
 
 void NetworkOutputs::setProblem(const QString& problem)
 {
-    if (problem == m_problem) {
-        return;
-    }
-    m_problem = problem;
-    Q_EMIT problemChanged(problem);
+    m_startProblem = problem;
+    updateProblem();
 }

@@ -13,7 +13,7 @@ class TallyCycle;
 class UserDefaults;
 
 // The outputs besides the window and the tally box while the program runs:
-// the web tally page and the TSL UMD sender, added to the update cycle and
+// the web tally page, the TSL UMD sender and the MQTT publishers, added to the update cycle and
 // replaced at once when the operator chooses others, without a restart. A
 // change either happens whole or not at all: a bad choice or a port that
 // cannot be listened on leaves the running outputs as they were.
@@ -26,7 +26,7 @@ public:
     ~NetworkOutputs() override;
 
     // At launch: what the command line asks for, then what the settings
-    // saved for the kinds it left alone (the web page; TSL). False, with the
+    // saved for the kinds it left alone (the web page; TSL; MQTT). False, with the
     // problem, when the command line's own outputs cannot start: the program
     // ends, as it always has. A saved choice that cannot start stays off and
     // is reported through problemChanged, so that the window still opens.
@@ -42,9 +42,11 @@ public:
     const NetworkOutputChoices& current() const { return m_current; }
     WebTallyServer* webServer() const { return m_running.web.get(); }
     TslSender* tslSender() const { return m_running.tsl.get(); }
+    const std::vector<std::unique_ptr<MqttPublisher>>& mqttPublishers() const { return m_running.mqtt; }
 
-    // What went wrong with the outputs that should be running; empty when
-    // nothing did.
+    // What went wrong with the outputs that should be running, and what
+    // keeps an MQTT broker from getting the lights (it is being reached
+    // again); empty when nothing did.
     QString problem() const { return m_problem; }
 
 Q_SIGNALS:
@@ -56,6 +58,12 @@ private:
     // Starts the part a launch left to the settings, noting a failure.
     void startSaved(const NetworkOutputChoices& next, const QString& what, QStringList* problems);
     std::unique_ptr<TslSender> senderFor(const NetworkOutputChoices& choices);
+    // The publishers the choices ask for: the running ones when the MQTT
+    // choices did not change (reused says so), else new ones. False, with
+    // the reason, when a password or CA file cannot be read.
+    bool mqttFor(const NetworkOutputChoices& choices, StartedOutputs* next, bool* reused, QString* problem);
+    void followMqttConditions();
+    void updateProblem();
     bool startWeb(const RunOptions& options, std::unique_ptr<WebTallyServer>* server, QString* problem);
     bool listenInPlaceOfOwnPage(
         const WebListenAddress& where, std::unique_ptr<WebTallyServer>* server, QString* problem);
@@ -68,5 +76,8 @@ private:
     TallyCycle& m_cycle;
     NetworkOutputChoices m_current;
     StartedOutputs m_running;
+    // What failed to start; what the MQTT publishers say besides goes with
+    // it into m_problem.
+    QString m_startProblem;
     QString m_problem;
 };

@@ -1,6 +1,9 @@
 #include "launch/RunBuilder.h"
 
 #include "model/LightCount.h"
+#include "mqtt/MqttTallyTopics.h"
+#include "outputs/MosquittoClient.h"
+#include "outputs/MqttPublisher.h"
 #include "outputs/TslSender.h"
 #include "outputs/WebTallyServer.h"
 #include "sources/AtemShotSource.h"
@@ -10,8 +13,11 @@
 #include "sources/TslShotSource.h"
 #include "tally/TallyCycle.h"
 
+#include <QCoreApplication>
 #include <QFile>
+#include <QFileInfo>
 #include <QProcessEnvironment>
+#include <QSysInfo>
 
 namespace {
 
@@ -47,6 +53,24 @@ std::unique_ptr<ShotSource> makeTslShotSource(const RunOptions& options, QString
     return source;
 }
 
+// The first line of a password file, without its line end (editors add
+// one); nothing, with the reason, when it cannot be read.
+std::optional<QString> firstLineOf(const QString& path, QString* problem)
+{
+    QFile file(path);
+    if (!file.open(QIODevice::ReadOnly)) {
+        if (problem) {
+            *problem = QStringLiteral("cannot read the password file '%1': %2").arg(path, file.errorString());
+        }
+        return std::nullopt;
+    }
+    QByteArray line = file.readLine();
+    while (line.endsWith('\n') || line.endsWith('\r')) {
+        line.chop(1);
+    }
+    return QString::fromUtf8(line);
+}
+
 } // namespace
 
 std::optional<QString> readSwitcherPassword(const RunOptions& options, QString* problem)
@@ -55,20 +79,7 @@ std::optional<QString> readSwitcherPassword(const RunOptions& options, QString* 
         const QString fromEnvironment = QProcessEnvironment::systemEnvironment().value(obsPasswordVariable);
         return fromEnvironment;
     }
-    QFile file(options.passwordFile);
-    if (!file.open(QIODevice::ReadOnly)) {
-        if (problem) {
-            *problem = QStringLiteral("cannot read the password file '%1': %2")
-                           .arg(options.passwordFile, file.errorString());
-        }
-        return std::nullopt;
-    }
-    // The first line only, without its line end: editors add one.
-    QByteArray line = file.readLine();
-    while (line.endsWith('\n') || line.endsWith('\r')) {
-        line.chop(1);
-    }
-    return QString::fromUtf8(line);
+    return firstLineOf(options.passwordFile, problem);
 }
 
 std::unique_ptr<ShotSource> makeShotSource(const RunOptions& options, QString* problem)
@@ -159,6 +170,57 @@ std::unique_ptr<TslSender> makeTslSender(const RunOptions& options, QString* pro
     return std::make_unique<TslSender>(destinations, options.tslIndexOffset);
 }
 
+std::vector<std::unique_ptr<MqttPublisher>> makeMqttPublishers(const RunOptions& options, QString* problem)
+{
+    QList<MqttBrokerAddress> addresses;
+    bool anyUser = false;
+    for (const QString& text : options.mqttBrokers) {
+        const std::optional<MqttBrokerAddress> address = MqttBrokerAddress::parse(text, problem);
+        if (!address) {
+            return {};
+        }
+        anyUser = anyUser || !address->user.isEmpty();
+        addresses.append(*address);
+    }
+    if (addresses.isEmpty()) {
+        return {};
+    }
+    QString password;
+    if (!options.mqttPasswordFile.isEmpty()) {
+        const std::optional<QString> fromFile = firstLineOf(options.mqttPasswordFile, problem);
+        if (!fromFile) {
+            return {};
+        }
+        password = *fromFile;
+    } else if (anyUser) {
+        password = QProcessEnvironment::systemEnvironment().value(mqttPasswordVariable);
+    }
+    if (!options.mqttCaFile.isEmpty() && !QFileInfo(options.mqttCaFile).isReadable()) {
+        if (problem) {
+            *problem = QStringLiteral("cannot read the MQTT CA file '%1'").arg(options.mqttCaFile);
+        }
+        return {};
+    }
+    const QString instance = mqttInstanceName(QSysInfo::machineHostName());
+    std::vector<std::unique_ptr<MqttPublisher>> publishers;
+    for (const MqttBrokerAddress& address : addresses) {
+        MosquittoClient::Settings client;
+        client.address = address;
+        client.password = password;
+        client.caFile = options.mqttCaFile;
+        // The process id keeps two programs on one machine from taking each
+        // other's session at the broker.
+        client.clientId = QStringLiteral("mixdesk-tally-%1-%2").arg(instance).arg(QCoreApplication::applicationPid());
+        client.will = { MqttTallyTopics::status(address.topicPrefix(instance)), MqttTallyTopics::offline, true };
+        MqttPublisher::Settings settings;
+        settings.address = address;
+        settings.instance = instance;
+        settings.discovery = options.mqttDiscovery;
+        publishers.push_back(std::make_unique<MqttPublisher>(settings, std::make_unique<MosquittoClient>(client)));
+    }
+    return publishers;
+}
+
 std::unique_ptr<WebTallyServer> startWebTally(const RunOptions& options, QString* problem)
 {
     if (!options.web) {
@@ -180,6 +242,18 @@ void StartedOutputs::addTo(TallyCycle& cycle) const
 {
     cycle.addOutput(tsl.get());
     cycle.addOutput(web.get());
+    for (const std::unique_ptr<MqttPublisher>& publisher : mqtt) {
+        cycle.addOutput(publisher.get());
+    }
+}
+
+void StartedOutputs::removeFrom(TallyCycle& cycle) const
+{
+    cycle.removeOutput(tsl.get());
+    cycle.removeOutput(web.get());
+    for (const std::unique_ptr<MqttPublisher>& publisher : mqtt) {
+        cycle.removeOutput(publisher.get());
+    }
 }
 
 std::optional<StartedOutputs> startOutputs(const RunOptions& options, OutputsProblem* problem)
@@ -188,6 +262,11 @@ std::optional<StartedOutputs> startOutputs(const RunOptions& options, OutputsPro
     QString reason;
     outputs.tsl = makeTslSender(options, &reason);
     if (!outputs.tsl && !reason.isEmpty()) {
+        *problem = { reason, true };
+        return std::nullopt;
+    }
+    outputs.mqtt = makeMqttPublishers(options, &reason);
+    if (outputs.mqtt.empty() && !reason.isEmpty()) {
         *problem = { reason, true };
         return std::nullopt;
     }

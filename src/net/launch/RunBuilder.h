@@ -9,11 +9,16 @@
 #include "sources/ShotSource.h"
 
 #include <memory>
+#include <vector>
 
 // Where the switcher's password comes from when no --password-file is given:
 // an environment variable keeps it off the command line, which every user of
 // the computer can see.
 inline const QString obsPasswordVariable = QStringLiteral("MIXDESK_TALLY_OBS_PASSWORD");
+
+// Where the MQTT brokers' password comes from when no --mqtt-password-file
+// is given.
+inline const QString mqttPasswordVariable = QStringLiteral("MIXDESK_TALLY_MQTT_PASSWORD");
 
 // The switcher's password: the first line of --password-file, else the
 // environment variable, else empty. Nothing, with the reason in problem,
@@ -29,6 +34,14 @@ class TslSender;
 // name no destination, nothing and the reason in problem when a destination
 // or the offset is bad.
 std::unique_ptr<TslSender> makeTslSender(const RunOptions& options, QString* problem);
+class MqttPublisher;
+
+// One MQTT publisher per broker the options name, connecting in the
+// background. Empty and no problem when they name none; empty with the
+// reason in problem when an address is bad or the password or CA file
+// cannot be read.
+std::vector<std::unique_ptr<MqttPublisher>> makeMqttPublishers(const RunOptions& options, QString* problem);
+
 class WebTallyServer;
 
 // The web tally page, listening where the options say. Nothing, and no
@@ -44,6 +57,7 @@ class TallyCycle;
 struct StartedOutputs {
     std::unique_ptr<TslSender> tsl;
     std::unique_ptr<WebTallyServer> web;
+    std::vector<std::unique_ptr<MqttPublisher>> mqtt;
 
     StartedOutputs();
     StartedOutputs(StartedOutputs&&) noexcept;
@@ -51,6 +65,7 @@ struct StartedOutputs {
     ~StartedOutputs();
 
     void addTo(TallyCycle& cycle) const;
+    void removeFrom(TallyCycle& cycle) const;
 };
 
 // Why the outputs could not start: a usage mistake (a bad destination), or

@@ -39,14 +39,17 @@ TakenValue takeValue(QStringList& arguments, qsizetype index, const QString& nam
 }
 
 // The options that may be given more than once, each adding a value.
+// Each marks its kind of output as given on the command line.
 struct RepeatableOption {
     QString name;
     QStringList RunOptions::*field;
+    bool RunOptions::*given;
 };
 
 const RepeatableOption repeatableOptions[] = {
-    { QStringLiteral("--tsl"), &RunOptions::tsl31Destinations },
-    { QStringLiteral("--tsl5"), &RunOptions::tsl50Destinations },
+    { QStringLiteral("--tsl"), &RunOptions::tsl31Destinations, &RunOptions::tslGiven },
+    { QStringLiteral("--tsl5"), &RunOptions::tsl50Destinations, &RunOptions::tslGiven },
+    { QStringLiteral("--mqtt"), &RunOptions::mqttBrokers, &RunOptions::mqttGiven },
 };
 
 // Whole-number options and the smallest value each takes.
@@ -79,8 +82,8 @@ TakenValue takeTslAllowOption(QStringList& arguments, qsizetype index, RunOption
     return taken;
 }
 
-// Takes a repeatable or a number option at arguments[index] into options.
-// Taking a TSL output option marks TSL as given.
+// Takes a repeatable or a number option at arguments[index] into options,
+// marking the kind of output it belongs to as given.
 TakenValue takeOtherOption(QStringList& arguments, qsizetype index, RunOptions* options)
 {
     if (TakenValue allow = takeTslAllowOption(arguments, index, options); allow.matched) {
@@ -91,7 +94,7 @@ TakenValue takeOtherOption(QStringList& arguments, qsizetype index, RunOptions* 
         if (taken.matched) {
             if (!taken.problem) {
                 (options->*option.field).append(taken.value);
-                options->tslGiven = true;
+                options->*option.given = true;
             }
             return taken;
         }
@@ -178,6 +181,8 @@ std::optional<QString> RunOptions::takeFrom(QStringList& arguments, RunOptions* 
     } known[] = {
         { QStringLiteral("--source"), &RunOptions::source },
         { QStringLiteral("--password-file"), &RunOptions::passwordFile },
+        { QStringLiteral("--mqtt-password-file"), &RunOptions::mqttPasswordFile },
+        { QStringLiteral("--mqtt-ca-file"), &RunOptions::mqttCaFile },
         { QStringLiteral("--when-lost"), nullptr },
         { QStringLiteral("--blink-after"), nullptr },
     };
@@ -188,6 +193,12 @@ std::optional<QString> RunOptions::takeFrom(QStringList& arguments, RunOptions* 
         }
         if (arguments[index] == QLatin1String("--lights-off-at-quit")) {
             options->lightsOffAtQuit = true;
+            arguments.removeAt(index);
+            continue;
+        }
+        if (arguments[index] == QLatin1String("--mqtt-discovery")) {
+            options->mqttDiscovery = true;
+            options->mqttGiven = true;
             arguments.removeAt(index);
             continue;
         }
@@ -208,6 +219,9 @@ std::optional<QString> RunOptions::takeFrom(QStringList& arguments, RunOptions* 
                 options->*option.field = taken.value;
                 if (option.field == &RunOptions::source) {
                     options->sourceGiven = true;
+                }
+                if (option.field == &RunOptions::mqttPasswordFile || option.field == &RunOptions::mqttCaFile) {
+                    options->mqttGiven = true;
                 }
                 matched = true;
                 break;
@@ -253,6 +267,13 @@ QStringList RunOptions::helpLines()
         QStringLiteral("                        (repeatable)"),
         QStringLiteral("  --tsl-offset N        light N is TSL display index N + offset (default 0)"),
         QStringLiteral("  --web [ADDRESS:]PORT  serve the web tally page for phones (every interface if no ADDRESS)"),
+        QStringLiteral("  --mqtt URL            publish the lights to an MQTT broker:"),
+        QStringLiteral("                        mqtt://[USER@]HOST[:PORT][/PREFIX], mqtts:// for TLS (repeatable;"),
+        QStringLiteral("                        topics under mixdesk-tally/<host name> unless PREFIX is given)"),
+        QStringLiteral("  --mqtt-password-file  FILE whose first line is the brokers' password"),
+        QStringLiteral("                        (else from MIXDESK_TALLY_MQTT_PASSWORD)"),
+        QStringLiteral("  --mqtt-ca-file FILE   for mqtts://: a CA certificate to trust besides the system's"),
+        QStringLiteral("  --mqtt-discovery      announce every light to Home Assistant (MQTT discovery)"),
         QStringLiteral("  --when-lost ACTION    while the switcher is lost: keep the lights (keep, the"),
         QStringLiteral("                        default), turn them off (off), or blink them (blink)"),
         QStringLiteral("  --blink-after N       with --when-lost blink: N seconds of keeping the lights"),

@@ -7,6 +7,7 @@
 #include <QStringList>
 
 #include <optional>
+#include <vector>
 
 // The choices a launch of mixdesk-tally or tallyctl watch can make beyond the
 // defaults: where the shots come from and where else the lights go. With none
@@ -40,6 +41,19 @@ struct RunOptions {
     // Whether the command line gave any TSL option: then it decides the TSL
     // outputs whole, and none saved in the window's settings are added.
     bool tslGiven = false;
+    // MQTT brokers (--mqtt, repeatable), as written:
+    // "mqtt://[USER@]HOST[:PORT][/PREFIX]" or "mqtts://...".
+    QStringList mqttBrokers;
+    // A file whose first line is the brokers' password (else the
+    // environment variable below).
+    QString mqttPasswordFile;
+    // For mqtts: a CA certificate to trust besides the system's.
+    QString mqttCaFile;
+    // Home Assistant discovery documents besides the state.
+    bool mqttDiscovery = false;
+    // Whether the command line gave any MQTT option: then it decides the
+    // MQTT outputs whole, and none saved in the window's settings are added.
+    bool mqttGiven = false;
     // The web tally page: off unless --web [ADDRESS:]PORT is given.
     std::optional<WebListenAddress> web;
     // What the lights do while the source is lost, and at quit; unset

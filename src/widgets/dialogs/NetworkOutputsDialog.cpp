@@ -47,6 +47,7 @@ NetworkOutputsDialog::NetworkOutputsDialog(const NetworkOutputChoices& current, 
     auto* form = new QFormLayout(this);
     addWebRows(current);
     addTslRows(current);
+    addMqttRows(current);
     problemLabel = new QLabel(this);
     problemLabel->setObjectName(QStringLiteral("networkOutputsProblem"));
     problemLabel->setWordWrap(true);
@@ -104,6 +105,26 @@ void NetworkOutputsDialog::addTslRows(const NetworkOutputChoices& current)
     form->addRow(tr("Display index offset:"), offsetField);
 }
 
+void NetworkOutputsDialog::addMqttRows(const NetworkOutputChoices& current)
+{
+    auto* form = static_cast<QFormLayout*>(layout());
+    mqttField = destinationField(QStringLiteral("mqttBrokers"), current.mqttBrokers,
+        tr("mqtt://[USER@]HOST[:PORT][/PREFIX] or mqtts://..., one a line"), this);
+    mqttDiscoveryCheckBox = new QCheckBox(tr("Announce the lights to Home Assistant (MQTT discovery)"), this);
+    mqttDiscoveryCheckBox->setObjectName(QStringLiteral("mqttDiscovery"));
+    mqttDiscoveryCheckBox->setChecked(current.mqttDiscovery);
+    mqttPasswordFileField = new QLineEdit(current.mqttPasswordFile, this);
+    mqttPasswordFileField->setObjectName(QStringLiteral("mqttPasswordFile"));
+    mqttPasswordFileField->setPlaceholderText(tr("a file whose first line is the password, for USER@ brokers"));
+    mqttCaFileField = new QLineEdit(current.mqttCaFile, this);
+    mqttCaFileField->setObjectName(QStringLiteral("mqttCaFile"));
+    mqttCaFileField->setPlaceholderText(tr("for mqtts://: a CA certificate to trust besides the system's"));
+    form->addRow(tr("MQTT brokers:"), mqttField);
+    form->addRow(mqttDiscoveryCheckBox);
+    form->addRow(tr("MQTT password file:"), mqttPasswordFileField);
+    form->addRow(tr("MQTT CA file:"), mqttCaFileField);
+}
+
 NetworkOutputChoices NetworkOutputsDialog::choices() const
 {
     NetworkOutputChoices chosen;
@@ -113,6 +134,10 @@ NetworkOutputChoices NetworkOutputsDialog::choices() const
     chosen.tsl31Destinations = destinationLines(*tsl31Field);
     chosen.tsl50Destinations = destinationLines(*tsl50Field);
     chosen.tslIndexOffset = offsetField->value();
+    chosen.mqttBrokers = destinationLines(*mqttField);
+    chosen.mqttDiscovery = mqttDiscoveryCheckBox->isChecked();
+    chosen.mqttPasswordFile = mqttPasswordFileField->text().trimmed();
+    chosen.mqttCaFile = mqttCaFileField->text().trimmed();
     return chosen;
 }
 

@@ -19,7 +19,9 @@ class PhoneLinksView;
 
 // Outputs > Network Outputs: the web tally page on or off and where it
 // listens, the TSL UMD 3.1 and 5.0 destinations and the display index
-// offset. It only shows and collects: OK hands the choices to whoever opened
+// offset, the MQTT brokers with Home Assistant discovery, the password file
+// and the CA file (the password itself is never typed here: it would be
+// stored in the settings in the clear). It only shows and collects: OK hands the choices to whoever opened
 // it, which starts them at once. Choices that are refused leave the dialog
 // open with the reason, and nothing typed is lost.
 class NetworkOutputsDialog : public QDialog {
@@ -47,6 +49,10 @@ public:
     QPointer<QPlainTextEdit> tsl31Field;
     QPointer<QPlainTextEdit> tsl50Field;
     QPointer<QSpinBox> offsetField;
+    QPointer<QPlainTextEdit> mqttField;
+    QPointer<QCheckBox> mqttDiscoveryCheckBox;
+    QPointer<QLineEdit> mqttPasswordFileField;
+    QPointer<QLineEdit> mqttCaFileField;
     // Why the last choices were refused; hidden while there is no reason.
     QPointer<QLabel> problemLabel;
     QPointer<QDialogButtonBox> buttons;
@@ -54,6 +60,7 @@ public:
 private:
     void addWebRows(const NetworkOutputChoices& current);
     void addTslRows(const NetworkOutputChoices& current);
+    void addMqttRows(const NetworkOutputChoices& current);
     void showProblem(const QString& problem);
 
     Apply m_apply;

@@ -11,6 +11,7 @@
 #include "mainwindow/DocumentCommands.h"
 #include "mainwindow/EditingLockControls.h"
 #include "mainwindow/LampRow.h"
+#include "outputs/MqttPublisher.h"
 #include "outputs/WebTallyServer.h"
 #include "sources/MixdeskShotSource.h"
 #include "tally/StatusWording.h"
@@ -250,6 +251,10 @@ void ViewController::noteSituation()
     if (m_networkOutputs.tslSender() != nullptr) {
         outputs.tslDestinations
             = m_networkOutputs.current().tsl31Destinations.size() + m_networkOutputs.current().tsl50Destinations.size();
+    }
+    for (const std::unique_ptr<MqttPublisher>& publisher : m_networkOutputs.mqttPublishers()) {
+        ++outputs.mqttBrokers;
+        outputs.mqttConnected += publisher->isConnected() ? 1 : 0;
     }
     const QString situation
         = StatusWording::situation(StatusWording::source(source.details(), m_sourceRunning, m_ticker.shotList().size()),

@@ -66,6 +66,20 @@ TEST(StatusWordingTest, TheOutputsThatRunAreCountedAndTheOthersLeftOut)
     EXPECT_EQ(StatusWording::outputs({}), QString());
 }
 
+TEST(StatusWordingTest, MqttSaysWhetherItsBrokerIsConnectedOrHowManyOfThemAre)
+{
+    StatusWording::Outputs one;
+    one.mqttBrokers = 1;
+    EXPECT_EQ(StatusWording::outputs(one), QStringLiteral("MQTT: not connected"));
+    one.mqttConnected = 1;
+    EXPECT_EQ(StatusWording::outputs(one), QStringLiteral("MQTT: connected"));
+    StatusWording::Outputs two;
+    two.tslDestinations = 2;
+    two.mqttBrokers = 2;
+    two.mqttConnected = 1;
+    EXPECT_EQ(StatusWording::outputs(two), QStringLiteral("TSL: 2 destinations · MQTT: 1 of 2 brokers connected"));
+}
+
 TEST(StatusWordingTest, TheSituationIsTheSourceThenTheOutputs)
 {
     EXPECT_EQ(StatusWording::situation(QStringLiteral("Following Mixdesk · 5 shots"), QString()),

@@ -7,6 +7,7 @@
 
 #include "base/UserDefaults.h"
 #include "net/outputs/WebTallyClient.h"
+#include "outputs/MqttPublisher.h"
 #include "outputs/TslSender.h"
 #include "outputs/WebTallyServer.h"
 #include "support/Eventually.h"
@@ -387,4 +388,83 @@ TEST_F(NetworkOutputsTest, ChosenOutputsAreSavedAndReadBackAlike)
     ASSERT_TRUE(outputs.choose(NetworkOutputChoices {}, defaults, &problem)) << problem.text.toStdString();
     UserDefaults reopenedOff(defaults.settingsFilePath());
     EXPECT_EQ(NetworkOutputChoices::saved(reopenedOff), NetworkOutputChoices {});
+}
+
+TEST_F(NetworkOutputsTest, MqttChoicesAreSavedAndAnUnchangedPublisherGoesOn)
+{
+    NetworkOutputChoices choices;
+    choices.mqttBrokers = { QStringLiteral("mqtt://127.0.0.1:%1/studio").arg(freePort()) };
+    OutputsProblem problem;
+    ASSERT_TRUE(outputs.choose(choices, defaults, &problem)) << problem.text.toStdString();
+    ASSERT_EQ(outputs.mqttPublishers().size(), 1u);
+    const MqttPublisher* first = outputs.mqttPublishers().front().get();
+
+    choices.web = QStringLiteral("127.0.0.1:%1").arg(freePort());
+    ASSERT_TRUE(outputs.choose(choices, defaults, &problem)) << problem.text.toStdString();
+    EXPECT_EQ(outputs.mqttPublishers().front().get(), first);
+
+    choices.mqttDiscovery = true;
+    choices.mqttCaFile = QStringLiteral("/etc/hostname");
+    ASSERT_TRUE(outputs.choose(choices, defaults, &problem)) << problem.text.toStdString();
+    EXPECT_TRUE(outputs.mqttPublishers().front()->settings().discovery);
+    UserDefaults reopened(defaults.settingsFilePath());
+    EXPECT_EQ(NetworkOutputChoices::saved(reopened), choices);
+}
+
+TEST_F(NetworkOutputsTest, ABrokerThatCannotBeReachedIsSaidWhileTheOtherOutputsRun)
+{
+    NetworkOutputChoices choices = webOn(freePort());
+    choices.mqttBrokers = { QStringLiteral("mqtt://127.0.0.1:%1").arg(freePort()) };
+    OutputsProblem problem;
+    ASSERT_TRUE(outputs.apply(choices, &problem)) << problem.text.toStdString();
+    EXPECT_TRUE(eventually([&] {
+        return outputs.problem().contains(QStringLiteral("Connection refused; trying again in 1 s"));
+    })) << outputs.problem().toStdString();
+    tick();
+    EXPECT_TRUE(answersLights(choices.runOptions().web->port));
+}
+
+TEST_F(NetworkOutputsTest, ABadBrokerIsRefusedInTheOperatorsWords)
+{
+    NetworkOutputChoices choices;
+    choices.mqttBrokers = { QStringLiteral("broker.studio") };
+    OutputsProblem problem;
+    EXPECT_FALSE(outputs.apply(choices, &problem));
+    EXPECT_TRUE(problem.isUsage);
+    EXPECT_EQ(problem.text,
+        QStringLiteral(
+            "MQTT: bad MQTT broker 'broker.studio': expected mqtt://[USER@]HOST[:PORT][/PREFIX] or mqtts://..."));
+    EXPECT_TRUE(outputs.mqttPublishers().empty());
+}
+
+TEST_F(NetworkOutputsTest, SavedMqttChoicesStartAtLaunchUnlessTheCommandLineGivesItsOwn)
+{
+    NetworkOutputChoices saved;
+    saved.mqttBrokers = { QStringLiteral("mqtt://127.0.0.1:%1/saved").arg(freePort()) };
+    OutputsProblem problem;
+    ASSERT_TRUE(outputs.startAtLaunch(RunOptions {}, saved, &problem)) << problem.text.toStdString();
+    ASSERT_EQ(outputs.mqttPublishers().size(), 1u);
+    EXPECT_EQ(outputs.mqttPublishers().front()->topicPrefix(), QStringLiteral("saved"));
+
+    NetworkOutputs other { cycle };
+    RunOptions commandLine;
+    commandLine.mqttBrokers = { QStringLiteral("mqtt://127.0.0.1:%1/given").arg(freePort()) };
+    commandLine.mqttGiven = true;
+    ASSERT_TRUE(other.startAtLaunch(commandLine, saved, &problem)) << problem.text.toStdString();
+    ASSERT_EQ(other.mqttPublishers().size(), 1u);
+    EXPECT_EQ(other.mqttPublishers().front()->topicPrefix(), QStringLiteral("given"));
+}
+
+TEST_F(NetworkOutputsTest, ASavedPasswordFileThatCannotBeReadLeavesTheWindowStartingAndSaysWhy)
+{
+    NetworkOutputChoices saved;
+    saved.mqttBrokers = { QStringLiteral("mqtt://tally@127.0.0.1:%1").arg(freePort()) };
+    saved.mqttPasswordFile = directory.filePath(QStringLiteral("missing-password"));
+    OutputsProblem problem;
+    ASSERT_TRUE(outputs.startAtLaunch(RunOptions {}, saved, &problem)) << problem.text.toStdString();
+    EXPECT_TRUE(outputs.mqttPublishers().empty());
+    EXPECT_TRUE(outputs.problem().startsWith(
+        QStringLiteral("The saved MQTT outputs did not start: cannot read the password file '%1'")
+            .arg(saved.mqttPasswordFile)))
+        << outputs.problem().toStdString();
 }

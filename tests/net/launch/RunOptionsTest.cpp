@@ -1,5 +1,6 @@
 #include "launch/RunOptions.h"
 
+#include "outputs/MqttPublisher.h"
 #include "outputs/TslSender.h"
 #include "outputs/WebTallyServer.h"
 #include "sources/AtemAddress.h"
@@ -8,6 +9,7 @@
 #include "support/QtPrinters.h"
 
 #include <QFile>
+#include <QSysInfo>
 #include <QTcpServer>
 #include <QTemporaryDir>
 #include <QUdpSocket>
@@ -223,4 +225,21 @@ TEST(RunOptionsTest, TheAtemMixEffectIsOneUnlessChosenAndIsNoTslOption)
     QStringList zero { QStringLiteral("--atem-me=0") };
     EXPECT_EQ(
         RunOptions::takeFrom(zero, &options), QStringLiteral("--atem-me needs a whole number of at least 1, not '0'"));
+}
+
+TEST(RunOptionsTest, MqttBrokersMayBeGivenMoreThanOnceWithTheirFilesAndDiscovery)
+{
+    QStringList arguments { QStringLiteral("--mqtt"), QStringLiteral("mqtt://a"), QStringLiteral("map.tlx"),
+        QStringLiteral("--mqtt=mqtts://tally@b/studio"), QStringLiteral("--mqtt-password-file"),
+        QStringLiteral("/run/mqtt"), QStringLiteral("--mqtt-ca-file=ca.pem"), QStringLiteral("--mqtt-discovery") };
+    RunOptions options;
+    EXPECT_EQ(RunOptions::takeFrom(arguments, &options), std::nullopt);
+    EXPECT_EQ(
+        options.mqttBrokers, (QStringList { QStringLiteral("mqtt://a"), QStringLiteral("mqtts://tally@b/studio") }));
+    EXPECT_EQ(options.mqttPasswordFile, QStringLiteral("/run/mqtt"));
+    EXPECT_EQ(options.mqttCaFile, QStringLiteral("ca.pem"));
+    EXPECT_TRUE(options.mqttDiscovery);
+    EXPECT_TRUE(options.mqttGiven);
+    EXPECT_FALSE(options.tslGiven);
+    EXPECT_EQ(arguments, QStringList { QStringLiteral("map.tlx") });
 }

@@ -152,6 +152,9 @@ TEST_F(MainWindowScreenshotTest, NetworkOutputsDialogRefusingABadDestination)
     NetworkOutputChoices current;
     current.web = QStringLiteral("8080");
     current.tsl50Destinations = { QStringLiteral("udp://192.168.1.40:8900") };
+    current.mqttBrokers = { QStringLiteral("mqtt://tally@broker.studio/studio-a") };
+    current.mqttDiscovery = true;
+    current.mqttPasswordFile = QStringLiteral("/etc/mixdesk-tally/mqtt-password");
     NetworkOutputsDialog dialog(current, [](const NetworkOutputChoices& choices) { return choices.problem(); });
     dialog.tsl31Field->setPlainText(QStringLiteral("udp://monitor-wall"));
     dialog.show();

@@ -236,6 +236,21 @@ TEST_F(NetworkOutputsMenuTest, ThePhoneLinksWithoutThePageSayHowToTurnItOn)
     EXPECT_TRUE(main.menu->phoneLinksDialog()->view->chosenUrl->text().contains(QStringLiteral("Network Outputs")));
 }
 
+TEST_F(NetworkOutputsMenuTest, ABrokerThatCannotBeReachedShowsOnTheStatusLineWithItsNextTry)
+{
+    makeWindow();
+    NetworkOutputChoices choices;
+    choices.mqttBrokers = { QStringLiteral("mqtt://127.0.0.1:%1/studio").arg(freePort()) };
+    ASSERT_EQ(main.menu->chooseNetworkOutputs(choices), std::nullopt);
+    EXPECT_TRUE(eventually([&] {
+        return main.statusLine->text().contains(QStringLiteral("Connection refused; trying again in 1 s"));
+    })) << main.statusLine->text().toStdString();
+    EXPECT_TRUE(main.statusLine->showsProblem());
+    // Turned off, the broker no longer stands on the line.
+    ASSERT_EQ(main.menu->chooseNetworkOutputs(NetworkOutputChoices {}), std::nullopt);
+    EXPECT_FALSE(main.statusLine->text().contains(QStringLiteral("MQTT"))) << main.statusLine->text().toStdString();
+}
+
 TEST(NetworkOutputsDialogTest, ShowsTheCurrentChoicesAndGivesThemBackUnchanged)
 {
     const NetworkOutputChoices current = everyField();
@@ -299,4 +314,27 @@ TEST(NetworkOutputsDialogTest, OkHandsTheChoicesOverAndClosesOnlyWhenTheyWereTak
     EXPECT_FALSE(dialog.isVisible());
     EXPECT_EQ(dialog.result(), QDialog::Accepted);
     EXPECT_FALSE(dialog.problemLabel->isVisibleTo(&dialog));
+}
+
+TEST(NetworkOutputsDialogTest, ShowsAndGivesTheMqttChoices)
+{
+    NetworkOutputChoices current;
+    current.mqttBrokers = { QStringLiteral("mqtt://broker.studio"), QStringLiteral("mqtts://tally@10.0.0.5/studio") };
+    current.mqttDiscovery = true;
+    current.mqttPasswordFile = QStringLiteral("/etc/mixdesk-tally/mqtt-password");
+    NetworkOutputsDialog dialog(current, [](const NetworkOutputChoices&) { return std::nullopt; });
+    EXPECT_EQ(dialog.mqttField->toPlainText(), QStringLiteral("mqtt://broker.studio\nmqtts://tally@10.0.0.5/studio"));
+    EXPECT_TRUE(dialog.mqttDiscoveryCheckBox->isChecked());
+    EXPECT_EQ(dialog.mqttPasswordFileField->text(), QStringLiteral("/etc/mixdesk-tally/mqtt-password"));
+    EXPECT_TRUE(dialog.mqttCaFileField->text().isEmpty());
+    EXPECT_EQ(dialog.choices(), current);
+
+    dialog.mqttField->setPlainText(QStringLiteral(" mqtt://other \n\n"));
+    dialog.mqttDiscoveryCheckBox->setChecked(false);
+    dialog.mqttCaFileField->setText(QStringLiteral(" ca.pem "));
+    NetworkOutputChoices expected = current;
+    expected.mqttBrokers = { QStringLiteral("mqtt://other") };
+    expected.mqttDiscovery = false;
+    expected.mqttCaFile = QStringLiteral("ca.pem");
+    EXPECT_EQ(dialog.choices(), expected);
 }

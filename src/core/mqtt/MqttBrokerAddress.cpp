@@ -1,0 +1,111 @@
+#include "mqtt/MqttBrokerAddress.h"
+
+#include <QUrl>
+
+namespace {
+
+const QString expected = QStringLiteral("expected mqtt://[USER@]HOST[:PORT][/PREFIX] or mqtts://...");
+
+std::optional<MqttBrokerAddress> refuse(const QString& text, const QString& why, QString* problem)
+{
+    if (problem) {
+        *problem = QStringLiteral("bad MQTT broker '%1': %2").arg(text, why);
+    }
+    return std::nullopt;
+}
+
+// A topic prefix may not hold an empty level, which would make the topics
+// differ from what the operator reads in it.
+std::optional<QString> prefixProblem(const QString& prefix)
+{
+    if (prefix.split(QLatin1Char('/')).contains(QString())) {
+        return QStringLiteral("the topic prefix has an empty level (//)");
+    }
+    return std::nullopt;
+}
+
+} // namespace
+
+bool MqttBrokerAddress::looksLikeAddress(const QString& text)
+{
+    return text.startsWith(QLatin1String("mqtt://")) || text.startsWith(QLatin1String("mqtts://"));
+}
+
+std::optional<MqttBrokerAddress> MqttBrokerAddress::parse(const QString& text, QString* problem)
+{
+    if (!looksLikeAddress(text)) {
+        return refuse(text, expected, problem);
+    }
+    // Before the URL is read: '#' would end it, and what follows would be
+    // taken for a fragment rather than seen as a wildcard in the prefix.
+    if (text.contains(QLatin1Char('#')) || text.contains(QLatin1Char('+'))) {
+        return refuse(text, QStringLiteral("the topic prefix may not contain + or #"), problem);
+    }
+    const QUrl url(text, QUrl::StrictMode);
+    if (!url.isValid()) {
+        return refuse(text, expected, problem);
+    }
+    if (!url.password().isEmpty()) {
+        return refuse(text,
+            QStringLiteral("a password does not go in the address; give it in a file or the environment"), problem);
+    }
+    if (url.host().isEmpty()) {
+        return refuse(text, QStringLiteral("no host; ") + expected, problem);
+    }
+    if (url.hasQuery() || url.hasFragment()) {
+        return refuse(text, expected, problem);
+    }
+    MqttBrokerAddress address;
+    address.tls = url.scheme() == QLatin1String("mqtts");
+    address.user = url.userName();
+    address.host = url.host();
+    const int port = url.port(address.tls ? tlsPort : plainPort);
+    if (port <= 0) {
+        return refuse(text, QStringLiteral("the port must be 1 to 65535"), problem);
+    }
+    address.port = static_cast<quint16>(port);
+    QString path = url.path(QUrl::FullyDecoded);
+    while (path.startsWith(QLatin1Char('/'))) {
+        path.remove(0, 1);
+    }
+    while (path.endsWith(QLatin1Char('/'))) {
+        path.chop(1);
+    }
+    if (!path.isEmpty()) {
+        if (const std::optional<QString> bad = prefixProblem(path)) {
+            return refuse(text, *bad, problem);
+        }
+    }
+    address.prefix = path;
+    return address;
+}
+
+QString MqttBrokerAddress::topicPrefix(const QString& instance) const
+{
+    return prefix.isEmpty() ? QStringLiteral("mixdesk-tally/") + instance : prefix;
+}
+
+QString MqttBrokerAddress::toString() const
+{
+    QString text = tls ? QStringLiteral("mqtts://") : QStringLiteral("mqtt://");
+    if (!user.isEmpty()) {
+        text += user + QLatin1Char('@');
+    }
+    text += host.contains(QLatin1Char(':')) ? QLatin1Char('[') + host + QLatin1Char(']') : host;
+    text += QLatin1Char(':') + QString::number(port);
+    if (!prefix.isEmpty()) {
+        text += QLatin1Char('/') + prefix;
+    }
+    return text;
+}
+
+QString mqttInstanceName(const QString& hostName)
+{
+    QString name = hostName.trimmed();
+    for (QChar& c : name) {
+        if (c == QLatin1Char('/') || c == QLatin1Char('+') || c == QLatin1Char('#') || c.isSpace()) {
+            c = QLatin1Char('-');
+        }
+    }
+    return name.isEmpty() ? QStringLiteral("studio") : name;
+}

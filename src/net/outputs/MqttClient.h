@@ -1,0 +1,36 @@
+#pragma once
+
+#include "mqtt/MqttMessage.h"
+
+#include <QObject>
+#include <QString>
+
+#include <optional>
+
+// The connection to one broker, as MqttPublisher needs it. Nothing here
+// waits: connectToBroker starts one attempt in the background and its
+// outcome comes back as a signal on the thread the client lives on. The
+// real client is MosquittoClient; tests use a double that they drive.
+class MqttClient : public QObject {
+    Q_OBJECT
+
+public:
+    using QObject::QObject;
+    ~MqttClient() override = default;
+
+    // Starts one attempt to connect; connected() or disconnected(reason)
+    // follows. Not called again before one of them has come.
+    virtual void connectToBroker() = 0;
+    // Hands message over for sending while connected. False when it cannot
+    // be (no connection): the caller keeps it for the next connection.
+    virtual bool publish(const MqttMessage& message) = 0;
+    // Ends the connection in order, last (if any) sent before the goodbye:
+    // a broker sends the last will only for a connection that was cut, not
+    // for one that was ended. Nothing is signalled after it.
+    virtual void close(const std::optional<MqttMessage>& last) = 0;
+
+Q_SIGNALS:
+    void connected();
+    // An attempt failed, or a connection was lost; reason in words.
+    void disconnected(const QString& reason);
+};

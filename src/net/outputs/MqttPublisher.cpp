@@ -1,0 +1,112 @@
+#include "outputs/MqttPublisher.h"
+
+#include "base/StandardOutput.h"
+#include "model/LightCount.h"
+#include "mqtt/MqttDiscovery.h"
+#include "mqtt/MqttTallyTopics.h"
+
+#include <chrono>
+
+MqttPublisher::MqttPublisher(
+    const Settings& settings, std::unique_ptr<MqttClient> client, MqttBackoff backoff, Clock clock, QObject* parent)
+    : QObject(parent)
+    , m_settings(settings)
+    , m_client(std::move(client))
+    , m_backoff(backoff)
+    , m_clock(clock ? std::move(clock) : Clock([] { return QDateTime::currentDateTimeUtc(); }))
+    , m_state(settings.address.topicPrefix(settings.instance))
+{
+    if (m_settings.discovery) {
+        for (const MqttMessage& config :
+            MqttDiscovery::messages(m_state.prefix(), m_settings.instance, tallyLightCount)) {
+            m_outbox.put(config);
+        }
+    }
+    m_retryTimer.setSingleShot(true);
+    connect(&m_retryTimer, &QTimer::timeout, this, &MqttPublisher::attempt);
+    connect(m_client.get(), &MqttClient::connected, this, &MqttPublisher::onConnected);
+    connect(m_client.get(), &MqttClient::disconnected, this, &MqttPublisher::onDisconnected);
+    m_condition = tr("MQTT %1: connecting").arg(m_settings.address.toString());
+    attempt();
+}
+
+MqttPublisher::~MqttPublisher()
+{
+    m_client->disconnect(this);
+    // Only a publisher that said online says offline: one that never got
+    // that far (replaced at once, say) must not overwrite the status that
+    // another publisher under the same prefix keeps.
+    m_client->close(m_connected ? std::optional(statusMessage(MqttTallyTopics::offline)) : std::nullopt);
+}
+
+void MqttPublisher::publish(const TallySnapshot& snapshot)
+{
+    const QList<MqttMessage> changes = m_state.messagesFor(snapshot, m_clock());
+    if (changes.isEmpty()) {
+        return;
+    }
+    for (const MqttMessage& message : changes) {
+        m_outbox.put(message);
+    }
+    if (m_connected) {
+        flush();
+    }
+}
+
+void MqttPublisher::attempt()
+{
+    m_client->connectToBroker();
+}
+
+void MqttPublisher::onConnected()
+{
+    m_connected = true;
+    m_backoff.reset();
+    m_client->publish(statusMessage(MqttTallyTopics::online));
+    // Everything again: a broker that restarted may have lost what it kept.
+    m_outbox.markAllPending();
+    flush();
+    setCondition(QString());
+}
+
+void MqttPublisher::onDisconnected(const QString& reason)
+{
+    m_connected = false;
+    const auto wait = m_backoff.next();
+    m_retryTimer.start(wait);
+    const auto seconds = std::chrono::duration<double>(wait).count();
+    setCondition(tr("MQTT %1: %2; trying again in %3 s")
+                     .arg(m_settings.address.toString(), reason, QString::number(seconds, 'g', 3)));
+}
+
+void MqttPublisher::flush()
+{
+    const QList<MqttMessage> pending = m_outbox.takePending();
+    for (qsizetype index = 0; index < pending.size(); ++index) {
+        if (!m_client->publish(pending[index])) {
+            // The connection went while sending: what did not go waits for
+            // the next one, which sends everything again anyway.
+            for (qsizetype rest = index; rest < pending.size(); ++rest) {
+                m_outbox.put(pending[rest]);
+            }
+            return;
+        }
+    }
+}
+
+void MqttPublisher::setCondition(const QString& condition)
+{
+    if (condition == m_condition) {
+        return;
+    }
+    m_condition = condition;
+    printErrorLine(condition.isEmpty()
+            ? tr("MQTT %1: connected, topics under %2/").arg(m_settings.address.toString(), m_state.prefix())
+            : condition);
+    Q_EMIT conditionChanged(condition);
+}
+
+MqttMessage MqttPublisher::statusMessage(const QByteArray& payload) const
+{
+    return { MqttTallyTopics::status(m_state.prefix()), payload, true };
+}

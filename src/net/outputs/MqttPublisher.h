@@ -1,0 +1,80 @@
+#pragma once
+
+#include "mqtt/MqttBackoff.h"
+#include "mqtt/MqttBrokerAddress.h"
+#include "mqtt/MqttOutbox.h"
+#include "mqtt/MqttTallyState.h"
+#include "outputs/MqttClient.h"
+#include "tally/TallyOutput.h"
+
+#include <QDateTime>
+#include <QObject>
+#include <QTimer>
+
+#include <functional>
+#include <memory>
+
+// Publishes the lights to one MQTT broker, for wireless tally lamps, on-air
+// signs and home automation. Every state topic is retained and published on
+// every change; PREFIX/status is online while connected and the broker's
+// last will makes it offline when the program dies or its network goes.
+//
+// The tick never waits on the broker: publish() hands the changed messages
+// to an outbox and, while connected, to the client, which only queues them.
+// While the broker is away the outbox keeps the latest message per topic,
+// and a new connection gets the whole retained state again (a restarted
+// broker may have lost it). A lost connection is tried again after a
+// back-off that grows to 30 seconds, and every change of condition is said
+// on standard error and through conditionChanged (the window's status line).
+class MqttPublisher : public QObject, public TallyOutput {
+    Q_OBJECT
+
+public:
+    struct Settings {
+        MqttBrokerAddress address;
+        // This machine's name in the default prefix and in discovery.
+        QString instance;
+        // Home Assistant discovery documents besides the state.
+        bool discovery = false;
+    };
+    using Clock = std::function<QDateTime()>;
+
+    // Starts connecting at once. The clock stamps the JSON payloads (the
+    // system's by default); tests pass a quicker back-off.
+    MqttPublisher(const Settings& settings, std::unique_ptr<MqttClient> client, MqttBackoff backoff = MqttBackoff(),
+        Clock clock = {}, QObject* parent = nullptr);
+    // Says offline (when it said online) and closes the connection in order.
+    ~MqttPublisher() override;
+
+    void publish(const TallySnapshot& snapshot) override;
+
+    const MqttBrokerAddress& address() const { return m_settings.address; }
+    QString topicPrefix() const { return m_state.prefix(); }
+    bool isConnected() const { return m_connected; }
+    // What keeps the lights from the broker now; empty while connected.
+    QString condition() const { return m_condition; }
+    // Settings and client: the publisher for the same broker goes on when
+    // the operator's choices change elsewhere.
+    const Settings& settings() const { return m_settings; }
+
+Q_SIGNALS:
+    void conditionChanged(const QString& condition);
+
+private:
+    void onConnected();
+    void onDisconnected(const QString& reason);
+    void attempt();
+    void flush();
+    void setCondition(const QString& condition);
+    MqttMessage statusMessage(const QByteArray& payload) const;
+
+    Settings m_settings;
+    std::unique_ptr<MqttClient> m_client;
+    MqttBackoff m_backoff;
+    Clock m_clock;
+    MqttTallyState m_state;
+    MqttOutbox m_outbox;
+    QTimer m_retryTimer;
+    bool m_connected = false;
+    QString m_condition;
+};

@@ -1,0 +1,55 @@
+#include "mqtt/MqttOutbox.h"
+
+#include <gtest/gtest.h>
+
+namespace {
+
+MqttMessage message(const char* topic, const char* payload, bool retain = true)
+{
+    return { QString::fromLatin1(topic), QByteArray(payload), retain };
+}
+
+} // namespace
+
+TEST(MqttOutboxTest, ALaterMessageForATopicReplacesTheOneStillWaiting)
+{
+    MqttOutbox outbox;
+    for (int cut = 0; cut < 1000; ++cut) {
+        outbox.put(message("p/light/1/state", cut % 2 ? "live" : "preview"));
+        outbox.put(message("p/lights", QByteArray::number(cut).constData()));
+    }
+    EXPECT_EQ(outbox.pendingCount(), 2);
+    const QList<MqttMessage> pending = outbox.takePending();
+    ASSERT_EQ(pending.size(), 2);
+    EXPECT_EQ(pending[0], message("p/light/1/state", "live"));
+    EXPECT_EQ(pending[1], message("p/lights", "999"));
+    EXPECT_TRUE(outbox.takePending().isEmpty());
+}
+
+TEST(MqttOutboxTest, PendingMessagesGoInTheOrderTheirTopicsFirstCame)
+{
+    MqttOutbox outbox;
+    outbox.put(message("a", "1"));
+    outbox.put(message("b", "1"));
+    outbox.takePending();
+    outbox.put(message("b", "2"));
+    outbox.put(message("a", "2"));
+    const QList<MqttMessage> pending = outbox.takePending();
+    ASSERT_EQ(pending.size(), 2);
+    EXPECT_EQ(pending[0].topic, QStringLiteral("a"));
+    EXPECT_EQ(pending[1].topic, QStringLiteral("b"));
+}
+
+TEST(MqttOutboxTest, ANewConnectionGetsEveryRetainedMessageAgainButNoPassingOne)
+{
+    MqttOutbox outbox;
+    outbox.put(message("a", "1"));
+    outbox.put(message("event", "x", false));
+    outbox.put(message("b", "2"));
+    outbox.takePending();
+    outbox.markAllPending();
+    const QList<MqttMessage> again = outbox.takePending();
+    ASSERT_EQ(again.size(), 2);
+    EXPECT_EQ(again[0], message("a", "1"));
+    EXPECT_EQ(again[1], message("b", "2"));
+}

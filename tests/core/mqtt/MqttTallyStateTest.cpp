@@ -1,0 +1,103 @@
+#include "mqtt/MqttTallyState.h"
+
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+
+#include <gtest/gtest.h>
+
+namespace {
+
+const QDateTime at = QDateTime::fromMSecsSinceEpoch(1'700'000'000'123, Qt::UTC);
+
+TallySnapshot snapshot(bool running, QList<TallyMode> modes)
+{
+    TallySnapshot picture;
+    picture.sourceRunning = running;
+    int number = 1;
+    for (TallyMode mode : modes) {
+        picture.lights.append({ mode, { QStringLiteral("Camera %1").arg(number++) } });
+    }
+    return picture;
+}
+
+QStringList topics(const QList<MqttMessage>& messages)
+{
+    QStringList names;
+    for (const MqttMessage& message : messages) {
+        names.append(message.topic);
+    }
+    return names;
+}
+
+QByteArray payloadOf(const QList<MqttMessage>& messages, const QString& topic)
+{
+    for (const MqttMessage& message : messages) {
+        if (message.topic == topic) {
+            return message.payload;
+        }
+    }
+    ADD_FAILURE() << "no message on " << topic.toStdString();
+    return {};
+}
+
+} // namespace
+
+TEST(MqttTallyStateTest, TheFirstSnapshotSendsEveryLightWordAndJsonThenTheWholePicture)
+{
+    MqttTallyState state(QStringLiteral("studio"));
+    const QList<MqttMessage> messages
+        = state.messagesFor(snapshot(true, { TallyMode::live, TallyMode::preview, TallyMode::off }), at);
+    EXPECT_EQ(topics(messages),
+        (QStringList { "studio/light/1/state", "studio/light/1", "studio/light/2/state", "studio/light/2",
+            "studio/light/3/state", "studio/light/3", "studio/lights" }));
+    EXPECT_EQ(payloadOf(messages, "studio/light/1/state"), "live");
+    EXPECT_EQ(payloadOf(messages, "studio/light/2/state"), "preview");
+    EXPECT_EQ(payloadOf(messages, "studio/light/3/state"), "off");
+    for (const MqttMessage& message : messages) {
+        EXPECT_TRUE(message.retain) << message.topic.toStdString();
+    }
+}
+
+TEST(MqttTallyStateTest, ALightsJsonCarriesModeShotsSourceSequenceAndTime)
+{
+    MqttTallyState state(QStringLiteral("studio"));
+    const QList<MqttMessage> messages = state.messagesFor(snapshot(true, { TallyMode::live }), at);
+    const QJsonObject light = QJsonDocument::fromJson(payloadOf(messages, "studio/light/1")).object();
+    EXPECT_EQ(light.value("light").toInt(), 1);
+    EXPECT_EQ(light.value("mode").toString(), QStringLiteral("live"));
+    EXPECT_EQ(light.value("state").toString(), QStringLiteral("live"));
+    EXPECT_EQ(light.value("shots").toArray(), QJsonArray { QStringLiteral("Camera 1") });
+    EXPECT_TRUE(light.value("sourceRunning").toBool());
+    EXPECT_EQ(light.value("sequence").toInt(), 1);
+    EXPECT_EQ(light.value("timestamp").toString(), QStringLiteral("2023-11-14T22:13:20.123Z"));
+    const QJsonObject whole = QJsonDocument::fromJson(payloadOf(messages, "studio/lights")).object();
+    EXPECT_EQ(whole.value("lights").toArray().size(), 1);
+    EXPECT_EQ(whole.value("sequence").toInt(), 1);
+}
+
+TEST(MqttTallyStateTest, TheSamePictureSendsNothingAndAChangeSendsOnlyTheChangedLights)
+{
+    MqttTallyState state(QStringLiteral("p"));
+    state.messagesFor(snapshot(true, { TallyMode::live, TallyMode::preview, TallyMode::off }), at);
+    EXPECT_TRUE(
+        state.messagesFor(snapshot(true, { TallyMode::live, TallyMode::preview, TallyMode::off }), at).isEmpty());
+    const QList<MqttMessage> cut
+        = state.messagesFor(snapshot(true, { TallyMode::preview, TallyMode::live, TallyMode::off }), at);
+    EXPECT_EQ(
+        topics(cut), (QStringList { "p/light/1/state", "p/light/1", "p/light/2/state", "p/light/2", "p/lights" }));
+    EXPECT_EQ(state.sequence(), 2);
+    EXPECT_EQ(QJsonDocument::fromJson(payloadOf(cut, "p/light/2")).object().value("sequence").toInt(), 2);
+}
+
+TEST(MqttTallyStateTest, ALostSourceMakesEveryLightUnknownButKeepsItsLastMode)
+{
+    MqttTallyState state(QStringLiteral("p"));
+    state.messagesFor(snapshot(true, { TallyMode::live, TallyMode::off }), at);
+    const QList<MqttMessage> lost = state.messagesFor(snapshot(false, { TallyMode::live, TallyMode::off }), at);
+    EXPECT_EQ(payloadOf(lost, "p/light/1/state"), "unknown");
+    EXPECT_EQ(payloadOf(lost, "p/light/2/state"), "unknown");
+    const QJsonObject light = QJsonDocument::fromJson(payloadOf(lost, "p/light/1")).object();
+    EXPECT_EQ(light.value("mode").toString(), QStringLiteral("live"));
+    EXPECT_FALSE(light.value("sourceRunning").toBool());
+}

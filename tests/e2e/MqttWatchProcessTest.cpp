@@ -1,0 +1,324 @@
+// tallyctl watch publishing the lights to a real Mosquitto broker beside the
+// built stand-in, checked by an independent subscriber (mosquitto_sub):
+// retained state, every cut, a lost switcher, the last will, a broker that
+// restarts, a login, TLS and Home Assistant discovery.
+
+#include "MosquittoBroker.h"
+#include "MqttSubscriber.h"
+#include "WatchProcessFixture.h"
+#include "support/Eventually.h"
+
+#include <QJsonDocument>
+#include <QJsonObject>
+
+#include <gtest/gtest.h>
+
+namespace {
+
+class MqttWatchProcessTest : public WatchProcessFixture {
+protected:
+    void SetUp() override
+    {
+        WatchProcessFixture::SetUp();
+        if (HasFatalFailure()) {
+            return;
+        }
+        if (const QString missing = MosquittoBroker::missing(); !missing.isEmpty()) {
+            GTEST_SKIP() << missing.toStdString();
+        }
+    }
+
+    void start(const QStringList& arguments, const QMap<QString, QString>& extraEnvironment = {})
+    {
+        QProcessEnvironment environment = standin.environment();
+        environment.insert(QStringLiteral("MIXDESK_TALLY_HID_CAPTURE"), capture.path);
+        for (auto it = extraEnvironment.cbegin(); it != extraEnvironment.cend(); ++it) {
+            environment.insert(it.key(), it.value());
+        }
+        watch.setProcessEnvironment(environment);
+        watch.start(QStringLiteral(TALLY_BINARY_DIR "/bin/tallyctl"),
+            QStringList { QStringLiteral("watch") } + arguments + QStringList { mapPath });
+        ASSERT_TRUE(watch.waitForStarted(10000));
+    }
+
+    QString broker(const QString& scheme = QStringLiteral("mqtt"), const QString& user = {}) const
+    {
+        const QString login = user.isEmpty() ? QString() : user + QLatin1Char('@');
+        return scheme + QStringLiteral("://") + login + QStringLiteral("127.0.0.1:%1/studio").arg(mosquitto.port());
+    }
+
+    // Whether tallyctl has said text on standard error by now.
+    bool said(const QString& text)
+    {
+        errors += QString::fromUtf8(watch.readAllStandardError());
+        return errors.contains(text);
+    }
+
+    // Waits until the broker holds the program's whole picture, so that a
+    // subscriber that comes now is a late one.
+    bool stateAtBroker(const QStringList& login = {})
+    {
+        MqttSubscriber probe;
+        return probe.start(mosquitto.port(), QStringLiteral("studio/lights"), login) && eventually([&] {
+            return probe.sawStart(QStringLiteral("0 studio/lights "))
+                || probe.sawStart(QStringLiteral("1 studio/lights "));
+        });
+    }
+
+    // Makes a test CA and a certificate for 127.0.0.1 signed by it.
+    bool makeCertificates()
+    {
+        const QString dir = mosquitto.folder();
+        const auto run = [&](const QStringList& arguments) {
+            QProcess openssl;
+            openssl.setWorkingDirectory(dir);
+            openssl.start(QStringLiteral("openssl"), arguments);
+            return openssl.waitForFinished(20000) && openssl.exitCode() == 0;
+        };
+        QFile extensions(dir + QStringLiteral("/server.ext"));
+        if (!extensions.open(QIODevice::WriteOnly)) {
+            return false;
+        }
+        extensions.write("subjectAltName=IP:127.0.0.1,DNS:localhost\n");
+        extensions.close();
+        const QStringList ec { QStringLiteral("-newkey"), QStringLiteral("ec"), QStringLiteral("-pkeyopt"),
+            QStringLiteral("ec_paramgen_curve:prime256v1"), QStringLiteral("-nodes") };
+        return run(QStringList { QStringLiteral("req"), QStringLiteral("-x509") } + ec
+                   + QStringList { QStringLiteral("-keyout"), QStringLiteral("ca.key"), QStringLiteral("-out"),
+                       QStringLiteral("ca.pem"), QStringLiteral("-days"), QStringLiteral("2"), QStringLiteral("-subj"),
+                       QStringLiteral("/CN=Tally Test CA") })
+            && run(QStringList { QStringLiteral("req") } + ec
+                + QStringList { QStringLiteral("-keyout"), QStringLiteral("server.key"), QStringLiteral("-out"),
+                    QStringLiteral("server.csr"), QStringLiteral("-subj"), QStringLiteral("/CN=localhost") })
+            && run({ QStringLiteral("x509"), QStringLiteral("-req"), QStringLiteral("-in"),
+                QStringLiteral("server.csr"), QStringLiteral("-CA"), QStringLiteral("ca.pem"), QStringLiteral("-CAkey"),
+                QStringLiteral("ca.key"), QStringLiteral("-CAcreateserial"), QStringLiteral("-out"),
+                QStringLiteral("server.pem"), QStringLiteral("-days"), QStringLiteral("2"), QStringLiteral("-extfile"),
+                QStringLiteral("server.ext") });
+    }
+
+    MosquittoBroker mosquitto;
+    MqttSubscriber subscriber;
+    QString errors;
+};
+
+} // namespace
+
+TEST_F(MqttWatchProcessTest, ALateSubscriberGetsTheRetainedStateAndThenEveryCut)
+{
+    ASSERT_TRUE(mosquitto.start()) << mosquitto.output().toStdString();
+    ASSERT_TRUE(standin.start());
+    start({ QStringLiteral("--mqtt"), broker() });
+    ASSERT_TRUE(stateAtBroker()) << errors.toStdString();
+    ASSERT_TRUE(subscriber.start(mosquitto.port(), QStringLiteral("studio/#")));
+    EXPECT_TRUE(eventually([&] {
+        return subscriber.saw(QStringLiteral("1 studio/status online"))
+            && subscriber.saw(QStringLiteral("1 studio/light/1/state live"))
+            && subscriber.saw(QStringLiteral("1 studio/light/2/state preview"))
+            && subscriber.saw(QStringLiteral("1 studio/light/3/state live"))
+            && subscriber.saw(QStringLiteral("1 studio/light/8/state off"));
+    })) << subscriber.everything().toStdString();
+    EXPECT_TRUE(subscriber.sawStart(QStringLiteral("1 studio/lights {")));
+
+    subscriber.clear();
+    standin.send("cut\n");
+    EXPECT_TRUE(eventually([&] {
+        return subscriber.saw(QStringLiteral("0 studio/light/1/state preview"))
+            && subscriber.saw(QStringLiteral("0 studio/light/2/state live"));
+    })) << subscriber.everything().toStdString();
+    // Light 3 has both cameras and stays live: nothing new for it.
+    EXPECT_FALSE(subscriber.sawStart(QStringLiteral("0 studio/light/3")));
+    subscriber.clear();
+    standin.send("cut\n");
+    EXPECT_TRUE(eventually([&] { return subscriber.saw(QStringLiteral("0 studio/light/1/state live")); }))
+        << subscriber.everything().toStdString();
+    // The JSON of a light tells its mode, shots and how new it is.
+    QJsonObject light;
+    for (const QString& line : subscriber.lines()) {
+        if (line.startsWith(QStringLiteral("0 studio/light/1 "))) {
+            light = QJsonDocument::fromJson(line.section(QLatin1Char(' '), 2).toUtf8()).object();
+        }
+    }
+    EXPECT_EQ(light.value(QStringLiteral("mode")).toString(), QStringLiteral("live"));
+    EXPECT_EQ(
+        light.value(QStringLiteral("shots")).toVariant().toStringList(), QStringList { QStringLiteral("Camera 1") });
+    EXPECT_TRUE(light.value(QStringLiteral("sourceRunning")).toBool());
+    EXPECT_EQ(light.value(QStringLiteral("sequence")).toInt(), 3);
+    EXPECT_FALSE(light.value(QStringLiteral("timestamp")).toString().isEmpty());
+}
+
+TEST_F(MqttWatchProcessTest, ALostSwitcherIsUnknownAndAKilledProgramIsOfflineThroughTheLastWill)
+{
+    ASSERT_TRUE(mosquitto.start()) << mosquitto.output().toStdString();
+    ASSERT_TRUE(standin.start());
+    start({ QStringLiteral("--mqtt"), broker() });
+    ASSERT_TRUE(subscriber.start(mosquitto.port(), QStringLiteral("studio/#")));
+    ASSERT_TRUE(eventually([&] { return subscriber.saw(QStringLiteral("0 studio/light/1/state live")); }))
+        << subscriber.everything().toStdString() << errors.toStdString();
+    standin.send("quit\n");
+    ASSERT_TRUE(standin.waitForExit());
+    EXPECT_TRUE(eventually([&] {
+        return subscriber.saw(QStringLiteral("0 studio/light/1/state unknown"))
+            && subscriber.saw(QStringLiteral("0 studio/light/8/state unknown"));
+    })) << subscriber.everything().toStdString();
+
+    watch.kill(); // SIGKILL: no goodbye, the broker sends the will
+    ASSERT_TRUE(watch.waitForFinished(5000));
+    EXPECT_TRUE(eventually([&] { return subscriber.saw(QStringLiteral("0 studio/status offline")); }, 20000))
+        << subscriber.everything().toStdString();
+    MqttSubscriber late;
+    ASSERT_TRUE(late.start(mosquitto.port(), QStringLiteral("studio/status")));
+    EXPECT_TRUE(eventually([&] { return late.saw(QStringLiteral("1 studio/status offline")); }))
+        << late.everything().toStdString();
+}
+
+TEST_F(MqttWatchProcessTest, ABrokerThatDiesAndComesBackGetsTheWholeStateAgainWhileTheBoxGoesOn)
+{
+    ASSERT_TRUE(mosquitto.start()) << mosquitto.output().toStdString();
+    ASSERT_TRUE(standin.start());
+    start({ QStringLiteral("--mqtt"), broker() });
+    ASSERT_TRUE(stateAtBroker()) << errors.toStdString();
+
+    mosquitto.stop();
+    ASSERT_TRUE(eventually([&] {
+        return said(QStringLiteral("the broker closed the connection; trying again in 1 s"));
+    })) << errors.toStdString();
+    // The box is not held up: cuts reach it while the broker is away.
+    standin.send("cut\n");
+    EXPECT_TRUE(eventually([&] {
+        const QList<QByteArray> ticks = capture.ticks();
+        return !ticks.isEmpty() && ticks.last().startsWith("01 d1");
+    })) << capture.ticks().size();
+
+    ASSERT_TRUE(mosquitto.restart()) << mosquitto.output().toStdString();
+    ASSERT_TRUE(stateAtBroker()) << errors.toStdString();
+    ASSERT_TRUE(subscriber.start(mosquitto.port(), QStringLiteral("studio/#")));
+    // Restarted without persistence, the broker holds only what the program
+    // publishes again, and that is the state after the cut.
+    EXPECT_TRUE(eventually([&] {
+        return subscriber.saw(QStringLiteral("1 studio/light/1/state preview"))
+            && subscriber.saw(QStringLiteral("1 studio/light/2/state live"))
+            && subscriber.saw(QStringLiteral("1 studio/status online"));
+    })) << subscriber.everything().toStdString()
+        << errors.toStdString();
+    EXPECT_TRUE(said(QStringLiteral("connected, topics under studio/")));
+}
+
+TEST_F(MqttWatchProcessTest, ALoginWithAPasswordFromAFileOrTheEnvironmentAndARefusedOneIsSaid)
+{
+    const QString passwords = mosquitto.folder() + QStringLiteral("/passwords");
+    QProcess passwd;
+    passwd.start(QStringLiteral("mosquitto_passwd"),
+        { QStringLiteral("-c"), QStringLiteral("-b"), passwords, QStringLiteral("tally"), QStringLiteral("s3cret") });
+    ASSERT_TRUE(passwd.waitForFinished(10000) && passwd.exitCode() == 0) << passwd.readAllStandardError().toStdString();
+    MosquittoBroker::Options options;
+    options.passwordFile = passwords;
+    ASSERT_TRUE(mosquitto.start(options)) << mosquitto.output().toStdString();
+    ASSERT_TRUE(standin.start());
+
+    // A wrong password: refused, said, tried again later; the box goes on.
+    start({ QStringLiteral("--mqtt"), broker(QStringLiteral("mqtt"), QStringLiteral("tally")) },
+        { { QStringLiteral("MIXDESK_TALLY_MQTT_PASSWORD"), QStringLiteral("wrong") } });
+    EXPECT_TRUE(eventually([&] { return said(QStringLiteral("the broker refused the connection: ")); }))
+        << errors.toStdString();
+    EXPECT_TRUE(said(QStringLiteral("trying again in 1 s"))) << errors.toStdString();
+    EXPECT_TRUE(eventually([&] { return !capture.ticks().isEmpty(); }));
+    watch.kill();
+    watch.waitForFinished();
+    errors.clear();
+
+    const QString passwordFile = folder.filePath(QStringLiteral("mqtt-password"));
+    QFile file(passwordFile);
+    ASSERT_TRUE(file.open(QIODevice::WriteOnly));
+    file.write("s3cret\n");
+    file.close();
+    start({ QStringLiteral("--mqtt"), broker(QStringLiteral("mqtt"), QStringLiteral("tally")),
+        QStringLiteral("--mqtt-password-file"), passwordFile });
+    const QStringList login { QStringLiteral("-u"), QStringLiteral("tally"), QStringLiteral("-P"),
+        QStringLiteral("s3cret") };
+    ASSERT_TRUE(stateAtBroker(login)) << errors.toStdString();
+    ASSERT_TRUE(subscriber.start(mosquitto.port(), QStringLiteral("studio/light/1/state"), login));
+    EXPECT_TRUE(eventually([&] { return subscriber.saw(QStringLiteral("1 studio/light/1/state live")); }))
+        << subscriber.everything().toStdString() << errors.toStdString();
+}
+
+TEST_F(MqttWatchProcessTest, TlsWithTheTestsOwnCaAndAnUntrustedCertificateIsSaid)
+{
+    ASSERT_TRUE(makeCertificates());
+    MosquittoBroker::Options options;
+    options.certFile = mosquitto.folder() + QStringLiteral("/server.pem");
+    options.keyFile = mosquitto.folder() + QStringLiteral("/server.key");
+    ASSERT_TRUE(mosquitto.start(options)) << mosquitto.output().toStdString();
+    ASSERT_TRUE(standin.start());
+    const QString caFile = mosquitto.folder() + QStringLiteral("/ca.pem");
+
+    // Without the test CA the system's store does not trust the broker.
+    start({ QStringLiteral("--mqtt"), broker(QStringLiteral("mqtts")) });
+    EXPECT_TRUE(eventually([&] { return said(QStringLiteral("the TLS handshake failed")); })) << errors.toStdString();
+    EXPECT_TRUE(said(QStringLiteral("certificate verify failed"))) << errors.toStdString();
+    // And so is the next attempt: each one starts afresh.
+    EXPECT_TRUE(eventually([&] {
+        said(QString());
+        return errors.count(QStringLiteral("certificate verify failed")) >= 2;
+    })) << errors.toStdString();
+    watch.kill();
+    watch.waitForFinished();
+    errors.clear();
+
+    start({ QStringLiteral("--mqtt"), broker(QStringLiteral("mqtts")), QStringLiteral("--mqtt-ca-file"), caFile });
+    const QStringList trust { QStringLiteral("--cafile"), caFile };
+    ASSERT_TRUE(stateAtBroker(trust)) << errors.toStdString();
+    ASSERT_TRUE(subscriber.start(mosquitto.port(), QStringLiteral("studio/light/2/state"), trust));
+    EXPECT_TRUE(eventually([&] { return subscriber.saw(QStringLiteral("1 studio/light/2/state preview")); }))
+        << subscriber.everything().toStdString() << errors.toStdString();
+
+    // A TLS connection comes back after the broker restarts, as a plain one.
+    ASSERT_TRUE(mosquitto.restart()) << mosquitto.output().toStdString();
+    EXPECT_TRUE(eventually([&] {
+        return said(QStringLiteral("trying again in 1 s"))
+            && errors.count(QStringLiteral("connected, topics under studio/")) == 2;
+    })) << errors.toStdString();
+}
+
+TEST_F(MqttWatchProcessTest, DiscoveryAnnouncesEveryLightToHomeAssistant)
+{
+    ASSERT_TRUE(mosquitto.start()) << mosquitto.output().toStdString();
+    ASSERT_TRUE(standin.start());
+    start({ QStringLiteral("--mqtt"), broker(), QStringLiteral("--mqtt-discovery") });
+    ASSERT_TRUE(eventually([&] { return said(QStringLiteral("connected, topics under studio/")); }))
+        << errors.toStdString();
+    ASSERT_TRUE(subscriber.start(mosquitto.port(), QStringLiteral("homeassistant/sensor/+/+/config")));
+    EXPECT_TRUE(eventually([&] { return subscriber.lines().size() == 8; })) << subscriber.everything().toStdString();
+    QJsonObject config;
+    for (const QString& line : subscriber.lines()) {
+        EXPECT_TRUE(line.startsWith(QStringLiteral("1 homeassistant/sensor/"))) << line.toStdString();
+        if (line.section(QLatin1Char(' '), 1, 1).endsWith(QStringLiteral("/light3/config"))) {
+            config = QJsonDocument::fromJson(line.section(QLatin1Char(' '), 2).toUtf8()).object();
+        }
+    }
+    EXPECT_EQ(config.value(QStringLiteral("state_topic")).toString(), QStringLiteral("studio/light/3/state"));
+    EXPECT_EQ(config.value(QStringLiteral("availability_topic")).toString(), QStringLiteral("studio/status"));
+    EXPECT_EQ(config.value(QStringLiteral("name")).toString(), QStringLiteral("Tally light 3"));
+}
+
+TEST_F(MqttWatchProcessTest, ABadBrokerAddressIsAUsageErrorAndAnAbsentBrokerDoesNotStopTheBox)
+{
+    start({ QStringLiteral("--mqtt"), QStringLiteral("broker.studio:1883") });
+    ASSERT_TRUE(watch.waitForFinished(15000));
+    EXPECT_EQ(watch.exitCode(), 2);
+    EXPECT_TRUE(said(QStringLiteral(
+        "bad MQTT broker 'broker.studio:1883': expected mqtt://[USER@]HOST[:PORT][/PREFIX] or mqtts://...")))
+        << errors.toStdString();
+    errors.clear();
+
+    // Nothing listens on the broker's port: said, and the box is lit.
+    QTcpServer probe;
+    ASSERT_TRUE(probe.listen(QHostAddress::LocalHost, 0));
+    const quint16 closedPort = probe.serverPort();
+    probe.close();
+    ASSERT_TRUE(standin.start());
+    start({ QStringLiteral("--mqtt"), QStringLiteral("mqtt://127.0.0.1:%1").arg(closedPort) });
+    EXPECT_TRUE(eventually([&] { return said(QStringLiteral("Connection refused; trying again in 1 s")); }))
+        << errors.toStdString();
+    EXPECT_TRUE(eventually([&] { return capture.ticks().size() >= 2; })) << errors.toStdString();
+}
