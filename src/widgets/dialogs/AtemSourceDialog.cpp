@@ -1,11 +1,10 @@
 #include "dialogs/AtemSourceDialog.h"
 
+#include "dialogs/HostRequiredButtons.h"
 #include "sources/AtemAddress.h"
 
-#include <QDialogButtonBox>
 #include <QFormLayout>
 #include <QLineEdit>
-#include <QPushButton>
 #include <QSpinBox>
 
 AtemSourceDialog::AtemSourceDialog(const QString& address, QWidget* parent)
@@ -27,16 +26,7 @@ AtemSourceDialog::AtemSourceDialog(const QString& address, QWidget* parent)
     }
     form->addRow(tr("Switcher address:"), hostField);
     form->addRow(tr("UDP port:"), portField);
-    auto* buttons = new QDialogButtonBox(QDialogButtonBox::Ok | QDialogButtonBox::Cancel, this);
-    form->addRow(buttons);
-    connect(buttons, &QDialogButtonBox::accepted, this, &QDialog::accept);
-    connect(buttons, &QDialogButtonBox::rejected, this, &QDialog::reject);
-    // No host, no connection: OK waits for one.
-    const auto checkHost = [this, buttons] {
-        buttons->button(QDialogButtonBox::Ok)->setEnabled(!hostField->text().trimmed().isEmpty());
-    };
-    connect(hostField, &QLineEdit::textChanged, this, checkHost);
-    checkHost();
+    addHostRequiredButtons(*this, *form, *hostField);
 }
 
 QString AtemSourceDialog::address() const

@@ -1,11 +1,10 @@
 #include "dialogs/ObsSourceDialog.h"
 
+#include "dialogs/HostRequiredButtons.h"
 #include "sources/ObsAddress.h"
 
-#include <QDialogButtonBox>
 #include <QFormLayout>
 #include <QLineEdit>
-#include <QPushButton>
 #include <QSpinBox>
 
 ObsSourceDialog::ObsSourceDialog(const QString& address, const QString& password, QWidget* parent)
@@ -29,16 +28,7 @@ ObsSourceDialog::ObsSourceDialog(const QString& address, const QString& password
     form->addRow(tr("Host:"), hostField);
     form->addRow(tr("Port:"), portField);
     form->addRow(tr("Password:"), passwordField);
-    auto* buttons = new QDialogButtonBox(QDialogButtonBox::Ok | QDialogButtonBox::Cancel, this);
-    form->addRow(buttons);
-    connect(buttons, &QDialogButtonBox::accepted, this, &QDialog::accept);
-    connect(buttons, &QDialogButtonBox::rejected, this, &QDialog::reject);
-    // No host, no connection: OK waits for one.
-    const auto checkHost = [this, buttons] {
-        buttons->button(QDialogButtonBox::Ok)->setEnabled(!hostField->text().trimmed().isEmpty());
-    };
-    connect(hostField, &QLineEdit::textChanged, this, checkHost);
-    checkHost();
+    addHostRequiredButtons(*this, *form, *hostField);
 }
 
 QString ObsSourceDialog::address() const
