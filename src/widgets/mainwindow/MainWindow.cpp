@@ -2,6 +2,7 @@
 
 #include "mainwindow/DocumentCommands.h"
 #include "mainwindow/MainMenu.h"
+#include "mainwindow/SourceReport.h"
 #include "mainwindow/StatusLine.h"
 
 #include <QMenuBar>
@@ -21,9 +22,10 @@ MainWindow MainWindow::make(ViewController::Dependencies dependencies)
     made.window->statusBar()->addWidget(made.statusLine, 1);
     StatusLine* line = made.statusLine;
     QObject::connect(&made.controller->status(), &TallyStatus::changed, line, &StatusLine::showProblems);
-    QObject::connect(made.controller, &ViewController::shotSourceFollowed, line, &StatusLine::followSource);
-    QObject::connect(made.controller, &ViewController::shotSourceStatusChanged, line, &StatusLine::showSourceStatus);
-    QObject::connect(made.controller, &ViewController::situationChanged, line, &StatusLine::showSituation);
-    line->showSituation(made.controller->situation());
+    const SourceReport& report = made.controller->sourceReport();
+    QObject::connect(&report, &SourceReport::shotSourceFollowed, line, &StatusLine::followSource);
+    QObject::connect(&report, &SourceReport::shotSourceStatusChanged, line, &StatusLine::showSourceStatus);
+    QObject::connect(&report, &SourceReport::situationChanged, line, &StatusLine::showSituation);
+    line->showSituation(report.situation());
     return made;
 }

@@ -11,10 +11,9 @@
 #include "mainwindow/DocumentCommands.h"
 #include "mainwindow/EditingLockControls.h"
 #include "mainwindow/LampRow.h"
-#include "outputs/MqttPublisher.h"
+#include "mainwindow/SourceReport.h"
 #include "outputs/WebTallyServer.h"
 #include "sources/MixdeskShotSource.h"
-#include "tally/StatusWording.h"
 #include "ui_ViewController.h"
 
 #include <QAction>
@@ -72,7 +71,9 @@ ViewController::ViewController(Dependencies dependencies, QWidget* parent)
     // An application-modal panel (password dialog, test panel, file panel)
     // holds the cycle back: its bytes and the tick's must not mix.
     m_ticker.setHoldBack([] { return ModalSession::isActive(); });
-    connect(&m_ticker, &TallyTicker::ticked, this, &ViewController::noteTickStatus);
+    m_sourceReport = std::make_unique<SourceReport>(m_ticker, m_networkOutputs, m_status);
+    connect(
+        &m_ticker, &TallyTicker::ticked, m_sourceReport.get(), [this] { m_sourceReport->noteTick(m_sourceRunning); });
     followShotSource();
     m_ticker.setLostSourcePolicy(LostSourcePolicy::fromDefaults(UserDefaults::standardUserDefaults()));
     viewDidLoad();
@@ -97,7 +98,7 @@ void ViewController::viewDidLoad()
     // The first answer comes before the timer runs, so the first tick
     // compares against it.
     m_ticker.start();
-    noteSituation();
+    m_sourceReport->noteSituation();
 }
 
 void ViewController::connectControls()
@@ -115,20 +116,10 @@ void ViewController::connectControls()
 
 void ViewController::followShotSource()
 {
-    ShotSource& source = m_ticker.source();
     if (m_mixdeskWarning) {
-        m_mixdeskWarning->setText(source.notRunningWarning());
+        m_mixdeskWarning->setText(m_ticker.source().notRunningWarning());
     }
-    // A listener's news (a sender heard for the first time, one refused) is
-    // shown on the line; a connecting source's news is its link state, which
-    // the situation already words.
-    connect(&source, &ShotSource::statusChanged, this, [this, &source](const QString& status) {
-        if (source.details().listens) {
-            Q_EMIT shotSourceStatusChanged(status);
-        }
-    });
-    Q_EMIT shotSourceFollowed(source.displayName());
-    noteSituation();
+    m_sourceReport->followSource();
 }
 
 void ViewController::setShotSource(std::unique_ptr<ShotSource> source)
@@ -136,9 +127,7 @@ void ViewController::setShotSource(std::unique_ptr<ShotSource> source)
     if (!source) {
         return;
     }
-    // The old source lingers until the event loop deletes it: its news is
-    // no longer the window's.
-    m_ticker.source().disconnect(this);
+    m_sourceReport->leaveSource();
     m_ticker.setSource(std::move(source));
     followShotSource();
 }
@@ -230,39 +219,6 @@ void ViewController::queryMixdeskWithTimer(QTimer* /*timer*/)
 void ViewController::updateTallyLights()
 {
     m_ticker.updateTallyLights();
-}
-
-void ViewController::noteTickStatus()
-{
-    const ShotSource& source = m_ticker.source();
-    m_status.noteTick(m_sourceRunning, m_ticker.shotList().size(), source.displayName(), source.notRunningWarning());
-    const USBHIDAppDelegate& box = USBHIDAppDelegate::shared();
-    m_status.noteDevice(box.controller() != nullptr, box.lastWriteFailed());
-    noteSituation();
-}
-
-void ViewController::noteSituation()
-{
-    const ShotSource& source = m_ticker.source();
-    StatusWording::Outputs outputs;
-    if (const WebTallyServer* page = m_networkOutputs.webServer()) {
-        outputs.phonesConnected = page->webSocketCount();
-    }
-    if (m_networkOutputs.tslSender() != nullptr) {
-        outputs.tslDestinations
-            = m_networkOutputs.current().tsl31Destinations.size() + m_networkOutputs.current().tsl50Destinations.size();
-    }
-    for (const std::unique_ptr<MqttPublisher>& publisher : m_networkOutputs.mqttPublishers()) {
-        ++outputs.mqttBrokers;
-        outputs.mqttConnected += publisher->isConnected() ? 1 : 0;
-    }
-    const QString situation
-        = StatusWording::situation(StatusWording::source(source.details(), m_sourceRunning, m_ticker.shotList().size()),
-            StatusWording::outputs(outputs));
-    if (situation != m_situation) {
-        m_situation = situation;
-        Q_EMIT situationChanged(situation);
-    }
 }
 
 void ViewController::setLostSourcePolicy(const LostSourcePolicy& policy)

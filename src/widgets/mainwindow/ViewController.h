@@ -26,6 +26,7 @@ class DocumentCommands;
 class EditingLock;
 class EditingLockControls;
 class LampRow;
+class SourceReport;
 class QTimer;
 class TallyState;
 
@@ -89,7 +90,7 @@ public:
     QList<PhoneLink> phoneLinks() const;
     // What the window follows and how that is, and the outputs that run,
     // in words, for the status line; brought up to date after every tick.
-    QString situation() const { return m_situation; }
+    SourceReport& sourceReport() const { return *m_sourceReport; }
     // What is wrong now, in words, for the status line.
     TallyStatus& status() { return m_status; }
 
@@ -153,12 +154,6 @@ Q_SIGNALS:
     // An indicator was given its mode (by a tick, or the lights-off at
     // quit); shotNames are the light's assigned shots, for larger views.
     void lightModeShown(qsizetype lightIndex, TallyMode mode, const QString& shotNames);
-    // The window follows another source (its display name).
-    void shotSourceFollowed(const QString& displayName);
-    // The source's own news (a sender heard, a connection made), one line.
-    void shotSourceStatusChanged(const QString& status);
-    // The situation's words changed.
-    void situationChanged(const QString& situation);
 
 protected:
     void viewDidLoad();
@@ -173,8 +168,6 @@ private:
 
     void connectControls();
     void followShotSource();
-    void noteTickStatus();
-    void noteSituation();
 
     std::unique_ptr<Ui::ViewController> m_ui;
     QPointer<QCheckBox> m_lockTallyCheckBox;
@@ -188,8 +181,8 @@ private:
     std::unique_ptr<DocumentCommands> m_documentCommands;
     std::unique_ptr<EditingLockControls> m_lockControls;
     std::unique_ptr<Segues> m_segues;
+    std::unique_ptr<SourceReport> m_sourceReport;
     ObsPasswordKeeper m_obsPassword;
     bool m_sourceRunning = true;
-    QString m_situation;
     bool m_enableEditing = false;
 };
