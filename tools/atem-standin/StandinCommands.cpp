@@ -39,13 +39,16 @@ StandinCommands::Outcome StandinCommands::execute(const QString& line, QString* 
         return Outcome::done;
     }
     const QString verb = words.first();
-    const auto withInput = [&](bool (SwitcherModel::*change)(quint16)) {
+    // The change is a callable rather than a pointer to a member function:
+    // the undefined-behaviour sanitizer takes a call through the latter for a
+    // misaligned object and stops the stand-in.
+    const auto withInput = [this, &words, &verb, &refuse](const auto& change) {
         const std::optional<quint16> input = words.size() == 2 ? inputNumber(words[1]) : std::nullopt;
         if (!input || !m_model.hasInput(*input)) {
             return refuse(
                 QStringLiteral("%1 takes an input number from 1 to %2").arg(verb).arg(m_model.inputs().size()));
         }
-        if ((m_model.*change)(*input)) {
+        if (change(*input)) {
             announce();
         }
         return Outcome::done;
@@ -54,10 +57,10 @@ StandinCommands::Outcome StandinCommands::execute(const QString& line, QString* 
         return Outcome::quit;
     }
     if (verb == QLatin1String("program")) {
-        return withInput(&SwitcherModel::setProgram);
+        return withInput([this](quint16 input) { return m_model.setProgram(input); });
     }
     if (verb == QLatin1String("preview")) {
-        return withInput(&SwitcherModel::setPreview);
+        return withInput([this](quint16 input) { return m_model.setPreview(input); });
     }
     if (verb == QLatin1String("cut")) {
         m_autoTimer.stop();
