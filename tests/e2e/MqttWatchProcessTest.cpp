@@ -130,8 +130,12 @@ TEST_F(MqttWatchProcessTest, ALateSubscriberGetsTheRetainedStateAndThenEveryCut)
     EXPECT_FALSE(subscriber.sawStart(QStringLiteral("0 studio/light/3")));
     subscriber.clear();
     standin.send("cut\n");
-    EXPECT_TRUE(eventually([&] { return subscriber.saw(QStringLiteral("0 studio/light/1/state live")); }))
-        << subscriber.everything().toStdString();
+    // The plain state and the JSON are two messages: the JSON may come a
+    // moment after the state.
+    EXPECT_TRUE(eventually([&] {
+        return subscriber.saw(QStringLiteral("0 studio/light/1/state live"))
+            && subscriber.sawStart(QStringLiteral("0 studio/light/1 {"));
+    })) << subscriber.everything().toStdString();
     // The JSON of a light tells its mode, shots and how new it is.
     QJsonObject light;
     for (const QString& line : subscriber.lines()) {
