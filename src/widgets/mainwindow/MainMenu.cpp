@@ -73,10 +73,18 @@ void MainMenu::checkCurrentSource()
 
 void MainMenu::chooseMixdeskSource()
 {
-    m_controller.setShotSource(std::make_unique<MixdeskShotSource>());
-    UserDefaults::standardUserDefaults().setObject(Preferences::shotSource, QStringLiteral("mixdesk"));
-    // Mixdesk has no password: OBS's is not kept for a source nobody uses.
-    m_controller.obsPassword().forget();
+    followAndRemember(std::make_unique<MixdeskShotSource>(), QStringLiteral("mixdesk"));
+}
+
+void MainMenu::followAndRemember(std::unique_ptr<ShotSource> source, const QString& remembered)
+{
+    const bool needsObsPassword = source->kind() == ShotSource::Kind::obsStudio;
+    m_controller.setShotSource(std::move(source));
+    UserDefaults::standardUserDefaults().setObject(Preferences::shotSource, remembered);
+    // Only OBS Studio has a password: it is not kept for a source nobody uses.
+    if (!needsObsPassword) {
+        m_controller.obsPassword().forget();
+    }
     checkCurrentSource();
 }
 
@@ -118,11 +126,9 @@ bool MainMenu::chooseObsSource(const QString& address, const QString& password, 
     ObsShotSource::Settings settings;
     settings.address = *parsed;
     settings.password = password;
-    m_controller.setShotSource(std::make_unique<ObsShotSource>(settings));
     // The address goes to the settings, the password to the secret store.
-    UserDefaults::standardUserDefaults().setObject(Preferences::shotSource, address);
+    followAndRemember(std::make_unique<ObsShotSource>(settings), address);
     m_controller.obsPassword().keep(password);
-    checkCurrentSource();
     return true;
 }
 
@@ -159,13 +165,8 @@ bool MainMenu::chooseTslSource(const QString& address, const QStringList& allowe
         checkCurrentSource();
         return false;
     }
-    m_controller.setShotSource(std::move(source));
-    UserDefaults& defaults = UserDefaults::standardUserDefaults();
-    defaults.setObject(Preferences::shotSource, address);
-    defaults.setObject(Preferences::tslAllowedSenders, allowed->entries());
-    // No other source keeps a password: the one OBS needed goes with it.
-    m_controller.obsPassword().forget();
-    checkCurrentSource();
+    UserDefaults::standardUserDefaults().setObject(Preferences::tslAllowedSenders, allowed->entries());
+    followAndRemember(std::move(source), address);
     return true;
 }
 
@@ -193,10 +194,7 @@ bool MainMenu::chooseAtemSource(const QString& address, QString* problem)
     }
     AtemShotSource::Settings settings;
     settings.address = *parsed;
-    m_controller.setShotSource(std::make_unique<AtemShotSource>(settings));
-    UserDefaults::standardUserDefaults().setObject(Preferences::shotSource, parsed->toString());
-    m_controller.obsPassword().forget();
-    checkCurrentSource();
+    followAndRemember(std::make_unique<AtemShotSource>(settings), parsed->toString());
     return true;
 }
 

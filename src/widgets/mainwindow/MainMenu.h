@@ -12,8 +12,10 @@
 #include <QPointer>
 
 #include <functional>
+#include <memory>
 #include <optional>
 
+class ShotSource;
 class TslShotSource;
 class ViewController;
 
@@ -100,6 +102,9 @@ private:
     bool startInPlaceOfCurrentListener(TslShotSource& source, QString* problem);
     void showObsSourceDialog(const QString& password);
     void askForAtemSource();
+    // Follows source from now on and remembers it for the next start as
+    // remembered; the OBS password is forgotten unless the source is OBS.
+    void followAndRemember(std::unique_ptr<ShotSource> source, const QString& remembered);
     void checkCurrentSource();
     void buildOutputsMenu(QMenuBar& menuBar);
     void askForNetworkOutputs();
