@@ -9,6 +9,7 @@
 // publisher's share (its CPU time per cut, from /proc) should not change.
 // Reported as median and 99th percentile in milliseconds.
 
+#include "Percentile.h"
 #include "e2e/MosquittoBroker.h"
 #include "tsl/TslUmd50.h"
 
@@ -39,13 +40,6 @@
 namespace {
 
 using Clock = std::chrono::steady_clock;
-
-double percentile(std::vector<double> values, double fraction)
-{
-    std::sort(values.begin(), values.end());
-    const auto index = static_cast<std::ptrdiff_t>(std::ceil(fraction * static_cast<double>(values.size()))) - 1;
-    return values[static_cast<size_t>(std::clamp<std::ptrdiff_t>(index, 0, std::ssize(values) - 1))];
-}
 
 // The lamp being timed: remembers the last payload on its topic and when
 // it came.

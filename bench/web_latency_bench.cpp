@@ -6,6 +6,7 @@
 // changed its colour, stamped by the page's own clock), and box to page.
 // Reported as median and 99th percentile in milliseconds.
 
+#include "Percentile.h"
 #include "support/HeadlessChromium.h"
 #include "tools/StandinProcess.h"
 
@@ -48,13 +49,6 @@ bool runUntil(const std::function<bool()>& condition, int patienceMilliseconds)
         QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
     }
     return true;
-}
-
-double percentile(QList<double> values, double fraction)
-{
-    std::sort(values.begin(), values.end());
-    const auto index = static_cast<qsizetype>(std::ceil(fraction * static_cast<double>(values.size()))) - 1;
-    return values[std::clamp<qsizetype>(index, 0, values.size() - 1)];
 }
 
 // Reports each repaint after the page changes its look, with the page's
