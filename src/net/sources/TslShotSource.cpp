@@ -296,10 +296,7 @@ ShotSource::Details TslShotSource::details() const
     details.followed = version + transport + tr(" on ") + where;
     if (m_lastMessageAt) {
         details.sinceLastMessageMs = now() - *m_lastMessageAt;
-        // An IPv4 sender reaching a dual-stack socket reads as ::ffff:a.b.c.d.
-        bool isIpv4 = false;
-        const quint32 ipv4 = m_lastSender.toIPv4Address(&isIpv4);
-        details.lastSender = isIpv4 ? QHostAddress(ipv4).toString() : m_lastSender.toString();
+        details.lastSender = m_lastSender;
     }
     return details;
 }
@@ -425,7 +422,7 @@ void TslShotSource::noteMessages(const QString& sender, TslDisplayTable::Outcome
     const bool wasRunning = isRunningNow();
     m_lastMessageAt = now();
     hearFrom(sender);
-    m_lastSender = QHostAddress(sender);
+    m_lastSender = sender;
     if (outcome.refreshedTally) {
         m_lastTallyAt = now();
     }

@@ -155,8 +155,10 @@ private:
     QSet<QString> m_namedSenders;
     std::optional<qint64> m_lastMessageAt;
     std::optional<qint64> m_lastTallyAt;
-    // Who sent the last message the listener took, for the status line.
-    QHostAddress m_lastSender;
+    // Who sent the last message the listener took, named as SenderAllowList
+    // names senders (IPv4 even through a dual-stack socket), for the status
+    // line.
+    QString m_lastSender;
     int m_rejected = 0;
     int m_refused = 0;
 
