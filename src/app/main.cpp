@@ -134,7 +134,8 @@ int main(int argc, char* argv[])
     }
     // Choices on the command line hold for this run only; the saved ones
     // come back next time.
-    main.controller->setLostSourcePolicy(options.lostSourcePolicy(main.controller->lostSourcePolicy()));
+    TallyTicker& ticker = main.controller->ticker();
+    ticker.setLostSourcePolicy(options.lostSourcePolicy(ticker.lostSourcePolicy()));
     QObject::connect(&app, &QApplication::aboutToQuit, main.controller, &ViewController::applicationWillQuit);
     delegate.setKeyWindow(main.window.get());
     main.window->restoreSavedGeometry();

@@ -1,11 +1,20 @@
 #include "sources/ObsPasswordKeeper.h"
 
+#include "base/SecretFile.h"
 #include "base/SystemLog.h"
 #include "base/UserDefaults.h"
 
 const QString ObsPasswordKeeper::secretKey = QStringLiteral("ObsPassword");
 
 namespace {
+
+std::unique_ptr<SecretStore> orPrivateFile(std::unique_ptr<SecretStore> store, const UserDefaults& defaults)
+{
+    if (store) {
+        return store;
+    }
+    return std::make_unique<SecretFile>(SecretFile::besideSettings(defaults.settingsFilePath()));
+}
 
 void logTrouble(const QString& what, const SecretStore::Answer& answer)
 {
@@ -16,7 +25,7 @@ void logTrouble(const QString& what, const SecretStore::Answer& answer)
 
 ObsPasswordKeeper::ObsPasswordKeeper(UserDefaults& defaults, std::unique_ptr<SecretStore> store)
     : m_defaults(defaults)
-    , m_store(std::move(store))
+    , m_store(orPrivateFile(std::move(store), defaults))
 {
 }
 

@@ -23,6 +23,8 @@ public:
     // The name the password is kept under in the store.
     static const QString secretKey;
 
+    // Without a store, the password goes to a file only the user can read,
+    // beside the settings file.
     ObsPasswordKeeper(UserDefaults& defaults, std::unique_ptr<SecretStore> store);
 
     // At start: a password an earlier version left in the settings file

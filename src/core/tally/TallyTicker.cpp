@@ -1,6 +1,6 @@
 #include "tally/TallyTicker.h"
 
-#include "sources/ShotSource.h"
+#include "sources/MixdeskShotSource.h"
 #include "tallymap/TallyMap.h"
 
 #include <QTimer>
@@ -8,7 +8,7 @@
 TallyTicker::TallyTicker(std::unique_ptr<ShotSource> source, TallyMap& tallyMap, TallyCycle::Observer& observer,
     TallyCycle::SendControl sendControl, QObject* parent)
     : QObject(parent)
-    , m_source(std::move(source))
+    , m_source(source ? std::move(source) : std::make_unique<MixdeskShotSource>())
     , m_tallyMap(tallyMap)
     , m_cycle(*m_source, observer, std::move(sendControl))
     , m_timer(new QTimer(this))

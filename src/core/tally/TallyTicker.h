@@ -42,6 +42,7 @@ public:
     static constexpr std::chrono::milliseconds interval { 250 };
     static constexpr std::chrono::milliseconds mergeWindow { 40 };
 
+    // Without a source, the ticker asks Mixdesk, as the program always has.
     TallyTicker(std::unique_ptr<ShotSource> source, TallyMap& tallyMap, TallyCycle::Observer& observer,
         TallyCycle::SendControl sendControl = TallyCycle::sendToSharedDevice, QObject* parent = nullptr);
     ~TallyTicker() override;

@@ -65,6 +65,14 @@ void NetworkOutputs::startSaved(const NetworkOutputChoices& next, const QString&
     }
 }
 
+QList<PhoneLink> NetworkOutputs::phoneLinks(qsizetype lightCount) const
+{
+    if (!m_running.web) {
+        return {};
+    }
+    return PhoneLinks::forPages(m_running.web->pageUrls(), lightCount);
+}
+
 bool NetworkOutputs::apply(const NetworkOutputChoices& choices, OutputsProblem* problem)
 {
     if (!replace(choices, problem)) {

@@ -2,6 +2,7 @@
 
 #include "launch/NetworkOutputChoices.h"
 #include "launch/RunBuilder.h"
+#include "outputs/PhoneLinks.h"
 #include "outputs/WebListenAddress.h"
 
 #include <QObject>
@@ -43,6 +44,9 @@ public:
     WebTallyServer* webServer() const { return m_running.web.get(); }
     TslSender* tslSender() const { return m_running.tsl.get(); }
     const std::vector<std::unique_ptr<MqttPublisher>>& mqttPublishers() const { return m_running.mqtt; }
+    // Where phones open the running page, each of lightCount lights' pages
+    // included; none while no page is served.
+    QList<PhoneLink> phoneLinks(qsizetype lightCount) const;
 
     // What went wrong with the outputs that should be running, and what
     // keeps an MQTT broker from getting the lights (it is being reached

@@ -18,16 +18,20 @@ int CustomWindow::windowLevel() const
 
 void CustomWindow::setWindowLevel(int level)
 {
-    const bool onTop = level >= floatingWindowLevel;
-    if (windowFlags().testFlag(Qt::WindowStaysOnTopHint) == onTop) {
+    setStaysOnTop(*this, level >= floatingWindowLevel);
+}
+
+void CustomWindow::setStaysOnTop(QWidget& window, bool onTop)
+{
+    if (window.windowFlags().testFlag(Qt::WindowStaysOnTopHint) == onTop) {
         return;
     }
     // Changing a window flag re-creates the native window and hides it; a
     // window the user could see comes straight back.
-    const bool wasVisible = isVisible();
-    setWindowFlag(Qt::WindowStaysOnTopHint, onTop);
+    const bool wasVisible = window.isVisible();
+    window.setWindowFlag(Qt::WindowStaysOnTopHint, onTop);
     if (wasVisible) {
-        show();
+        window.show();
     }
 }
 

@@ -21,6 +21,8 @@ public:
     // normalWindowLevel.
     int windowLevel() const;
     void setWindowLevel(int level);
+    // The same for any top-level window: on top or not, visible as before.
+    static void setStaysOnTop(QWidget& window, bool onTop);
 
     // What the title bar shows: the title, with " *" while modified.
     QString displayedTitle() const;

@@ -1,5 +1,7 @@
 #include "mainwindow/EditingLockControls.h"
 
+#include "base/FatalError.h"
+
 #include <QAction>
 #include <QCheckBox>
 
@@ -15,9 +17,13 @@ void EditingLockControls::toggleLockSelection()
     m_editingLock.updateLockAfterToggle();
 }
 
-void EditingLockControls::togglePasswordRequirement(QAction& menuItem)
+void EditingLockControls::togglePasswordRequirement(QObject* sender)
 {
-    m_requirementMenuItem = &menuItem;
+    auto* menuItem = qobject_cast<QAction*>(sender);
+    if (menuItem == nullptr) {
+        fatalError(QStringLiteral("togglePasswordRequirement needs its menu item as sender"));
+    }
+    m_requirementMenuItem = menuItem;
     m_editingLock.updatePasswordRequirement();
 }
 

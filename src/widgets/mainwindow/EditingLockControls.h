@@ -20,8 +20,9 @@ public:
 
     // After the user clicked the check box (its state already flipped).
     void toggleLockSelection();
-    // The menu command; its item shows whether the requirement is on.
-    void togglePasswordRequirement(QAction& menuItem);
+    // The menu command; its item, the sender, shows whether the requirement
+    // is on. Any other sender is a miswired menu and stops the process.
+    void togglePasswordRequirement(QObject* sender);
 
     // True while the check box is on: the shot editor stays shut.
     bool isEditingLocked() const;

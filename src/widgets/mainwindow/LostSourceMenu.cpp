@@ -1,6 +1,7 @@
 #include "mainwindow/LostSourceMenu.h"
 
-#include "mainwindow/ViewController.h"
+#include "base/UserDefaults.h"
+#include "tally/TallyTicker.h"
 
 #include <QAction>
 #include <QActionGroup>
@@ -12,9 +13,9 @@ const char* const blinkSecondsProperty = "blinkSeconds";
 
 } // namespace
 
-LostSourceMenu::LostSourceMenu(QMenu& parentMenu, ViewController& controller)
+LostSourceMenu::LostSourceMenu(QMenu& parentMenu, TallyTicker& ticker)
     : QObject(&parentMenu)
-    , m_controller(controller)
+    , m_ticker(ticker)
 {
     m_menu = parentMenu.addMenu(tr("When the &Switcher Is Lost"));
     m_group = new QActionGroup(this);
@@ -28,9 +29,9 @@ LostSourceMenu::LostSourceMenu(QMenu& parentMenu, ViewController& controller)
     m_offAtQuit = m_menu->addAction(tr("Turn the Lights Off When Mixdesk Tally &Quits"));
     m_offAtQuit->setCheckable(true);
     connect(m_offAtQuit, &QAction::triggered, this, [this](bool checked) {
-        LostSourcePolicy policy = m_controller.lostSourcePolicy();
+        LostSourcePolicy policy = m_ticker.lostSourcePolicy();
         policy.turnOffAtQuit = checked;
-        m_controller.chooseLostSourcePolicy(policy);
+        choose(policy);
     });
     // The policy may have changed elsewhere (the command line): the marks
     // are set each time the menu opens.
@@ -68,17 +69,23 @@ QAction* LostSourceMenu::blinkAction(int seconds)
 
 void LostSourceMenu::choose(LostSourcePolicy::Action action, int seconds)
 {
-    LostSourcePolicy policy = m_controller.lostSourcePolicy();
+    LostSourcePolicy policy = m_ticker.lostSourcePolicy();
     policy.action = action;
     if (action == LostSourcePolicy::Action::blink) {
         policy.blinkAfterSeconds = seconds;
     }
-    m_controller.chooseLostSourcePolicy(policy);
+    choose(policy);
+}
+
+void LostSourceMenu::choose(const LostSourcePolicy& policy)
+{
+    m_ticker.setLostSourcePolicy(policy);
+    policy.storeIn(UserDefaults::standardUserDefaults());
 }
 
 void LostSourceMenu::showPolicy()
 {
-    const LostSourcePolicy& policy = m_controller.lostSourcePolicy();
+    const LostSourcePolicy& policy = m_ticker.lostSourcePolicy();
     switch (policy.action) {
     case LostSourcePolicy::Action::keepLights:
         m_keep->setChecked(true);

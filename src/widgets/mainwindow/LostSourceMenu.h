@@ -8,7 +8,7 @@
 class QAction;
 class QActionGroup;
 class QMenu;
-class ViewController;
+class TallyTicker;
 
 // The lights' fail-safe choices, in a submenu of the Edit menu: what the
 // tally box does while the switcher is lost (keep the lights, turn them off,
@@ -18,7 +18,7 @@ class LostSourceMenu : public QObject {
     Q_OBJECT
 
 public:
-    LostSourceMenu(QMenu& parentMenu, ViewController& controller);
+    LostSourceMenu(QMenu& parentMenu, TallyTicker& ticker);
 
     QMenu* menu() const { return m_menu; }
     QAction* keepLightsAction() const { return m_keep; }
@@ -28,7 +28,7 @@ public:
     QAction* blinkAction(int seconds);
     QAction* lightsOffAtQuitAction() const { return m_offAtQuit; }
 
-    // Ticks the items that match the controller's policy.
+    // Ticks the items that match the ticker's policy.
     void showPolicy();
 
     static constexpr int blinkDelays[] = { 5, 10, 30, 60 };
@@ -36,8 +36,10 @@ public:
 private:
     QAction* addChoice(const QString& text, const LostSourcePolicy::Action action, int seconds);
     void choose(LostSourcePolicy::Action action, int seconds);
+    // For the ticker from now on, and saved for the next start.
+    void choose(const LostSourcePolicy& policy);
 
-    ViewController& m_controller;
+    TallyTicker& m_ticker;
     QPointer<QMenu> m_menu;
     QPointer<QActionGroup> m_group;
     QPointer<QAction> m_keep;

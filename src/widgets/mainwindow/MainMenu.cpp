@@ -228,7 +228,7 @@ void MainMenu::askForNetworkOutputs()
     NetworkOutputsDialog dialog(
         m_controller.networkOutputs().current(),
         [this](const NetworkOutputChoices& choices) { return chooseNetworkOutputs(choices); }, m_controller.window());
-    dialog.showPhoneLinks(m_controller.phoneLinks());
+    dialog.showPhoneLinks(phoneLinks());
     // Over the main window only: the lights go on while outputs are chosen.
     dialog.setWindowModality(Qt::WindowModal);
     const bool pageWasServed = m_controller.networkOutputs().webServer() != nullptr;
@@ -236,7 +236,7 @@ void MainMenu::askForNetworkOutputs()
         return;
     }
     if (m_phoneLinksDialog) {
-        m_phoneLinksDialog->setLinks(m_controller.phoneLinks());
+        m_phoneLinksDialog->setLinks(phoneLinks());
     }
     // A page just turned on is there for phones to join: its codes come up
     // at once, without a trip to the View menu.
@@ -251,10 +251,15 @@ void MainMenu::showPhoneLinks()
         m_phoneLinksDialog = new PhoneLinksDialog(m_controller.window());
         m_phoneLinksDialog->setAttribute(Qt::WA_DeleteOnClose);
     }
-    m_phoneLinksDialog->setLinks(m_controller.phoneLinks());
+    m_phoneLinksDialog->setLinks(phoneLinks());
     m_phoneLinksDialog->show();
     m_phoneLinksDialog->raise();
     m_phoneLinksDialog->activateWindow();
+}
+
+QList<PhoneLink> MainMenu::phoneLinks() const
+{
+    return m_controller.networkOutputs().phoneLinks(m_controller.tallyMap().shotSelections().size());
 }
 
 std::optional<QString> MainMenu::chooseNetworkOutputs(const NetworkOutputChoices& choices)
@@ -314,7 +319,7 @@ void MainMenu::buildEditMenu(QMenuBar& menuBar)
     addEditingComfortItems();
     m_editMenu->addSeparator();
     addTestLightsItem();
-    m_lostSourceMenu = new LostSourceMenu(*m_editMenu, m_controller);
+    m_lostSourceMenu = new LostSourceMenu(*m_editMenu, m_controller.ticker());
 }
 
 void MainMenu::addLockEditingItem()

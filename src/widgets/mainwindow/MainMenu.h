@@ -105,6 +105,8 @@ private:
     // Follows source from now on and remembers it for the next start as
     // remembered; the OBS password is forgotten unless the source is OBS.
     void followAndRemember(std::unique_ptr<ShotSource> source, const QString& remembered);
+    // Where phones open the running page, for the current map's lights.
+    QList<PhoneLink> phoneLinks() const;
     void checkCurrentSource();
     void buildOutputsMenu(QMenuBar& menuBar);
     void askForNetworkOutputs();

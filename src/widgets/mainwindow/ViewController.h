@@ -4,8 +4,10 @@
 #include "dialogs/SaveChangesPrompt.h"
 #include "launch/NetworkOutputs.h"
 #include "link/Mixdesk.h"
+#include "mainwindow/EditingLockControls.h"
+#include "mainwindow/LampRow.h"
 #include "mainwindow/Segues.h"
-#include "outputs/PhoneLinks.h"
+#include "mainwindow/SourceWarning.h"
 #include "sources/ObsPasswordKeeper.h"
 #include "sources/ShotSource.h"
 #include "tally/TallyCycle.h"
@@ -23,9 +25,6 @@
 #include <optional>
 
 class DocumentCommands;
-class EditingLock;
-class EditingLockControls;
-class LampRow;
 class SourceReport;
 class QTimer;
 class TallyState;
@@ -37,9 +36,10 @@ class ViewController;
 // The main screen: a row of light indicators over a row of assignment
 // buttons, the lock check box and the "Mixdesk is not running" warning. It
 // builds the parts that do the work and connects them: the document (the
-// map and its file), the tick loop, the lamp row, the document commands, the
-// editing lock's controls and the segues to the other screens. Its actions
-// are the ones the menus and the layout send.
+// map and its file), the tick loop, the lamp row, the source warning, the
+// document commands, the editing lock's controls and the segues to the
+// other screens. Its actions are the ones the menus and the layout send,
+// each handed to the part whose job it is.
 class ViewController : public QWidget, private TallyCycle::Observer {
     Q_OBJECT
     Q_PROPERTY(bool enableEditing READ enableEditing WRITE setEnableEditing NOTIFY enableEditingChanged)
@@ -54,8 +54,8 @@ public:
         // Where the shots come from; Mixdesk's query when left empty.
         std::unique_ptr<ShotSource> shotSource;
         std::unique_ptr<SaveChangesPrompt> saveChangesPrompt;
-        // Where the OBS password is kept; when left empty, a file only the
-        // user can read beside the settings file.
+        // Where the OBS password is kept; a file only the user can read,
+        // beside the settings file, when left empty.
         std::unique_ptr<SecretStore> secretStore;
     };
 
@@ -69,8 +69,8 @@ public:
     ~ViewController() override;
 
     // Outlets made by the layout.
-    QCheckBox* lockTallyCheckBox() const { return m_lockTallyCheckBox; }
-    QLabel* mixdeskWarning() const { return m_mixdeskWarning; }
+    QCheckBox* lockTallyCheckBox() const { return m_lockControls->lockTallyCheckBox(); }
+    QLabel* mixdeskWarning() const { return m_warning->label(); }
 
     // The parts.
     TallyDocument& document() { return m_document; }
@@ -79,15 +79,12 @@ public:
     LampRow& lampRow() const { return *m_lampRow; }
     DocumentCommands& documentCommands() const { return *m_documentCommands; }
     Segues& segues() const { return *m_segues; }
-    const EditingLock& editingLock() const;
+    const EditingLock& editingLock() const { return m_lockControls->editingLock(); }
     // The web page and TSL outputs, in the cycle for the controller's life;
     // none until the program starts them.
     NetworkOutputs& networkOutputs() { return m_networkOutputs; }
     // The password of the OBS source the window remembers.
     ObsPasswordKeeper& obsPassword() { return m_obsPassword; }
-    // Where phones open the running web page, each light's page included;
-    // none while the page is not served.
-    QList<PhoneLink> phoneLinks() const;
     // What the window follows and how that is, and the outputs that run,
     // in words, for the status line; brought up to date after every tick.
     SourceReport& sourceReport() const { return *m_sourceReport; }
@@ -95,7 +92,7 @@ public:
     TallyStatus& status() { return m_status; }
 
     // What the main screen has always been asked for by name.
-    const QList<QPointer<TallyState>>& tallyStateDisplays() const;
+    const QList<QPointer<TallyState>>& tallyStateDisplays() const { return m_lampRow->tallyStateDisplays(); }
     const TallyMap& tallyMap() const { return m_document.tallyMap(); }
     const QUrl& currentDocumentUrl() const { return m_document.currentDocumentUrl(); }
     const ShotList& shotList() const { return m_ticker.shotList(); }
@@ -122,12 +119,6 @@ public:
 
     // Follows another switcher from now on (the user chose one).
     void setShotSource(std::unique_ptr<ShotSource> source);
-
-    // What the lights do while the source is lost and at quit. The window
-    // starts with the saved preferences; choosing stores the choice too.
-    const LostSourcePolicy& lostSourcePolicy() const { return m_ticker.lostSourcePolicy(); }
-    void setLostSourcePolicy(const LostSourcePolicy& policy);
-    void chooseLostSourcePolicy(const LostSourcePolicy& policy);
 
     // Segues to the other screens.
     bool shouldPerformSegueWithIdentifier(const QString& identifier, QObject* sender) const;
@@ -166,23 +157,22 @@ private:
     qsizetype indicatorCount() const override;
     void showLightMode(qsizetype lightIndex, TallyMode mode) override;
 
+    void connectParts();
     void connectControls();
     void followShotSource();
 
     std::unique_ptr<Ui::ViewController> m_ui;
-    QPointer<QCheckBox> m_lockTallyCheckBox;
-    QPointer<QLabel> m_mixdeskWarning;
     TallyDocument m_document;
     TallyTicker m_ticker;
     TallyStatus m_status;
     // After the tick loop, so that the outputs leave its cycle before it goes.
     NetworkOutputs m_networkOutputs;
+    std::unique_ptr<SourceWarning> m_warning;
     std::unique_ptr<LampRow> m_lampRow;
     std::unique_ptr<DocumentCommands> m_documentCommands;
     std::unique_ptr<EditingLockControls> m_lockControls;
     std::unique_ptr<Segues> m_segues;
     std::unique_ptr<SourceReport> m_sourceReport;
     ObsPasswordKeeper m_obsPassword;
-    bool m_sourceRunning = true;
     bool m_enableEditing = false;
 };

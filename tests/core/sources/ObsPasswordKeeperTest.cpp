@@ -166,3 +166,16 @@ TEST_F(ObsPasswordKeeperTest, WithoutADesktopStoreOnlyThePrivateFileHoldsThePass
     keeping.forget();
     EXPECT_FALSE(QFile::exists(filePath));
 }
+
+TEST_F(ObsPasswordKeeperTest, WithoutAStoreGivenThePasswordGoesToThePrivateFileBesideTheSettings)
+{
+    defaults = std::make_unique<UserDefaults>(settingsPath);
+    ObsPasswordKeeper keeping(*defaults, nullptr);
+    keeping.keep(password);
+    const QString filePath = SecretFile::besideSettings(settingsPath);
+    ASSERT_TRUE(QFile::exists(filePath));
+    EXPECT_EQ(keeping.store().description(), SecretFile(filePath).description());
+    EXPECT_FALSE(settingsText().contains(password.toUtf8()));
+    keeping.forget();
+    EXPECT_FALSE(QFile::exists(filePath));
+}

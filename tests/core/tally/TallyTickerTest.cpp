@@ -219,3 +219,11 @@ TEST_F(TallyTickerTest, TheLostSourcePolicyReachesTheCycle)
 }
 
 } // namespace
+
+TEST(TallyTickerDefaultSourceTest, WithoutASourceGivenTheTickerFollowsMixdesk)
+{
+    TallyMap map;
+    RecordingObserver observer;
+    const TallyTicker ticker(nullptr, map, observer, [](quint8) {});
+    EXPECT_EQ(ticker.source().kind(), ShotSource::Kind::mixdesk);
+}

@@ -39,7 +39,7 @@ TEST_F(LostSourceWindowTest, ByDefaultKeepTheLightsIsTickedAndLightsOffAtQuitIsN
     makeLiveWindow();
     EXPECT_TRUE(menu().keepLightsAction()->isChecked());
     EXPECT_FALSE(menu().lightsOffAtQuitAction()->isChecked());
-    EXPECT_EQ(controller->lostSourcePolicy(), LostSourcePolicy {});
+    EXPECT_EQ(controller->ticker().lostSourcePolicy(), LostSourcePolicy {});
 }
 
 TEST_F(LostSourceWindowTest, ByDefaultQuittingSendsNothing)
@@ -72,7 +72,8 @@ TEST_F(LostSourceWindowTest, AChoiceIsSavedAndANewWindowStartsWithIt)
         QStringLiteral("blink"));
 
     makeWindow();
-    EXPECT_EQ(controller->lostSourcePolicy(), (LostSourcePolicy { LostSourcePolicy::Action::blink, 30, true }));
+    EXPECT_EQ(
+        controller->ticker().lostSourcePolicy(), (LostSourcePolicy { LostSourcePolicy::Action::blink, 30, true }));
     EXPECT_TRUE(main.menu->lostSourceMenu()->blinkAction(30)->isChecked());
     EXPECT_TRUE(main.menu->lostSourceMenu()->lightsOffAtQuitAction()->isChecked());
 }
@@ -90,7 +91,7 @@ TEST_F(LostSourceWindowTest, WithLightsOffAtQuitChosenQuittingSendsAndShowsEvery
 TEST_F(LostSourceWindowTest, ABlinkDelayFromTheCommandLineGetsItsOwnTickedItem)
 {
     makeLiveWindow();
-    controller->setLostSourcePolicy({ LostSourcePolicy::Action::blink, 3 });
+    controller->ticker().setLostSourcePolicy({ LostSourcePolicy::Action::blink, 3 });
     menu().showPolicy();
     QAction* three = menu().blinkAction(3);
     EXPECT_TRUE(three->isChecked());
