@@ -1,6 +1,7 @@
 // Mixdesk Tally: the main window beside Mixdesk, driving the tally box.
 
 #include "base/FallbackSecretStore.h"
+#include "base/Problem.h"
 #include "base/SecretFile.h"
 #include "base/StandardOutput.h"
 #include "base/UserDefaults.h"
@@ -21,18 +22,18 @@ namespace {
 // After the known options only files may remain: an unknown option is a
 // mistake to report, not a file to open. "--" ends the options, so a file
 // whose name starts with a dash can still be opened.
-std::optional<QString> takeEndOfOptions(QStringList& arguments)
+bool takeEndOfOptions(QStringList& arguments, QString* problem)
 {
     for (qsizetype index = 0; index < arguments.size(); ++index) {
         if (arguments[index] == QLatin1String("--")) {
             arguments.removeAt(index);
-            return std::nullopt;
+            return true;
         }
         if (arguments[index].startsWith(QLatin1String("--"))) {
-            return QStringLiteral("unknown option '%1'").arg(arguments[index]);
+            return reportProblem(problem, QStringLiteral("unknown option '%1'").arg(arguments[index]));
         }
     }
-    return std::nullopt;
+    return true;
 }
 
 } // namespace
@@ -59,12 +60,9 @@ int main(int argc, char* argv[])
     QApplication::setDesktopFileName(QStringLiteral("mixdesk-tally"));
     QStringList files = QApplication::arguments().mid(1);
     RunOptions options;
-    if (const std::optional<QString> problem = RunOptions::takeFrom(files, &options)) {
-        printErrorLine(QStringLiteral("mixdesk-tally: ") + *problem);
-        return 2;
-    }
-    if (const std::optional<QString> problem = takeEndOfOptions(files)) {
-        printErrorLine(QStringLiteral("mixdesk-tally: ") + *problem);
+    QString usageProblem;
+    if (!RunOptions::takeFrom(files, &options, &usageProblem) || !takeEndOfOptions(files, &usageProblem)) {
+        printErrorLine(QStringLiteral("mixdesk-tally: ") + usageProblem);
         return 2;
     }
 
@@ -126,11 +124,15 @@ int main(int argc, char* argv[])
     // The web page and TSL outputs: the command line's, else the window's
     // saved choices. Only the command line's own can stop the program; a
     // saved one that fails shows on the status line.
-    OutputsProblem outputsProblem;
+    QString outputsProblem;
+    if (!checkOutputs(options, &outputsProblem)) {
+        printErrorLine(QStringLiteral("mixdesk-tally: ") + outputsProblem);
+        return 2;
+    }
     if (!main.controller->networkOutputs().startAtLaunch(
             options, NetworkOutputChoices::saved(UserDefaults::standardUserDefaults()), &outputsProblem)) {
-        printErrorLine(QStringLiteral("mixdesk-tally: ") + outputsProblem.text);
-        return outputsProblem.isUsage ? 2 : 1;
+        printErrorLine(QStringLiteral("mixdesk-tally: ") + outputsProblem);
+        return 1;
     }
     // Choices on the command line hold for this run only; the saved ones
     // come back next time.

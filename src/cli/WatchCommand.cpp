@@ -3,6 +3,7 @@
 #include "CommandInputs.h"
 #include "PhoneLinksAnnouncement.h"
 #include "WatchPrinter.h"
+#include "base/Problem.h"
 #include "base/StandardOutput.h"
 #include "hardware/USBHIDAppDelegate.h"
 #include "launch/RunBuilder.h"
@@ -103,11 +104,11 @@ bool takeFlag(const QString& argument, WatchOptions* options)
     return true;
 }
 
-// Fills options, or returns the usage problem.
-std::optional<QString> parseOptions(QStringList arguments, WatchOptions* options)
+// Fills options; false, with the usage problem, when they are wrong.
+bool parseOptions(QStringList arguments, WatchOptions* options, QString* problem)
 {
-    if (std::optional<QString> problem = RunOptions::takeFrom(arguments, &options->run)) {
-        return problem;
+    if (!RunOptions::takeFrom(arguments, &options->run, problem)) {
+        return false;
     }
     QStringList positional;
     for (qsizetype i = 0; i < arguments.size(); ++i) {
@@ -118,13 +119,13 @@ std::optional<QString> parseOptions(QStringList arguments, WatchOptions* options
         }
         if (argument == QLatin1String("--ticks")) {
             if (i + 1 >= arguments.size()) {
-                return QStringLiteral("--ticks needs a number");
+                return reportProblem(problem, QStringLiteral("--ticks needs a number"));
             }
             ticks = arguments[++i];
         } else if (argument.startsWith(QLatin1String("--ticks="))) {
             ticks = argument.mid(8);
         } else if (argument.startsWith(QLatin1String("--")) && argument.size() > 2) {
-            return QStringLiteral("unknown option '%1'").arg(argument);
+            return reportProblem(problem, QStringLiteral("unknown option '%1'").arg(argument));
         } else {
             positional.append(argument);
             continue;
@@ -132,14 +133,15 @@ std::optional<QString> parseOptions(QStringList arguments, WatchOptions* options
         bool isNumber = false;
         options->ticks = ticks.toLongLong(&isNumber);
         if (!isNumber || options->ticks < 1) {
-            return QStringLiteral("--ticks needs a whole number of at least 1, not '%1'").arg(ticks);
+            return reportProblem(
+                problem, QStringLiteral("--ticks needs a whole number of at least 1, not '%1'").arg(ticks));
         }
     }
     if (positional.size() != 1) {
-        return QStringLiteral("expected one MAP file");
+        return reportProblem(problem, QStringLiteral("expected one MAP file"));
     }
     options->mapPath = positional.first();
-    return std::nullopt;
+    return true;
 }
 
 // The addresses phones open, as soon as the page is served; with --json on
@@ -156,8 +158,9 @@ void announcePhoneLinks(const WebTallyServer& page, qsizetype lightCount, bool j
 int runWatch(const QStringList& arguments)
 {
     WatchOptions options;
-    if (const std::optional<QString> problem = parseOptions(arguments, &options)) {
-        return CommandLine::usageError(command(), *problem);
+    QString usageProblem;
+    if (!parseOptions(arguments, &options, &usageProblem)) {
+        return CommandLine::usageError(command(), usageProblem);
     }
     QString failure;
     std::optional<TallyMap> tallyMap = CommandInputs::readTallyMap(options.mapPath, &failure);
@@ -174,13 +177,13 @@ int runWatch(const QStringList& arguments)
     if (!source) {
         return CommandLine::usageError(command(), sourceProblem);
     }
-    OutputsProblem outputsProblem;
+    QString outputsProblem;
+    if (!checkOutputs(options.run, &outputsProblem)) {
+        return CommandLine::usageError(command(), outputsProblem);
+    }
     const std::optional<StartedOutputs> outputs = startOutputs(options.run, &outputsProblem);
     if (!outputs) {
-        if (outputsProblem.isUsage) {
-            return CommandLine::usageError(command(), outputsProblem.text);
-        }
-        printErrorLine(QStringLiteral("tallyctl watch: ") + outputsProblem.text);
+        printErrorLine(QStringLiteral("tallyctl watch: ") + outputsProblem);
         return CommandLine::exitFailure;
     }
     if (outputs->web) {

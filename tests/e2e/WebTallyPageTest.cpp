@@ -377,6 +377,20 @@ TEST_F(WebTallyPageTest, TheWindowWithABusyPortSaysSoAndDoesNotStart)
             .toUtf8()));
 }
 
+TEST_F(WebTallyPageTest, TheWindowWithABadTslDestinationBesideThePageIsAUsageErrorAndServesNothing)
+{
+    QProcess window;
+    launchWindow(window,
+        { QStringLiteral("--web"), QStringLiteral("127.0.0.1:%1").arg(port), QStringLiteral("--tsl5"),
+            QStringLiteral("ftp://studio:21") });
+    ASSERT_TRUE(window.waitForFinished(15000));
+    EXPECT_EQ(window.exitStatus(), QProcess::NormalExit);
+    EXPECT_EQ(window.exitCode(), 2);
+    EXPECT_TRUE(window.readAllStandardError().startsWith("mixdesk-tally: bad TSL destination 'ftp://studio:21'"));
+    QTcpServer free;
+    EXPECT_TRUE(free.listen(QHostAddress::LocalHost, port)) << "the page never listened";
+}
+
 TEST_F(WebTallyPageTest, APageAndAPlainWebSocketStayConnectedForAMinuteWhileTheStudioIsSteady)
 {
     ASSERT_TRUE(standin.start());

@@ -1,5 +1,6 @@
 #include "launch/NetworkOutputChoices.h"
 
+#include "base/Problem.h"
 #include "base/UserDefaults.h"
 #include "launch/RunOptions.h"
 #include "model/LightCount.h"
@@ -15,36 +16,38 @@ struct DestinationGroup {
     QString name;
 };
 
-std::optional<QString> webProblem(const QString& text)
+bool checkWeb(const QString& text, QString* problem)
 {
     if (text.trimmed().isEmpty()) {
-        return QStringLiteral("The web tally page needs a port to listen on: [ADDRESS:]PORT, such as 8080");
+        return reportProblem(
+            problem, QStringLiteral("The web tally page needs a port to listen on: [ADDRESS:]PORT, such as 8080"));
     }
-    QString problem;
-    if (!WebListenAddress::parse(text.trimmed(), &problem)) {
-        return QStringLiteral("Web tally page: ") + problem;
+    QString why;
+    if (!WebListenAddress::parse(text.trimmed(), &why)) {
+        return reportProblem(problem, QStringLiteral("Web tally page: ") + why);
     }
-    return std::nullopt;
+    return true;
 }
 
-std::optional<QString> groupProblem(const DestinationGroup& group, int offset)
+bool checkGroup(const DestinationGroup& group, int offset, QString* problem)
 {
     for (const QString& text : group.texts) {
-        QString problem;
-        if (!TslDestination::parse(group.version, text, &problem)) {
-            return group.name + QStringLiteral(": ") + problem;
+        QString why;
+        if (!TslDestination::parse(group.version, text, &why)) {
+            return reportProblem(problem, group.name + QStringLiteral(": ") + why);
         }
     }
     const int maxOffset = TslTallyEncoding::maxOffset(group.version, tallyLightCount);
     if (!group.texts.isEmpty() && offset > maxOffset) {
-        return QStringLiteral("The display index offset %1 is too large for %2: display indexes end at %3, so the "
-                              "offset can be at most %4")
-            .arg(offset)
-            .arg(group.name)
-            .arg(maxOffset + tallyLightCount)
-            .arg(maxOffset);
+        return reportProblem(problem,
+            QStringLiteral("The display index offset %1 is too large for %2: display indexes end at %3, so the "
+                           "offset can be at most %4")
+                .arg(offset)
+                .arg(group.name)
+                .arg(maxOffset + tallyLightCount)
+                .arg(maxOffset));
     }
-    return std::nullopt;
+    return true;
 }
 
 // A list as the settings file hands it back: a single value comes back as
@@ -83,32 +86,31 @@ bool NetworkOutputChoices::sameMqttAs(const NetworkOutputChoices& other) const
         && mqttPasswordFile == other.mqttPasswordFile && mqttCaFile == other.mqttCaFile;
 }
 
-std::optional<QString> NetworkOutputChoices::problem() const
+bool NetworkOutputChoices::check(QString* problem) const
 {
-    if (web) {
-        if (std::optional<QString> problem = webProblem(*web)) {
-            return problem;
-        }
+    if (web && !checkWeb(*web, problem)) {
+        return false;
     }
     if (tslIndexOffset < 0) {
-        return QStringLiteral("The display index offset must be 0 or more, not %1").arg(tslIndexOffset);
+        return reportProblem(
+            problem, QStringLiteral("The display index offset must be 0 or more, not %1").arg(tslIndexOffset));
     }
     const DestinationGroup groups[] = {
         { tsl31Destinations, TslTallyEncoding::Version::v31, QStringLiteral("TSL 3.1") },
         { tsl50Destinations, TslTallyEncoding::Version::v50, QStringLiteral("TSL 5.0") },
     };
     for (const DestinationGroup& group : groups) {
-        if (std::optional<QString> problem = groupProblem(group, tslIndexOffset)) {
-            return problem;
+        if (!checkGroup(group, tslIndexOffset, problem)) {
+            return false;
         }
     }
     for (const QString& broker : mqttBrokers) {
-        QString problem;
-        if (!MqttBrokerAddress::parse(broker, &problem)) {
-            return QStringLiteral("MQTT: ") + problem;
+        QString why;
+        if (!MqttBrokerAddress::parse(broker, &why)) {
+            return reportProblem(problem, QStringLiteral("MQTT: ") + why);
         }
     }
-    return std::nullopt;
+    return true;
 }
 
 RunOptions NetworkOutputChoices::runOptions() const

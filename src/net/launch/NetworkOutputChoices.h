@@ -40,9 +40,9 @@ struct NetworkOutputChoices {
     // Whether both ask for the same MQTT publishers.
     bool sameMqttAs(const NetworkOutputChoices& other) const;
 
-    // Why these choices cannot be used, in words for the operator (no
-    // command-line option names); nothing when they can.
-    std::optional<QString> problem() const;
+    // Whether these choices can be used; when not, why, in words for the
+    // operator (no command-line option names).
+    bool check(QString* problem) const;
     // Launch options asking for exactly these outputs. Only for choices
     // without a problem.
     RunOptions runOptions() const;

@@ -26,8 +26,7 @@ NetworkOutputs::~NetworkOutputs()
     m_running.removeFrom(m_cycle);
 }
 
-bool NetworkOutputs::startAtLaunch(
-    const RunOptions& commandLine, const NetworkOutputChoices& saved, OutputsProblem* problem)
+bool NetworkOutputs::startAtLaunch(const RunOptions& commandLine, const NetworkOutputChoices& saved, QString* problem)
 {
     std::optional<StartedOutputs> started = startOutputs(commandLine, problem);
     if (!started) {
@@ -59,9 +58,9 @@ void NetworkOutputs::startSaved(const NetworkOutputChoices& next, const QString&
     if (next == m_current) {
         return;
     }
-    OutputsProblem failed;
+    QString failed;
     if (!replace(next, &failed)) {
-        problems->append(tr("%1 did not start: %2").arg(what, failed.text));
+        problems->append(tr("%1 did not start: %2").arg(what, failed));
     }
 }
 
@@ -73,7 +72,7 @@ QList<PhoneLink> NetworkOutputs::phoneLinks(qsizetype lightCount) const
     return PhoneLinks::forPages(m_running.web->pageUrls(), lightCount);
 }
 
-bool NetworkOutputs::apply(const NetworkOutputChoices& choices, OutputsProblem* problem)
+bool NetworkOutputs::apply(const NetworkOutputChoices& choices, QString* problem)
 {
     if (!replace(choices, problem)) {
         return false;
@@ -84,7 +83,7 @@ bool NetworkOutputs::apply(const NetworkOutputChoices& choices, OutputsProblem* 
     return true;
 }
 
-bool NetworkOutputs::choose(const NetworkOutputChoices& choices, UserDefaults& defaults, OutputsProblem* problem)
+bool NetworkOutputs::choose(const NetworkOutputChoices& choices, UserDefaults& defaults, QString* problem)
 {
     if (!apply(choices, problem)) {
         return false;
@@ -93,26 +92,22 @@ bool NetworkOutputs::choose(const NetworkOutputChoices& choices, UserDefaults& d
     return true;
 }
 
-bool NetworkOutputs::replace(const NetworkOutputChoices& choices, OutputsProblem* problem)
+bool NetworkOutputs::replace(const NetworkOutputChoices& choices, QString* problem)
 {
-    if (const std::optional<QString> bad = choices.problem()) {
-        *problem = { *bad, true };
+    if (!choices.check(problem)) {
         return false;
     }
     // The parts that can still fail first (the MQTT files, then the page),
     // and until they have, the running outputs stay untouched.
     StartedOutputs next;
-    QString reason;
     bool reusedMqtt = false;
-    if (!mqttFor(choices, &next, &reusedMqtt, &reason)) {
-        *problem = { reason, true };
+    if (!mqttFor(choices, &next, &reusedMqtt, problem)) {
         return false;
     }
-    if (!startWeb(choices.runOptions(), &next.web, &reason)) {
+    if (!startWeb(choices.runOptions(), &next.web, problem)) {
         if (reusedMqtt) {
             m_running.mqtt = std::move(next.mqtt);
         }
-        *problem = { reason, false };
         return false;
     }
     next.tsl = senderFor(choices);

@@ -31,13 +31,13 @@ public:
     // problem, when the command line's own outputs cannot start: the program
     // ends, as it always has. A saved choice that cannot start stays off and
     // is reported through problemChanged, so that the window still opens.
-    bool startAtLaunch(const RunOptions& commandLine, const NetworkOutputChoices& saved, OutputsProblem* problem);
+    bool startAtLaunch(const RunOptions& commandLine, const NetworkOutputChoices& saved, QString* problem);
 
     // Replaces the running outputs by those the choices ask for. False, with
     // the reason, when a choice is bad or the page cannot listen.
-    bool apply(const NetworkOutputChoices& choices, OutputsProblem* problem);
+    bool apply(const NetworkOutputChoices& choices, QString* problem);
     // apply, and remembered for the next start when it worked.
-    bool choose(const NetworkOutputChoices& choices, UserDefaults& defaults, OutputsProblem* problem);
+    bool choose(const NetworkOutputChoices& choices, UserDefaults& defaults, QString* problem);
 
     // What runs now.
     const NetworkOutputChoices& current() const { return m_current; }
@@ -58,7 +58,7 @@ Q_SIGNALS:
 
 private:
     // apply without touching the reported problem.
-    bool replace(const NetworkOutputChoices& choices, OutputsProblem* problem);
+    bool replace(const NetworkOutputChoices& choices, QString* problem);
     // Starts the part a launch left to the settings, noting a failure.
     void startSaved(const NetworkOutputChoices& next, const QString& what, QStringList* problems);
     std::unique_ptr<TslSender> senderFor(const NetworkOutputChoices& choices);

@@ -1,5 +1,6 @@
 #include "launch/RunBuilder.h"
 
+#include "base/Problem.h"
 #include "model/LightCount.h"
 #include "mqtt/MqttTallyTopics.h"
 #include "outputs/MosquittoClient.h"
@@ -132,7 +133,11 @@ std::unique_ptr<ShotSource> makeShotSource(const RunOptions& options, QString* p
     return nullptr;
 }
 
-std::unique_ptr<TslSender> makeTslSender(const RunOptions& options, QString* problem)
+namespace {
+
+// The TSL destinations the options name, checked against the offset; nothing,
+// with the problem, when a destination or the offset is bad.
+std::optional<QList<TslDestination>> tslDestinations(const RunOptions& options, QString* problem)
 {
     QList<TslDestination> destinations;
     const struct {
@@ -147,66 +152,93 @@ std::unique_ptr<TslSender> makeTslSender(const RunOptions& options, QString* pro
         for (const QString& text : group.texts) {
             std::optional<TslDestination> destination = TslDestination::parse(group.version, text, problem);
             if (!destination) {
-                return nullptr;
+                return std::nullopt;
             }
             destinations.append(*destination);
         }
         const int maxOffset = TslTallyEncoding::maxOffset(group.version, tallyLightCount);
         if (!group.texts.isEmpty() && options.tslIndexOffset > maxOffset) {
-            if (problem) {
-                *problem = QStringLiteral("--tsl-offset %1 is too large for %2: display indexes end at %3, so "
-                                          "the offset can be at most %4")
-                               .arg(options.tslIndexOffset)
-                               .arg(group.option)
-                               .arg(maxOffset + tallyLightCount)
-                               .arg(maxOffset);
-            }
-            return nullptr;
+            reportProblem(problem,
+                QStringLiteral("--tsl-offset %1 is too large for %2: display indexes end at %3, so the offset can "
+                               "be at most %4")
+                    .arg(options.tslIndexOffset)
+                    .arg(group.option)
+                    .arg(maxOffset + tallyLightCount)
+                    .arg(maxOffset));
+            return std::nullopt;
         }
     }
-    if (destinations.isEmpty()) {
-        return nullptr;
-    }
-    return std::make_unique<TslSender>(destinations, options.tslIndexOffset);
+    return destinations;
 }
 
-std::vector<std::unique_ptr<MqttPublisher>> makeMqttPublishers(const RunOptions& options, QString* problem)
-{
+// What every MQTT publisher the options ask for shares: the brokers, the
+// password and the CA file.
+struct MqttSettings {
     QList<MqttBrokerAddress> addresses;
+    QString password;
+};
+
+// Nothing, with the problem, when an address is bad or the password or CA
+// file cannot be read.
+std::optional<MqttSettings> mqttSettings(const RunOptions& options, QString* problem)
+{
+    MqttSettings settings;
     bool anyUser = false;
     for (const QString& text : options.mqttBrokers) {
         const std::optional<MqttBrokerAddress> address = MqttBrokerAddress::parse(text, problem);
         if (!address) {
-            return {};
+            return std::nullopt;
         }
         anyUser = anyUser || !address->user.isEmpty();
-        addresses.append(*address);
+        settings.addresses.append(*address);
     }
-    if (addresses.isEmpty()) {
-        return {};
+    if (settings.addresses.isEmpty()) {
+        return settings;
     }
-    QString password;
     if (!options.mqttPasswordFile.isEmpty()) {
         const std::optional<QString> fromFile = firstLineOf(options.mqttPasswordFile, problem);
         if (!fromFile) {
-            return {};
+            return std::nullopt;
         }
-        password = *fromFile;
+        settings.password = *fromFile;
     } else if (anyUser) {
-        password = QProcessEnvironment::systemEnvironment().value(mqttPasswordVariable);
+        settings.password = QProcessEnvironment::systemEnvironment().value(mqttPasswordVariable);
     }
     if (!options.mqttCaFile.isEmpty() && !QFileInfo(options.mqttCaFile).isReadable()) {
-        if (problem) {
-            *problem = QStringLiteral("cannot read the MQTT CA file '%1'").arg(options.mqttCaFile);
-        }
+        reportProblem(problem, QStringLiteral("cannot read the MQTT CA file '%1'").arg(options.mqttCaFile));
+        return std::nullopt;
+    }
+    return settings;
+}
+
+} // namespace
+
+bool checkOutputs(const RunOptions& options, QString* problem)
+{
+    return tslDestinations(options, problem) && mqttSettings(options, problem);
+}
+
+std::unique_ptr<TslSender> makeTslSender(const RunOptions& options, QString* problem)
+{
+    const std::optional<QList<TslDestination>> destinations = tslDestinations(options, problem);
+    if (!destinations || destinations->isEmpty()) {
+        return nullptr;
+    }
+    return std::make_unique<TslSender>(*destinations, options.tslIndexOffset);
+}
+
+std::vector<std::unique_ptr<MqttPublisher>> makeMqttPublishers(const RunOptions& options, QString* problem)
+{
+    const std::optional<MqttSettings> shared = mqttSettings(options, problem);
+    if (!shared) {
         return {};
     }
     const QString instance = mqttInstanceName(QSysInfo::machineHostName());
     std::vector<std::unique_ptr<MqttPublisher>> publishers;
-    for (const MqttBrokerAddress& address : addresses) {
+    for (const MqttBrokerAddress& address : shared->addresses) {
         MosquittoClient::Settings client;
         client.address = address;
-        client.password = password;
+        client.password = shared->password;
         client.caFile = options.mqttCaFile;
         // The process id keeps two programs on one machine from taking each
         // other's session at the broker.
@@ -256,23 +288,17 @@ void StartedOutputs::removeFrom(TallyCycle& cycle) const
     }
 }
 
-std::optional<StartedOutputs> startOutputs(const RunOptions& options, OutputsProblem* problem)
+std::optional<StartedOutputs> startOutputs(const RunOptions& options, QString* problem)
 {
+    // The checks first, so that a bad choice starts nothing at all.
+    if (!checkOutputs(options, problem)) {
+        return std::nullopt;
+    }
     StartedOutputs outputs;
-    QString reason;
-    outputs.tsl = makeTslSender(options, &reason);
-    if (!outputs.tsl && !reason.isEmpty()) {
-        *problem = { reason, true };
-        return std::nullopt;
-    }
-    outputs.mqtt = makeMqttPublishers(options, &reason);
-    if (outputs.mqtt.empty() && !reason.isEmpty()) {
-        *problem = { reason, true };
-        return std::nullopt;
-    }
-    outputs.web = startWebTally(options, &reason);
+    outputs.tsl = makeTslSender(options, problem);
+    outputs.mqtt = makeMqttPublishers(options, problem);
+    outputs.web = startWebTally(options, problem);
     if (options.web && !outputs.web) {
-        *problem = { reason, false };
         return std::nullopt;
     }
     return outputs;

@@ -68,11 +68,12 @@ struct StartedOutputs {
     void removeFrom(TallyCycle& cycle) const;
 };
 
-// Why the outputs could not start: a usage mistake (a bad destination), or
-// the system refusing (a port in use).
-struct OutputsProblem {
-    QString text;
-    bool isUsage = false;
-};
+// Whether the outputs the options ask for could start as far as the options
+// go: every TSL destination and the offset, every MQTT broker, the MQTT
+// password and CA files. False, with the problem, on a usage mistake; a
+// port in use is found only by starting.
+bool checkOutputs(const RunOptions& options, QString* problem);
 
-std::optional<StartedOutputs> startOutputs(const RunOptions& options, OutputsProblem* problem);
+// Every output the options ask for, started; nothing, with the problem, when
+// a check fails or the web page cannot listen.
+std::optional<StartedOutputs> startOutputs(const RunOptions& options, QString* problem);

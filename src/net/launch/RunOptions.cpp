@@ -1,41 +1,41 @@
 #include "launch/RunOptions.h"
 
+#include "base/Problem.h"
 #include "sources/SenderAllowList.h"
 
 namespace {
 
-// The value of option name at arguments[index] ("--name VALUE" or
-// "--name=VALUE"), removing what it used. Nothing when arguments[index] is
-// another argument; a usage problem when the value is missing.
+// An option at arguments[index], if it is the one looked for, and its value.
 struct TakenValue {
     bool matched = false;
     QString value;
-    std::optional<QString> problem;
 };
 
-TakenValue takeValue(QStringList& arguments, qsizetype index, const QString& name)
+// The value of option name at arguments[index] ("--name VALUE" or
+// "--name=VALUE"), removing what it used; not matched when arguments[index]
+// is another argument. False, with the problem, when the value is missing.
+bool takeValue(QStringList& arguments, qsizetype index, const QString& name, TakenValue* taken, QString* problem)
 {
-    TakenValue taken;
+    *taken = {};
     const QString& argument = arguments[index];
     const QString withEquals = name + QLatin1Char('=');
     if (argument == name) {
-        taken.matched = true;
+        taken->matched = true;
         if (index + 1 >= arguments.size()) {
-            taken.problem = QStringLiteral("%1 needs a value").arg(name);
             arguments.removeAt(index);
-            return taken;
+            return reportProblem(problem, QStringLiteral("%1 needs a value").arg(name));
         }
-        taken.value = arguments[index + 1];
+        taken->value = arguments[index + 1];
         arguments.remove(index, 2);
     } else if (argument.startsWith(withEquals)) {
-        taken.matched = true;
-        taken.value = argument.mid(withEquals.size());
+        taken->matched = true;
+        taken->value = argument.mid(withEquals.size());
         arguments.removeAt(index);
     }
-    if (taken.matched && taken.value.isEmpty() && !taken.problem) {
-        taken.problem = QStringLiteral("%1 needs a value").arg(name);
+    if (taken->matched && taken->value.isEmpty()) {
+        return reportProblem(problem, QStringLiteral("%1 needs a value").arg(name));
     }
-    return taken;
+    return true;
 }
 
 // The options that may be given more than once, each adding a value.
@@ -67,94 +67,178 @@ const NumberOption numberOptions[] = {
 // --tsl-allow's value, checked as it is taken so that a bad address is a
 // usage problem before anything starts. It chooses whom the TSL source
 // hears, not where the lights go, so it leaves the TSL outputs alone.
-TakenValue takeTslAllowOption(QStringList& arguments, qsizetype index, RunOptions* options)
+bool takeTslAllowOption(QStringList& arguments, qsizetype index, RunOptions* options, bool* matched, QString* problem)
 {
-    TakenValue taken = takeValue(arguments, index, QStringLiteral("--tsl-allow"));
-    if (!taken.matched || taken.problem) {
-        return taken;
+    TakenValue taken;
+    const bool valueGiven = takeValue(arguments, index, QStringLiteral("--tsl-allow"), &taken, problem);
+    *matched = taken.matched;
+    if (!taken.matched || !valueGiven) {
+        return valueGiven;
     }
-    QString problem;
-    if (!SenderAllowList::parse({ taken.value }, &problem)) {
-        taken.problem = QStringLiteral("--tsl-allow: ") + problem;
-        return taken;
+    QString why;
+    if (!SenderAllowList::parse({ taken.value }, &why)) {
+        return reportProblem(problem, QStringLiteral("--tsl-allow: ") + why);
     }
     options->tslAllowedSenders.append(taken.value);
-    return taken;
+    return true;
 }
 
-// Takes a repeatable or a number option at arguments[index] into options,
-// marking the kind of output it belongs to as given.
-TakenValue takeOtherOption(QStringList& arguments, qsizetype index, RunOptions* options)
+// A repeatable option at arguments[index], its value added to options and
+// the kind of output it belongs to marked as given.
+bool takeRepeatableOption(QStringList& arguments, qsizetype index, RunOptions* options, bool* matched, QString* problem)
 {
-    if (TakenValue allow = takeTslAllowOption(arguments, index, options); allow.matched) {
-        return allow;
-    }
     for (const RepeatableOption& option : repeatableOptions) {
-        TakenValue taken = takeValue(arguments, index, option.name);
+        TakenValue taken;
+        const bool valueGiven = takeValue(arguments, index, option.name, &taken, problem);
         if (taken.matched) {
-            if (!taken.problem) {
+            *matched = true;
+            if (valueGiven) {
                 (options->*option.field).append(taken.value);
                 options->*option.given = true;
             }
-            return taken;
+            return valueGiven;
         }
     }
+    return true;
+}
+
+// A whole-number option at arguments[index], checked against its minimum.
+bool takeNumberOption(QStringList& arguments, qsizetype index, RunOptions* options, bool* matched, QString* problem)
+{
     for (const NumberOption& option : numberOptions) {
-        TakenValue taken = takeValue(arguments, index, option.name);
-        if (taken.matched) {
-            bool isNumber = false;
-            const int number = taken.value.toInt(&isNumber);
-            if (!taken.problem && (!isNumber || number < option.minimum)) {
-                taken.problem = QStringLiteral("%1 needs a whole number of at least %2, not '%3'")
-                                    .arg(option.name)
-                                    .arg(option.minimum)
-                                    .arg(taken.value);
-            }
-            options->*option.field = number;
-            if (option.field == &RunOptions::tslIndexOffset) {
-                options->tslGiven = true;
-            }
-            return taken;
+        TakenValue taken;
+        const bool valueGiven = takeValue(arguments, index, option.name, &taken, problem);
+        if (!taken.matched) {
+            continue;
         }
+        *matched = true;
+        bool isNumber = false;
+        const int number = taken.value.toInt(&isNumber);
+        options->*option.field = number;
+        if (option.field == &RunOptions::tslIndexOffset) {
+            options->tslGiven = true;
+        }
+        if (valueGiven && (!isNumber || number < option.minimum)) {
+            return reportProblem(problem,
+                QStringLiteral("%1 needs a whole number of at least %2, not '%3'")
+                    .arg(option.name)
+                    .arg(option.minimum)
+                    .arg(taken.value));
+        }
+        return valueGiven;
     }
-    return {};
+    return true;
 }
 
 // --web's value, checked as it is taken so that a bad address is a usage
 // problem before anything starts.
-std::optional<QString> takeWebOption(QStringList& arguments, qsizetype index, RunOptions* options, bool* matched)
+bool takeWebOption(QStringList& arguments, qsizetype index, RunOptions* options, bool* matched, QString* problem)
 {
-    TakenValue taken = takeValue(arguments, index, QStringLiteral("--web"));
+    TakenValue taken;
+    const bool valueGiven = takeValue(arguments, index, QStringLiteral("--web"), &taken, problem);
     *matched = taken.matched;
-    if (!taken.matched || taken.problem) {
-        return taken.problem;
+    if (!taken.matched || !valueGiven) {
+        return valueGiven;
     }
-    QString problem;
-    options->web = WebListenAddress::parse(taken.value, &problem);
+    QString why;
+    options->web = WebListenAddress::parse(taken.value, &why);
     if (!options->web) {
-        return QStringLiteral("--web: ") + problem;
+        return reportProblem(problem, QStringLiteral("--web: ") + why);
     }
-    return std::nullopt;
+    return true;
 }
 
 // Checks and stores the values of the lost-source options.
-std::optional<QString> applyLostSourceValue(const QString& name, const QString& value, RunOptions* options)
+bool applyLostSourceValue(const QString& name, const QString& value, RunOptions* options, QString* problem)
 {
     if (name == QLatin1String("--when-lost")) {
         options->whenSourceLost = LostSourcePolicy::actionNamed(value);
         if (!options->whenSourceLost) {
-            return QStringLiteral("--when-lost takes %1, not '%2'")
-                .arg(LostSourcePolicy::actionNames().join(QStringLiteral(", ")), value);
+            return reportProblem(problem,
+                QStringLiteral("--when-lost takes %1, not '%2'")
+                    .arg(LostSourcePolicy::actionNames().join(QStringLiteral(", ")), value));
         }
-        return std::nullopt;
+        return true;
     }
     bool isNumber = false;
     const int seconds = value.toInt(&isNumber);
     if (!isNumber || seconds < 0) {
-        return QStringLiteral("--blink-after takes a whole number of seconds, not '%1'").arg(value);
+        return reportProblem(
+            problem, QStringLiteral("--blink-after takes a whole number of seconds, not '%1'").arg(value));
     }
     options->blinkAfterSeconds = seconds;
-    return std::nullopt;
+    return true;
+}
+
+// The options whose value is stored as given, and the two lost-source ones,
+// whose values are checked.
+bool takeTextOption(QStringList& arguments, qsizetype index, RunOptions* options, bool* matched, QString* problem)
+{
+    const struct {
+        QString name;
+        QString RunOptions::*field; // null: checked by applyLostSourceValue
+    } known[] = {
+        { QStringLiteral("--source"), &RunOptions::source },
+        { QStringLiteral("--password-file"), &RunOptions::passwordFile },
+        { QStringLiteral("--mqtt-password-file"), &RunOptions::mqttPasswordFile },
+        { QStringLiteral("--mqtt-ca-file"), &RunOptions::mqttCaFile },
+        { QStringLiteral("--when-lost"), nullptr },
+        { QStringLiteral("--blink-after"), nullptr },
+    };
+    for (const auto& option : known) {
+        TakenValue taken;
+        if (!takeValue(arguments, index, option.name, &taken, problem)) {
+            return false;
+        }
+        if (!taken.matched) {
+            continue;
+        }
+        *matched = true;
+        if (option.field == nullptr) {
+            return applyLostSourceValue(option.name, taken.value, options, problem);
+        }
+        options->*option.field = taken.value;
+        if (option.field == &RunOptions::source) {
+            options->sourceGiven = true;
+        }
+        if (option.field == &RunOptions::mqttPasswordFile || option.field == &RunOptions::mqttCaFile) {
+            options->mqttGiven = true;
+        }
+        return true;
+    }
+    return true;
+}
+
+// The options without a value.
+bool takeFlag(QStringList& arguments, qsizetype index, RunOptions* options, bool* matched, QString* /*problem*/)
+{
+    if (arguments[index] == QLatin1String("--lights-off-at-quit")) {
+        options->lightsOffAtQuit = true;
+    } else if (arguments[index] == QLatin1String("--mqtt-discovery")) {
+        options->mqttDiscovery = true;
+        options->mqttGiven = true;
+    } else {
+        return true;
+    }
+    arguments.removeAt(index);
+    *matched = true;
+    return true;
+}
+
+// Whichever known option is at arguments[index], taken into options.
+bool takeOption(QStringList& arguments, qsizetype index, RunOptions* options, bool* matched, QString* problem)
+{
+    using Take = bool (*)(QStringList&, qsizetype, RunOptions*, bool*, QString*);
+    for (const Take take :
+        { takeFlag, takeTextOption, takeWebOption, takeTslAllowOption, takeRepeatableOption, takeNumberOption }) {
+        if (!take(arguments, index, options, matched, problem)) {
+            return false;
+        }
+        if (*matched) {
+            return true;
+        }
+    }
+    return true;
 }
 
 } // namespace
@@ -173,77 +257,22 @@ LostSourcePolicy RunOptions::lostSourcePolicy(LostSourcePolicy base) const
     return base;
 }
 
-std::optional<QString> RunOptions::takeFrom(QStringList& arguments, RunOptions* options)
+bool RunOptions::takeFrom(QStringList& arguments, RunOptions* options, QString* problem)
 {
-    const struct {
-        QString name;
-        QString RunOptions::*field; // null: checked by applyLostSourceValue
-    } known[] = {
-        { QStringLiteral("--source"), &RunOptions::source },
-        { QStringLiteral("--password-file"), &RunOptions::passwordFile },
-        { QStringLiteral("--mqtt-password-file"), &RunOptions::mqttPasswordFile },
-        { QStringLiteral("--mqtt-ca-file"), &RunOptions::mqttCaFile },
-        { QStringLiteral("--when-lost"), nullptr },
-        { QStringLiteral("--blink-after"), nullptr },
-    };
     qsizetype index = 0;
     while (index < arguments.size()) {
         if (arguments[index] == QLatin1String("--")) {
             break; // what follows are files, whatever their names
         }
-        if (arguments[index] == QLatin1String("--lights-off-at-quit")) {
-            options->lightsOffAtQuit = true;
-            arguments.removeAt(index);
-            continue;
-        }
-        if (arguments[index] == QLatin1String("--mqtt-discovery")) {
-            options->mqttDiscovery = true;
-            options->mqttGiven = true;
-            arguments.removeAt(index);
-            continue;
-        }
         bool matched = false;
-        for (const auto& option : known) {
-            TakenValue taken = takeValue(arguments, index, option.name);
-            if (taken.problem) {
-                return taken.problem;
-            }
-            if (taken.matched && option.field == nullptr) {
-                if (std::optional<QString> problem = applyLostSourceValue(option.name, taken.value, options)) {
-                    return problem;
-                }
-                matched = true;
-                break;
-            }
-            if (taken.matched) {
-                options->*option.field = taken.value;
-                if (option.field == &RunOptions::source) {
-                    options->sourceGiven = true;
-                }
-                if (option.field == &RunOptions::mqttPasswordFile || option.field == &RunOptions::mqttCaFile) {
-                    options->mqttGiven = true;
-                }
-                matched = true;
-                break;
-            }
-        }
-        if (!matched) {
-            if (std::optional<QString> problem = takeWebOption(arguments, index, options, &matched)) {
-                return problem;
-            }
-        }
-        if (!matched) {
-            TakenValue taken = takeOtherOption(arguments, index, options);
-            if (taken.problem) {
-                return taken.problem;
-            }
-            matched = taken.matched;
+        if (!takeOption(arguments, index, options, &matched, problem)) {
+            return false;
         }
         if (!matched) {
             ++index;
         }
     }
-    return std::nullopt;
+    return true;
 }
 
 QStringList RunOptions::helpLines()

@@ -68,8 +68,8 @@ struct RunOptions {
     // Takes the options it knows out of arguments ("--source X" and
     // "--source=X" alike) and leaves the rest (files, a command's own
     // options) in place. A known option with a missing or bad value is a
-    // usage problem, returned in words.
-    static std::optional<QString> takeFrom(QStringList& arguments, RunOptions* options);
+    // usage problem: false, with the problem in words.
+    static bool takeFrom(QStringList& arguments, RunOptions* options, QString* problem);
 
     // One line per option, for --help.
     static QStringList helpLines();

@@ -143,8 +143,9 @@ NetworkOutputChoices NetworkOutputsDialog::choices() const
 
 void NetworkOutputsDialog::tryChoices()
 {
-    if (const std::optional<QString> problem = m_apply(choices())) {
-        showProblem(*problem);
+    QString problem;
+    if (!m_apply(choices(), &problem)) {
+        showProblem(problem);
         return;
     }
     showProblem(QString());

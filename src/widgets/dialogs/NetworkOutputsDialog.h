@@ -28,9 +28,8 @@ class NetworkOutputsDialog : public QDialog {
     Q_OBJECT
 
 public:
-    // Starts the choices; the reason they were refused, or nothing when they
-    // now run.
-    using Apply = std::function<std::optional<QString>(const NetworkOutputChoices&)>;
+    // Starts the choices; false, with the problem, when they were refused.
+    using Apply = std::function<bool(const NetworkOutputChoices&, QString* problem)>;
 
     NetworkOutputsDialog(const NetworkOutputChoices& current, Apply apply, QWidget* parent = nullptr);
 

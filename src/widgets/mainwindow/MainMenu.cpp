@@ -227,7 +227,9 @@ void MainMenu::askForNetworkOutputs()
     // The dialog shows what runs now, outputs from the command line included.
     NetworkOutputsDialog dialog(
         m_controller.networkOutputs().current(),
-        [this](const NetworkOutputChoices& choices) { return chooseNetworkOutputs(choices); }, m_controller.window());
+        [this](
+            const NetworkOutputChoices& choices, QString* problem) { return chooseNetworkOutputs(choices, problem); },
+        m_controller.window());
     dialog.showPhoneLinks(phoneLinks());
     // Over the main window only: the lights go on while outputs are chosen.
     dialog.setWindowModality(Qt::WindowModal);
@@ -262,13 +264,9 @@ QList<PhoneLink> MainMenu::phoneLinks() const
     return m_controller.networkOutputs().phoneLinks(m_controller.tallyMap().shotSelections().size());
 }
 
-std::optional<QString> MainMenu::chooseNetworkOutputs(const NetworkOutputChoices& choices)
+bool MainMenu::chooseNetworkOutputs(const NetworkOutputChoices& choices, QString* problem)
 {
-    OutputsProblem problem;
-    if (!m_controller.networkOutputs().choose(choices, UserDefaults::standardUserDefaults(), &problem)) {
-        return problem.text;
-    }
-    return std::nullopt;
+    return m_controller.networkOutputs().choose(choices, UserDefaults::standardUserDefaults(), problem);
 }
 
 void MainMenu::buildFileMenu(QMenuBar& menuBar)

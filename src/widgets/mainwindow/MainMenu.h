@@ -80,9 +80,10 @@ public:
     QAction* networkOutputsAction() const { return m_networkOutputs; }
 
     // Runs the web page and TSL outputs the choices ask for, from now on and
-    // at the next start (unless the command line chooses otherwise). The
-    // reason, with the running outputs left alone, when they cannot run.
-    std::optional<QString> chooseNetworkOutputs(const NetworkOutputChoices& choices);
+    // at the next start (unless the command line chooses otherwise). False,
+    // with the problem and the running outputs left alone, when they cannot
+    // run.
+    bool chooseNetworkOutputs(const NetworkOutputChoices& choices, QString* problem);
     QMenu* helpMenu() const { return m_helpMenu; }
     QAction* aboutAction() const { return m_about; }
 

@@ -6,6 +6,7 @@
 #include "launch/NetworkOutputs.h"
 
 #include "base/UserDefaults.h"
+#include "net/launch/TakingOptions.h"
 #include "net/outputs/WebTallyClient.h"
 #include "outputs/MqttPublisher.h"
 #include "outputs/TslSender.h"
@@ -29,6 +30,12 @@
 #include <gtest/gtest.h>
 
 namespace {
+
+// Why the choices cannot be used; nothing when they can.
+std::optional<QString> problemWith(const NetworkOutputChoices& choices)
+{
+    return problemOf([&](QString* problem) { return choices.check(problem); });
+}
 
 // The cycle's screen, which these tests do not look at.
 class UnseenWindow : public TallyCycle::Observer {
@@ -139,8 +146,8 @@ TEST_F(NetworkOutputsTest, WithNoSettingsAndNoOptionsNoOutputStarts)
 {
     const NetworkOutputChoices saved = NetworkOutputChoices::saved(defaults);
     EXPECT_EQ(saved, NetworkOutputChoices {});
-    OutputsProblem problem;
-    ASSERT_TRUE(outputs.startAtLaunch(RunOptions {}, saved, &problem)) << problem.text.toStdString();
+    QString problem;
+    ASSERT_TRUE(outputs.startAtLaunch(RunOptions {}, saved, &problem)) << problem.toStdString();
     EXPECT_EQ(outputs.webServer(), nullptr);
     EXPECT_EQ(outputs.tslSender(), nullptr);
     EXPECT_EQ(outputs.current(), NetworkOutputChoices {});
@@ -160,7 +167,7 @@ TEST_F(NetworkOutputsTest, ASavedWebPageAnswersOnItsPortAtLaunch)
 {
     const quint16 port = freePort();
     defaults.setObject(Preferences::webTally, QStringLiteral("127.0.0.1:%1").arg(port));
-    OutputsProblem problem;
+    QString problem;
     ASSERT_TRUE(outputs.startAtLaunch(RunOptions {}, NetworkOutputChoices::saved(defaults), &problem));
     ASSERT_NE(outputs.webServer(), nullptr);
     tick();
@@ -183,10 +190,10 @@ TEST_F(NetworkOutputsTest, TheCommandLineWinsOverTheSavedChoicesOfTheSameKind)
     QStringList arguments { QStringLiteral("--web"), QStringLiteral("127.0.0.1:%1").arg(givenPort),
         QStringLiteral("--tsl5"), given50.url() };
     RunOptions commandLine;
-    ASSERT_EQ(RunOptions::takeFrom(arguments, &commandLine), std::nullopt);
+    ASSERT_EQ(takingOptions(arguments, &commandLine), std::nullopt);
 
-    OutputsProblem problem;
-    ASSERT_TRUE(outputs.startAtLaunch(commandLine, saved, &problem)) << problem.text.toStdString();
+    QString problem;
+    ASSERT_TRUE(outputs.startAtLaunch(commandLine, saved, &problem)) << problem.toStdString();
     tick();
     EXPECT_TRUE(answersLights(givenPort));
     EXPECT_TRUE(refused(savedPort));
@@ -205,10 +212,10 @@ TEST_F(NetworkOutputsTest, ACommandLineWebPageLeavesTheSavedTslOutputsOn)
     const quint16 givenPort = freePort();
     QStringList arguments { QStringLiteral("--web=127.0.0.1:%1").arg(givenPort) };
     RunOptions commandLine;
-    ASSERT_EQ(RunOptions::takeFrom(arguments, &commandLine), std::nullopt);
+    ASSERT_EQ(takingOptions(arguments, &commandLine), std::nullopt);
 
-    OutputsProblem problem;
-    ASSERT_TRUE(outputs.startAtLaunch(commandLine, saved, &problem)) << problem.text.toStdString();
+    QString problem;
+    ASSERT_TRUE(outputs.startAtLaunch(commandLine, saved, &problem)) << problem.toStdString();
     tick();
     EXPECT_TRUE(answersLights(givenPort));
     EXPECT_EQ(saved31.waitFor(TallyMap::numberOfLights),
@@ -223,8 +230,8 @@ TEST_F(NetworkOutputsTest, ApplyingTslChoicesSendsThreeOneAndFiveBytesAtOnce)
     choices.tsl31Destinations = { receiver31.url() };
     choices.tsl50Destinations = { receiver50.url() };
     choices.tslIndexOffset = 2;
-    OutputsProblem problem;
-    ASSERT_TRUE(outputs.apply(choices, &problem)) << problem.text.toStdString();
+    QString problem;
+    ASSERT_TRUE(outputs.apply(choices, &problem)) << problem.toStdString();
     ASSERT_NE(outputs.tslSender(), nullptr);
     tick();
     EXPECT_EQ(receiver31.waitFor(TallyMap::numberOfLights),
@@ -237,10 +244,10 @@ TEST_F(NetworkOutputsTest, ApplyingTslChoicesSendsThreeOneAndFiveBytesAtOnce)
 TEST_F(NetworkOutputsTest, TurningTheWebPageOffStopsItsServer)
 {
     const quint16 port = freePort();
-    OutputsProblem problem;
-    ASSERT_TRUE(outputs.apply(webOn(port), &problem)) << problem.text.toStdString();
+    QString problem;
+    ASSERT_TRUE(outputs.apply(webOn(port), &problem)) << problem.toStdString();
     ASSERT_TRUE(answersLights(port));
-    ASSERT_TRUE(outputs.apply(NetworkOutputChoices {}, &problem)) << problem.text.toStdString();
+    ASSERT_TRUE(outputs.apply(NetworkOutputChoices {}, &problem)) << problem.toStdString();
     EXPECT_EQ(outputs.webServer(), nullptr);
     EXPECT_TRUE(refused(port));
     tick(); // the cycle no longer holds the server it had
@@ -249,15 +256,14 @@ TEST_F(NetworkOutputsTest, TurningTheWebPageOffStopsItsServer)
 TEST_F(NetworkOutputsTest, ABadDestinationIsRefusedWithItsReasonAndTheRunningSetupStays)
 {
     const quint16 port = freePort();
-    OutputsProblem problem;
-    ASSERT_TRUE(outputs.choose(webOn(port), defaults, &problem)) << problem.text.toStdString();
+    QString problem;
+    ASSERT_TRUE(outputs.choose(webOn(port), defaults, &problem)) << problem.toStdString();
     WebTallyServer* running = outputs.webServer();
 
     NetworkOutputChoices bad;
     bad.tsl50Destinations = { QStringLiteral("ftp://studio:21") };
     EXPECT_FALSE(outputs.choose(bad, defaults, &problem));
-    EXPECT_TRUE(problem.isUsage);
-    EXPECT_EQ(problem.text,
+    EXPECT_EQ(problem,
         QStringLiteral("TSL 5.0: bad TSL destination 'ftp://studio:21': expected udp://HOST:PORT or tcp://HOST:PORT"));
     EXPECT_EQ(outputs.webServer(), running);
     EXPECT_EQ(outputs.current(), webOn(port));
@@ -271,26 +277,25 @@ TEST_F(NetworkOutputsTest, AnOffsetPastAVersionsDisplayIndexesIsRefusedInTheOper
     NetworkOutputChoices choices;
     choices.tsl31Destinations = { QStringLiteral("udp://127.0.0.1:8900") };
     choices.tslIndexOffset = 119;
-    EXPECT_EQ(choices.problem(),
+    EXPECT_EQ(problemWith(choices),
         QStringLiteral("The display index offset 119 is too large for TSL 3.1: display indexes end at 126, so the "
                        "offset can be at most 118"));
     choices.tslIndexOffset = -1;
-    EXPECT_EQ(choices.problem(), QStringLiteral("The display index offset must be 0 or more, not -1"));
+    EXPECT_EQ(problemWith(choices), QStringLiteral("The display index offset must be 0 or more, not -1"));
     choices.tslIndexOffset = 118;
-    EXPECT_EQ(choices.problem(), std::nullopt);
+    EXPECT_EQ(problemWith(choices), std::nullopt);
 }
 
 TEST_F(NetworkOutputsTest, AWebPageWithoutAUsableAddressIsRefusedWithItsReason)
 {
     NetworkOutputChoices choices;
     choices.web = QString();
-    EXPECT_EQ(choices.problem(),
+    EXPECT_EQ(problemWith(choices),
         QStringLiteral("The web tally page needs a port to listen on: [ADDRESS:]PORT, such as 8080"));
     choices.web = QStringLiteral("studio:8080");
-    EXPECT_EQ(choices.problem(), QStringLiteral("Web tally page: 'studio' is not an IP address"));
-    OutputsProblem problem;
+    EXPECT_EQ(problemWith(choices), QStringLiteral("Web tally page: 'studio' is not an IP address"));
+    QString problem;
     EXPECT_FALSE(outputs.apply(choices, &problem));
-    EXPECT_TRUE(problem.isUsage);
 }
 
 TEST_F(NetworkOutputsTest, ABusyPortIsReportedAndTheWorkingSetupIsNotLost)
@@ -299,14 +304,13 @@ TEST_F(NetworkOutputsTest, ABusyPortIsReportedAndTheWorkingSetupIsNotLost)
     const quint16 port = freePort();
     NetworkOutputChoices working = webOn(port);
     working.tsl31Destinations = { receiver.url() };
-    OutputsProblem problem;
-    ASSERT_TRUE(outputs.choose(working, defaults, &problem)) << problem.text.toStdString();
+    QString problem;
+    ASSERT_TRUE(outputs.choose(working, defaults, &problem)) << problem.toStdString();
 
     QTcpServer taken;
     ASSERT_TRUE(taken.listen(QHostAddress::LocalHost, 0));
     EXPECT_FALSE(outputs.choose(webOn(taken.serverPort()), defaults, &problem));
-    EXPECT_FALSE(problem.isUsage);
-    EXPECT_TRUE(problem.text.contains(QString::number(taken.serverPort()))) << problem.text.toStdString();
+    EXPECT_TRUE(problem.contains(QString::number(taken.serverPort()))) << problem.toStdString();
 
     EXPECT_EQ(outputs.current(), working);
     EXPECT_EQ(NetworkOutputChoices::saved(defaults), working);
@@ -321,7 +325,7 @@ TEST_F(NetworkOutputsTest, ASavedWebPageOnABusyPortLeavesTheWindowStartingAndSay
     ASSERT_TRUE(taken.listen(QHostAddress::LocalHost, 0));
     defaults.setObject(Preferences::webTally, QStringLiteral("127.0.0.1:%1").arg(taken.serverPort()));
     QSignalSpy reported(&outputs, &NetworkOutputs::problemChanged);
-    OutputsProblem problem;
+    QString problem;
     ASSERT_TRUE(outputs.startAtLaunch(RunOptions {}, NetworkOutputChoices::saved(defaults), &problem));
     EXPECT_EQ(outputs.webServer(), nullptr);
     ASSERT_EQ(reported.size(), 1);
@@ -337,17 +341,17 @@ TEST_F(NetworkOutputsTest, AFailureOfTheCommandLinesOwnOutputsStopsTheLaunch)
 {
     QStringList arguments { QStringLiteral("--tsl5"), QStringLiteral("ftp://studio:21") };
     RunOptions commandLine;
-    ASSERT_EQ(RunOptions::takeFrom(arguments, &commandLine), std::nullopt);
-    OutputsProblem problem;
+    ASSERT_EQ(takingOptions(arguments, &commandLine), std::nullopt);
+    QString problem;
     EXPECT_FALSE(outputs.startAtLaunch(commandLine, NetworkOutputChoices {}, &problem));
-    EXPECT_TRUE(problem.isUsage);
-    EXPECT_TRUE(problem.text.contains(QStringLiteral("ftp://studio:21"))) << problem.text.toStdString();
+    EXPECT_TRUE(problem.contains(QStringLiteral("ftp://studio:21"))) << problem.toStdString();
+    EXPECT_FALSE(checkOutputs(commandLine, nullptr)) << "the launch calls it a usage mistake";
 }
 
 TEST_F(NetworkOutputsTest, ApplyingTheSameAddressKeepsThePageAndItsOpenConnections)
 {
     const quint16 port = freePort();
-    OutputsProblem problem;
+    QString problem;
     ASSERT_TRUE(outputs.apply(webOn(port), &problem));
     tick();
     PageSocket page(port);
@@ -355,7 +359,7 @@ TEST_F(NetworkOutputsTest, ApplyingTheSameAddressKeepsThePageAndItsOpenConnectio
     WebTallyServer* running = outputs.webServer();
     NetworkOutputChoices withTsl = webOn(port);
     withTsl.tsl50Destinations = { QStringLiteral("udp://127.0.0.1:9") };
-    ASSERT_TRUE(outputs.apply(withTsl, &problem)) << problem.text.toStdString();
+    ASSERT_TRUE(outputs.apply(withTsl, &problem)) << problem.toStdString();
     EXPECT_EQ(outputs.webServer(), running);
     EXPECT_EQ(page.socket.state(), QAbstractSocket::ConnectedState);
 }
@@ -363,11 +367,11 @@ TEST_F(NetworkOutputsTest, ApplyingTheSameAddressKeepsThePageAndItsOpenConnectio
 TEST_F(NetworkOutputsTest, ThePageMovesToEveryInterfaceOnTheSamePort)
 {
     const quint16 port = freePort();
-    OutputsProblem problem;
+    QString problem;
     ASSERT_TRUE(outputs.apply(webOn(port), &problem));
     NetworkOutputChoices everywhere;
     everywhere.web = QString::number(port);
-    ASSERT_TRUE(outputs.apply(everywhere, &problem)) << problem.text.toStdString();
+    ASSERT_TRUE(outputs.apply(everywhere, &problem)) << problem.toStdString();
     tick();
     EXPECT_TRUE(answersLights(port));
     EXPECT_EQ(outputs.current(), everywhere);
@@ -380,12 +384,12 @@ TEST_F(NetworkOutputsTest, ChosenOutputsAreSavedAndReadBackAlike)
     choices.tsl31Destinations = { QStringLiteral("udp://127.0.0.1:4003") };
     choices.tsl50Destinations = { QStringLiteral("udp://127.0.0.1:8900"), QStringLiteral("tcp://127.0.0.1:9") };
     choices.tslIndexOffset = 4;
-    OutputsProblem problem;
-    ASSERT_TRUE(outputs.choose(choices, defaults, &problem)) << problem.text.toStdString();
+    QString problem;
+    ASSERT_TRUE(outputs.choose(choices, defaults, &problem)) << problem.toStdString();
     UserDefaults reopened(defaults.settingsFilePath());
     EXPECT_EQ(NetworkOutputChoices::saved(reopened), choices);
 
-    ASSERT_TRUE(outputs.choose(NetworkOutputChoices {}, defaults, &problem)) << problem.text.toStdString();
+    ASSERT_TRUE(outputs.choose(NetworkOutputChoices {}, defaults, &problem)) << problem.toStdString();
     UserDefaults reopenedOff(defaults.settingsFilePath());
     EXPECT_EQ(NetworkOutputChoices::saved(reopenedOff), NetworkOutputChoices {});
 }
@@ -394,18 +398,18 @@ TEST_F(NetworkOutputsTest, MqttChoicesAreSavedAndAnUnchangedPublisherGoesOn)
 {
     NetworkOutputChoices choices;
     choices.mqttBrokers = { QStringLiteral("mqtt://127.0.0.1:%1/studio").arg(freePort()) };
-    OutputsProblem problem;
-    ASSERT_TRUE(outputs.choose(choices, defaults, &problem)) << problem.text.toStdString();
+    QString problem;
+    ASSERT_TRUE(outputs.choose(choices, defaults, &problem)) << problem.toStdString();
     ASSERT_EQ(outputs.mqttPublishers().size(), 1u);
     const MqttPublisher* first = outputs.mqttPublishers().front().get();
 
     choices.web = QStringLiteral("127.0.0.1:%1").arg(freePort());
-    ASSERT_TRUE(outputs.choose(choices, defaults, &problem)) << problem.text.toStdString();
+    ASSERT_TRUE(outputs.choose(choices, defaults, &problem)) << problem.toStdString();
     EXPECT_EQ(outputs.mqttPublishers().front().get(), first);
 
     choices.mqttDiscovery = true;
     choices.mqttCaFile = QStringLiteral("/etc/hostname");
-    ASSERT_TRUE(outputs.choose(choices, defaults, &problem)) << problem.text.toStdString();
+    ASSERT_TRUE(outputs.choose(choices, defaults, &problem)) << problem.toStdString();
     EXPECT_TRUE(outputs.mqttPublishers().front()->settings().discovery);
     UserDefaults reopened(defaults.settingsFilePath());
     EXPECT_EQ(NetworkOutputChoices::saved(reopened), choices);
@@ -415,8 +419,8 @@ TEST_F(NetworkOutputsTest, ABrokerThatCannotBeReachedIsSaidWhileTheOtherOutputsR
 {
     NetworkOutputChoices choices = webOn(freePort());
     choices.mqttBrokers = { QStringLiteral("mqtt://127.0.0.1:%1").arg(freePort()) };
-    OutputsProblem problem;
-    ASSERT_TRUE(outputs.apply(choices, &problem)) << problem.text.toStdString();
+    QString problem;
+    ASSERT_TRUE(outputs.apply(choices, &problem)) << problem.toStdString();
     EXPECT_TRUE(eventually([&] {
         return outputs.problem().contains(QStringLiteral("Connection refused; trying again in 1 s"));
     })) << outputs.problem().toStdString();
@@ -428,10 +432,9 @@ TEST_F(NetworkOutputsTest, ABadBrokerIsRefusedInTheOperatorsWords)
 {
     NetworkOutputChoices choices;
     choices.mqttBrokers = { QStringLiteral("broker.studio") };
-    OutputsProblem problem;
+    QString problem;
     EXPECT_FALSE(outputs.apply(choices, &problem));
-    EXPECT_TRUE(problem.isUsage);
-    EXPECT_EQ(problem.text,
+    EXPECT_EQ(problem,
         QStringLiteral(
             "MQTT: bad MQTT broker 'broker.studio': expected mqtt://[USER@]HOST[:PORT][/PREFIX] or mqtts://..."));
     EXPECT_TRUE(outputs.mqttPublishers().empty());
@@ -441,8 +444,8 @@ TEST_F(NetworkOutputsTest, SavedMqttChoicesStartAtLaunchUnlessTheCommandLineGive
 {
     NetworkOutputChoices saved;
     saved.mqttBrokers = { QStringLiteral("mqtt://127.0.0.1:%1/saved").arg(freePort()) };
-    OutputsProblem problem;
-    ASSERT_TRUE(outputs.startAtLaunch(RunOptions {}, saved, &problem)) << problem.text.toStdString();
+    QString problem;
+    ASSERT_TRUE(outputs.startAtLaunch(RunOptions {}, saved, &problem)) << problem.toStdString();
     ASSERT_EQ(outputs.mqttPublishers().size(), 1u);
     EXPECT_EQ(outputs.mqttPublishers().front()->topicPrefix(), QStringLiteral("saved"));
 
@@ -450,7 +453,7 @@ TEST_F(NetworkOutputsTest, SavedMqttChoicesStartAtLaunchUnlessTheCommandLineGive
     RunOptions commandLine;
     commandLine.mqttBrokers = { QStringLiteral("mqtt://127.0.0.1:%1/given").arg(freePort()) };
     commandLine.mqttGiven = true;
-    ASSERT_TRUE(other.startAtLaunch(commandLine, saved, &problem)) << problem.text.toStdString();
+    ASSERT_TRUE(other.startAtLaunch(commandLine, saved, &problem)) << problem.toStdString();
     ASSERT_EQ(other.mqttPublishers().size(), 1u);
     EXPECT_EQ(other.mqttPublishers().front()->topicPrefix(), QStringLiteral("given"));
 }
@@ -460,8 +463,8 @@ TEST_F(NetworkOutputsTest, ASavedPasswordFileThatCannotBeReadLeavesTheWindowStar
     NetworkOutputChoices saved;
     saved.mqttBrokers = { QStringLiteral("mqtt://tally@127.0.0.1:%1").arg(freePort()) };
     saved.mqttPasswordFile = directory.filePath(QStringLiteral("missing-password"));
-    OutputsProblem problem;
-    ASSERT_TRUE(outputs.startAtLaunch(RunOptions {}, saved, &problem)) << problem.text.toStdString();
+    QString problem;
+    ASSERT_TRUE(outputs.startAtLaunch(RunOptions {}, saved, &problem)) << problem.toStdString();
     EXPECT_TRUE(outputs.mqttPublishers().empty());
     EXPECT_TRUE(outputs.problem().startsWith(
         QStringLiteral("The saved MQTT outputs did not start: cannot read the password file '%1'")

@@ -1,5 +1,6 @@
 #include "launch/RunOptions.h"
 
+#include "net/launch/TakingOptions.h"
 #include "outputs/MqttPublisher.h"
 #include "outputs/TslSender.h"
 #include "outputs/WebTallyServer.h"
@@ -20,7 +21,7 @@ TEST(RunOptionsTest, WithNoOptionsTheSourceIsMixdeskAndEveryArgumentStays)
 {
     QStringList arguments { QStringLiteral("studio.tlx"), QStringLiteral("other.tlx") };
     RunOptions options;
-    EXPECT_EQ(RunOptions::takeFrom(arguments, &options), std::nullopt);
+    EXPECT_EQ(takingOptions(arguments, &options), std::nullopt);
     EXPECT_EQ(options.source, QStringLiteral("mixdesk"));
     EXPECT_EQ(arguments, (QStringList { QStringLiteral("studio.tlx"), QStringLiteral("other.tlx") }));
 }
@@ -30,7 +31,7 @@ TEST(RunOptionsTest, KnownOptionsAreTakenInBothSpellingsAndTheRestIsLeft)
     QStringList arguments { QStringLiteral("--source"), QStringLiteral("obs://studio:4455"), QStringLiteral("map.tlx"),
         QStringLiteral("--password-file=/run/secret"), QStringLiteral("--json") };
     RunOptions options;
-    EXPECT_EQ(RunOptions::takeFrom(arguments, &options), std::nullopt);
+    EXPECT_EQ(takingOptions(arguments, &options), std::nullopt);
     EXPECT_EQ(options.source, QStringLiteral("obs://studio:4455"));
     EXPECT_EQ(options.passwordFile, QStringLiteral("/run/secret"));
     EXPECT_EQ(arguments, (QStringList { QStringLiteral("map.tlx"), QStringLiteral("--json") }));
@@ -40,16 +41,16 @@ TEST(RunOptionsTest, AnOptionWithoutItsValueIsAUsageProblem)
 {
     QStringList arguments { QStringLiteral("map.tlx"), QStringLiteral("--source") };
     RunOptions options;
-    EXPECT_EQ(RunOptions::takeFrom(arguments, &options), QStringLiteral("--source needs a value"));
+    EXPECT_EQ(takingOptions(arguments, &options), QStringLiteral("--source needs a value"));
     QStringList empty { QStringLiteral("--password-file=") };
-    EXPECT_EQ(RunOptions::takeFrom(empty, &options), QStringLiteral("--password-file needs a value"));
+    EXPECT_EQ(takingOptions(empty, &options), QStringLiteral("--password-file needs a value"));
 }
 
 TEST(RunOptionsTest, ADoubleDashEndsTheOptions)
 {
     QStringList arguments { QStringLiteral("--"), QStringLiteral("--source") };
     RunOptions options;
-    EXPECT_EQ(RunOptions::takeFrom(arguments, &options), std::nullopt);
+    EXPECT_EQ(takingOptions(arguments, &options), std::nullopt);
     EXPECT_EQ(arguments, (QStringList { QStringLiteral("--"), QStringLiteral("--source") }));
 }
 
@@ -59,7 +60,7 @@ TEST(RunOptionsTest, TslDestinationsMayBeGivenMoreThanOnce)
         QStringLiteral("--tsl5=tcp://10.0.0.3:9000"), QStringLiteral("--tsl"), QStringLiteral("udp://10.0.0.4:4003"),
         QStringLiteral("--tsl-offset=10") };
     RunOptions options;
-    EXPECT_EQ(RunOptions::takeFrom(arguments, &options), std::nullopt);
+    EXPECT_EQ(takingOptions(arguments, &options), std::nullopt);
     EXPECT_EQ(options.tsl50Destinations,
         (QStringList { QStringLiteral("udp://10.0.0.2:8900"), QStringLiteral("tcp://10.0.0.3:9000") }));
     EXPECT_EQ(options.tsl31Destinations, QStringList { QStringLiteral("udp://10.0.0.4:4003") });
@@ -77,12 +78,12 @@ TEST(RunOptionsTest, AnyTslOptionMarksTslAsGivenOnTheCommandLine)
     for (QStringList arguments : each) {
         const QString shown = arguments.join(QLatin1Char(' '));
         RunOptions options;
-        ASSERT_EQ(RunOptions::takeFrom(arguments, &options), std::nullopt) << shown.toStdString();
+        ASSERT_EQ(takingOptions(arguments, &options), std::nullopt) << shown.toStdString();
         EXPECT_TRUE(options.tslGiven) << shown.toStdString();
     }
     QStringList others { QStringLiteral("--web"), QStringLiteral("8080"), QStringLiteral("map.tlx") };
     RunOptions options;
-    ASSERT_EQ(RunOptions::takeFrom(others, &options), std::nullopt);
+    ASSERT_EQ(takingOptions(others, &options), std::nullopt);
     EXPECT_FALSE(options.tslGiven);
 }
 
@@ -90,25 +91,25 @@ TEST(RunOptionsTest, ATslOffsetThatIsNotANumberIsAUsageProblem)
 {
     QStringList arguments { QStringLiteral("--tsl-offset"), QStringLiteral("-1") };
     RunOptions options;
-    EXPECT_EQ(RunOptions::takeFrom(arguments, &options),
+    EXPECT_EQ(takingOptions(arguments, &options),
         QStringLiteral("--tsl-offset needs a whole number of at least 0, not '-1'"));
     QStringList words { QStringLiteral("--tsl-offset=ten") };
-    EXPECT_EQ(RunOptions::takeFrom(words, &options),
-        QStringLiteral("--tsl-offset needs a whole number of at least 0, not 'ten'"));
+    EXPECT_EQ(
+        takingOptions(words, &options), QStringLiteral("--tsl-offset needs a whole number of at least 0, not 'ten'"));
 }
 
 TEST(RunOptionsTest, WebTakesAnAddressAndPortOrAPortAlone)
 {
     QStringList arguments { QStringLiteral("--web"), QStringLiteral("127.0.0.1:8080"), QStringLiteral("map.tlx") };
     RunOptions options;
-    EXPECT_EQ(RunOptions::takeFrom(arguments, &options), std::nullopt);
+    EXPECT_EQ(takingOptions(arguments, &options), std::nullopt);
     ASSERT_TRUE(options.web);
     EXPECT_EQ(options.web->address, QHostAddress(QHostAddress::LocalHost));
     EXPECT_EQ(options.web->port, 8080);
     EXPECT_EQ(arguments, QStringList { QStringLiteral("map.tlx") });
 
     QStringList portOnly { QStringLiteral("--web=9000") };
-    EXPECT_EQ(RunOptions::takeFrom(portOnly, &options), std::nullopt);
+    EXPECT_EQ(takingOptions(portOnly, &options), std::nullopt);
     EXPECT_EQ(options.web->address, QHostAddress(QHostAddress::Any));
     EXPECT_EQ(options.web->port, 9000);
 }
@@ -117,9 +118,9 @@ TEST(RunOptionsTest, ABadWebAddressIsAUsageProblem)
 {
     QStringList arguments { QStringLiteral("--web"), QStringLiteral("studio:80") };
     RunOptions options;
-    EXPECT_EQ(RunOptions::takeFrom(arguments, &options), QStringLiteral("--web: 'studio' is not an IP address"));
+    EXPECT_EQ(takingOptions(arguments, &options), QStringLiteral("--web: 'studio' is not an IP address"));
     QStringList missing { QStringLiteral("--web") };
-    EXPECT_EQ(RunOptions::takeFrom(missing, &options), QStringLiteral("--web needs a value"));
+    EXPECT_EQ(takingOptions(missing, &options), QStringLiteral("--web needs a value"));
 }
 
 TEST(RunOptionsTest, AnObsAddressWithoutPortMeansPort4455)
@@ -144,10 +145,10 @@ TEST(RunOptionsTest, OnlyASourceOnTheCommandLineCountsAsGiven)
 {
     QStringList arguments { QStringLiteral("studio.tlx") };
     RunOptions options;
-    ASSERT_EQ(RunOptions::takeFrom(arguments, &options), std::nullopt);
+    ASSERT_EQ(takingOptions(arguments, &options), std::nullopt);
     EXPECT_FALSE(options.sourceGiven);
     arguments = QStringList { QStringLiteral("--source=mixdesk") };
-    ASSERT_EQ(RunOptions::takeFrom(arguments, &options), std::nullopt);
+    ASSERT_EQ(takingOptions(arguments, &options), std::nullopt);
     EXPECT_TRUE(options.sourceGiven);
 }
 
@@ -155,7 +156,7 @@ TEST(RunOptionsTest, WithoutLostSourceOptionsThePolicyGivenStaysAsItIs)
 {
     QStringList arguments { QStringLiteral("map.tlx") };
     RunOptions options;
-    ASSERT_EQ(RunOptions::takeFrom(arguments, &options), std::nullopt);
+    ASSERT_EQ(takingOptions(arguments, &options), std::nullopt);
     const LostSourcePolicy saved { LostSourcePolicy::Action::blink, 4, true };
     EXPECT_EQ(options.lostSourcePolicy(saved), saved);
     EXPECT_EQ(options.lostSourcePolicy(), LostSourcePolicy {});
@@ -166,7 +167,7 @@ TEST(RunOptionsTest, LostSourceOptionsAreTakenAndPutOverThePolicy)
     QStringList arguments { QStringLiteral("--when-lost"), QStringLiteral("blink"), QStringLiteral("--blink-after=3"),
         QStringLiteral("--lights-off-at-quit"), QStringLiteral("map.tlx") };
     RunOptions options;
-    ASSERT_EQ(RunOptions::takeFrom(arguments, &options), std::nullopt);
+    ASSERT_EQ(takingOptions(arguments, &options), std::nullopt);
     EXPECT_EQ(arguments, QStringList { QStringLiteral("map.tlx") });
     EXPECT_EQ(options.lostSourcePolicy(), (LostSourcePolicy { LostSourcePolicy::Action::blink, 3, true }));
 }
@@ -175,8 +176,7 @@ TEST(RunOptionsTest, AnUnknownLostSourceActionIsAUsageProblemNamingTheChoices)
 {
     QStringList arguments { QStringLiteral("--when-lost=dim") };
     RunOptions options;
-    EXPECT_EQ(
-        RunOptions::takeFrom(arguments, &options), QStringLiteral("--when-lost takes keep, off, blink, not 'dim'"));
+    EXPECT_EQ(takingOptions(arguments, &options), QStringLiteral("--when-lost takes keep, off, blink, not 'dim'"));
 }
 
 TEST(RunOptionsTest, ABlinkDelayThatIsNotAWholeNumberOfSecondsIsAUsageProblem)
@@ -184,7 +184,7 @@ TEST(RunOptionsTest, ABlinkDelayThatIsNotAWholeNumberOfSecondsIsAUsageProblem)
     for (const QString& value : { QStringLiteral("-1"), QStringLiteral("soon"), QStringLiteral("1.5") }) {
         QStringList arguments { QStringLiteral("--blink-after"), value };
         RunOptions options;
-        EXPECT_EQ(RunOptions::takeFrom(arguments, &options),
+        EXPECT_EQ(takingOptions(arguments, &options),
             QStringLiteral("--blink-after takes a whole number of seconds, not '%1'").arg(value));
     }
 }
@@ -194,7 +194,7 @@ TEST(RunOptionsTest, TslAllowTakesAddressesAndNetworksAndMayBeRepeated)
     QStringList arguments { QStringLiteral("--tsl-allow"), QStringLiteral("10.0.0.5,10.0.1.0/24"),
         QStringLiteral("map.tlx"), QStringLiteral("--tsl-allow=fd00::7") };
     RunOptions options;
-    EXPECT_EQ(RunOptions::takeFrom(arguments, &options), std::nullopt);
+    EXPECT_EQ(takingOptions(arguments, &options), std::nullopt);
     EXPECT_EQ(arguments, QStringList { QStringLiteral("map.tlx") });
     EXPECT_EQ(
         options.tslAllowedSenders, (QStringList { QStringLiteral("10.0.0.5,10.0.1.0/24"), QStringLiteral("fd00::7") }));
@@ -206,7 +206,7 @@ TEST(RunOptionsTest, ATslAllowEntryThatIsNotAnAddressIsAUsageProblem)
 {
     QStringList arguments { QStringLiteral("--tsl-allow"), QStringLiteral("10.0.0.5,switcher") };
     RunOptions options;
-    const std::optional<QString> problem = RunOptions::takeFrom(arguments, &options);
+    const std::optional<QString> problem = takingOptions(arguments, &options);
     ASSERT_TRUE(problem.has_value());
     EXPECT_TRUE(problem->startsWith(QStringLiteral("--tsl-allow: 'switcher' is not an IP address")))
         << problem->toStdString();
@@ -218,13 +218,12 @@ TEST(RunOptionsTest, TheAtemMixEffectIsOneUnlessChosenAndIsNoTslOption)
     EXPECT_EQ(defaults.atemMixEffect, 1);
     QStringList arguments { QStringLiteral("--atem-me"), QStringLiteral("2"), QStringLiteral("map.tlx") };
     RunOptions options;
-    EXPECT_EQ(RunOptions::takeFrom(arguments, &options), std::nullopt);
+    EXPECT_EQ(takingOptions(arguments, &options), std::nullopt);
     EXPECT_EQ(options.atemMixEffect, 2);
     EXPECT_FALSE(options.tslGiven);
     EXPECT_EQ(arguments, QStringList { QStringLiteral("map.tlx") });
     QStringList zero { QStringLiteral("--atem-me=0") };
-    EXPECT_EQ(
-        RunOptions::takeFrom(zero, &options), QStringLiteral("--atem-me needs a whole number of at least 1, not '0'"));
+    EXPECT_EQ(takingOptions(zero, &options), QStringLiteral("--atem-me needs a whole number of at least 1, not '0'"));
 }
 
 TEST(RunOptionsTest, MqttBrokersMayBeGivenMoreThanOnceWithTheirFilesAndDiscovery)
@@ -233,7 +232,7 @@ TEST(RunOptionsTest, MqttBrokersMayBeGivenMoreThanOnceWithTheirFilesAndDiscovery
         QStringLiteral("--mqtt=mqtts://tally@b/studio"), QStringLiteral("--mqtt-password-file"),
         QStringLiteral("/run/mqtt"), QStringLiteral("--mqtt-ca-file=ca.pem"), QStringLiteral("--mqtt-discovery") };
     RunOptions options;
-    EXPECT_EQ(RunOptions::takeFrom(arguments, &options), std::nullopt);
+    EXPECT_EQ(takingOptions(arguments, &options), std::nullopt);
     EXPECT_EQ(
         options.mqttBrokers, (QStringList { QStringLiteral("mqtt://a"), QStringLiteral("mqtts://tally@b/studio") }));
     EXPECT_EQ(options.mqttPasswordFile, QStringLiteral("/run/mqtt"));

@@ -155,7 +155,8 @@ TEST_F(MainWindowScreenshotTest, NetworkOutputsDialogRefusingABadDestination)
     current.mqttBrokers = { QStringLiteral("mqtt://tally@broker.studio/studio-a") };
     current.mqttDiscovery = true;
     current.mqttPasswordFile = QStringLiteral("/etc/mixdesk-tally/mqtt-password");
-    NetworkOutputsDialog dialog(current, [](const NetworkOutputChoices& choices) { return choices.problem(); });
+    NetworkOutputsDialog dialog(
+        current, [](const NetworkOutputChoices& choices, QString* problem) { return choices.check(problem); });
     dialog.tsl31Field->setPlainText(QStringLiteral("udp://monitor-wall"));
     dialog.show();
     dialog.tryChoices();
@@ -176,7 +177,7 @@ TEST_F(MainWindowScreenshotTest, NetworkOutputsDialogWithThePhoneLinksAndTheirCo
     NetworkOutputChoices current;
     current.web = QStringLiteral("8080");
     current.tsl50Destinations = { QStringLiteral("udp://192.168.1.40:8900") };
-    NetworkOutputsDialog dialog(current, [](const NetworkOutputChoices&) { return std::nullopt; });
+    NetworkOutputsDialog dialog(current, [](const NetworkOutputChoices&, QString*) { return true; });
     dialog.showPhoneLinks(PhoneLinks::forPages(
         { QStringLiteral("http://192.168.1.20:8080/"), QStringLiteral("http://10.0.0.5:8080/") }, 8));
     dialog.phoneLinksView->list->setCurrentRow(3);
@@ -215,7 +216,7 @@ TEST_F(MainWindowScreenshotTest, MainWindowWhoseStatusLineNamesTheSourceAndTheOu
     NetworkOutputChoices choices;
     choices.web = QStringLiteral("127.0.0.1:%1").arg(port);
     choices.tsl50Destinations = { QStringLiteral("udp://127.0.0.1:9") };
-    ASSERT_EQ(main.menu->chooseNetworkOutputs(choices), std::nullopt);
+    ASSERT_TRUE(main.menu->chooseNetworkOutputs(choices, nullptr));
     PageSocket phone(port);
     ASSERT_TRUE(phone.connected());
     ASSERT_TRUE(eventually([&] { return controller->networkOutputs().webServer()->webSocketCount() == 1; }, 5000));

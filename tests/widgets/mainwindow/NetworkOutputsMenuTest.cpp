@@ -1,6 +1,7 @@
 // Outputs > Network Outputs: the web tally page and the TSL outputs chosen in
 // the window, running at once and remembered for the next start.
 
+#include "base/Problem.h"
 #include "dialogs/NetworkOutputsDialog.h"
 #include "dialogs/PhoneLinksDialog.h"
 #include "dialogs/PhoneLinksView.h"
@@ -127,7 +128,7 @@ TEST_F(NetworkOutputsMenuTest, ABusyPortIsShownInTheDialogAndTheRunningPageGoesO
     const quint16 port = freePort();
     NetworkOutputChoices working;
     working.web = QStringLiteral("127.0.0.1:%1").arg(port);
-    ASSERT_EQ(main.menu->chooseNetworkOutputs(working), std::nullopt);
+    ASSERT_TRUE(main.menu->chooseNetworkOutputs(working, nullptr));
     QTcpServer taken;
     ASSERT_TRUE(taken.listen(QHostAddress::LocalHost, 0));
     QString shownReason;
@@ -151,7 +152,7 @@ TEST_F(NetworkOutputsMenuTest, ASavedPageThatCannotListenAtLaunchShowsOnTheStatu
     ASSERT_TRUE(taken.listen(QHostAddress::LocalHost, 0));
     NetworkOutputChoices saved;
     saved.web = QStringLiteral("127.0.0.1:%1").arg(taken.serverPort());
-    OutputsProblem problem;
+    QString problem;
     ASSERT_TRUE(controller->networkOutputs().startAtLaunch(RunOptions {}, saved, &problem));
     EXPECT_TRUE(main.statusLine->showsProblem());
     EXPECT_TRUE(main.statusLine->text().contains(QStringLiteral("The saved web tally page did not start")))
@@ -161,7 +162,7 @@ TEST_F(NetworkOutputsMenuTest, ASavedPageThatCannotListenAtLaunchShowsOnTheStatu
     const quint16 port = freePort();
     NetworkOutputChoices elsewhere;
     elsewhere.web = QStringLiteral("127.0.0.1:%1").arg(port);
-    ASSERT_EQ(main.menu->chooseNetworkOutputs(elsewhere), std::nullopt);
+    ASSERT_TRUE(main.menu->chooseNetworkOutputs(elsewhere, nullptr));
     EXPECT_FALSE(main.statusLine->text().contains(QStringLiteral("web tally page")))
         << main.statusLine->text().toStdString();
 }
@@ -172,7 +173,7 @@ TEST_F(NetworkOutputsMenuTest, WhileThePageRunsTheDialogShowsEveryPhoneLinkWithI
     const quint16 port = freePort();
     NetworkOutputChoices page;
     page.web = QStringLiteral("127.0.0.1:%1").arg(port);
-    ASSERT_EQ(main.menu->chooseNetworkOutputs(page), std::nullopt);
+    ASSERT_TRUE(main.menu->chooseNetworkOutputs(page, nullptr));
     const QString root = QStringLiteral("http://127.0.0.1:%1/").arg(port);
     QList<PhoneLink> shown;
     bool visible = false;
@@ -241,20 +242,20 @@ TEST_F(NetworkOutputsMenuTest, ABrokerThatCannotBeReachedShowsOnTheStatusLineWit
     makeWindow();
     NetworkOutputChoices choices;
     choices.mqttBrokers = { QStringLiteral("mqtt://127.0.0.1:%1/studio").arg(freePort()) };
-    ASSERT_EQ(main.menu->chooseNetworkOutputs(choices), std::nullopt);
+    ASSERT_TRUE(main.menu->chooseNetworkOutputs(choices, nullptr));
     EXPECT_TRUE(eventually([&] {
         return main.statusLine->text().contains(QStringLiteral("Connection refused; trying again in 1 s"));
     })) << main.statusLine->text().toStdString();
     EXPECT_TRUE(main.statusLine->showsProblem());
     // Turned off, the broker no longer stands on the line.
-    ASSERT_EQ(main.menu->chooseNetworkOutputs(NetworkOutputChoices {}), std::nullopt);
+    ASSERT_TRUE(main.menu->chooseNetworkOutputs(NetworkOutputChoices {}, nullptr));
     EXPECT_FALSE(main.statusLine->text().contains(QStringLiteral("MQTT"))) << main.statusLine->text().toStdString();
 }
 
 TEST(NetworkOutputsDialogTest, ShowsTheCurrentChoicesAndGivesThemBackUnchanged)
 {
     const NetworkOutputChoices current = everyField();
-    NetworkOutputsDialog dialog(current, [](const NetworkOutputChoices&) { return std::nullopt; });
+    NetworkOutputsDialog dialog(current, [](const NetworkOutputChoices&, QString*) { return true; });
     EXPECT_TRUE(dialog.webCheckBox->isChecked());
     EXPECT_EQ(dialog.webAddressField->text(), QStringLiteral("192.168.1.20:8080"));
     EXPECT_EQ(dialog.tsl50Field->toPlainText(), QStringLiteral("udp://10.0.0.20:8900\ntcp://10.0.0.22:9000"));
@@ -264,7 +265,7 @@ TEST(NetworkOutputsDialogTest, ShowsTheCurrentChoicesAndGivesThemBackUnchanged)
 
 TEST(NetworkOutputsDialogTest, GivesTheEditedFieldsAsChoices)
 {
-    NetworkOutputsDialog dialog(NetworkOutputChoices {}, [](const NetworkOutputChoices&) { return std::nullopt; });
+    NetworkOutputsDialog dialog(NetworkOutputChoices {}, [](const NetworkOutputChoices&, QString*) { return true; });
     EXPECT_FALSE(dialog.webCheckBox->isChecked());
     EXPECT_FALSE(dialog.webAddressField->isEnabled());
     EXPECT_EQ(dialog.offsetField->value(), 0);
@@ -284,7 +285,7 @@ TEST(NetworkOutputsDialogTest, GivesTheEditedFieldsAsChoices)
 
 TEST(NetworkOutputsDialogTest, TurningThePageOffKeepsItsAddressForTurningItOnAgain)
 {
-    NetworkOutputsDialog dialog(everyField(), [](const NetworkOutputChoices&) { return std::nullopt; });
+    NetworkOutputsDialog dialog(everyField(), [](const NetworkOutputChoices&, QString*) { return true; });
     dialog.webCheckBox->setChecked(false);
     EXPECT_EQ(dialog.choices().web, std::nullopt);
     EXPECT_EQ(dialog.webAddressField->text(), QStringLiteral("192.168.1.20:8080"));
@@ -296,9 +297,9 @@ TEST(NetworkOutputsDialogTest, OkHandsTheChoicesOverAndClosesOnlyWhenTheyWereTak
 {
     QList<NetworkOutputChoices> handed;
     std::optional<QString> answer = QStringLiteral("The display index offset must be 0 or more, not -1");
-    NetworkOutputsDialog dialog(everyField(), [&](const NetworkOutputChoices& choices) {
+    NetworkOutputsDialog dialog(everyField(), [&](const NetworkOutputChoices& choices, QString* problem) {
         handed.append(choices);
-        return answer;
+        return answer ? reportProblem(problem, *answer) : true;
     });
     dialog.show();
     dialog.buttons->button(QDialogButtonBox::Ok)->click();
@@ -322,7 +323,7 @@ TEST(NetworkOutputsDialogTest, ShowsAndGivesTheMqttChoices)
     current.mqttBrokers = { QStringLiteral("mqtt://broker.studio"), QStringLiteral("mqtts://tally@10.0.0.5/studio") };
     current.mqttDiscovery = true;
     current.mqttPasswordFile = QStringLiteral("/etc/mixdesk-tally/mqtt-password");
-    NetworkOutputsDialog dialog(current, [](const NetworkOutputChoices&) { return std::nullopt; });
+    NetworkOutputsDialog dialog(current, [](const NetworkOutputChoices&, QString*) { return true; });
     EXPECT_EQ(dialog.mqttField->toPlainText(), QStringLiteral("mqtt://broker.studio\nmqtts://tally@10.0.0.5/studio"));
     EXPECT_TRUE(dialog.mqttDiscoveryCheckBox->isChecked());
     EXPECT_EQ(dialog.mqttPasswordFileField->text(), QStringLiteral("/etc/mixdesk-tally/mqtt-password"));
