@@ -32,8 +32,9 @@ void parseAndDecode1000Shots(benchmark::State& state)
 {
     const QByteArray answer = answerOf(1000);
     for (auto _ : state) {
-        const AppleScriptNotationParser::Result parsed = AppleScriptNotationParser::parse(QByteArrayView(answer));
-        ShotList shots = decodeShots(*parsed.value);
+        const std::optional<AppleEventDescriptor> parsed
+            = AppleScriptNotationParser::parse(QByteArrayView(answer), nullptr);
+        ShotList shots = decodeShots(*parsed);
         benchmark::DoNotOptimize(shots);
     }
     state.SetBytesProcessed(state.iterations() * answer.size());
@@ -44,7 +45,7 @@ void parse1000Shots(benchmark::State& state)
 {
     const QByteArray answer = answerOf(1000);
     for (auto _ : state) {
-        AppleScriptNotationParser::Result parsed = AppleScriptNotationParser::parse(QByteArrayView(answer));
+        std::optional<AppleEventDescriptor> parsed = AppleScriptNotationParser::parse(QByteArrayView(answer), nullptr);
         benchmark::DoNotOptimize(parsed);
     }
 }
@@ -52,7 +53,7 @@ BENCHMARK(parse1000Shots)->Unit(benchmark::kMicrosecond);
 
 void decode1000Shots(benchmark::State& state)
 {
-    const AppleEventDescriptor answer = *AppleScriptNotationParser::parse(QByteArrayView(answerOf(1000))).value;
+    const AppleEventDescriptor answer = *AppleScriptNotationParser::parse(QByteArrayView(answerOf(1000)), nullptr);
     for (auto _ : state) {
         ShotList shots = decodeShots(answer);
         benchmark::DoNotOptimize(shots);

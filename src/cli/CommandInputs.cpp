@@ -1,6 +1,7 @@
 #include "CommandInputs.h"
 
 #include "base/Error.h"
+#include "base/Problem.h"
 #include "base/SmallFile.h"
 #include "link/AppleScriptNotationParser.h"
 #include "link/ShotDecoder.h"
@@ -44,20 +45,20 @@ QString kindName(AppleEventDescriptor::Kind kind)
 // as "no shots", which is right for a switcher still setting up. A person
 // checking an answer by hand wants to hear that it is not a list of shot
 // records at all, so the shape is checked here before decoding.
-std::optional<QString> notAShotList(const AppleEventDescriptor& answer)
+bool isShotListShaped(const AppleEventDescriptor& answer, QString* problem)
 {
     if (answer.kind() != AppleEventDescriptor::Kind::List) {
-        return QStringLiteral("the answer is %1, not a list of records").arg(kindName(answer.kind()));
+        return reportProblem(
+            problem, QStringLiteral("the answer is %1, not a list of records").arg(kindName(answer.kind())));
     }
     const QList<AppleEventDescriptor>& items = answer.items();
     for (qsizetype i = 0; i < items.size(); ++i) {
         if (items[i].kind() != AppleEventDescriptor::Kind::Record) {
-            return QStringLiteral("item %1 of the answer is %2, not a record")
-                .arg(i + 1)
-                .arg(kindName(items[i].kind()));
+            return reportProblem(problem,
+                QStringLiteral("item %1 of the answer is %2, not a record").arg(i + 1).arg(kindName(items[i].kind())));
         }
     }
-    return std::nullopt;
+    return true;
 }
 
 } // namespace
@@ -75,21 +76,22 @@ std::optional<TallyMap> readTallyMap(const QString& path, QString* problem)
     const std::optional<QByteArray> data = TallyMapFile::readData(path, &error);
     if (!data) {
         // The file's own errors already name it.
-        *problem = error.localizedDescription;
+        reportProblem(problem, error.localizedDescription);
         return std::nullopt;
     }
     qsizetype line = 0;
     if (const std::optional<qint64> outside
         = TallyMapFormat::firstIndexOutside(*data, TallyMap::numberOfLights, &line)) {
-        *problem = located(path, line,
-            QStringLiteral("Tally index %1 is outside the lights 0 to %2")
-                .arg(*outside)
-                .arg(TallyMap::numberOfLights - 1));
+        reportProblem(problem,
+            located(path, line,
+                QStringLiteral("Tally index %1 is outside the lights 0 to %2")
+                    .arg(*outside)
+                    .arg(TallyMap::numberOfLights - 1)));
         return std::nullopt;
     }
     TallyMap map;
     if (!map.readFromData(*data, TallyMapFile::documentType, &error)) {
-        *problem = located(path, error.line, error.localizedDescription);
+        reportProblem(problem, located(path, error.line, error.localizedDescription));
         return std::nullopt;
     }
     return map;
@@ -103,8 +105,8 @@ std::optional<QByteArray> readFileOrStandardInput(const QString& path, QString* 
     std::optional<QByteArray> data
         = path.isEmpty() ? SmallFile::readStream(STDIN_FILENO, &reason) : SmallFile::read(path, &reason);
     if (!data) {
-        *problem = QStringLiteral("cannot read %1: %2")
-                       .arg(path.isEmpty() ? QStringLiteral("standard input") : path, reason);
+        reportProblem(problem,
+            QStringLiteral("cannot read %1: %2").arg(path.isEmpty() ? QStringLiteral("standard input") : path, reason));
     }
     return data;
 }
@@ -112,21 +114,20 @@ std::optional<QByteArray> readFileOrStandardInput(const QString& path, QString* 
 std::optional<ShotList> decodeAnswer(
     const QByteArray& answer, const std::function<void(const QString& label)>& unexpectedLabel, QString* problem)
 {
-    const AppleScriptNotationParser::Result parsed = AppleScriptNotationParser::parse(QByteArrayView(answer));
-    if (!parsed.ok()) {
-        *problem = QStringLiteral("unreadable answer: %1").arg(parsed.error);
+    QString why;
+    const std::optional<AppleEventDescriptor> parsed = AppleScriptNotationParser::parse(QByteArrayView(answer), &why);
+    if (!parsed) {
+        reportProblem(problem, QStringLiteral("unreadable answer: %1").arg(why));
         return std::nullopt;
     }
-    if (const std::optional<QString> notShots = notAShotList(*parsed.value)) {
-        *problem = QStringLiteral("not a shot list: %1").arg(*notShots);
-        return std::nullopt;
+    std::optional<ShotList> shots;
+    if (isShotListShaped(*parsed, &why)) {
+        shots = decodeShotsChecked(*parsed, unexpectedLabel, &why);
     }
-    const ShotDecoding decoding = decodeShotsChecked(*parsed.value, unexpectedLabel);
-    if (decoding.problem) {
-        *problem = QStringLiteral("not a shot list: %1").arg(*decoding.problem);
-        return std::nullopt;
+    if (!shots) {
+        reportProblem(problem, QStringLiteral("not a shot list: %1").arg(why));
     }
-    return decoding.shots;
+    return shots;
 }
 
 } // namespace CommandInputs

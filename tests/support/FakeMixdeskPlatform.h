@@ -102,10 +102,11 @@ private:
 
     static AppleEventDescriptor parsed(const QString& notation)
     {
-        AppleScriptNotationParser::Result result = AppleScriptNotationParser::parse(notation);
-        if (!result.ok()) {
-            throw std::invalid_argument(("test answer does not parse: " + result.error).toStdString());
+        QString problem;
+        std::optional<AppleEventDescriptor> value = AppleScriptNotationParser::parse(notation, &problem);
+        if (!value) {
+            throw std::invalid_argument(("test answer does not parse: " + problem).toStdString());
         }
-        return *result.value;
+        return *value;
     }
 };

@@ -15,10 +15,12 @@ TEST(AnswerReadBackTest, ControllerDecodesTheStandInAnswerAsItsShots)
         { 2, QString::fromUtf8("Cam\xC3\xA9ra \"2\" \\ B"), false, true },
         { 12, QStringLiteral("Lower Third Clear Layer"), true, true },
     };
-    const AppleScriptNotationParser::Result parsed = AppleScriptNotationParser::parse(AnswerWriter::notation(shots));
-    ASSERT_TRUE(parsed.ok()) << parsed.error.toStdString();
+    QString problem;
+    const std::optional<AppleEventDescriptor> parsed
+        = AppleScriptNotationParser::parse(AnswerWriter::notation(shots), &problem);
+    ASSERT_TRUE(parsed.has_value()) << problem.toStdString();
 
-    const ShotList decoded = decodeShots(*parsed.value);
+    const ShotList decoded = decodeShots(*parsed);
     ASSERT_EQ(decoded.size(), shots.size());
     for (qsizetype i = 0; i < shots.size(); ++i) {
         EXPECT_EQ(decoded.at(i)->shotId, QString::number(shots.at(i).id));

@@ -1,5 +1,7 @@
 #include "base/SmallFile.h"
 
+#include "base/Problem.h"
+
 #include <QFile>
 #include <QSaveFile>
 
@@ -23,13 +25,6 @@ QString tooLarge()
     return QStringLiteral("larger than %1 MiB, too large for this kind of file").arg(sizeLimit / (1024 * 1024));
 }
 
-void setProblem(QString* problem, const QString& text)
-{
-    if (problem) {
-        *problem = text;
-    }
-}
-
 // Reads up to limit + 1 bytes, so that a stream longer than the limit shows.
 std::optional<QByteArray> readUpTo(int fd, qint64 limit, QString* problem)
 {
@@ -41,7 +36,7 @@ std::optional<QByteArray> readUpTo(int fd, qint64 limit, QString* problem)
             if (errno == EINTR) {
                 continue;
             }
-            setProblem(problem, systemError(errno));
+            reportProblem(problem, systemError(errno));
             return std::nullopt;
         }
         if (length == 0) {
@@ -49,7 +44,7 @@ std::optional<QByteArray> readUpTo(int fd, qint64 limit, QString* problem)
         }
         data.append(buffer, length);
     }
-    setProblem(problem, tooLarge());
+    reportProblem(problem, tooLarge());
     return std::nullopt;
 }
 
@@ -62,12 +57,10 @@ bool writeAll(int fd, const QByteArray& data, QString* problem)
             if (errno == EINTR) {
                 continue;
             }
-            setProblem(problem, systemError(errno));
-            return false;
+            return reportProblem(problem, systemError(errno));
         }
         if (length == 0) {
-            setProblem(problem, systemError(ENOSPC));
-            return false;
+            return reportProblem(problem, systemError(ENOSPC));
         }
         written += length;
     }
@@ -83,19 +76,19 @@ std::optional<QByteArray> read(const QString& path, QString* problem)
     const QByteArray native = QFile::encodeName(path);
     const int fd = ::open(native.constData(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY);
     if (fd < 0) {
-        setProblem(problem, systemError(errno));
+        reportProblem(problem, systemError(errno));
         return std::nullopt;
     }
     std::optional<QByteArray> data;
     struct stat status { };
     if (::fstat(fd, &status) != 0) {
-        setProblem(problem, systemError(errno));
+        reportProblem(problem, systemError(errno));
     } else if (S_ISDIR(status.st_mode)) {
-        setProblem(problem, systemError(EISDIR));
+        reportProblem(problem, systemError(EISDIR));
     } else if (!S_ISREG(status.st_mode)) {
-        setProblem(problem, QStringLiteral("not a regular file"));
+        reportProblem(problem, QStringLiteral("not a regular file"));
     } else if (status.st_size > sizeLimit) {
-        setProblem(problem, tooLarge());
+        reportProblem(problem, tooLarge());
     } else {
         // A file that grows while it is read still stops at the limit.
         data = readUpTo(fd, sizeLimit, problem);
@@ -113,8 +106,7 @@ bool write(const QString& path, const QByteArray& data, QString* problem)
 {
     QSaveFile file(path);
     if (!file.open(QIODevice::WriteOnly)) {
-        setProblem(problem, file.errorString());
-        return false;
+        return reportProblem(problem, file.errorString());
     }
     // The bytes go to the temporary file's descriptor directly rather than
     // through the file's own buffer: a buffered failure would only surface
@@ -127,12 +119,10 @@ bool write(const QString& path, const QByteArray& data, QString* problem)
     }
     // File systems that allocate late report a full disk only here.
     if (::fsync(fd) != 0) {
-        setProblem(problem, systemError(errno));
-        return false;
+        return reportProblem(problem, systemError(errno));
     }
     if (!file.commit()) {
-        setProblem(problem, file.errorString());
-        return false;
+        return reportProblem(problem, file.errorString());
     }
     return true;
 }

@@ -1,5 +1,7 @@
 #include "link/AppleScriptNotationParser.h"
 
+#include "base/Problem.h"
+
 #include <QStringDecoder>
 
 #include <charconv>
@@ -498,16 +500,17 @@ private:
 
 } // namespace
 
-AppleScriptNotationParser::Result AppleScriptNotationParser::parse(QByteArrayView utf8)
+std::optional<AppleEventDescriptor> AppleScriptNotationParser::parse(QByteArrayView utf8, QString* problem)
 {
     try {
-        return Result { Parser(utf8).document(), QString() };
+        return Parser(utf8).document();
     } catch (const ParseFailure& failure) {
-        return Result { std::nullopt, failure.message };
+        reportProblem(problem, failure.message);
+        return std::nullopt;
     }
 }
 
-AppleScriptNotationParser::Result AppleScriptNotationParser::parse(const QString& text)
+std::optional<AppleEventDescriptor> AppleScriptNotationParser::parse(const QString& text, QString* problem)
 {
-    return parse(QByteArrayView(text.toUtf8()));
+    return parse(QByteArrayView(text.toUtf8()), problem);
 }

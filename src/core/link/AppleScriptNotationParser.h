@@ -17,16 +17,11 @@
 // what is wrong and at which byte offset; the parser never crashes on input.
 class AppleScriptNotationParser {
 public:
-    struct Result {
-        std::optional<AppleEventDescriptor> value;
-        QString error; // empty when value is present
-
-        bool ok() const { return value.has_value(); }
-    };
-
-    // Input is UTF-8; offsets in error messages count bytes from the start.
-    static Result parse(QByteArrayView utf8);
-    static Result parse(const QString& text);
+    // The value; nothing, with what is wrong and where in problem, when the
+    // input is not one. Input is UTF-8; offsets in the problem count bytes
+    // from the start.
+    static std::optional<AppleEventDescriptor> parse(QByteArrayView utf8, QString* problem);
+    static std::optional<AppleEventDescriptor> parse(const QString& text, QString* problem);
 
     // Answers are a list of flat records; anything nested deeper than this is
     // not an answer, and refusing it keeps the recursion bounded.

@@ -107,11 +107,12 @@ ScriptResult resultOfFinishedChild(QProcess& process, const QByteArray& output)
         // not an error.
         return ScriptResult::success(AppleEventDescriptor::opaque(QString()));
     }
-    AppleScriptNotationParser::Result parsed = AppleScriptNotationParser::parse(QByteArrayView(output));
-    if (!parsed.ok()) {
-        return failure(QStringLiteral("unreadable output: ") + parsed.error, noExitStatus);
+    QString problem;
+    std::optional<AppleEventDescriptor> parsed = AppleScriptNotationParser::parse(QByteArrayView(output), &problem);
+    if (!parsed) {
+        return failure(QStringLiteral("unreadable output: ") + problem, noExitStatus);
     }
-    return ScriptResult::success(std::move(*parsed.value));
+    return ScriptResult::success(std::move(*parsed));
 }
 
 // Reads the started child's output until it exits or the time is up.

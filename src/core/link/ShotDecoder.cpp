@@ -1,6 +1,7 @@
 #include "link/ShotDecoder.h"
 
 #include "base/FatalError.h"
+#include "base/Problem.h"
 #include "base/StandardOutput.h"
 #include "base/Text.h"
 
@@ -11,15 +12,18 @@ const QString shotNameLabel = QStringLiteral("shotName");
 const QString isLiveLabel = QStringLiteral("isLive");
 const QString isPreviewLabel = QStringLiteral("isPreview");
 
-struct Problem {
+// An answer of the wrong shape, thrown from deep inside the walk and caught
+// once at its top, where it becomes the reported problem.
+struct WrongShape {
     QString what;
 };
 
-// Problem messages are spelled out only when there is a problem: building
-// them for every item would cost more than the whole decoding.
+// The messages are spelled out only when the shape is wrong: building them
+// for every item would cost more than the whole decoding.
 [[noreturn]] void stop(const char* what, qsizetype item, qsizetype shot)
 {
-    throw Problem { QString::fromLatin1(what).arg(item).arg(QStringLiteral("shot %1 of the query answer").arg(shot)) };
+    throw WrongShape { QString::fromLatin1(what).arg(item).arg(
+        QStringLiteral("shot %1 of the query answer").arg(shot)) };
 }
 
 AppleEventDescriptor itemOf(const AppleEventDescriptor& descriptor, qsizetype item, qsizetype shot, const char* what)
@@ -81,32 +85,34 @@ Mixdesk::ShotPtr decodeShot(
 
 } // namespace
 
-ShotDecoding decodeShotsChecked(
-    const AppleEventDescriptor& result, const std::function<void(const QString& label)>& unexpectedLabel)
+std::optional<Mixdesk::ShotList> decodeShotsChecked(const AppleEventDescriptor& result,
+    const std::function<void(const QString& label)>& unexpectedLabel, QString* problem)
 {
-    ShotDecoding decoding;
+    Mixdesk::ShotList shots;
     const qsizetype count = result.numberOfItems();
     if (count < 2) {
-        return decoding;
+        return shots;
     }
-    decoding.shots.reserve(count);
+    shots.reserve(count);
     try {
         for (qsizetype i = 1; i <= count; ++i) {
-            decoding.shots.append(decodeShot(result, i, unexpectedLabel));
+            shots.append(decodeShot(result, i, unexpectedLabel));
         }
-    } catch (const Problem& problem) {
-        decoding.shots.clear();
-        decoding.problem = problem.what;
+    } catch (const WrongShape& wrong) {
+        reportProblem(problem, wrong.what);
+        return std::nullopt;
     }
-    return decoding;
+    return shots;
 }
 
 Mixdesk::ShotList decodeShots(const AppleEventDescriptor& result)
 {
-    ShotDecoding decoding = decodeShotsChecked(
-        result, [](const QString& label) { printLine(QStringLiteral("unexpected record attribute ") + label); });
-    if (decoding.problem) {
-        fatalError(*decoding.problem);
+    QString problem;
+    std::optional<Mixdesk::ShotList> shots = decodeShotsChecked(
+        result, [](const QString& label) { printLine(QStringLiteral("unexpected record attribute ") + label); },
+        &problem);
+    if (!shots) {
+        fatalError(problem);
     }
-    return std::move(decoding.shots);
+    return std::move(*shots);
 }

@@ -22,11 +22,8 @@
 Mixdesk::ShotList decodeShots(const AppleEventDescriptor& result);
 
 // The same decoding without stopping and without printing: what decodeShots
-// would return, or the problem it would stop on. Unknown labels go to the
-// callback, in order. For callers that meet answers from outside (tallyctl).
-struct ShotDecoding {
-    Mixdesk::ShotList shots;
-    std::optional<QString> problem;
-};
-ShotDecoding decodeShotsChecked(
-    const AppleEventDescriptor& result, const std::function<void(const QString& label)>& unexpectedLabel);
+// would return, or nothing with the problem it would stop on. Unknown labels
+// go to the callback, in order. For callers that meet answers from outside
+// (tallyctl).
+std::optional<Mixdesk::ShotList> decodeShotsChecked(const AppleEventDescriptor& result,
+    const std::function<void(const QString& label)>& unexpectedLabel, QString* problem);

@@ -1,5 +1,7 @@
 #include "link/ShotsFile.h"
 
+#include "base/Problem.h"
+
 #include <QFile>
 
 #include <cerrno>
@@ -43,27 +45,22 @@ bool preparePrivateDirectory(const QString& directory, QString* problem)
 {
     const QByteArray native = QFile::encodeName(directory);
     if (::mkdir(native.constData(), 0700) != 0 && errno != EEXIST) {
-        *problem = QStringLiteral("cannot create %1: %2").arg(directory, systemError(errno));
-        return false;
+        return reportProblem(problem, QStringLiteral("cannot create %1: %2").arg(directory, systemError(errno)));
     }
     struct stat status { };
     if (::lstat(native.constData(), &status) != 0) {
-        *problem = QStringLiteral("cannot inspect %1: %2").arg(directory, systemError(errno));
-        return false;
+        return reportProblem(problem, QStringLiteral("cannot inspect %1: %2").arg(directory, systemError(errno)));
     }
     if (S_ISLNK(status.st_mode) || !S_ISDIR(status.st_mode)) {
-        *problem = QStringLiteral("%1 is not a directory").arg(directory);
-        return false;
+        return reportProblem(problem, QStringLiteral("%1 is not a directory").arg(directory));
     }
     if (status.st_uid != ::getuid()) {
-        *problem = QStringLiteral("%1 belongs to another user").arg(directory);
-        return false;
+        return reportProblem(problem, QStringLiteral("%1 belongs to another user").arg(directory));
     }
     // A directory left by an earlier run with looser permissions is ours, so
     // tighten it instead of refusing.
     if ((status.st_mode & 0777) != 0700 && ::chmod(native.constData(), 0700) != 0) {
-        *problem = QStringLiteral("cannot make %1 private: %2").arg(directory, systemError(errno));
-        return false;
+        return reportProblem(problem, QStringLiteral("cannot make %1 private: %2").arg(directory, systemError(errno)));
     }
     return true;
 }

@@ -1,5 +1,7 @@
 #include "mqtt/MqttBrokerAddress.h"
 
+#include "base/Problem.h"
+
 #include <QUrl>
 
 namespace {
@@ -8,9 +10,7 @@ const QString expected = QStringLiteral("expected mqtt://[USER@]HOST[:PORT][/PRE
 
 std::optional<MqttBrokerAddress> refuse(const QString& text, const QString& why, QString* problem)
 {
-    if (problem) {
-        *problem = QStringLiteral("bad MQTT broker '%1': %2").arg(text, why);
-    }
+    reportProblem(problem, QStringLiteral("bad MQTT broker '%1': %2").arg(text, why));
     return std::nullopt;
 }
 

@@ -1,5 +1,7 @@
 #include "sources/SwitcherAddress.h"
 
+#include "base/Problem.h"
+
 #include <QUrl>
 
 namespace SwitcherAddress {
@@ -14,10 +16,9 @@ std::optional<HostAndPort> parse(
 {
     const QString prefix = scheme + QStringLiteral("://");
     const auto fail = [&](const QString& why) -> std::optional<HostAndPort> {
-        if (problem) {
-            *problem = QStringLiteral("bad %1 address '%2': %3 (expected %4HOST or %4HOST:PORT)")
-                           .arg(switcherName, text, why, prefix);
-        }
+        reportProblem(problem,
+            QStringLiteral("bad %1 address '%2': %3 (expected %4HOST or %4HOST:PORT)")
+                .arg(switcherName, text, why, prefix));
         return std::nullopt;
     };
     if (!hasScheme(text, scheme)) {

@@ -1,5 +1,6 @@
 #include "tallymap/RecentDocuments.h"
 
+#include "base/Problem.h"
 #include "base/SmallFile.h"
 
 #include <QDir>
@@ -107,10 +108,7 @@ bool RecentDocuments::store(const QStringList& paths, QString* problem)
     }
     if (!folderReady || !SmallFile::write(m_listFilePath, serialise(paths), &reason)) {
         m_unstored = paths;
-        if (problem) {
-            *problem = reason;
-        }
-        return false;
+        return reportProblem(problem, reason);
     }
     m_unstored.reset();
     return true;

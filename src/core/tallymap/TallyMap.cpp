@@ -118,19 +118,17 @@ bool TallyMap::readFromData(const QByteArray& data, const QString& /*type*/, Err
     // process in setShotSelection. Callers that read files from users check
     // the indices first (TallyMapFormat::firstIndexOutside).
     qsizetype failedLine = 0;
-    const std::optional<QString> failure = TallyMapFormat::readLines(
+    QString failure;
+    const bool read = TallyMapFormat::readLines(
         data,
         [this](qint64 lightIndex, const QStringList& names) {
             setShotSelection(lightIndex, recordsNamed(names));
             return true;
         },
-        &failedLine);
-    if (failure) {
-        if (error) {
-            *error = readError(*failure);
-            error->line = failedLine;
-        }
-        return false;
+        &failure, &failedLine);
+    if (!read && error) {
+        *error = readError(failure);
+        error->line = failedLine;
     }
-    return true;
+    return read;
 }

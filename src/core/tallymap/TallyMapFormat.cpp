@@ -1,5 +1,7 @@
 #include "tallymap/TallyMapFormat.h"
 
+#include "base/Problem.h"
+
 #include <QStringDecoder>
 #include <QStringEncoder>
 
@@ -36,15 +38,15 @@ qsizetype afterBreak(QStringView text, qsizetype breakPosition)
 
 // One line: split at every separator, drop empty pieces, the first piece is
 // the light index and the rest are names.
-std::optional<QString> readLine(QStringView line, const LineVisitor& visitor, bool* keepGoing)
+bool readLine(QStringView line, const LineVisitor& visitor, bool* keepGoing, QString* problem)
 {
     const QList<QStringView> pieces = line.split(separator, Qt::SkipEmptyParts);
     if (pieces.isEmpty()) {
-        return indexMissing;
+        return reportProblem(problem, indexMissing);
     }
     const std::optional<qint64> lightIndex = parseIndex(pieces.first());
     if (!lightIndex) {
-        return indexUnreadable;
+        return reportProblem(problem, indexUnreadable);
     }
     QStringList names;
     names.reserve(pieces.size() - 1);
@@ -52,7 +54,7 @@ std::optional<QString> readLine(QStringView line, const LineVisitor& visitor, bo
         names.append(pieces[i].toString());
     }
     *keepGoing = visitor(*lightIndex, names);
-    return std::nullopt;
+    return true;
 }
 
 } // namespace
@@ -93,7 +95,7 @@ QByteArray write(const QList<QStringList>& namesPerLight)
     return bytes;
 }
 
-std::optional<QString> readLines(const QByteArray& data, const LineVisitor& visitor, qsizetype* lineNumber)
+bool readLines(const QByteArray& data, const LineVisitor& visitor, QString* problem, qsizetype* lineNumber)
 {
     qsizetype unusedLineNumber = 0;
     qsizetype& line = lineNumber ? *lineNumber : unusedLineNumber;
@@ -103,7 +105,7 @@ std::optional<QString> readLines(const QByteArray& data, const LineVisitor& visi
     QStringDecoder decoder(QStringConverter::Utf8, QStringConverter::Flag::Stateless);
     const QString text = decoder.decode(data);
     if (decoder.hasError()) {
-        return decodeFailure;
+        return reportProblem(problem, decodeFailure);
     }
     const QStringView view(text);
     qsizetype start = 0;
@@ -115,17 +117,17 @@ std::optional<QString> readLines(const QByteArray& data, const LineVisitor& visi
             ++end;
         }
         bool keepGoing = true;
-        if (std::optional<QString> failure = readLine(view.sliced(start, end - start), visitor, &keepGoing)) {
+        if (!readLine(view.sliced(start, end - start), visitor, &keepGoing, problem)) {
             line = current;
-            return failure;
+            return false;
         }
         if (!keepGoing) {
             line = current;
-            return std::nullopt;
+            return true;
         }
         start = afterBreak(view, end);
     }
-    return std::nullopt;
+    return true;
 }
 
 std::optional<qint64> parseIndex(QStringView piece)
@@ -175,7 +177,7 @@ std::optional<qint64> firstIndexOutside(const QByteArray& data, qint64 lightCoun
             }
             return true;
         },
-        lineNumber);
+        nullptr, lineNumber);
     return outside;
 }
 

@@ -26,12 +26,13 @@ QByteArray write(const QList<QStringList>& namesPerLight);
 // the walk there without a failure.
 using LineVisitor = std::function<bool(qint64 lightIndex, const QStringList& names)>;
 
-// Walks the lines of a file. Returns the message of the first failure, or
-// nothing when every line was visited (or the visitor stopped the walk).
-// Invalid UTF-8 fails before any line is visited. When lineNumber is given
-// it gets the number (from 1) of the line that failed or that the visitor
-// stopped on, and 0 when the walk was not cut short at a line.
-std::optional<QString> readLines(const QByteArray& data, const LineVisitor& visitor, qsizetype* lineNumber = nullptr);
+// Walks the lines of a file. True when every line was visited (or the
+// visitor stopped the walk); false, with the message of the first failure in
+// problem, when a line cannot be read. Invalid UTF-8 fails before any line
+// is visited. When lineNumber is given it gets the number (from 1) of the
+// line that failed or that the visitor stopped on, and 0 when the walk was
+// not cut short at a line.
+bool readLines(const QByteArray& data, const LineVisitor& visitor, QString* problem, qsizetype* lineNumber = nullptr);
 
 // The light index of a line, if the piece is an optional sign followed by
 // ASCII digits whose value fits a signed 64-bit integer. Nothing else (no

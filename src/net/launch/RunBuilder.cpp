@@ -28,7 +28,7 @@ std::optional<SenderAllowList> allowedTslSenders(const RunOptions& options, QStr
     QString why;
     std::optional<SenderAllowList> allowed = SenderAllowList::parse(options.tslAllowedSenders, &why);
     if (!allowed && problem) {
-        *problem = QStringLiteral("--tsl-allow: ") + why;
+        reportProblem(problem, QStringLiteral("--tsl-allow: ") + why);
     }
     return allowed;
 }
@@ -60,9 +60,7 @@ std::optional<QString> firstLineOf(const QString& path, QString* problem)
 {
     QFile file(path);
     if (!file.open(QIODevice::ReadOnly)) {
-        if (problem) {
-            *problem = QStringLiteral("cannot read the password file '%1': %2").arg(path, file.errorString());
-        }
+        reportProblem(problem, QStringLiteral("cannot read the password file '%1': %2").arg(path, file.errorString()));
         return std::nullopt;
     }
     QByteArray line = file.readLine();
@@ -88,10 +86,8 @@ std::unique_ptr<ShotSource> makeShotSource(const RunOptions& options, QString* p
     // Said to a source that cannot use it, the list would protect nothing
     // while looking as if it did.
     if (!options.tslAllowedSenders.isEmpty() && !TslShotSource::isTslAddress(options.source)) {
-        if (problem) {
-            *problem = QStringLiteral("--tsl-allow applies to a TSL source (tsl://, tsl5://…), not to '%1'")
-                           .arg(options.source);
-        }
+        reportProblem(problem,
+            QStringLiteral("--tsl-allow applies to a TSL source (tsl://, tsl5://…), not to '%1'").arg(options.source));
         return nullptr;
     }
     if (options.source == QLatin1String("mixdesk")) {
@@ -125,11 +121,10 @@ std::unique_ptr<ShotSource> makeShotSource(const RunOptions& options, QString* p
         settings.passwordComesLater = password->isEmpty() && options.passwordFromSecretStore;
         return std::make_unique<ObsShotSource>(settings);
     }
-    if (problem) {
-        *problem = QStringLiteral("unknown source '%1' (expected mixdesk, obs://HOST[:PORT], atem://HOST[:PORT], "
-                                  "tsl://[ADDRESS:]PORT or tsl5://[ADDRESS:]PORT)")
-                       .arg(options.source);
-    }
+    reportProblem(problem,
+        QStringLiteral("unknown source '%1' (expected mixdesk, obs://HOST[:PORT], atem://HOST[:PORT], "
+                       "tsl://[ADDRESS:]PORT or tsl5://[ADDRESS:]PORT)")
+            .arg(options.source));
     return nullptr;
 }
 

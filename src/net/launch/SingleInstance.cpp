@@ -1,5 +1,7 @@
 #include "launch/SingleInstance.h"
 
+#include "base/Problem.h"
+
 #include <QDir>
 #include <QLocalSocket>
 #include <QStandardPaths>
@@ -135,8 +137,8 @@ bool SingleInstance::handOver(const QStringList& paths, QString* problem)
     QLocalSocket socket;
     socket.connectToServer(socketPath(m_directory));
     if (!socket.waitForConnected(handOverTimeoutMs)) {
-        *problem = QStringLiteral("cannot reach the running Mixdesk Tally: %1").arg(socket.errorString());
-        return false;
+        return reportProblem(
+            problem, QStringLiteral("cannot reach the running Mixdesk Tally: %1").arg(socket.errorString()));
     }
     QByteArray message = (folderPrefix + QDir::currentPath()).toUtf8() + '\n';
     for (const QString& path : paths) {
@@ -145,8 +147,8 @@ bool SingleInstance::handOver(const QStringList& paths, QString* problem)
     message += '\n';
     socket.write(message);
     if (!socket.waitForBytesWritten(handOverTimeoutMs) || !socket.waitForReadyRead(handOverTimeoutMs)) {
-        *problem = QStringLiteral("the running Mixdesk Tally did not answer: %1").arg(socket.errorString());
-        return false;
+        return reportProblem(
+            problem, QStringLiteral("the running Mixdesk Tally did not answer: %1").arg(socket.errorString()));
     }
     socket.disconnectFromServer();
     return true;

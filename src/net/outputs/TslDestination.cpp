@@ -1,5 +1,6 @@
 #include "outputs/TslDestination.h"
 
+#include "base/Problem.h"
 QString TslDestination::toString() const
 {
     const QString scheme = transport == Transport::udp ? QStringLiteral("udp") : QStringLiteral("tcp");
@@ -11,9 +12,7 @@ std::optional<TslDestination> TslDestination::parse(
     TslTallyEncoding::Version version, const QString& text, QString* problem)
 {
     const auto fail = [&](const QString& why) -> std::optional<TslDestination> {
-        if (problem) {
-            *problem = QStringLiteral("bad TSL destination '%1': %2").arg(text, why);
-        }
+        reportProblem(problem, QStringLiteral("bad TSL destination '%1': %2").arg(text, why));
         return std::nullopt;
     };
     TslDestination destination;

@@ -1,5 +1,6 @@
 #include "outputs/WebListenAddress.h"
 
+#include "base/Problem.h"
 namespace {
 
 std::optional<quint16> parsePort(const QString& text)
@@ -37,7 +38,7 @@ std::optional<WebListenAddress> WebListenAddress::parse(const QString& text, QSt
         // An IPv6 address keeps its colons inside the brackets.
         const qsizetype close = text.indexOf(QLatin1String("]:"));
         if (close < 0) {
-            *problem = QStringLiteral("'%1' is not [ADDRESS:]PORT").arg(text);
+            reportProblem(problem, QStringLiteral("'%1' is not [ADDRESS:]PORT").arg(text));
             return std::nullopt;
         }
         hostText = text.mid(1, close - 1);
@@ -49,14 +50,14 @@ std::optional<WebListenAddress> WebListenAddress::parse(const QString& text, QSt
     WebListenAddress result;
     const std::optional<quint16> port = parsePort(portText);
     if (!port) {
-        *problem = QStringLiteral("'%1' is not a port from 1 to 65535").arg(portText);
+        reportProblem(problem, QStringLiteral("'%1' is not a port from 1 to 65535").arg(portText));
         return std::nullopt;
     }
     result.port = *port;
     if (!hostText.isNull()) {
         const std::optional<QHostAddress> host = parseHost(hostText);
         if (!host) {
-            *problem = QStringLiteral("'%1' is not an IP address").arg(hostText);
+            reportProblem(problem, QStringLiteral("'%1' is not an IP address").arg(hostText));
             return std::nullopt;
         }
         result.address = *host;

@@ -1,5 +1,7 @@
 #include "sources/SenderAllowList.h"
 
+#include "base/Problem.h"
+
 #include <QRegularExpression>
 
 #include <algorithm>
@@ -31,10 +33,8 @@ std::optional<SenderAllowList> SenderAllowList::parse(const QStringList& entries
                 network = { address, address.isNull() ? -1 : fullPrefix(address) };
             }
             if (network.first.isNull() || network.second < 0) {
-                if (problem) {
-                    *problem = QStringLiteral("'%1' is not an IP address or network (such as 10.0.0.5 or 10.0.0.0/24)")
-                                   .arg(text);
-                }
+                reportProblem(problem,
+                    QStringLiteral("'%1' is not an IP address or network (such as 10.0.0.5 or 10.0.0.0/24)").arg(text));
                 return std::nullopt;
             }
             // An IPv4 network written the IPv6 way (::ffff:10.0.0.0/120) is

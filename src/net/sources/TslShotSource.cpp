@@ -1,5 +1,6 @@
 #include "sources/TslShotSource.h"
 
+#include "base/Problem.h"
 #include "base/SystemLog.h"
 #include "tsl/TslUmd31.h"
 #include "tsl/TslUmd50.h"
@@ -142,9 +143,7 @@ bool TslShotSource::isTslAddress(const QString& source)
 std::optional<TslShotSource::Listen> TslShotSource::parseAddress(const QString& source, QString* problem)
 {
     const auto fail = [&](const QString& why) -> std::optional<Listen> {
-        if (problem) {
-            *problem = QStringLiteral("bad TSL source '%1': %2").arg(source, why);
-        }
+        reportProblem(problem, QStringLiteral("bad TSL source '%1': %2").arg(source, why));
         return std::nullopt;
     };
     const Scheme* scheme = schemeOf(source);
@@ -200,11 +199,8 @@ bool TslShotSource::start(QString* problem)
     const bool listening = m_listen.transport == Transport::udp ? m_udp.bind(m_listen.address, m_listen.port)
                                                                 : m_server.listen(m_listen.address, m_listen.port);
     if (!listening) {
-        if (problem) {
-            const QString why = m_listen.transport == Transport::udp ? m_udp.errorString() : m_server.errorString();
-            *problem = QStringLiteral("cannot listen for %1: %2").arg(m_listen.toString(), why);
-        }
-        return false;
+        const QString why = m_listen.transport == Transport::udp ? m_udp.errorString() : m_server.errorString();
+        return reportProblem(problem, QStringLiteral("cannot listen for %1: %2").arg(m_listen.toString(), why));
     }
     QString status = QStringLiteral("Listening for %1").arg(m_listen.toString());
     if (!m_allowed.isEmpty()) {

@@ -10,16 +10,18 @@ namespace {
 
 D parsed(const QByteArray& input)
 {
-    const AppleScriptNotationParser::Result result = AppleScriptNotationParser::parse(QByteArrayView(input));
-    EXPECT_TRUE(result.ok()) << "input: " << input.toStdString() << "\nerror: " << result.error.toStdString();
-    return result.value.value_or(D::opaque("parse failed"));
+    QString problem;
+    const std::optional<D> value = AppleScriptNotationParser::parse(QByteArrayView(input), &problem);
+    EXPECT_TRUE(value.has_value()) << "input: " << input.toStdString() << "\nerror: " << problem.toStdString();
+    return value.value_or(D::opaque("parse failed"));
 }
 
 QString errorOf(const QByteArray& input)
 {
-    const AppleScriptNotationParser::Result result = AppleScriptNotationParser::parse(QByteArrayView(input));
-    EXPECT_FALSE(result.ok()) << "input parsed but should not: " << input.toStdString();
-    return result.error;
+    QString problem;
+    EXPECT_FALSE(AppleScriptNotationParser::parse(QByteArrayView(input), &problem).has_value())
+        << "input parsed but should not: " << input.toStdString();
+    return problem;
 }
 
 } // namespace
@@ -193,7 +195,7 @@ TEST(AppleScriptNotationParserTest, RefusesNestingBeyondTheLimit)
 
 TEST(AppleScriptNotationParserTest, HugeNestingIsAnErrorNotACrash)
 {
-    EXPECT_FALSE(AppleScriptNotationParser::parse(QByteArrayView(QByteArray(1000000, '{'))).ok());
+    EXPECT_FALSE(AppleScriptNotationParser::parse(QByteArrayView(QByteArray(1000000, '{')), nullptr).has_value());
 }
 
 TEST(AppleScriptNotationParserTest, UnterminatedTextIsAnErrorAtItsStart)
@@ -276,5 +278,5 @@ TEST(AppleScriptNotationParserTest, StrayColonInAListIsAnError)
 TEST(AppleScriptNotationParserTest, ParsesFromQStringAsUtf8)
 {
     EXPECT_EQ(
-        AppleScriptNotationParser::parse(QString::fromUtf8("\"é\"")).value->stringValue(), QString::fromUtf8("é"));
+        AppleScriptNotationParser::parse(QString::fromUtf8("\"é\""), nullptr)->stringValue(), QString::fromUtf8("é"));
 }

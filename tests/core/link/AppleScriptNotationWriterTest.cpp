@@ -42,8 +42,9 @@ TEST(AppleScriptNotationWriterTest, WhatItWritesReadsBackAsTheSameValue)
         { D::record({ { "name", D::text("Caméra \"2\"") } },
               { { "shotId", D::text("a\\b") }, { "odd label", D::list({}) }, { "isLive", D::boolean(true) } }),
             D::list({ D::integer(1), D::real(-1.5e-9), D::text("tab\there") }) });
-    const AppleScriptNotationParser::Result reread
-        = AppleScriptNotationParser::parse(AppleScriptNotationWriter::write(original));
-    ASSERT_TRUE(reread.ok()) << reread.error.toStdString();
-    EXPECT_EQ(*reread.value, original);
+    QString problem;
+    const std::optional<D> reread
+        = AppleScriptNotationParser::parse(AppleScriptNotationWriter::write(original), &problem);
+    ASSERT_TRUE(reread.has_value()) << problem.toStdString();
+    EXPECT_EQ(*reread, original);
 }

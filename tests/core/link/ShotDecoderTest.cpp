@@ -11,9 +11,10 @@ namespace {
 
 D answer(const QString& notation)
 {
-    AppleScriptNotationParser::Result result = AppleScriptNotationParser::parse(notation);
-    EXPECT_TRUE(result.ok()) << result.error.toStdString();
-    return result.value.value_or(D());
+    QString problem;
+    const std::optional<D> value = AppleScriptNotationParser::parse(notation, &problem);
+    EXPECT_TRUE(value.has_value()) << problem.toStdString();
+    return value.value_or(D());
 }
 
 struct Decoded {
@@ -168,11 +169,12 @@ TEST(ShotDecoderTest, CheckedDecodingReportsTheProblemInsteadOfStopping)
     QStringList unexpected;
     const D labelWithoutText
         = D::list({ D::list({ D::text("odd"), D::integer(1), D::missingValue(), D::integer(2) }) });
-    const ShotDecoding decoding = decodeShotsChecked(
-        D::list({ labelWithoutText, answer(cam2) }), [&unexpected](const QString& label) { unexpected.append(label); });
-    EXPECT_TRUE(decoding.shots.isEmpty());
-    ASSERT_TRUE(decoding.problem);
-    EXPECT_EQ(*decoding.problem, "label 3 of shot 1 of the query answer has no text value");
+    QString problem;
+    const std::optional<ShotList> shots = decodeShotsChecked(
+        D::list({ labelWithoutText, answer(cam2) }), [&unexpected](const QString& label) { unexpected.append(label); },
+        &problem);
+    EXPECT_FALSE(shots.has_value());
+    EXPECT_EQ(problem, "label 3 of shot 1 of the query answer has no text value");
     EXPECT_EQ(unexpected, QStringList({ "odd" }));
 }
 
@@ -180,11 +182,13 @@ TEST(ShotDecoderTest, CheckedDecodingGivesUnexpectedLabelsToTheCallbackAndPrints
 {
     QStringList unexpected;
     testing::internal::CaptureStdout();
-    const ShotDecoding decoding = decodeShotsChecked(answer("{{camera:1, shotId:\"1\"}, {lens:\"x\"}}"),
-        [&unexpected](const QString& label) { unexpected.append(label); });
+    QString problem;
+    const std::optional<ShotList> shots = decodeShotsChecked(
+        answer("{{camera:1, shotId:\"1\"}, {lens:\"x\"}}"),
+        [&unexpected](const QString& label) { unexpected.append(label); }, &problem);
     EXPECT_EQ(testing::internal::GetCapturedStdout(), "");
-    EXPECT_FALSE(decoding.problem);
-    EXPECT_EQ(decoding.shots.size(), 2);
+    ASSERT_TRUE(shots.has_value()) << problem.toStdString();
+    EXPECT_EQ(shots->size(), 2);
     EXPECT_EQ(unexpected, QStringList({ "camera", "lens" }));
 }
 
