@@ -1,5 +1,6 @@
 #include "AnswerWriter.h"
 
+#include "base/Problem.h"
 #include "base/SmallFile.h"
 #include "base/StandardOutput.h"
 #include "link/AppleScriptNotationWriter.h"
@@ -45,20 +46,19 @@ QString AnswerWriter::notation(const QList<ShowModel::Shot>& shots)
     return AppleScriptNotationWriter::write(AppleEventDescriptor::list(records)) + QLatin1Char('\n');
 }
 
-bool AnswerWriter::write(const QList<ShowModel::Shot>& shots, QString* error)
+bool AnswerWriter::write(const QList<ShowModel::Shot>& shots, QString* problem)
 {
     // A full disk keeps the previous answer in place rather than leaving a
     // cut-off one that a reader would take for garbage.
     QString reason;
     if (!SmallFile::write(m_path, notation(shots).toUtf8(), &reason)) {
-        *error = QStringLiteral("cannot write %1: %2").arg(m_path, reason);
-        return false;
+        return reportProblem(problem, QStringLiteral("cannot write %1: %2").arg(m_path, reason));
     }
     m_written = true;
     return true;
 }
 
-bool AnswerWriter::follow(const ShowModel& model, QString* error)
+bool AnswerWriter::follow(const ShowModel& model, QString* problem)
 {
     connect(&model, &ShowModel::changed, this, [this, &model] {
         QString failure;
@@ -66,7 +66,7 @@ bool AnswerWriter::follow(const ShowModel& model, QString* error)
             printErrorLine(QStringLiteral("mixdesk: ") + failure);
         }
     });
-    return write(model.shots(), error);
+    return write(model.shots(), problem);
 }
 
 void AnswerWriter::withdraw()

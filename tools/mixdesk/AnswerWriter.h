@@ -27,12 +27,12 @@ public:
     const QString& path() const { return m_path; }
 
     // Replaces the file with the answer for these shots. On failure returns
-    // false and describes why in *error; the previous answer stays.
-    bool write(const QList<ShowModel::Shot>& shots, QString* error);
+    // false and describes why in problem; the previous answer stays.
+    bool write(const QList<ShowModel::Shot>& shots, QString* problem);
     // Writes the model's answer now and again after each of its changes. A
     // failed write is reported on standard error and the show goes on: the
     // next change tries again. Returns whether the first write succeeded.
-    bool follow(const ShowModel& model, QString* error);
+    bool follow(const ShowModel& model, QString* problem);
     // Removes the file, if this writer wrote it. Done by the destructor too.
     void withdraw();
 

@@ -1,20 +1,21 @@
 #include "ShotNamesFile.h"
 
+#include "base/Problem.h"
 #include "base/SmallFile.h"
 
 namespace ShotNamesFile {
 
-std::optional<QStringList> read(const QString& path, QString* error)
+std::optional<QStringList> read(const QString& path, QString* problem)
 {
     QString reason;
     const std::optional<QByteArray> contents = SmallFile::read(path, &reason);
     if (!contents) {
-        *error = QStringLiteral("cannot read the shot list %1: %2").arg(path, reason);
+        reportProblem(problem, QStringLiteral("cannot read the shot list %1: %2").arg(path, reason));
         return std::nullopt;
     }
     const QStringList names = parse(*contents);
     if (names.isEmpty()) {
-        *error = QStringLiteral("the shot list %1 holds no shot name").arg(path);
+        reportProblem(problem, QStringLiteral("the shot list %1 holds no shot name").arg(path));
         return std::nullopt;
     }
     return names;

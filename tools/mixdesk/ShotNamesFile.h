@@ -10,9 +10,9 @@
 // lines are skipped, so a hand-written file may be spaced out freely.
 namespace ShotNamesFile {
 
-// The names of the file, or nothing with the reason in *error when it cannot
+// The names of the file, or nothing with the reason in problem when it cannot
 // be read or holds no name at all.
-std::optional<QStringList> read(const QString& path, QString* error);
+std::optional<QStringList> read(const QString& path, QString* problem);
 
 // The same rules applied to text already in memory.
 QStringList parse(const QByteArray& contents);

@@ -1,5 +1,7 @@
 #include "base/SecretFile.h"
 
+#include "base/Problem.h"
+
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
@@ -90,26 +92,26 @@ void SecretFile::remove(const QString& key, Done done)
     done(answer(Outcome::done));
 }
 
-std::optional<QJsonObject> SecretFile::load(QString* error) const
+std::optional<QJsonObject> SecretFile::load(QString* problem) const
 {
     QFile file(m_path);
     if (!file.exists()) {
         return QJsonObject();
     }
     if (!file.open(QIODevice::ReadOnly)) {
-        *error = QStringLiteral("cannot read %1: %2").arg(m_path, file.errorString());
+        reportProblem(problem, QStringLiteral("cannot read %1: %2").arg(m_path, file.errorString()));
         return std::nullopt;
     }
     QJsonParseError parseError {};
     const QJsonDocument document = QJsonDocument::fromJson(file.readAll(), &parseError);
     if (parseError.error != QJsonParseError::NoError || !document.isObject()) {
-        *error = QStringLiteral("%1 is not a secrets file").arg(m_path);
+        reportProblem(problem, QStringLiteral("%1 is not a secrets file").arg(m_path));
         return std::nullopt;
     }
     return document.object();
 }
 
-bool SecretFile::save(const QJsonObject& secrets, QString* error) const
+bool SecretFile::save(const QJsonObject& secrets, QString* problem) const
 {
     QDir().mkpath(QFileInfo(m_path).absolutePath());
     const QString temporary = m_path + QStringLiteral(".new");
@@ -120,20 +122,19 @@ bool SecretFile::save(const QJsonObject& secrets, QString* error) const
     // NewOnly: created here and now, 0600 from the first moment, never an
     // existing file (or a link someone planted) written through.
     if (!file.open(QIODevice::WriteOnly | QIODevice::NewOnly, ownerOnly)) {
-        *error = QStringLiteral("cannot create %1: %2").arg(temporary, file.errorString());
-        return false;
+        return reportProblem(problem, QStringLiteral("cannot create %1: %2").arg(temporary, file.errorString()));
     }
     const QByteArray bytes = QJsonDocument(secrets).toJson(QJsonDocument::Indented);
     const bool written = file.write(bytes) == bytes.size() && file.flush() && ::fsync(file.handle()) == 0;
     file.close();
     if (!written) {
-        *error = QStringLiteral("cannot write %1: %2").arg(temporary, file.errorString());
+        reportProblem(problem, QStringLiteral("cannot write %1: %2").arg(temporary, file.errorString()));
         QFile::remove(temporary);
         return false;
     }
     // rename(2) puts the new file in the old one's place in one step.
     if (std::rename(QFile::encodeName(temporary).constData(), QFile::encodeName(m_path).constData()) != 0) {
-        *error = QStringLiteral("cannot replace %1").arg(m_path);
+        reportProblem(problem, QStringLiteral("cannot replace %1").arg(m_path));
         QFile::remove(temporary);
         return false;
     }

@@ -29,8 +29,8 @@ public:
 private:
     // The secrets now in the file, empty when there is none; nothing, with
     // the reason, when it cannot be read.
-    std::optional<QJsonObject> load(QString* error) const;
-    bool save(const QJsonObject& secrets, QString* error) const;
+    std::optional<QJsonObject> load(QString* problem) const;
+    bool save(const QJsonObject& secrets, QString* problem) const;
 
     QString m_path;
 };
