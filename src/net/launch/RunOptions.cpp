@@ -3,6 +3,8 @@
 #include "base/Problem.h"
 #include "sources/SenderAllowList.h"
 
+#include <functional>
+
 namespace {
 
 // An option at arguments[index], if it is the one looked for, and its value.
@@ -64,23 +66,37 @@ const NumberOption numberOptions[] = {
     { QStringLiteral("--atem-me"), &RunOptions::atemMixEffect, 1 },
 };
 
-// --tsl-allow's value, checked as it is taken so that a bad address is a
-// usage problem before anything starts. It chooses whom the TSL source
-// hears, not where the lights go, so it leaves the TSL outputs alone.
-bool takeTslAllowOption(QStringList& arguments, qsizetype index, RunOptions* options, bool* matched, QString* problem)
+// An option whose value is checked as it is taken, so that a bad one is a
+// usage problem before anything starts: store keeps the value, or says why
+// it cannot.
+bool takeCheckedOption(QStringList& arguments, qsizetype index, const QString& name, bool* matched, QString* problem,
+    const std::function<bool(const QString& value, QString* why)>& store)
 {
     TakenValue taken;
-    const bool valueGiven = takeValue(arguments, index, QStringLiteral("--tsl-allow"), &taken, problem);
+    const bool valueGiven = takeValue(arguments, index, name, &taken, problem);
     *matched = taken.matched;
     if (!taken.matched || !valueGiven) {
         return valueGiven;
     }
     QString why;
-    if (!SenderAllowList::parse({ taken.value }, &why)) {
-        return reportProblem(problem, QStringLiteral("--tsl-allow: ") + why);
+    if (!store(taken.value, &why)) {
+        return reportProblem(problem, name + QStringLiteral(": ") + why);
     }
-    options->tslAllowedSenders.append(taken.value);
     return true;
+}
+
+// --tsl-allow chooses whom the TSL source hears, not where the lights go,
+// so it leaves the TSL outputs alone.
+bool takeTslAllowOption(QStringList& arguments, qsizetype index, RunOptions* options, bool* matched, QString* problem)
+{
+    return takeCheckedOption(arguments, index, QStringLiteral("--tsl-allow"), matched, problem,
+        [options](const QString& value, QString* why) {
+            if (!SenderAllowList::parse({ value }, why)) {
+                return false;
+            }
+            options->tslAllowedSenders.append(value);
+            return true;
+        });
 }
 
 // A repeatable option at arguments[index], its value added to options and
@@ -130,22 +146,13 @@ bool takeNumberOption(QStringList& arguments, qsizetype index, RunOptions* optio
     return true;
 }
 
-// --web's value, checked as it is taken so that a bad address is a usage
-// problem before anything starts.
 bool takeWebOption(QStringList& arguments, qsizetype index, RunOptions* options, bool* matched, QString* problem)
 {
-    TakenValue taken;
-    const bool valueGiven = takeValue(arguments, index, QStringLiteral("--web"), &taken, problem);
-    *matched = taken.matched;
-    if (!taken.matched || !valueGiven) {
-        return valueGiven;
-    }
-    QString why;
-    options->web = WebListenAddress::parse(taken.value, &why);
-    if (!options->web) {
-        return reportProblem(problem, QStringLiteral("--web: ") + why);
-    }
-    return true;
+    return takeCheckedOption(
+        arguments, index, QStringLiteral("--web"), matched, problem, [options](const QString& value, QString* why) {
+            options->web = WebListenAddress::parse(value, why);
+            return options->web.has_value();
+        });
 }
 
 // Checks and stores the values of the lost-source options.
