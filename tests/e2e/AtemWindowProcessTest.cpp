@@ -3,16 +3,14 @@
 // is sent) while the switcher is gone, and follow its picture again once it
 // is back; one connection drives the box, the web page and TSL at once.
 
-#include "CaptureFile.h"
 #include "WebLightModes.h"
+#include "WindowHome.h"
 #include "support/AtemStandinProcess.h"
 #include "tsl/TslUmd31.h"
 
-#include <QFile>
 #include <QNetworkDatagram>
 #include <QProcess>
 #include <QTcpServer>
-#include <QTemporaryDir>
 #include <QThread>
 #include <QUdpSocket>
 
@@ -32,11 +30,7 @@ protected:
     void SetUp() override
     {
         ASSERT_TRUE(home.isValid());
-        capture.path = home.filePath(QStringLiteral("capture.hex"));
-        mapPath = home.filePath(QStringLiteral("studio.tlx"));
-        QFile file(mapPath);
-        ASSERT_TRUE(file.open(QIODevice::WriteOnly));
-        file.write("0|Camera 1\r\n1|Camera 2\r\n");
+        mapPath = home.write(QStringLiteral("studio.tlx"), "0|Camera 1\r\n1|Camera 2\r\n");
         ASSERT_TRUE(atem.start());
     }
 
@@ -50,29 +44,15 @@ protected:
 
     void launch(const QStringList& outputs = {})
     {
-        QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-        environment.insert(QStringLiteral("HOME"), home.path());
-        environment.insert(QStringLiteral("XDG_CONFIG_HOME"), home.filePath(QStringLiteral("config")));
+        QProcessEnvironment environment = home.environment();
         environment.insert(QStringLiteral("XDG_RUNTIME_DIR"), home.path());
-        environment.insert(QStringLiteral("QT_QPA_PLATFORM"), QStringLiteral("offscreen"));
-        environment.insert(QStringLiteral("MIXDESK_TALLY_HID_CAPTURE"), capture.path);
-        window.setProcessEnvironment(environment);
-        window.start(QStringLiteral(TALLY_BINARY_DIR "/bin/mixdesk-tally"),
+        WindowHome::launch(window, environment,
             QStringList { QStringLiteral("--source"), atem.address() } + outputs + QStringList { mapPath });
-        ASSERT_TRUE(window.waitForStarted(10000));
     }
 
-    bool lastTickIs(const QByteArray& expected) const
-    {
-        return eventually([&] {
-            const QList<QByteArray> ticks = capture.ticks();
-            return !ticks.isEmpty() && ticks.last() == expected;
-        });
-    }
-
-    QTemporaryDir home;
+    WindowHome home;
+    const CaptureFile& capture = home.capture();
     QString mapPath;
-    CaptureFile capture;
     AtemStandinProcess atem;
     QProcess window;
 };
@@ -82,11 +62,11 @@ protected:
 TEST_F(AtemWindowProcessTest, TheWindowDrivesTheBoxThroughLossFreezesWhileTheSwitcherIsGoneAndResyncs)
 {
     launch();
-    EXPECT_TRUE(lastTickIs(firstLiveSecondPreview)) << capture.lines().size();
+    EXPECT_TRUE(home.lastTickIs(firstLiveSecondPreview)) << capture.lines().size();
     atem.send("drop 40");
     atem.send("reorder 40");
     atem.send("cut");
-    EXPECT_TRUE(lastTickIs(firstPreviewSecondLive)) << capture.ticks().last().toStdString();
+    EXPECT_TRUE(home.lastTickIs(firstPreviewSecondLive)) << capture.ticks().last().toStdString();
     atem.send("drop 0");
     atem.send("reorder 0");
 
@@ -101,7 +81,7 @@ TEST_F(AtemWindowProcessTest, TheWindowDrivesTheBoxThroughLossFreezesWhileTheSwi
 
     // Back with its own picture: the lights follow it again.
     ASSERT_TRUE(atem.restart());
-    EXPECT_TRUE(lastTickIs(firstLiveSecondPreview)) << capture.ticks().last().toStdString();
+    EXPECT_TRUE(home.lastTickIs(firstLiveSecondPreview)) << capture.ticks().last().toStdString();
     EXPECT_GT(capture.lines().size(), frozen);
     EXPECT_EQ(window.state(), QProcess::Running);
 }
@@ -118,10 +98,10 @@ TEST_F(AtemWindowProcessTest, OneConnectionDrivesTheBoxTheWebPageAndTslThreeOneA
     }
     launch({ QStringLiteral("--web"), QStringLiteral("127.0.0.1:%1").arg(webPort), QStringLiteral("--tsl"),
         QStringLiteral("udp://127.0.0.1:%1").arg(tsl.localPort()) });
-    EXPECT_TRUE(lastTickIs(firstLiveSecondPreview));
+    EXPECT_TRUE(home.lastTickIs(firstLiveSecondPreview));
     atem.send("cut");
 
-    EXPECT_TRUE(lastTickIs(firstPreviewSecondLive)) << capture.ticks().last().toStdString();
+    EXPECT_TRUE(home.lastTickIs(firstPreviewSecondLive)) << capture.ticks().last().toStdString();
     // TSL 3.1: tally 1 is program, tally 2 preview.
     std::map<int, TslUmd31::Message> displays;
     EXPECT_TRUE(eventually([&] {

@@ -1,15 +1,13 @@
 // The built mixdesk-tally beside the built stand-in, both as real processes
 // with a private runtime folder, home and capture tally box.
 
-#include "CaptureFile.h"
 #include "MixdeskProcesses.h"
+#include "WindowHome.h"
 #include "support/QtPrinters.h"
 #include "tools/StandinProcess.h"
 
-#include <QDir>
 #include <QFile>
 #include <QProcess>
-#include <QTemporaryDir>
 #include <QThread>
 
 #include <gtest/gtest.h>
@@ -23,11 +21,7 @@ const QByteArray firstPreviewSecondLive = "01 d1 b2 22 03 23 04 24 05 25 06 26 0
 
 class MainWindowProcessTest : public testing::Test {
 protected:
-    void SetUp() override
-    {
-        ASSERT_TRUE(home.isValid());
-        capture.path = home.filePath(QStringLiteral("capture.hex"));
-    }
+    void SetUp() override { ASSERT_TRUE(home.isValid()); }
 
     void TearDown() override
     {
@@ -39,43 +33,16 @@ protected:
         }
     }
 
-    QProcessEnvironment environment() const
-    {
-        QProcessEnvironment environment = standin.environment();
-        environment.insert(QStringLiteral("HOME"), home.path());
-        environment.insert(QStringLiteral("XDG_CONFIG_HOME"), home.filePath(QStringLiteral("config")));
-        environment.insert(QStringLiteral("QT_QPA_PLATFORM"), QStringLiteral("offscreen"));
-        environment.insert(QStringLiteral("MIXDESK_TALLY_HID_CAPTURE"), capture.path);
-        return environment;
-    }
-
-    QString map(const QString& name, const QByteArray& contents) const
-    {
-        const QString path = home.filePath(name);
-        QFile file(path);
-        EXPECT_TRUE(file.open(QIODevice::WriteOnly));
-        file.write(contents);
-        return path;
-    }
+    QString map(const QString& name, const QByteArray& contents) const { return home.write(name, contents); }
 
     void launch(QProcess& process, const QStringList& arguments)
     {
-        process.setProcessEnvironment(environment());
-        process.start(QStringLiteral(TALLY_BINARY_DIR "/bin/mixdesk-tally"), arguments);
-        ASSERT_TRUE(process.waitForStarted(10000));
+        WindowHome::launch(process, home.environment(standin.environment()), arguments);
     }
 
-    bool lastTickIs(const QByteArray& expected) const
-    {
-        return eventually([&] {
-            const QList<QByteArray> ticks = capture.ticks();
-            return !ticks.isEmpty() && ticks.last() == expected;
-        });
-    }
-
-    QTemporaryDir home;
+    WindowHome home;
+    const CaptureFile& capture = home.capture();
     StandinProcess standin;
-    CaptureFile capture;
     QProcess tally;
     QProcess secondLaunch;
 };
@@ -97,14 +64,14 @@ TEST_F(MainWindowProcessTest, DrivesTheBoxFollowsCutsAndHandOversAndFreezesWhenM
     EXPECT_EQ(capture.ticks().at(1), firstLiveSecondPreview);
 
     standin.send("cut\n");
-    EXPECT_TRUE(lastTickIs(firstPreviewSecondLive)) << capture.ticks().last().toStdString();
+    EXPECT_TRUE(home.lastTickIs(firstPreviewSecondLive)) << capture.ticks().last().toStdString();
 
     // A second launch hands its file to the running window and leaves.
     launch(secondLaunch, { map(QStringLiteral("swapped.tlx"), "0|Camera 2\r\n1|Camera 1\r\n") });
     ASSERT_TRUE(secondLaunch.waitForFinished(10000));
     EXPECT_EQ(secondLaunch.exitStatus(), QProcess::NormalExit);
     EXPECT_EQ(secondLaunch.exitCode(), 0);
-    EXPECT_TRUE(lastTickIs(firstLiveSecondPreview)) << capture.ticks().last().toStdString();
+    EXPECT_TRUE(home.lastTickIs(firstLiveSecondPreview)) << capture.ticks().last().toStdString();
     EXPECT_EQ(tally.state(), QProcess::Running);
 
     // Mixdesk gone: the lights keep their last state, no byte is sent.
@@ -139,7 +106,7 @@ TEST_F(MainWindowProcessTest, AMixdeskThatHasEndedButIsNotYetReapedFreezesTheLig
     ASSERT_TRUE(eventually([&] { return !standin.answer().isEmpty(); }));
 
     launch(tally, { map(QStringLiteral("studio.tlx"), "0|Camera 1\r\n1|Camera 2\r\n") });
-    ASSERT_TRUE(lastTickIs(firstLiveSecondPreview));
+    ASSERT_TRUE(home.lastTickIs(firstLiveSecondPreview));
 
     parent.write("quit\n");
     ASSERT_TRUE(standin.waitForNoAnswer());

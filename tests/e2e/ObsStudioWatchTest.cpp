@@ -2,8 +2,8 @@
 // own, the test plays the operator through OBS's websocket server, and the
 // tally box is the capture device.
 
-#include "CaptureFile.h"
 #include "ObsStudioProcess.h"
+#include "WindowHome.h"
 #include "net/secrets/PrivateSecretService.h"
 #include "support/Eventually.h"
 #include "support/ObsTestClient.h"
@@ -11,7 +11,6 @@
 
 #include <QDir>
 #include <QProcess>
-#include <QTemporaryDir>
 
 #include <gtest/gtest.h>
 
@@ -29,11 +28,7 @@ protected:
             FAIL() << obs.failure().toStdString();
         }
         ASSERT_TRUE(operatorDesk.logIn(obs.webSocketUrl(), obs.password()));
-        capture.path = folder.filePath(QStringLiteral("capture.hex"));
-        mapPath = folder.filePath(QStringLiteral("studio.tlx"));
-        QFile map(mapPath);
-        ASSERT_TRUE(map.open(QIODevice::WriteOnly));
-        map.write("0|Wide\r\n1|Close\r\n2|Camera 1\r\n3|Camera 2\r\n");
+        mapPath = folder.write(QStringLiteral("studio.tlx"), "0|Wide\r\n1|Close\r\n2|Camera 1\r\n3|Camera 2\r\n");
     }
 
     void TearDown() override
@@ -96,15 +91,8 @@ protected:
     // The window, offscreen, with a home and settings of its own.
     void startWindow(const QStringList& arguments, const QString& password)
     {
-        QDir(folder.path()).mkpath(QStringLiteral("runtime"));
-        QFile::setPermissions(folder.filePath(QStringLiteral("runtime")),
-            QFileDevice::ReadOwner | QFileDevice::WriteOwner | QFileDevice::ExeOwner);
-        QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-        environment.insert(QStringLiteral("HOME"), folder.path());
-        environment.insert(QStringLiteral("XDG_CONFIG_HOME"), folder.filePath(QStringLiteral("config")));
-        environment.insert(QStringLiteral("XDG_RUNTIME_DIR"), folder.filePath(QStringLiteral("runtime")));
-        environment.insert(QStringLiteral("QT_QPA_PLATFORM"), QStringLiteral("offscreen"));
-        environment.insert(QStringLiteral("MIXDESK_TALLY_HID_CAPTURE"), capture.path);
+        QProcessEnvironment environment = folder.environment();
+        environment.insert(QStringLiteral("XDG_RUNTIME_DIR"), folder.privateRuntimeFolder());
         environment.insert(QStringLiteral("MIXDESK_TALLY_OBS_PASSWORD"), password);
         // A session bus where nothing listens, unless the test gives one with
         // a keyring of its own: the window never reaches the user's own
@@ -113,9 +101,7 @@ protected:
             sessionBus.isEmpty() ? QStringLiteral("unix:path=") + folder.filePath(QStringLiteral("no-bus"))
                                  : sessionBus);
         environment.remove(QStringLiteral("DISPLAY"));
-        window.setProcessEnvironment(environment);
-        window.start(QStringLiteral(TALLY_BINARY_DIR "/bin/mixdesk-tally"), arguments);
-        ASSERT_TRUE(window.waitForStarted(10000));
+        WindowHome::launch(window, environment, arguments);
     }
 
     // Waits until watch has printed line; true when it did.
@@ -157,10 +143,10 @@ protected:
         return ticks.isEmpty() ? QByteArray("<none>") : ticks.last();
     }
 
-    QTemporaryDir folder;
+    WindowHome folder;
     ObsStudioProcess obs;
     ObsTestClient operatorDesk;
-    CaptureFile capture;
+    const CaptureFile& capture = folder.capture();
     QString mapPath;
     QProcess watch;
     QProcess window;

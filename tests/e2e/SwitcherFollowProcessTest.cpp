@@ -3,14 +3,13 @@
 // the stand-in (preview, cut, rename) reaches the box's bytes within two
 // ticks, and when the stand-in quits the lights freeze.
 
-#include "CaptureFile.h"
 #include "MixdeskProcesses.h"
+#include "WindowHome.h"
 #include "support/QtPrinters.h"
 #include "tools/StandinProcess.h"
 
 #include <QFile>
 #include <QProcess>
-#include <QTemporaryDir>
 #include <QThread>
 
 #include <gtest/gtest.h>
@@ -19,11 +18,7 @@ namespace {
 
 class SwitcherFollowProcessTest : public testing::Test {
 protected:
-    void SetUp() override
-    {
-        ASSERT_TRUE(home.isValid());
-        capture.path = home.filePath(QStringLiteral("capture.hex"));
-    }
+    void SetUp() override { ASSERT_TRUE(home.isValid()); }
 
     void TearDown() override
     {
@@ -35,24 +30,10 @@ protected:
 
     void launchTally(const QString& mapPath)
     {
-        QProcessEnvironment environment = standin.environment();
-        environment.insert(QStringLiteral("HOME"), home.path());
-        environment.insert(QStringLiteral("XDG_CONFIG_HOME"), home.filePath(QStringLiteral("config")));
-        environment.insert(QStringLiteral("QT_QPA_PLATFORM"), QStringLiteral("offscreen"));
-        environment.insert(QStringLiteral("MIXDESK_TALLY_HID_CAPTURE"), capture.path);
-        tally.setProcessEnvironment(environment);
-        tally.start(QStringLiteral(TALLY_BINARY_DIR "/bin/mixdesk-tally"), { mapPath });
-        ASSERT_TRUE(tally.waitForStarted(10000));
+        WindowHome::launch(tally, home.environment(standin.environment()), { mapPath });
     }
 
-    QString writeMap(const QByteArray& contents) const
-    {
-        const QString path = home.filePath(QStringLiteral("studio.tlx"));
-        QFile file(path);
-        EXPECT_TRUE(file.open(QIODevice::WriteOnly));
-        file.write(contents);
-        return path;
-    }
+    QString writeMap(const QByteArray& contents) const { return home.write(QStringLiteral("studio.tlx"), contents); }
 
     // Sends a command to the stand-in and waits until its answer has
     // changed; then the second complete tick after that moment must show the
@@ -73,9 +54,9 @@ protected:
         return capture.ticks().at(seen + 1);
     }
 
-    QTemporaryDir home;
+    WindowHome home;
+    const CaptureFile& capture = home.capture();
     StandinProcess standin;
-    CaptureFile capture;
     QProcess tally;
 };
 

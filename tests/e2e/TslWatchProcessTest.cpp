@@ -2,6 +2,7 @@
 // switcher that speaks TSL UMD, as real processes.
 
 #include "WatchProcessFixture.h"
+#include "WindowHome.h"
 #include "support/QtPrinters.h"
 #include "tsl/TslUmd50.h"
 
@@ -217,26 +218,16 @@ TEST_F(TslWatchProcessTest, SixteenIdleTcpConnectionsDoNotKeepTheSwitchersCutOut
 TEST_F(TslWatchProcessTest, TheWindowStartsWithTheSavedListenerAndHearsOnlyItsSavedSenders)
 {
     const quint16 port = freePort();
-    const QString settingsFolder = folder.filePath(QStringLiteral("config/Mixdesk"));
-    ASSERT_TRUE(QDir().mkpath(settingsFolder));
-    ASSERT_TRUE(QDir().mkpath(folder.filePath(QStringLiteral("runtime"))));
-    QFile::setPermissions(folder.filePath(QStringLiteral("runtime")),
-        QFileDevice::ReadOwner | QFileDevice::WriteOwner | QFileDevice::ExeOwner);
-    QFile settings(settingsFolder + QStringLiteral("/Mixdesk Tally.conf"));
-    ASSERT_TRUE(settings.open(QIODevice::WriteOnly));
-    settings.write(
+    WindowHome home;
+    ASSERT_TRUE(home.isValid());
+    ASSERT_TRUE(QDir().mkpath(home.filePath(QStringLiteral("config/Mixdesk"))));
+    home.write(QStringLiteral("config/Mixdesk/Mixdesk Tally.conf"),
         QStringLiteral("[General]\nShotSource=tsl5://127.0.0.1:%1\nTslAllowedSenders=127.0.0.1\n").arg(port).toUtf8());
-    settings.close();
-    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-    environment.insert(QStringLiteral("HOME"), folder.path());
-    environment.insert(QStringLiteral("XDG_CONFIG_HOME"), folder.filePath(QStringLiteral("config")));
-    environment.insert(QStringLiteral("XDG_RUNTIME_DIR"), folder.filePath(QStringLiteral("runtime")));
-    environment.insert(QStringLiteral("QT_QPA_PLATFORM"), QStringLiteral("offscreen"));
-    environment.insert(QStringLiteral("MIXDESK_TALLY_HID_CAPTURE"), capture.path);
+    QProcessEnvironment environment = home.environment();
+    environment.insert(QStringLiteral("XDG_RUNTIME_DIR"), home.privateRuntimeFolder());
     QProcess window;
-    window.setProcessEnvironment(environment);
-    window.start(QStringLiteral(TALLY_BINARY_DIR "/bin/mixdesk-tally"), { mapPath });
-    ASSERT_TRUE(window.waitForStarted(10000));
+    WindowHome::launch(window, environment, { mapPath });
+    const CaptureFile& box = home.capture();
 
     QUdpSocket switcher;
     QUdpSocket spoofer;
@@ -252,13 +243,13 @@ TEST_F(TslWatchProcessTest, TheWindowStartsWithTheSavedListenerAndHearsOnlyItsSa
             switcher.writeDatagram(
                 switcherPacket(TslUmd50::Colour::green, TslUmd50::Colour::red), QHostAddress::LocalHost, port);
             errors += window.readAllStandardError();
-            return !capture.ticks().isEmpty() && capture.ticks().last() == expected
+            return !box.ticks().isEmpty() && box.ticks().last() == expected
                 && errors.contains("Ignoring TSL messages from 127.0.0.66: not an allowed sender");
         },
         20000);
     EXPECT_TRUE(shown) << errors.toStdString()
-                       << (capture.ticks().isEmpty() ? QByteArray() : capture.ticks().last()).toStdString();
-    for (const QByteArray& tick : capture.ticks()) {
+                       << (box.ticks().isEmpty() ? QByteArray() : box.ticks().last()).toStdString();
+    for (const QByteArray& tick : box.ticks()) {
         EXPECT_FALSE(tick.startsWith("b1")) << "light 1 live, as only the spoofer says: " << tick.toStdString();
     }
     window.terminate();

@@ -1,6 +1,7 @@
 // The web tally page in a real headless Chromium, served by tallyctl watch
 // beside the built stand-in, as real processes.
 
+#include "WindowHome.h"
 #include "support/HeadlessChromium.h"
 #include "support/QrReader.h"
 #include "support/QtPrinters.h"
@@ -15,7 +16,6 @@
 #include <QProcess>
 #include <QStandardPaths>
 #include <QTcpServer>
-#include <QTemporaryDir>
 #include <QWebSocket>
 
 #include <gtest/gtest.h>
@@ -47,11 +47,7 @@ protected:
     void SetUp() override
     {
         ASSERT_TRUE(folder.isValid());
-        mapPath = folder.filePath(QStringLiteral("studio.tlx"));
-        QFile file(mapPath);
-        ASSERT_TRUE(file.open(QIODevice::WriteOnly));
-        file.write("0|Camera 1\r\n1|Camera 2\r\n2|Camera 1|Camera 2\r\n");
-        file.close();
+        mapPath = folder.write(QStringLiteral("studio.tlx"), "0|Camera 1\r\n1|Camera 2\r\n2|Camera 1|Camera 2\r\n");
         port = freePort();
         ASSERT_NE(port, 0);
     }
@@ -93,14 +89,7 @@ protected:
     // The window, offscreen, with a home and runtime folder of its own.
     void launchWindow(QProcess& process, const QStringList& arguments)
     {
-        QProcessEnvironment environment = standin.environment();
-        environment.insert(QStringLiteral("HOME"), folder.path());
-        environment.insert(QStringLiteral("XDG_CONFIG_HOME"), folder.filePath(QStringLiteral("config")));
-        environment.insert(QStringLiteral("QT_QPA_PLATFORM"), QStringLiteral("offscreen"));
-        environment.insert(QStringLiteral("MIXDESK_TALLY_HID_CAPTURE"), folder.filePath(QStringLiteral("capture.hex")));
-        process.setProcessEnvironment(environment);
-        process.start(QStringLiteral(TALLY_BINARY_DIR "/bin/mixdesk-tally"), arguments);
-        ASSERT_TRUE(process.waitForStarted(10000));
+        WindowHome::launch(process, folder.environment(standin.environment()), arguments);
     }
 
     void startBrowser()
@@ -144,7 +133,7 @@ protected:
             << "the page shows " << seen.colour.toStdString() << " with text \"" << seen.text.toStdString() << "\"";
     }
 
-    QTemporaryDir folder;
+    WindowHome folder;
     QString mapPath;
     quint16 port = 0;
     StandinProcess standin;
