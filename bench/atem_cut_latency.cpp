@@ -6,6 +6,7 @@
 // for, so this is the program's own delay (and the stand-in's).
 // Usage: atem_cut_latency [CUTS]   (default 200). Prints median, p99 and max.
 
+#include "Percentile.h"
 #include "support/AtemStandinProcess.h"
 
 #include <QCoreApplication>
@@ -36,13 +37,6 @@ bool waitForTick(QFile& capture, qint64 offset, const QByteArray& firstByte, con
         QThread::usleep(50);
     }
     return false;
-}
-
-double percentile(std::vector<double> values, double fraction)
-{
-    std::sort(values.begin(), values.end());
-    const auto index = static_cast<size_t>(fraction * static_cast<double>(values.size() - 1) + 0.5);
-    return values[index];
 }
 
 int fail(const char* why)

@@ -6,6 +6,7 @@
 // rate). Prints median, p99 and max, and the same for OBS's own announcement
 // of the cut to a client, which is the part of the delay that lies in OBS.
 
+#include "Percentile.h"
 #include "e2e/ObsStudioProcess.h"
 #include "support/ObsTestClient.h"
 
@@ -172,12 +173,9 @@ int main(int argc, char** argv)
         if (values.isEmpty()) {
             return;
         }
-        std::sort(values.begin(), values.end());
-        const auto at = [&](double fraction) {
-            return values[static_cast<qsizetype>(fraction * static_cast<double>(values.size() - 1) + 0.5)];
-        };
         std::printf("%s (%lld cuts): median %.2f ms, p99 %.2f ms, max %.2f ms\n", what,
-            static_cast<long long>(values.size()), at(0.5), at(0.99), values.last());
+            static_cast<long long>(values.size()), percentile(values, 0.5), percentile(values, 0.99),
+            *std::max_element(values.begin(), values.end()));
     };
     report("cut request to the sixteen reports at the box", latenciesMs);
     report("cut request to OBS's own event at a client", announcedMs);
