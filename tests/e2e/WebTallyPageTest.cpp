@@ -280,7 +280,7 @@ TEST_F(WebTallyPageTest, TallyctlWatchNamesEveryPhoneLinkAtStartAndDrawsNoCodeIn
 TEST_F(WebTallyPageTest, AtATerminalTallyctlWatchDrawsACodeAPhoneCanScan)
 {
     if (QrReader::program().isEmpty()) {
-        GTEST_SKIP() << "zbarimg (Debian zbar-tools) is not installed; scripts/install-deps.sh installs it";
+        GTEST_SKIP() << QrReader::notInstalled;
     }
     const QString script = QStandardPaths::findExecutable(QStringLiteral("script"));
     if (script.isEmpty()) {

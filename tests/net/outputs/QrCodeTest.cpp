@@ -3,36 +3,21 @@
 #include "support/QrReader.h"
 
 #include <QFile>
-#include <QTemporaryDir>
 
 #include <gtest/gtest.h>
 
 namespace {
 
-class QrCodeTest : public testing::Test {
+class QrCodeTest : public QrReader::Test {
 protected:
-    void SetUp() override
-    {
-        if (QrReader::program().isEmpty()) {
-            GTEST_SKIP() << "zbarimg (Debian zbar-tools) is not installed; scripts/install-deps.sh installs it";
-        }
-    }
-
     // What zbarimg reads from a picture of the modules, margin included.
     std::optional<QString> scan(int side, const std::function<bool(int, int)>& isDark)
     {
-        const QString path = folder.filePath(QStringLiteral("code.pgm"));
-        QFile file(path);
-        EXPECT_TRUE(file.open(QIODevice::WriteOnly));
-        file.write(QrReader::pgm(side, 6, isDark));
-        file.close();
-        QString problem;
-        std::optional<QString> text = QrReader::read(path, &problem);
-        EXPECT_TRUE(text.has_value()) << problem.toStdString();
-        return text;
+        return QrReader::Test::scan(QStringLiteral("code.pgm"), [&](const QString& path) {
+            QFile file(path);
+            return file.open(QIODevice::WriteOnly) && file.write(QrReader::pgm(side, 6, isDark)) > 0;
+        });
     }
-
-    QTemporaryDir folder;
 };
 
 } // namespace

@@ -11,32 +11,18 @@
 #include <QLabel>
 #include <QListWidget>
 #include <QPixmap>
-#include <QTemporaryDir>
 
 #include <gtest/gtest.h>
 
 namespace {
 
-class PhoneLinksViewTest : public testing::Test {
+class PhoneLinksViewTest : public QrReader::Test {
 protected:
-    void SetUp() override
-    {
-        if (QrReader::program().isEmpty()) {
-            GTEST_SKIP() << "zbarimg (Debian zbar-tools) is not installed; scripts/install-deps.sh installs it";
-        }
-    }
-
     std::optional<QString> scan(const QImage& picture)
     {
-        const QString path = folder.filePath(QStringLiteral("code.png"));
-        EXPECT_TRUE(picture.save(path));
-        QString problem;
-        std::optional<QString> text = QrReader::read(path, &problem);
-        EXPECT_TRUE(text.has_value()) << problem.toStdString();
-        return text;
+        return QrReader::Test::scan(
+            QStringLiteral("code.png"), [&picture](const QString& path) { return picture.save(path); });
     }
-
-    QTemporaryDir folder;
 };
 
 } // namespace

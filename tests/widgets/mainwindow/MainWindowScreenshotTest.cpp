@@ -192,7 +192,7 @@ TEST_F(MainWindowScreenshotTest, NetworkOutputsDialogWithThePhoneLinksAndTheirCo
     // The large code in the picture, as a phone's camera would see it on the
     // screen, scans to light 3's page.
     if (QrReader::program().isEmpty()) {
-        GTEST_SKIP() << "zbarimg (Debian zbar-tools) is not installed; scripts/install-deps.sh installs it";
+        GTEST_SKIP() << QrReader::notInstalled;
     }
     const QRect code(
         dialog.phoneLinksView->largeCode->mapTo(&dialog, QPoint(0, 0)), dialog.phoneLinksView->largeCode->size());
