@@ -86,5 +86,3 @@ void BM_TickLogicOnly(benchmark::State& state)
 BENCHMARK(BM_TickLogicOnly)->Arg(20)->Unit(benchmark::kMicrosecond);
 
 } // namespace
-
-BENCHMARK_MAIN();

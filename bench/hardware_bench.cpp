@@ -76,5 +76,3 @@ void BM_TickThroughHidapiWithStubWrite(benchmark::State& state)
 BENCHMARK(BM_TickThroughHidapiWithStubWrite);
 
 } // namespace
-
-BENCHMARK_MAIN();

@@ -13,7 +13,6 @@
 #include "e2e/MosquittoBroker.h"
 #include "tsl/TslUmd50.h"
 
-#include <QCoreApplication>
 #include <QFile>
 #include <QHostAddress>
 #include <QProcess>
@@ -243,12 +242,3 @@ void cutToSubscriber(benchmark::State& state)
 BENCHMARK(cutToSubscriber)->Arg(0)->Arg(500)->Iterations(200)->UseManualTime()->Unit(benchmark::kMillisecond);
 
 } // namespace
-
-int main(int argc, char** argv)
-{
-    QCoreApplication app(argc, argv);
-    benchmark::Initialize(&argc, argv);
-    benchmark::RunSpecifiedBenchmarks();
-    benchmark::Shutdown();
-    return 0;
-}

@@ -85,5 +85,3 @@ void evaluateEightLights(benchmark::State& state)
 BENCHMARK(evaluateEightLights)->Unit(benchmark::kMicrosecond);
 
 } // namespace
-
-BENCHMARK_MAIN();

@@ -168,12 +168,3 @@ void cutToPageRepaint(benchmark::State& state)
 BENCHMARK(cutToPageRepaint)->Iterations(100)->UseManualTime()->Unit(benchmark::kMillisecond);
 
 } // namespace
-
-int main(int argc, char** argv)
-{
-    QCoreApplication app(argc, argv);
-    benchmark::Initialize(&argc, argv);
-    benchmark::RunSpecifiedBenchmarks();
-    benchmark::Shutdown();
-    return 0;
-}
