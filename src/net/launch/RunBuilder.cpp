@@ -206,34 +206,25 @@ std::optional<MqttSettings> mqttSettings(const RunOptions& options, QString* pro
     return settings;
 }
 
-} // namespace
-
-bool checkOutputs(const RunOptions& options, QString* problem)
+// The sender for checked destinations; none when there are none.
+std::unique_ptr<TslSender> tslSenderFor(const QList<TslDestination>& destinations, const RunOptions& options)
 {
-    return tslDestinations(options, problem) && mqttSettings(options, problem);
-}
-
-std::unique_ptr<TslSender> makeTslSender(const RunOptions& options, QString* problem)
-{
-    const std::optional<QList<TslDestination>> destinations = tslDestinations(options, problem);
-    if (!destinations || destinations->isEmpty()) {
+    if (destinations.isEmpty()) {
         return nullptr;
     }
-    return std::make_unique<TslSender>(*destinations, options.tslIndexOffset);
+    return std::make_unique<TslSender>(destinations, options.tslIndexOffset);
 }
 
-std::vector<std::unique_ptr<MqttPublisher>> makeMqttPublishers(const RunOptions& options, QString* problem)
+// One publisher, connecting in the background, per broker of checked
+// settings.
+std::vector<std::unique_ptr<MqttPublisher>> mqttPublishersFor(const MqttSettings& shared, const RunOptions& options)
 {
-    const std::optional<MqttSettings> shared = mqttSettings(options, problem);
-    if (!shared) {
-        return {};
-    }
     const QString instance = mqttInstanceName(QSysInfo::machineHostName());
     std::vector<std::unique_ptr<MqttPublisher>> publishers;
-    for (const MqttBrokerAddress& address : shared->addresses) {
+    for (const MqttBrokerAddress& address : shared.addresses) {
         MosquittoClient::Settings client;
         client.address = address;
-        client.password = shared->password;
+        client.password = shared.password;
         client.caFile = options.mqttCaFile;
         // The process id keeps two programs on one machine from taking each
         // other's session at the broker.
@@ -246,6 +237,28 @@ std::vector<std::unique_ptr<MqttPublisher>> makeMqttPublishers(const RunOptions&
         publishers.push_back(std::make_unique<MqttPublisher>(settings, std::make_unique<MosquittoClient>(client)));
     }
     return publishers;
+}
+
+} // namespace
+
+bool checkOutputs(const RunOptions& options, QString* problem)
+{
+    return tslDestinations(options, problem) && mqttSettings(options, problem);
+}
+
+std::unique_ptr<TslSender> makeTslSender(const RunOptions& options, QString* problem)
+{
+    const std::optional<QList<TslDestination>> destinations = tslDestinations(options, problem);
+    return destinations ? tslSenderFor(*destinations, options) : nullptr;
+}
+
+std::vector<std::unique_ptr<MqttPublisher>> makeMqttPublishers(const RunOptions& options, QString* problem)
+{
+    const std::optional<MqttSettings> shared = mqttSettings(options, problem);
+    if (!shared) {
+        return {};
+    }
+    return mqttPublishersFor(*shared, options);
 }
 
 std::unique_ptr<WebTallyServer> startWebTally(const RunOptions& options, QString* problem)
@@ -285,13 +298,16 @@ void StartedOutputs::removeFrom(TallyCycle& cycle) const
 
 std::optional<StartedOutputs> startOutputs(const RunOptions& options, QString* problem)
 {
-    // The checks first, so that a bad choice starts nothing at all.
-    if (!checkOutputs(options, problem)) {
+    // Every check first (each file read once), so that a bad choice starts
+    // nothing at all.
+    const std::optional<QList<TslDestination>> destinations = tslDestinations(options, problem);
+    const std::optional<MqttSettings> mqtt = destinations ? mqttSettings(options, problem) : std::nullopt;
+    if (!mqtt) {
         return std::nullopt;
     }
     StartedOutputs outputs;
-    outputs.tsl = makeTslSender(options, problem);
-    outputs.mqtt = makeMqttPublishers(options, problem);
+    outputs.tsl = tslSenderFor(*destinations, options);
+    outputs.mqtt = mqttPublishersFor(*mqtt, options);
     outputs.web = startWebTally(options, problem);
     if (options.web && !outputs.web) {
         return std::nullopt;
