@@ -7,6 +7,7 @@
 // Reported as median and 99th percentile in milliseconds.
 
 #include "Percentile.h"
+#include "support/FreePort.h"
 #include "support/HeadlessChromium.h"
 #include "tools/StandinProcess.h"
 
@@ -18,7 +19,6 @@
 #include <QNetworkReply>
 #include <QRandomGenerator>
 #include <QScopeGuard>
-#include <QTcpServer>
 #include <QTemporaryDir>
 #include <QTimer>
 
@@ -76,10 +76,7 @@ void cutToPageRepaint(benchmark::State& state)
     map.open(QIODevice::WriteOnly);
     map.write("0|Camera 1\r\n1|Camera 2\r\n");
     map.close();
-    QTcpServer probe;
-    probe.listen(QHostAddress::LocalHost);
-    const quint16 port = probe.serverPort();
-    probe.close();
+    const quint16 port = freePort();
 
     QProcess watch;
     const auto stopWatch = qScopeGuard([&watch] {

@@ -6,10 +6,10 @@
 #include "WatchProcessFixture.h"
 #include "WebLightModes.h"
 #include "support/AtemStandinProcess.h"
+#include "support/FreePort.h"
 #include "tsl/TslUmd50.h"
 
 #include <QNetworkDatagram>
-#include <QTcpServer>
 #include <QUdpSocket>
 
 #include <gtest/gtest.h>
@@ -151,12 +151,8 @@ TEST_F(AtemWatchProcessTest, OneConnectionDrivesTheBoxTheWebPageAndTslAtOnce)
 {
     QUdpSocket tsl;
     ASSERT_TRUE(tsl.bind(QHostAddress::LocalHost, 0));
-    quint16 webPort = 0;
-    {
-        QTcpServer server;
-        ASSERT_TRUE(server.listen(QHostAddress::LocalHost, 0));
-        webPort = server.serverPort();
-    }
+    const quint16 webPort = freePort();
+    ASSERT_NE(webPort, 0);
     start({ QStringLiteral("--web"), QStringLiteral("127.0.0.1:%1").arg(webPort), QStringLiteral("--tsl5"),
         QStringLiteral("udp://127.0.0.1:%1").arg(tsl.localPort()), mapPath });
     ASSERT_TRUE(eventually([&] { return printedAll({ QStringLiteral("Light 1: live") }); })) << printed.toStdString();

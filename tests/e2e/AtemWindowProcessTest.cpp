@@ -6,11 +6,11 @@
 #include "WebLightModes.h"
 #include "WindowHome.h"
 #include "support/AtemStandinProcess.h"
+#include "support/FreePort.h"
 #include "tsl/TslUmd31.h"
 
 #include <QNetworkDatagram>
 #include <QProcess>
-#include <QTcpServer>
 #include <QThread>
 #include <QUdpSocket>
 
@@ -90,12 +90,8 @@ TEST_F(AtemWindowProcessTest, OneConnectionDrivesTheBoxTheWebPageAndTslThreeOneA
 {
     QUdpSocket tsl;
     ASSERT_TRUE(tsl.bind(QHostAddress::LocalHost, 0));
-    quint16 webPort = 0;
-    {
-        QTcpServer probe;
-        ASSERT_TRUE(probe.listen(QHostAddress::LocalHost, 0));
-        webPort = probe.serverPort();
-    }
+    const quint16 webPort = freePort();
+    ASSERT_NE(webPort, 0);
     launch({ QStringLiteral("--web"), QStringLiteral("127.0.0.1:%1").arg(webPort), QStringLiteral("--tsl"),
         QStringLiteral("udp://127.0.0.1:%1").arg(tsl.localPort()) });
     EXPECT_TRUE(home.lastTickIs(firstLiveSecondPreview));

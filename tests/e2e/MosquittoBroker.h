@@ -7,11 +7,11 @@
 // whatever is retained afterwards came from a publisher anew.
 
 #include "support/Eventually.h"
+#include "support/FreePort.h"
 
 #include <QFile>
 #include <QProcess>
 #include <QStandardPaths>
-#include <QTcpServer>
 #include <QTcpSocket>
 #include <QTemporaryDir>
 
@@ -51,9 +51,7 @@ public:
     {
         m_options = options;
         if (m_port == 0) {
-            QTcpServer probe;
-            probe.listen(QHostAddress::LocalHost, 0);
-            m_port = probe.serverPort();
+            m_port = freePort();
         }
         const QString config = m_folder.filePath(QStringLiteral("mosquitto.conf"));
         QFile file(config);

@@ -7,6 +7,7 @@
 #include "MqttSubscriber.h"
 #include "WatchProcessFixture.h"
 #include "support/Eventually.h"
+#include "support/FreePort.h"
 
 #include <QJsonDocument>
 #include <QJsonObject>
@@ -316,10 +317,8 @@ TEST_F(MqttWatchProcessTest, ABadBrokerAddressIsAUsageErrorAndAnAbsentBrokerDoes
     errors.clear();
 
     // Nothing listens on the broker's port: said, and the box is lit.
-    QTcpServer probe;
-    ASSERT_TRUE(probe.listen(QHostAddress::LocalHost, 0));
-    const quint16 closedPort = probe.serverPort();
-    probe.close();
+    const quint16 closedPort = freePort();
+    ASSERT_NE(closedPort, 0);
     ASSERT_TRUE(standin.start());
     start({ QStringLiteral("--mqtt"), QStringLiteral("mqtt://127.0.0.1:%1").arg(closedPort) });
     EXPECT_TRUE(eventually([&] { return said(QStringLiteral("Connection refused; trying again in 1 s")); }))

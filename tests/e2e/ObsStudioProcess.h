@@ -6,12 +6,13 @@
 // an end by its process id. OBS only draws with OpenGL; where none can be
 // had, it cannot run at all, and start() says so in unavailableReason().
 
+#include "support/FreePort.h"
+
 #include <QDeadlineTimer>
 #include <QDir>
 #include <QFile>
 #include <QProcess>
 #include <QProcessEnvironment>
-#include <QTcpServer>
 #include <QTcpSocket>
 #include <QTemporaryDir>
 #include <QThread>
@@ -104,13 +105,6 @@ public:
     }
 
 private:
-    static quint16 freePort()
-    {
-        QTcpServer probe;
-        probe.listen(QHostAddress::LocalHost, 0);
-        return probe.serverPort();
-    }
-
     QString logPath() const { return m_home.filePath(QStringLiteral("obs-output.log")); }
 
     bool writeSettings()

@@ -3,6 +3,7 @@
 
 #include "WatchProcessFixture.h"
 #include "WindowHome.h"
+#include "support/FreePort.h"
 #include "support/QtPrinters.h"
 #include "tsl/TslUmd50.h"
 
@@ -10,7 +11,6 @@
 #include <QFile>
 #include <QNetworkDatagram>
 #include <QProcess>
-#include <QTcpServer>
 #include <QTcpSocket>
 #include <QTemporaryDir>
 #include <QUdpSocket>
@@ -150,13 +150,6 @@ QByteArray switcherPacket(TslUmd50::Colour camera1, TslUmd50::Colour camera2)
         packet.displays.append(display);
     }
     return TslUmd50::encode(packet);
-}
-
-quint16 freePort()
-{
-    QTcpServer probe;
-    probe.listen(QHostAddress::LocalHost, 0);
-    return probe.serverPort();
 }
 
 } // namespace

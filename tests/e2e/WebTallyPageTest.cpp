@@ -2,6 +2,7 @@
 // beside the built stand-in, as real processes.
 
 #include "WindowHome.h"
+#include "support/FreePort.h"
 #include "support/HeadlessChromium.h"
 #include "support/QrReader.h"
 #include "support/QtPrinters.h"
@@ -29,13 +30,6 @@ namespace {
 const QString red = QStringLiteral("rgb(209, 0, 0)");
 const QString green = QStringLiteral("rgb(0, 168, 59)");
 const QString grey = QStringLiteral("rgb(43, 43, 43)");
-
-quint16 freePort()
-{
-    QTcpServer probe;
-    probe.listen(QHostAddress::LocalHost);
-    return probe.serverPort();
-}
 
 struct PageLook {
     QString colour;

@@ -13,6 +13,7 @@
 #include "outputs/WebTallyServer.h"
 #include "support/Eventually.h"
 #include "support/FakeShotSource.h"
+#include "support/FreePort.h"
 #include "tally/TallyCycle.h"
 #include "tallymap/TallyMap.h"
 #include "tsl/TslTallyEncoding.h"
@@ -72,14 +73,6 @@ public:
 private:
     QUdpSocket m_socket;
 };
-
-// A port nothing listens on now.
-quint16 freePort()
-{
-    QTcpServer probe;
-    EXPECT_TRUE(probe.listen(QHostAddress::LocalHost, 0));
-    return probe.serverPort();
-}
 
 // Whether a connection to the port on this machine is refused outright.
 bool refused(quint16 port)

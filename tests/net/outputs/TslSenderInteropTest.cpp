@@ -1,11 +1,11 @@
 #include "outputs/TslSender.h"
 #include "support/Eventually.h"
+#include "support/FreePort.h"
 #include "support/NodeTsl.h"
 #include "support/QtPrinters.h"
 
 #include <QJsonDocument>
 #include <QJsonObject>
-#include <QTcpServer>
 #include <QUdpSocket>
 
 #include <gtest/gtest.h>
@@ -17,13 +17,6 @@ quint16 freeUdpPort()
     QUdpSocket probe;
     probe.bind(QHostAddress::LocalHost, 0);
     return probe.localPort();
-}
-
-quint16 freeTcpPort()
-{
-    QTcpServer probe;
-    probe.listen(QHostAddress::LocalHost, 0);
-    return probe.serverPort();
 }
 
 // The independent decoder, listening on UDP, and what it printed.
@@ -171,7 +164,7 @@ TEST(TslSenderInteropTest, TheNpmDecoderReadsTheSendersTcpFrames)
     if (const std::optional<QString> why = NodeTsl::missing()) {
         GTEST_SKIP() << why->toStdString();
     }
-    const quint16 port = freeTcpPort();
+    const quint16 port = freePort();
     NodeReceiver receiver(port, QStringLiteral("tcp"));
     TslDestination destination;
     destination.transport = TslDestination::Transport::tcp;

@@ -1,6 +1,7 @@
 #include "outputs/TslSender.h"
 
 #include "support/Eventually.h"
+#include "support/FreePort.h"
 #include "support/QtPrinters.h"
 #include "tsl/TslUmd50.h"
 #include "tsl/TslUmd50StreamReader.h"
@@ -200,13 +201,8 @@ TEST(TslSenderTest, ATcpDestinationThatGoesAwayIsConnectedToAgain)
 
 TEST(TslSenderTest, PublishingToAnUnreachableTcpDestinationDoesNotWait)
 {
-    // A port nobody listens on: take one and give it back.
-    quint16 port = 0;
-    {
-        QTcpServer probe;
-        ASSERT_TRUE(probe.listen(QHostAddress::LocalHost, 0));
-        port = probe.serverPort();
-    }
+    const quint16 port = freePort();
+    ASSERT_NE(port, 0);
     TslSender sender({ destination(TslTallyEncoding::Version::v50, TslDestination::Transport::tcp, port) }, 0);
     QElapsedTimer timer;
     timer.start();

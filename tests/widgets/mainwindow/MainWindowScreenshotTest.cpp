@@ -7,6 +7,7 @@
 #include "mainwindow/StatusLine.h"
 #include "net/outputs/WebTallyClient.h"
 #include "outputs/WebTallyServer.h"
+#include "support/FreePort.h"
 #include "support/QrReader.h"
 #include "support/QtPrinters.h"
 #include "widgets/mainwindow/MainWindowFixture.h"
@@ -17,7 +18,6 @@
 #include <QLabel>
 #include <QListWidget>
 #include <QPlainTextEdit>
-#include <QTcpServer>
 
 #include <gtest/gtest.h>
 
@@ -209,10 +209,8 @@ TEST_F(MainWindowScreenshotTest, MainWindowWhoseStatusLineNamesTheSourceAndTheOu
 {
     makeWindowWithAStudio();
     main.window->show();
-    QTcpServer probe;
-    ASSERT_TRUE(probe.listen(QHostAddress::LocalHost, 0));
-    const quint16 port = probe.serverPort();
-    probe.close();
+    const quint16 port = freePort();
+    ASSERT_NE(port, 0);
     NetworkOutputChoices choices;
     choices.web = QStringLiteral("127.0.0.1:%1").arg(port);
     choices.tsl50Destinations = { QStringLiteral("udp://127.0.0.1:9") };

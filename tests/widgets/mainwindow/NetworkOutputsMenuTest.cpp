@@ -8,6 +8,7 @@
 #include "mainwindow/StatusLine.h"
 #include "net/outputs/WebTallyClient.h"
 #include "outputs/WebTallyServer.h"
+#include "support/FreePort.h"
 #include "widgets/mainwindow/MainWindowFixture.h"
 
 #include <QApplication>
@@ -23,13 +24,6 @@
 namespace {
 
 class NetworkOutputsMenuTest : public MainWindowFixture { };
-
-quint16 freePort()
-{
-    QTcpServer probe;
-    EXPECT_TRUE(probe.listen(QHostAddress::LocalHost, 0));
-    return probe.serverPort();
-}
 
 NetworkOutputChoices everyField()
 {

@@ -10,12 +10,12 @@
 #include "sources/MixdeskShotSource.h"
 #include "sources/ObsShotSource.h"
 #include "sources/TslShotSource.h"
+#include "support/FreePort.h"
 #include "support/QtPrinters.h"
 #include "tsl/TslUmd50.h"
 #include "widgets/mainwindow/MainWindowFixture.h"
 
 #include <QStatusBar>
-#include <QTcpServer>
 #include <QUdpSocket>
 
 namespace {
@@ -24,13 +24,6 @@ class StatusLineTest : public MainWindowFixture {
 protected:
     QString line() const { return main.statusLine->text(); }
 };
-
-quint16 freePort()
-{
-    QTcpServer probe;
-    EXPECT_TRUE(probe.listen(QHostAddress::LocalHost, 0));
-    return probe.serverPort();
-}
 
 } // namespace
 

@@ -1,0 +1,17 @@
+#pragma once
+
+// A TCP port on this machine that nothing listens on now: the system picks
+// one and it is given back at once, for a server under test to listen on or
+// for a connection that must be refused. 0 when the system gives none.
+
+#include <QHostAddress>
+#include <QTcpServer>
+
+inline quint16 freePort()
+{
+    QTcpServer probe;
+    if (!probe.listen(QHostAddress::LocalHost, 0)) {
+        return 0;
+    }
+    return probe.serverPort();
+}
