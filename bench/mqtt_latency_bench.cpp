@@ -11,6 +11,7 @@
 
 #include "Percentile.h"
 #include "e2e/MosquittoBroker.h"
+#include "support/FreePort.h"
 #include "tsl/TslUmd50.h"
 
 #include <QFile>
@@ -161,12 +162,7 @@ void cutToSubscriber(benchmark::State& state)
     map.write("0|Camera 1\r\n1|Camera 2\r\n");
     map.close();
     QUdpSocket sender;
-    quint16 tslPort = 0;
-    {
-        QUdpSocket probe;
-        probe.bind(QHostAddress::LocalHost, 0);
-        tslPort = probe.localPort();
-    }
+    const quint16 tslPort = freeUdpPort();
 
     TimedLamp lamp;
     mosquitto* timed = subscribe(broker.port(), "bench/light/1/state", &lamp);

@@ -87,12 +87,8 @@ TEST_F(TslWatchProcessTest, WatchSendsTheLightsAsTslFiveAndFollowsACut)
 
 TEST_F(TslWatchProcessTest, WatchFollowsASwitcherSpeakingTslFive)
 {
-    quint16 port = 0;
-    {
-        QUdpSocket probe;
-        ASSERT_TRUE(probe.bind(QHostAddress::LocalHost, 0));
-        port = probe.localPort();
-    }
+    const quint16 port = freeUdpPort();
+    ASSERT_NE(port, 0);
     start({ QStringLiteral("--source"), QStringLiteral("tsl5://127.0.0.1:%1").arg(port), mapPath });
     TslUmd50::Packet packet;
     for (const auto& [index, colour, name] : { std::tuple { 1, TslUmd50::Colour::green, "Camera 1" },

@@ -1,12 +1,14 @@
 #pragma once
 
-// A TCP port on this machine that nothing listens on now: the system picks
-// one and it is given back at once, for a server under test to listen on or
-// for a connection that must be refused. 0 when the system gives none.
+// Ports on this machine that nothing listens on now: the system picks one
+// and it is given back at once, for a server under test to listen on or for
+// a connection that must be refused. 0 when the system gives none.
 
 #include <QHostAddress>
 #include <QTcpServer>
+#include <QUdpSocket>
 
+// A TCP port.
 inline quint16 freePort()
 {
     QTcpServer probe;
@@ -14,4 +16,14 @@ inline quint16 freePort()
         return 0;
     }
     return probe.serverPort();
+}
+
+// A UDP port.
+inline quint16 freeUdpPort()
+{
+    QUdpSocket probe;
+    if (!probe.bind(QHostAddress::LocalHost, 0)) {
+        return 0;
+    }
+    return probe.localPort();
 }

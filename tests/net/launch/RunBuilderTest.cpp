@@ -10,6 +10,7 @@
 #include "sources/ObsAddress.h"
 #include "sources/ObsShotSource.h"
 #include "sources/TslShotSource.h"
+#include "support/FreePort.h"
 #include "support/QtPrinters.h"
 
 #include <QFile>
@@ -99,12 +100,8 @@ TEST(RunBuilderTest, ATslSourceOnAPortInUseIsAProblemNotACrash)
 
 TEST(RunBuilderTest, AFreeTslSourcePortGivesASourceThatWaitsForMessages)
 {
-    quint16 port = 0;
-    {
-        QUdpSocket probe;
-        ASSERT_TRUE(probe.bind(QHostAddress::LocalHost, 0));
-        port = probe.localPort();
-    }
+    const quint16 port = freeUdpPort();
+    ASSERT_NE(port, 0);
     RunOptions options;
     options.source = QStringLiteral("tsl5://127.0.0.1:%1").arg(port);
     QString problem;
@@ -230,18 +227,6 @@ TEST(RunBuilderTest, ABadTslDestinationIsAUsageProblemAndABusyWebPortIsNot)
     EXPECT_FALSE(startOutputs(busyPort, &problem).has_value());
     EXPECT_TRUE(problem.contains(QString::number(taken.serverPort()))) << problem.toStdString();
 }
-
-namespace {
-
-// A UDP port nothing listens on now.
-quint16 freeUdpPort()
-{
-    QUdpSocket probe;
-    probe.bind(QHostAddress::LocalHost, 0);
-    return probe.localPort();
-}
-
-} // namespace
 
 TEST(RunBuilderTest, ATslSourceWithAnAllowListHearsOnlyThoseSenders)
 {

@@ -12,13 +12,6 @@
 
 namespace {
 
-quint16 freeUdpPort()
-{
-    QUdpSocket probe;
-    probe.bind(QHostAddress::LocalHost, 0);
-    return probe.localPort();
-}
-
 // The independent decoder, listening on UDP, and what it printed.
 class NodeReceiver {
 public:

@@ -9,6 +9,7 @@
 #include "mainwindow/StatusLine.h"
 #include "sources/TslShotSource.h"
 #include "support/Eventually.h"
+#include "support/FreePort.h"
 #include "tsl/TslUmd50.h"
 #include "widgets/mainwindow/MainWindowFixture.h"
 
@@ -157,18 +158,6 @@ TEST(ObsSourceDialogTest, WithoutAPreviousAddressItOffersThisComputerOnPort4455)
     ObsSourceDialog dialog(QStringLiteral("mixdesk"), QString());
     EXPECT_EQ(dialog.address(), QStringLiteral("obs://127.0.0.1:4455"));
 }
-
-namespace {
-
-// A UDP port nothing listens on now.
-quint16 freeUdpPort()
-{
-    QUdpSocket probe;
-    probe.bind(QHostAddress::LocalHost, 0);
-    return probe.localPort();
-}
-
-} // namespace
 
 TEST_F(SourceMenuTest, ChoosingATslListenerFollowsItAndRemembersItsAddressAndAllowedSenders)
 {
