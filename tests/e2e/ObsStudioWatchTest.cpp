@@ -249,13 +249,8 @@ TEST_F(ObsStudioWatchTest, TheWindowFollowsOBSStudioToo)
 TEST_F(ObsStudioWatchTest, TheWindowStartsWithTheSourceChosenInItLastTime)
 {
     ASSERT_NO_FATAL_FAILURE(buildStudio());
-    const QString settingsFolder = folder.filePath(QStringLiteral("config/Mixdesk"));
-    ASSERT_TRUE(QDir().mkpath(settingsFolder));
-    QFile settings(settingsFolder + QStringLiteral("/Mixdesk Tally.conf"));
-    ASSERT_TRUE(settings.open(QIODevice::WriteOnly));
-    settings.write(
-        QStringLiteral("[General]\nShotSource=%1\nObsPassword=%2\n").arg(obs.address(), obs.password()).toUtf8());
-    settings.close();
+    QFile settings(folder.writeSettings(
+        QStringLiteral("[General]\nShotSource=%1\nObsPassword=%2\n").arg(obs.address(), obs.password()).toUtf8()));
     ASSERT_NO_FATAL_FAILURE(startWindow({ mapPath }, QString()));
     ASSERT_TRUE(boxShows(wideLiveCloseInPreview, 20000)) << lastTick().toStdString();
     // The password an earlier version wrote in plain text has left the
@@ -264,7 +259,7 @@ TEST_F(ObsStudioWatchTest, TheWindowStartsWithTheSourceChosenInItLastTime)
     const QByteArray after = settings.readAll();
     EXPECT_TRUE(after.contains(obs.address().toUtf8())) << after.toStdString();
     EXPECT_FALSE(after.contains(obs.password().toUtf8())) << after.toStdString();
-    const QString secrets = settingsFolder + QStringLiteral("/secrets.json");
+    const QString secrets = folder.filePath(QStringLiteral("config/Mixdesk/secrets.json"));
     EXPECT_EQ(QFile::permissions(secrets) & ~(QFileDevice::ReadUser | QFileDevice::WriteUser),
         QFileDevice::ReadOwner | QFileDevice::WriteOwner);
     QFile secretFile(secrets);
@@ -280,13 +275,8 @@ TEST_F(ObsStudioWatchTest, TheWindowKeepsThePasswordInTheSecretServiceAndStartsF
     }
     sessionBus = keyring.busAddress();
     ASSERT_NO_FATAL_FAILURE(buildStudio());
-    const QString settingsFolder = folder.filePath(QStringLiteral("config/Mixdesk"));
-    ASSERT_TRUE(QDir().mkpath(settingsFolder));
-    QFile settings(settingsFolder + QStringLiteral("/Mixdesk Tally.conf"));
-    ASSERT_TRUE(settings.open(QIODevice::WriteOnly));
-    settings.write(
-        QStringLiteral("[General]\nShotSource=%1\nObsPassword=%2\n").arg(obs.address(), obs.password()).toUtf8());
-    settings.close();
+    QFile settings(folder.writeSettings(
+        QStringLiteral("[General]\nShotSource=%1\nObsPassword=%2\n").arg(obs.address(), obs.password()).toUtf8()));
 
     // First start: the plain-text password moves to the keyring.
     ASSERT_NO_FATAL_FAILURE(startWindow({ mapPath }, QString()));
@@ -306,7 +296,7 @@ TEST_F(ObsStudioWatchTest, TheWindowKeepsThePasswordInTheSecretServiceAndStartsF
     ASSERT_TRUE(settings.open(QIODevice::ReadOnly));
     EXPECT_FALSE(settings.readAll().contains(obs.password().toUtf8()));
     settings.close();
-    EXPECT_FALSE(QFile::exists(settingsFolder + QStringLiteral("/secrets.json")));
+    EXPECT_FALSE(QFile::exists(folder.filePath(QStringLiteral("config/Mixdesk/secrets.json"))));
 
     // Second start: the password comes from the keyring alone.
     window.terminate();

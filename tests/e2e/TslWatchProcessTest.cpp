@@ -209,8 +209,7 @@ TEST_F(TslWatchProcessTest, TheWindowStartsWithTheSavedListenerAndHearsOnlyItsSa
     const quint16 port = freePort();
     WindowHome home;
     ASSERT_TRUE(home.isValid());
-    ASSERT_TRUE(QDir().mkpath(home.filePath(QStringLiteral("config/Mixdesk"))));
-    home.write(QStringLiteral("config/Mixdesk/Mixdesk Tally.conf"),
+    home.writeSettings(
         QStringLiteral("[General]\nShotSource=tsl5://127.0.0.1:%1\nTslAllowedSenders=127.0.0.1\n").arg(port).toUtf8());
     QProcessEnvironment environment = home.environment();
     environment.insert(QStringLiteral("XDG_RUNTIME_DIR"), home.privateRuntimeFolder());

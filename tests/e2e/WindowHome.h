@@ -38,6 +38,14 @@ public:
         return path;
     }
 
+    // The window's settings file, as a saved run would have left it; its
+    // path.
+    QString writeSettings(const QByteArray& contents) const
+    {
+        EXPECT_TRUE(QDir().mkpath(filePath(QStringLiteral("config/Mixdesk"))));
+        return write(QStringLiteral("config/Mixdesk/Mixdesk Tally.conf"), contents);
+    }
+
     // A runtime folder inside the home, readable by its owner only, as the
     // single-instance socket requires.
     QString privateRuntimeFolder() const
