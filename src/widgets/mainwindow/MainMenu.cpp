@@ -103,17 +103,27 @@ void MainMenu::askForObsSource()
 
 void MainMenu::showObsSourceDialog(const QString& password)
 {
-    ObsSourceDialog dialog(UserDefaults::standardUserDefaults().objectForKey(Preferences::shotSource).toString(),
-        password, m_controller.window());
+    ObsSourceDialog dialog(rememberedSource(), password, m_controller.window());
+    runSourceDialog(dialog, tr("OBS Studio"),
+        [&](QString* problem) { return chooseObsSource(dialog.address(), dialog.password(), problem); });
+}
+
+QString MainMenu::rememberedSource()
+{
+    return UserDefaults::standardUserDefaults().objectForKey(Preferences::shotSource).toString();
+}
+
+void MainMenu::runSourceDialog(QDialog& dialog, const QString& title, const std::function<bool(QString*)>& choose)
+{
     dialog.setWindowModality(Qt::WindowModal);
-    QString problem;
     if (dialog.exec() != QDialog::Accepted) {
         checkCurrentSource(); // nothing changed
         return;
     }
-    if (!chooseObsSource(dialog.address(), dialog.password(), &problem)) {
+    QString problem;
+    if (!choose(&problem)) {
         checkCurrentSource();
-        WindowModalMessage::show(m_controller.window(), QMessageBox::Warning, tr("OBS Studio"), problem);
+        WindowModalMessage::show(m_controller.window(), QMessageBox::Warning, title, problem);
     }
 }
 
@@ -134,19 +144,11 @@ bool MainMenu::chooseObsSource(const QString& address, const QString& password, 
 
 void MainMenu::askForTslSource()
 {
-    UserDefaults& defaults = UserDefaults::standardUserDefaults();
-    TslSourceDialog dialog(defaults.objectForKey(Preferences::shotSource).toString(),
-        defaults.objectForKey(Preferences::tslAllowedSenders).toStringList(), m_controller.window());
-    dialog.setWindowModality(Qt::WindowModal);
-    if (dialog.exec() != QDialog::Accepted) {
-        checkCurrentSource(); // nothing changed
-        return;
-    }
-    QString problem;
-    if (!chooseTslSource(dialog.address(), dialog.allowedSenders(), &problem)) {
-        checkCurrentSource();
-        WindowModalMessage::show(m_controller.window(), QMessageBox::Warning, tr("TSL UMD Listener"), problem);
-    }
+    TslSourceDialog dialog(rememberedSource(),
+        UserDefaults::standardUserDefaults().objectForKey(Preferences::tslAllowedSenders).toStringList(),
+        m_controller.window());
+    runSourceDialog(dialog, tr("TSL UMD Listener"),
+        [&](QString* problem) { return chooseTslSource(dialog.address(), dialog.allowedSenders(), problem); });
 }
 
 bool MainMenu::chooseTslSource(const QString& address, const QStringList& allowedSenders, QString* problem)
@@ -172,18 +174,9 @@ bool MainMenu::chooseTslSource(const QString& address, const QStringList& allowe
 
 void MainMenu::askForAtemSource()
 {
-    AtemSourceDialog dialog(
-        UserDefaults::standardUserDefaults().objectForKey(Preferences::shotSource).toString(), m_controller.window());
-    dialog.setWindowModality(Qt::WindowModal);
-    if (dialog.exec() != QDialog::Accepted) {
-        checkCurrentSource(); // nothing changed
-        return;
-    }
-    QString problem;
-    if (!chooseAtemSource(dialog.address(), &problem)) {
-        checkCurrentSource();
-        WindowModalMessage::show(m_controller.window(), QMessageBox::Warning, tr("Blackmagic ATEM"), problem);
-    }
+    AtemSourceDialog dialog(rememberedSource(), m_controller.window());
+    runSourceDialog(
+        dialog, tr("Blackmagic ATEM"), [&](QString* problem) { return chooseAtemSource(dialog.address(), problem); });
 }
 
 bool MainMenu::chooseAtemSource(const QString& address, QString* problem)

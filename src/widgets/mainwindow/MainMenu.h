@@ -15,6 +15,7 @@
 #include <memory>
 #include <optional>
 
+class QDialog;
 class ShotSource;
 class TslShotSource;
 class ViewController;
@@ -103,6 +104,13 @@ private:
     bool startInPlaceOfCurrentListener(TslShotSource& source, QString* problem);
     void showObsSourceDialog(const QString& password);
     void askForAtemSource();
+    // The source the settings remember, as the source dialogs start from it.
+    static QString rememberedSource();
+    // Runs a source dialog over the window; when it is accepted, choose takes
+    // its choice. A choice not made, or refused, leaves the Source menu
+    // ticking the source followed; a refused one is said in a box titled
+    // title.
+    void runSourceDialog(QDialog& dialog, const QString& title, const std::function<bool(QString*)>& choose);
     // Follows source from now on and remembers it for the next start as
     // remembered; the OBS password is forgotten unless the source is OBS.
     void followAndRemember(std::unique_ptr<ShotSource> source, const QString& remembered);

@@ -19,6 +19,7 @@
 #include <QFileInfo>
 #include <QLabel>
 #include <QLineEdit>
+#include <QMessageBox>
 #include <QPushButton>
 #include <QSpinBox>
 #include <QTimer>
@@ -328,4 +329,53 @@ TEST(AtemSourceDialogTest, WithoutAPreviousAddressItOffersPort9910AndWaitsForAHo
     EXPECT_FALSE(buttons->button(QDialogButtonBox::Ok)->isEnabled());
     dialog.hostField->setText(QStringLiteral("10.0.0.9"));
     EXPECT_TRUE(buttons->button(QDialogButtonBox::Ok)->isEnabled());
+}
+
+TEST_F(SourceMenuTest, ATslListenerWhosePortIsTakenIsRefusedInABoxAndTheMenuKeepsItsTick)
+{
+    makeWindow();
+    main.window->show();
+    QUdpSocket holder;
+    ASSERT_TRUE(holder.bind(QHostAddress::LocalHost, 0));
+    QString boxTitle;
+    QString boxText;
+    QTimer::singleShot(0, [&] {
+        auto* dialog = qobject_cast<TslSourceDialog*>(QApplication::activeModalWidget());
+        ASSERT_NE(dialog, nullptr);
+        dialog->listenAddressField->setText(QStringLiteral("127.0.0.1"));
+        dialog->portField->setValue(holder.localPort());
+        // The box comes once the dialog has closed.
+        QTimer::singleShot(0, [&] {
+            auto* box = qobject_cast<QMessageBox*>(QApplication::activeModalWidget());
+            ASSERT_NE(box, nullptr);
+            boxTitle = box->windowTitle();
+            boxText = box->text();
+            box->close();
+        });
+        dialog->accept();
+    });
+    main.menu->tslSourceAction()->trigger();
+    EXPECT_TRUE(eventually([&] { return !boxTitle.isEmpty(); }, 5000));
+    EXPECT_EQ(boxTitle, QStringLiteral("TSL UMD Listener"));
+    EXPECT_TRUE(boxText.contains(QString::number(holder.localPort()))) << boxText.toStdString();
+    EXPECT_EQ(controller->shotSource().kind(), ShotSource::Kind::mixdesk);
+    EXPECT_TRUE(main.menu->mixdeskSourceAction()->isChecked());
+    EXPECT_FALSE(main.menu->tslSourceAction()->isChecked());
+}
+
+TEST_F(SourceMenuTest, AnAtemAddressAcceptedInItsDialogIsFollowedAndTicked)
+{
+    makeWindow();
+    main.window->show();
+    QTimer::singleShot(0, [] {
+        auto* dialog = qobject_cast<AtemSourceDialog*>(QApplication::activeModalWidget());
+        ASSERT_NE(dialog, nullptr);
+        dialog->hostField->setText(QStringLiteral("127.0.0.1"));
+        dialog->accept();
+    });
+    main.menu->atemSourceAction()->trigger();
+    EXPECT_EQ(controller->shotSource().kind(), ShotSource::Kind::atem);
+    EXPECT_TRUE(main.menu->atemSourceAction()->isChecked());
+    EXPECT_EQ(UserDefaults::standardUserDefaults().objectForKey(Preferences::shotSource).toString(),
+        QStringLiteral("atem://127.0.0.1:9910"));
 }
