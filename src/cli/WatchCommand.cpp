@@ -196,6 +196,7 @@ int runWatch(const QStringList& arguments)
     QObject::connect(source.get(), &ShotSource::statusChanged,
         [json = options.json](const QString& status) { json ? printErrorLine(status) : printLine(status); });
     TallyTicker ticker(std::move(source), *tallyMap, printer);
+    ticker.cycle().addOutput(&printer);
     outputs->addTo(ticker.cycle());
     ticker.setLostSourcePolicy(options.run.lostSourcePolicy());
     // A stop that was asked for ends the run before the next tick.

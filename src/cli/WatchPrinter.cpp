@@ -61,6 +61,19 @@ void WatchPrinter::showLightMode(qsizetype lightIndex, TallyMode mode)
             { QStringLiteral("mode"), tallyModeName(mode) } });
 }
 
+void WatchPrinter::publish(const TallySnapshot& snapshot)
+{
+    for (const MissingShotChanges::Change& change : m_missingShots.changesFor(snapshot)) {
+        const QString text = change.missing
+            ? QStringLiteral("Light %1: shot \"%2\" missing from %3: it cannot light this light")
+            : QStringLiteral("Light %1: shot \"%2\" found in %3 again");
+        emitChange(text.arg(change.lightNumber).arg(change.shot, m_sourceName),
+            { { QStringLiteral("event"), QStringLiteral("missingShot") },
+                { QStringLiteral("light"), change.lightNumber }, { QStringLiteral("shot"), change.shot },
+                { QStringLiteral("missing"), change.missing } });
+    }
+}
+
 void WatchPrinter::setTallyBoxAttached(bool attached)
 {
     const bool first = !m_boxAttached.has_value();

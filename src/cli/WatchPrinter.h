@@ -1,6 +1,8 @@
 #pragma once
 
+#include "tally/MissingShotChanges.h"
 #include "tally/TallyCycle.h"
+#include "tally/TallyOutput.h"
 
 #include <QDateTime>
 #include <QJsonObject>
@@ -15,12 +17,14 @@
 // the name of the chosen source), a line when a
 // light changes mode ("Light 3: live"), a line when renamed shots change the
 // assignments, and a line when no tally box is there to drive ("No tally box
-// attached") or one comes back. The first tick prints the whole state.
+// attached") or one comes back, and a line when a shot assigned to a light
+// goes missing from the switcher or comes back (it reads the light report
+// for that, as an output). The first tick prints the whole state.
 //
 // Plain lines are what a person reads in a terminal; timestamped lines put
 // the local time (ISO 8601, milliseconds and offset) in front, for a log
 // kept over a show; JSON lines are one object per change, for a program.
-class WatchPrinter : public TallyCycle::Observer {
+class WatchPrinter : public TallyCycle::Observer, public TallyOutput {
 public:
     enum class Style { Plain, Timestamped, Json };
     using Clock = std::function<QDateTime()>;
@@ -39,6 +43,8 @@ public:
     qsizetype indicatorCount() const override;
     void showLightMode(qsizetype lightIndex, TallyMode mode) override;
 
+    void publish(const TallySnapshot& snapshot) override;
+
     // Whether a tally box takes the bytes. Said on the first call only when
     // none does (a box being there is the normal case), then on every change.
     void setTallyBoxAttached(bool attached);
@@ -53,4 +59,5 @@ private:
     std::optional<bool> m_running;
     std::optional<bool> m_boxAttached;
     QList<std::optional<TallyMode>> m_modes;
+    MissingShotChanges m_missingShots;
 };

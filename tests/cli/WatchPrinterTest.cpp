@@ -105,3 +105,35 @@ TEST_F(WatchPrinterTest, ABoxThatGoesAfterStartIsSaid)
     plain.setTallyBoxAttached(false);
     EXPECT_EQ(lines, QStringList({ QStringLiteral("No tally box attached: the lights are shown here only") }));
 }
+
+TEST_F(WatchPrinterTest, AMissingShotIsNamedOnceWhenItGoesAndOnceWhenItIsBack)
+{
+    WatchPrinter plain = printer(WatchPrinter::Style::Plain);
+    plain.setSourceName(QStringLiteral("Blackmagic ATEM"));
+    TallySnapshot report;
+    report.sourceRunning = true;
+    report.lights = { { TallyMode::off, { QStringLiteral("Camera 9") }, { QStringLiteral("Camera 9") } } };
+    plain.publish(report);
+    plain.publish(report);
+    report.lights[0].missingShots.clear();
+    plain.publish(report);
+    EXPECT_EQ(lines,
+        (QStringList { QStringLiteral("Light 1: shot \"Camera 9\" missing from Blackmagic ATEM: it cannot light this "
+                                      "light"),
+            QStringLiteral("Light 1: shot \"Camera 9\" found in Blackmagic ATEM again") }));
+}
+
+TEST_F(WatchPrinterTest, AMissingShotInJsonNamesItsLightAndShot)
+{
+    WatchPrinter json = printer(WatchPrinter::Style::Json);
+    TallySnapshot report;
+    report.sourceRunning = true;
+    report.lights = { {}, { TallyMode::off, { QStringLiteral("Wide") }, { QStringLiteral("Wide") } } };
+    json.publish(report);
+    ASSERT_EQ(lines.size(), 1);
+    const QJsonObject object = QJsonDocument::fromJson(lines[0].toUtf8()).object();
+    EXPECT_EQ(object.value("event").toString(), QStringLiteral("missingShot"));
+    EXPECT_EQ(object.value("light").toInt(), 2);
+    EXPECT_EQ(object.value("shot").toString(), QStringLiteral("Wide"));
+    EXPECT_TRUE(object.value("missing").toBool());
+}

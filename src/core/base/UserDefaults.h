@@ -98,6 +98,10 @@ inline const QString mqttCaFile = QStringLiteral("MqttCaFile");
 // the colour. Never registered: unset reads false, the small LIVE/PREVIEW
 // lamps.
 inline const QString largeLampLabels = QStringLiteral("LargeLampLabels");
+// View > Mark Lamps While Source Is Lost: the main window's lamps are hatched
+// and marked LOST (with the time since) while the source is lost. Never
+// registered: unset reads false, and the warning under the lamps says it.
+inline const QString markLampsWhileSourceIsLost = QStringLiteral("MarkLampsWhileSourceIsLost");
 // Edit > Ask Before Discarding Changes: an edit marks the map as changed
 // (a "*" after the window's title) and Open and Quit ask whether to save it
 // first. Off by default: an edit is not a change waiting to be saved, and

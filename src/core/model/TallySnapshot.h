@@ -5,20 +5,43 @@
 #include <QList>
 #include <QStringList>
 
-// What one light shows after a tick, as outputs other than the tally box see
-// it: its mode and the names of the shots assigned to it.
+#include <optional>
+
+// What one light shows after a tick, as every output besides the tally box
+// sees it: the mode the box was told, the names of the shots assigned to it,
+// and those of them that the source does not have (renamed, misspelt, or
+// belonging to another switcher), which can never light it.
 struct LightState {
+    LightState() = default;
+    LightState(TallyMode mode, QStringList shotNames, QStringList missingShots = {})
+        : mode(mode)
+        , shotNames(std::move(shotNames))
+        , missingShots(std::move(missingShots))
+    {
+    }
+
     TallyMode mode = TallyMode::off;
     QStringList shotNames;
+    QStringList missingShots;
 
     friend bool operator==(const LightState&, const LightState&) = default;
 };
 
-// The whole picture after a tick. While the source is lost the lights keep
-// their last modes, and sourceRunning tells the outputs that what they show
-// may be stale (a phone shows "NO SIGNAL" rather than an old colour).
+// The one account of the lights that every output reads, so that no two
+// outputs can disagree: each light's mode and why it may not be the
+// switcher's truth.
+//
+// - sourceRunning false: the source is lost. The modes are what the box
+//   shows under the lost-source choice (by default the last ones, frozen);
+//   lostSinceMilliseconds says since when, on TallyCycle's monotonic clock.
+//   An output that cannot show staleness shows that it cannot be trusted
+//   (a phone says NO SIGNAL) rather than an old colour.
+// - underTest true: the test panel drives the box, and the modes are what it
+//   told the box, not the switcher's. Outputs show them marked as a test.
 struct TallySnapshot {
     bool sourceRunning = false;
+    std::optional<qint64> lostSinceMilliseconds;
+    bool underTest = false;
     QList<LightState> lights;
 
     friend bool operator==(const TallySnapshot&, const TallySnapshot&) = default;

@@ -23,8 +23,8 @@ void stamp(QJsonObject& object, qint64 sequence, const QDateTime& at)
 // condition (which changes its word) changed.
 bool lightChanged(const TallySnapshot& before, const TallySnapshot& after, qsizetype index)
 {
-    return before.sourceRunning != after.sourceRunning || index >= before.lights.size()
-        || before.lights[index] != after.lights[index];
+    return before.sourceRunning != after.sourceRunning || before.underTest != after.underTest
+        || index >= before.lights.size() || before.lights[index] != after.lights[index];
 }
 
 } // namespace
@@ -36,7 +36,9 @@ MqttTallyState::MqttTallyState(QString prefix)
 
 QByteArray MqttTallyState::stateWord(const TallySnapshot& snapshot, const LightState& light)
 {
-    if (!snapshot.sourceRunning) {
+    // Under test the lamps follow the box, whatever the switcher; the JSON
+    // topics say it is a test.
+    if (!snapshot.sourceRunning && !snapshot.underTest) {
         return QByteArrayLiteral("unknown");
     }
     return tallyModeName(light.mode).toUtf8();
@@ -50,7 +52,9 @@ QJsonObject MqttTallyState::lightObject(const TallySnapshot& snapshot, int light
     object.insert(QStringLiteral("state"), QString::fromUtf8(stateWord(snapshot, light)));
     object.insert(QStringLiteral("mode"), tallyModeName(light.mode));
     object.insert(QStringLiteral("shots"), QJsonArray::fromStringList(light.shotNames));
+    object.insert(QStringLiteral("missing"), QJsonArray::fromStringList(light.missingShots));
     object.insert(QStringLiteral("sourceRunning"), snapshot.sourceRunning);
+    object.insert(QStringLiteral("test"), snapshot.underTest);
     return object;
 }
 
@@ -75,6 +79,7 @@ QList<MqttMessage> MqttTallyState::messagesFor(const TallySnapshot& snapshot, co
     }
     QJsonObject whole;
     whole.insert(QStringLiteral("sourceRunning"), snapshot.sourceRunning);
+    whole.insert(QStringLiteral("test"), snapshot.underTest);
     whole.insert(QStringLiteral("lights"), lights);
     stamp(whole, m_sequence, at);
     messages.append({ MqttTallyTopics::lights(m_prefix), compact(whole) });

@@ -15,7 +15,8 @@
 //
 // The word of light/N/state is live, preview or off, and unknown while the
 // source is lost: a lamp then shows that it cannot be trusted rather than a
-// colour that may be stale.
+// colour that may be stale. While the test panel drives the box the word is
+// what the box shows, and the JSON topics carry "test": true.
 class MqttTallyState {
 public:
     explicit MqttTallyState(QString prefix);

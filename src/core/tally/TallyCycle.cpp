@@ -70,39 +70,66 @@ void TallyCycle::updateTallyLights(ShotList& shotList, TallyMap& tallyMap)
 void TallyCycle::updateTallyLights(ShotList& shotList, Lights& lights)
 {
     const bool running = m_source->isRunning();
+    m_sourceRunning = running;
     m_observer.setMixdeskWarningHidden(running);
     if (!running) {
         // By default the lights freeze in their last state: switching them
         // off here would black out the studio whenever Mixdesk is
         // restarted. The user may choose otherwise.
         followPolicyWhileLost(lights.shotSelections().size());
-        publish(false, lights.shotSelections());
+        publish(false, false, lights.shotSelections());
         return;
     }
     m_lostSince.reset();
     followShotList(shotList, lights);
+    noteMissingShots(lights.shotSelections(), shotList);
     driveLights(lights.shotSelections(), shotList);
-    publish(true, lights.shotSelections());
+    publish(true, false, lights.shotSelections());
 }
 
-void TallyCycle::publish(bool sourceRunning, const QList<ShotList>& lights)
+void TallyCycle::showLightsUnderTest(const QList<TallyMode>& modes, const QList<ShotList>& lights)
 {
-    if (m_outputs.isEmpty()) {
+    for (qsizetype lightIndex = 0; lightIndex < lights.size(); ++lightIndex) {
+        const TallyMode mode = lightIndex < modes.size() ? modes[lightIndex] : TallyMode::off;
+        if (lightIndex < m_observer.indicatorCount()) {
+            m_observer.showLightMode(lightIndex, mode);
+        }
+        noteShown(lightIndex, mode);
+    }
+    publish(m_sourceRunning, true, lights);
+}
+
+void TallyCycle::noteMissingShots(const QList<ShotList>& lights, const ShotList& shotList)
+{
+    // An empty answer says nothing about which shots exist (a failed query
+    // gives one too); what was flagged stays flagged until shots come.
+    if (shotList.isEmpty()) {
+        m_missingShots.resize(lights.size());
         return;
     }
+    m_missingShots = TallyEvaluation::missingShots(lights, shotList);
+}
+
+void TallyCycle::publish(bool sourceRunning, bool underTest, const QList<ShotList>& lights)
+{
     TallySnapshot snapshot;
     snapshot.sourceRunning = sourceRunning;
+    snapshot.lostSinceMilliseconds = m_lostSince;
+    snapshot.underTest = underTest;
     snapshot.lights.reserve(lights.size());
     for (qsizetype lightIndex = 0; lightIndex < lights.size(); ++lightIndex) {
         LightState light;
-        light.mode = lightIndex < m_lastModes.size() ? m_lastModes[lightIndex] : TallyMode::off;
+        light.mode = m_shownModes.value(lightIndex, TallyMode::off);
+        light.shotNames.reserve(lights[lightIndex].size());
         for (const ShotPtr& shot : lights[lightIndex]) {
             light.shotNames.append(shot->name);
         }
-        snapshot.lights.append(light);
+        light.missingShots = m_missingShots.value(lightIndex);
+        snapshot.lights.append(std::move(light));
     }
+    m_lastSnapshot = snapshot;
     for (TallyOutput* output : std::as_const(m_outputs)) {
-        output->publish(snapshot);
+        output->publish(m_lastSnapshot);
     }
 }
 
@@ -142,6 +169,17 @@ void TallyCycle::turnLightsOff(qsizetype lightCount)
     for (qsizetype lightIndex = 0; lightIndex < lightCount; ++lightIndex) {
         showAndSend(lightIndex, TallyMode::off);
     }
+    // The outputs hear it too: a lamp that kept the last tick's word would
+    // stay red over a dark box.
+    TallySnapshot dark = m_lastSnapshot;
+    dark.underTest = false;
+    for (LightState& light : dark.lights) {
+        light.mode = TallyMode::off;
+    }
+    m_lastSnapshot = dark;
+    for (TallyOutput* output : std::as_const(m_outputs)) {
+        output->publish(m_lastSnapshot);
+    }
 }
 
 void TallyCycle::showAndSend(qsizetype lightIndex, TallyMode mode)
@@ -149,9 +187,18 @@ void TallyCycle::showAndSend(qsizetype lightIndex, TallyMode mode)
     if (lightIndex < m_observer.indicatorCount()) {
         m_observer.showLightMode(lightIndex, mode);
     }
+    noteShown(lightIndex, mode);
     const LightCommand::BytePair bytes = TallyEvaluation::bytesForLight(lightIndex, mode);
     m_sendControl(bytes.first);
     m_sendControl(bytes.second);
+}
+
+void TallyCycle::noteShown(qsizetype lightIndex, TallyMode mode)
+{
+    if (lightIndex >= m_shownModes.size()) {
+        m_shownModes.resize(lightIndex + 1, TallyMode::off);
+    }
+    m_shownModes[lightIndex] = mode;
 }
 
 void TallyCycle::followShotList(ShotList& shotList, Lights& lights)
@@ -181,6 +228,7 @@ void TallyCycle::driveLights(const QList<ShotList>& lights, const ShotList& shot
     const TallyEvaluation::SplitShots shots = TallyEvaluation::splitShots(shotList);
     const qsizetype lightCount = lights.size();
     m_lastModes.resize(lightCount, TallyMode::off);
+    m_shownModes.resize(lightCount, TallyMode::off);
     for (qsizetype lightIndex = 0; lightIndex < lightCount; ++lightIndex) {
         const TallyMode mode = TallyEvaluation::decideLight(lights[lightIndex], shots.liveShots, shots.previewShots);
         if (lightIndex >= m_observer.indicatorCount()) {
@@ -190,6 +238,7 @@ void TallyCycle::driveLights(const QList<ShotList>& lights, const ShotList& shot
         }
         m_observer.showLightMode(lightIndex, mode);
         m_lastModes[lightIndex] = mode;
+        m_shownModes[lightIndex] = mode;
         const LightCommand::BytePair bytes = TallyEvaluation::bytesForLight(lightIndex, mode);
         m_sendControl(bytes.first);
         m_sendControl(bytes.second);

@@ -88,6 +88,15 @@ public:
     void addOutput(TallyOutput* output);
     void removeOutput(TallyOutput* output);
 
+    // While the test panel drives the box, the indicators and every output
+    // show what it told the box (modes, one per light), marked as a test,
+    // instead of a switcher's state the box no longer shows. No byte is sent
+    // here: the panel sends its own. The next tick brings back the truth.
+    void showLightsUnderTest(const QList<TallyMode>& modes, const QList<ShotList>& lights);
+
+    // The report the outputs were last handed.
+    const TallySnapshot& lastSnapshot() const { return m_lastSnapshot; }
+
     // One tick. shotList is the previous answer on entry and the new one on
     // return (left alone while Mixdesk is not running).
     void updateTallyLights(ShotList& shotList, TallyMap& tallyMap);
@@ -100,17 +109,27 @@ public:
 
 private:
     void followShotList(ShotList& shotList, Lights& lights);
-    void publish(bool sourceRunning, const QList<ShotList>& lights);
+    void noteMissingShots(const QList<ShotList>& lights, const ShotList& shotList);
+    void publish(bool sourceRunning, bool underTest, const QList<ShotList>& lights);
     // The lost-source part of a tick, after the warning is shown.
     void followPolicyWhileLost(qsizetype lightCount);
     void showAndSend(qsizetype lightIndex, TallyMode mode);
+    void noteShown(qsizetype lightIndex, TallyMode mode);
 
     ShotSource* m_source;
     Observer& m_observer;
     SendControl m_sendControl;
     QList<TallyOutput*> m_outputs;
-    // The modes the last tick decided, for outputs while the source is lost.
+    // The modes the last tick decided from the source, held while it is lost.
     QList<TallyMode> m_lastModes;
+    // What the box was last told per light: the decided modes, or what the
+    // lost-source choice made of them. The outputs show these.
+    QList<TallyMode> m_shownModes;
+    // Per light, the assigned shots the source did not have at the last
+    // tick that brought shots.
+    QList<QStringList> m_missingShots;
+    TallySnapshot m_lastSnapshot;
+    bool m_sourceRunning = false;
     LostSourcePolicy m_policy;
     Clock m_clock = monotonicMilliseconds;
     // When the source was first seen lost, until it is back.

@@ -2,6 +2,8 @@
 
 #include "base/Text.h"
 
+#include <QSet>
+
 namespace TallyEvaluation {
 
 SplitShots splitShots(const ShotList& shotList)
@@ -43,6 +45,26 @@ TallyMode decideLight(const ShotList& assigned, const ShotList& liveShots, const
         return TallyMode::preview;
     }
     return TallyMode::off;
+}
+
+QList<QStringList> missingShots(const QList<ShotList>& lights, const ShotList& shotList)
+{
+    // One canonical form per known name, so that a thousand shots cost a
+    // thousand normalisations a tick rather than one per light and shot.
+    QSet<QString> known;
+    known.reserve(shotList.size());
+    for (const ShotPtr& shot : shotList) {
+        known.insert(Text::canonical(shot->name));
+    }
+    QList<QStringList> missing(lights.size());
+    for (qsizetype lightIndex = 0; lightIndex < lights.size(); ++lightIndex) {
+        for (const ShotPtr& assigned : lights[lightIndex]) {
+            if (!known.contains(Text::canonical(assigned->name))) {
+                missing[lightIndex].append(assigned->name);
+            }
+        }
+    }
+    return missing;
 }
 
 LightCommand::BytePair bytesForLight(qsizetype lightIndex, TallyMode mode)

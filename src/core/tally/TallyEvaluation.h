@@ -5,6 +5,7 @@
 #include "model/TallyMode.h"
 
 #include <QList>
+#include <QStringList>
 
 // What each tally light shows for a given shot list, and the bytes that tell
 // the device. Shots are matched by name alone (Text::equal); the shotId plays
@@ -34,6 +35,11 @@ bool anyNameMatches(const ShotList& assigned, const ShotList& candidates);
 // One light: live if an assigned shot is live, otherwise preview if one is in
 // preview, otherwise off. An empty assignment is off.
 TallyMode decideLight(const ShotList& assigned, const ShotList& liveShots, const ShotList& previewShots);
+
+// Per light, the names of the assigned shots that no shot of shotList
+// carries, in assignment order: a light can never light for them. Each list
+// is empty when every assigned shot is there.
+QList<QStringList> missingShots(const QList<ShotList>& lights, const ShotList& shotList);
 
 // The two bytes for light index i (light number i + 1), program byte first.
 LightCommand::BytePair bytesForLight(qsizetype lightIndex, TallyMode mode);

@@ -63,10 +63,26 @@ void TallyStatus::noteOutputs(const QString& problem)
     update();
 }
 
+void TallyStatus::noteLightReport(const TallySnapshot& snapshot)
+{
+    m_testProblem = snapshot.underTest ? tr("Testing lights") : QString();
+    QStringList missing;
+    for (qsizetype index = 0; index < snapshot.lights.size(); ++index) {
+        for (const QString& shot : snapshot.lights[index].missingShots) {
+            missing.append(tr("\"%1\" (light %2)").arg(shot).arg(index + 1));
+        }
+    }
+    m_missingProblem = missing.isEmpty()
+        ? QString()
+        : tr("Assigned shots the source does not have: %1").arg(missing.join(QStringLiteral(", ")));
+    update();
+}
+
 void TallyStatus::update()
 {
     QStringList problems;
-    for (const QString* problem : { &m_sourceProblem, &m_deviceProblem, &m_documentProblem, &m_outputsProblem }) {
+    for (const QString* problem : { &m_testProblem, &m_sourceProblem, &m_missingProblem, &m_deviceProblem,
+             &m_documentProblem, &m_outputsProblem }) {
         if (!problem->isEmpty()) {
             problems.append(*problem);
         }

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "model/TallySnapshot.h"
+
 #include <QDateTime>
 #include <QObject>
 #include <QString>
@@ -34,6 +36,10 @@ public:
     void noteDocumentSuccess();
     // The Open Recent list could not be stored at path.
     void noteRecentDocumentsFailure(const QString& path, const QString& reason);
+    // What the light report says beyond the modes: the lights under test
+    // ("Testing lights", first of all: no light shows the switcher then),
+    // and the assigned shots the source lacks, with their lights.
+    void noteLightReport(const TallySnapshot& snapshot);
     // Outputs besides the window and the box (the web page, TSL) that
     // should run and do not, in words; empty when they all run.
     void noteOutputs(const QString& problem);
@@ -49,6 +55,8 @@ private:
 
     Log m_log;
     Clock m_clock;
+    QString m_testProblem;
+    QString m_missingProblem;
     QString m_sourceProblem;
     QString m_deviceProblem;
     QString m_documentProblem;

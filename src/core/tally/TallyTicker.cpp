@@ -1,6 +1,7 @@
 #include "tally/TallyTicker.h"
 
 #include "sources/MixdeskShotSource.h"
+#include "tally/TallyEvaluation.h"
 #include "tallymap/TallyMap.h"
 
 #include <QTimer>
@@ -84,6 +85,47 @@ void TallyTicker::sourceChanged()
 void TallyTicker::tickForChange()
 {
     m_sinceChangeTick.start();
+    tick(Reason::sourceChanged);
+}
+
+void TallyTicker::beginTest()
+{
+    m_testMirror.reset();
+    const TallySnapshot& before = m_cycle.lastSnapshot();
+    for (qsizetype lightIndex = 0; lightIndex < before.lights.size(); ++lightIndex) {
+        const LightCommand::BytePair bytes = TallyEvaluation::bytesForLight(lightIndex, before.lights[lightIndex].mode);
+        m_testMirror.apply(bytes.first);
+        m_testMirror.apply(bytes.second);
+    }
+    m_testing = true;
+    showTestLights();
+}
+
+void TallyTicker::noteTestByte(quint8 byte)
+{
+    if (m_testing && m_testMirror.apply(byte)) {
+        showTestLights();
+    }
+}
+
+void TallyTicker::showTestLights()
+{
+    const qsizetype lightCount = m_tallyMap.shotSelections().size();
+    QList<TallyMode> modes;
+    modes.reserve(lightCount);
+    for (qsizetype lightIndex = 0; lightIndex < lightCount; ++lightIndex) {
+        modes.append(lightIndex < LightCommandMirror::numberOfLights ? m_testMirror.mode(static_cast<int>(lightIndex))
+                                                                     : TallyMode::off);
+    }
+    m_cycle.showLightsUnderTest(modes, m_tallyMap.shotSelections());
+}
+
+void TallyTicker::endTest()
+{
+    if (!m_testing) {
+        return;
+    }
+    m_testing = false;
     tick(Reason::sourceChanged);
 }
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "hardware/LightCommandMirror.h"
 #include "model/Shot.h"
 #include "tally/TallyCycle.h"
 
@@ -76,6 +77,19 @@ public:
     const LostSourcePolicy& lostSourcePolicy() const { return m_cycle.lostSourcePolicy(); }
     void setLostSourcePolicy(const LostSourcePolicy& policy) { m_cycle.setLostSourcePolicy(policy); }
 
+    // The test panel takes the box over: from now until endTest the
+    // indicators and every output show what the box shows, marked as a test:
+    // at first what the last tick left on it, then each byte the panel sends
+    // (noteTestByte) applied to that. The ticks are held back meanwhile by
+    // the panel being application-modal, so nothing else writes to the box.
+    void beginTest();
+    void noteTestByte(quint8 byte);
+    bool isTesting() const { return m_testing; }
+    // The test is over: a tick now brings back the switcher's truth, unless
+    // the cycle is still held back, in which case the first tick allowed
+    // does.
+    void endTest();
+
     // At quit: every light off on the box and on screen when the user asked
     // for that; otherwise nothing is sent, and the lights stay lit.
     void finish();
@@ -90,6 +104,7 @@ private:
     // the end of the window.
     void sourceChanged();
     void tickForChange();
+    void showTestLights();
 
     std::unique_ptr<ShotSource> m_source;
     TallyMap& m_tallyMap;
@@ -101,4 +116,7 @@ private:
     QElapsedTimer m_sinceChangeTick;
     std::function<bool()> m_holdBack;
     bool m_inTick = false;
+    // What the box shows while the test panel drives it.
+    LightCommandMirror m_testMirror;
+    bool m_testing = false;
 };

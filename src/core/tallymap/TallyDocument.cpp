@@ -83,6 +83,13 @@ void TallyDocument::assign(qsizetype lightIndex, const ShotList& shots)
     Q_EMIT assignmentsChanged();
 }
 
+void TallyDocument::noteShotsRenamed()
+{
+    if (m_tracksChanges && !m_edited) {
+        setEdited(true);
+    }
+}
+
 void TallyDocument::clearRecentDocuments()
 {
     QString problem;

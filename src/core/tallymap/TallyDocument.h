@@ -56,6 +56,11 @@ public:
     // other names than before is a change not yet saved.
     void assign(qsizetype lightIndex, const ShotList& shots);
 
+    // The switcher renamed shots the map holds and the map followed: the
+    // names on file are now out of date, so while changes are tracked this
+    // is a change not yet saved (quitting without saving would lose it).
+    void noteShotsRenamed();
+
     RecentDocuments& recentDocuments() const { return *m_recentDocuments; }
     // Open Recent ▸ Clear Menu.
     void clearRecentDocuments();

@@ -141,11 +141,12 @@ TslSender::~TslSender() = default;
 
 void TslSender::publish(const TallySnapshot& snapshot)
 {
-    if (m_havePublished && snapshot.lights == m_lights) {
+    if (m_havePublished && snapshot.lights == m_lights && snapshot.underTest == m_underTest) {
         return;
     }
     m_havePublished = true;
     m_lights = snapshot.lights;
+    m_underTest = snapshot.underTest;
     sendAll();
 }
 
@@ -155,9 +156,9 @@ void TslSender::sendAll()
         return; // nothing known yet: better no tally than a wrong one
     }
     const QList<QByteArray> packets31
-        = TslTallyEncoding::packets(TslTallyEncoding::Version::v31, m_lights, m_indexOffset);
+        = TslTallyEncoding::packets(TslTallyEncoding::Version::v31, m_lights, m_indexOffset, m_underTest);
     const QList<QByteArray> packets50
-        = TslTallyEncoding::packets(TslTallyEncoding::Version::v50, m_lights, m_indexOffset);
+        = TslTallyEncoding::packets(TslTallyEncoding::Version::v50, m_lights, m_indexOffset, m_underTest);
     for (const std::unique_ptr<Link>& link : m_links) {
         link->send(link->destination().version == TslTallyEncoding::Version::v31 ? packets31 : packets50);
     }

@@ -8,20 +8,38 @@ namespace {
 
 // What the page shows when the source is lost: the lights' last modes would
 // be stale, so each light says so instead.
+// Whether the page may show a light's colour: while the source is lost it
+// would be stale, unless the test panel drives the box, whose lamps the
+// colour then shows.
+bool showsColour(const TallySnapshot& snapshot)
+{
+    return snapshot.sourceRunning || snapshot.underTest;
+}
+
 QString modeWord(const TallySnapshot& snapshot, const LightState& light)
 {
-    if (!snapshot.sourceRunning) {
+    if (!showsColour(snapshot)) {
         return QStringLiteral("NO SIGNAL");
     }
     // The window's word for the mode; a dark light, which the window leaves
     // blank, is named in the list.
     const QString label = tallyModeLabel(light.mode);
-    return label.isEmpty() ? QStringLiteral("OFF") : label;
+    const QString word = label.isEmpty() ? QStringLiteral("OFF") : label;
+    return snapshot.underTest ? QStringLiteral("TEST ") + word : word;
 }
 
 QString lookClass(const TallySnapshot& snapshot, const LightState& light)
 {
-    return snapshot.sourceRunning ? tallyModeName(light.mode) : QStringLiteral("nosignal");
+    if (!showsColour(snapshot)) {
+        return QStringLiteral("nosignal");
+    }
+    return snapshot.underTest ? tallyModeName(light.mode) + QStringLiteral(" test") : tallyModeName(light.mode);
+}
+
+QString missingText(const LightState& light)
+{
+    return light.missingShots.isEmpty() ? QString()
+                                        : QStringLiteral("Missing: ") + light.missingShots.join(QStringLiteral(", "));
 }
 
 QString listItem(const TallySnapshot& snapshot, qsizetype index)
@@ -29,10 +47,10 @@ QString listItem(const TallySnapshot& snapshot, qsizetype index)
     const LightState& light = snapshot.lights[index];
     return QStringLiteral("<li><a href=\"/light/%1\" data-light=\"%1\" class=\"%2\">"
                           "<span class=\"number\">%1</span><span class=\"mode\">%3</span>"
-                          "<span class=\"shots\">%4</span></a></li>\n")
+                          "<span class=\"shots\">%4</span><span class=\"missing\">%5</span></a></li>\n")
         .arg(index + 1)
         .arg(lookClass(snapshot, light), modeWord(snapshot, light),
-            light.shotNames.join(QStringLiteral(", ")).toHtmlEscaped());
+            light.shotNames.join(QStringLiteral(", ")).toHtmlEscaped(), missingText(light).toHtmlEscaped());
 }
 
 } // namespace
@@ -46,10 +64,12 @@ QByteArray WebTallyDocument::stateJson(const TallySnapshot& snapshot)
             { QStringLiteral("light"), static_cast<int>(index + 1) },
             { QStringLiteral("mode"), tallyModeName(light.mode) },
             { QStringLiteral("shots"), QJsonArray::fromStringList(light.shotNames) },
+            { QStringLiteral("missing"), QJsonArray::fromStringList(light.missingShots) },
         });
     }
     const QJsonObject state {
         { QStringLiteral("sourceRunning"), snapshot.sourceRunning },
+        { QStringLiteral("test"), snapshot.underTest },
         { QStringLiteral("lights"), lights },
     };
     return QJsonDocument(state).toJson(QJsonDocument::Compact);
@@ -62,7 +82,7 @@ QByteArray WebTallyDocument::indexPage(const QString& pageTemplate, const TallyS
         items += listItem(snapshot, index);
     }
     QString page = pageTemplate;
-    page.replace(QStringLiteral("@SIGNAL@"), snapshot.sourceRunning ? QString() : QStringLiteral(" nosignal"));
+    page.replace(QStringLiteral("@SIGNAL@"), showsColour(snapshot) ? QString() : QStringLiteral(" nosignal"));
     page.replace(QStringLiteral("@LIGHTS@"), items);
     return page.toUtf8();
 }

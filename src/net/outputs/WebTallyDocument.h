@@ -9,8 +9,10 @@
 namespace WebTallyDocument {
 
 // The state as JSON, the body of /api/lights and of every WebSocket message:
-// {"sourceRunning": true, "lights": [{"light": 1, "mode": "live",
-// "shots": ["Camera 1"]}, ...]}, lights numbered from 1.
+// {"sourceRunning": true, "test": false, "lights": [{"light": 1, "mode":
+// "live", "shots": ["Camera 1"], "missing": []}, ...]}, lights numbered from
+// 1. "test" is true while the test panel drives the box, and the modes are
+// then the box's; "missing" names the assigned shots the source lacks.
 QByteArray stateJson(const TallySnapshot& snapshot);
 
 // The list page: the page template with each light as a link to its own page.

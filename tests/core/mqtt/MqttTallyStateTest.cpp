@@ -101,3 +101,29 @@ TEST(MqttTallyStateTest, ALostSourceMakesEveryLightUnknownButKeepsItsLastMode)
     EXPECT_EQ(light.value("mode").toString(), QStringLiteral("live"));
     EXPECT_FALSE(light.value("sourceRunning").toBool());
 }
+
+TEST(MqttTallyStateTest, UnderTestEveryLampFollowsTheBoxMarkedAsATestEvenWithTheSourceLost)
+{
+    MqttTallyState state(QStringLiteral("p"));
+    state.messagesFor(snapshot(false, { TallyMode::off, TallyMode::off }), at);
+    TallySnapshot underTest = snapshot(false, { TallyMode::live, TallyMode::off });
+    underTest.underTest = true;
+    const QList<MqttMessage> test = state.messagesFor(underTest, at);
+    EXPECT_EQ(payloadOf(test, "p/light/1/state"), "live");
+    EXPECT_EQ(payloadOf(test, "p/light/2/state"), "off");
+    EXPECT_TRUE(QJsonDocument::fromJson(payloadOf(test, "p/light/2")).object().value("test").toBool());
+    EXPECT_TRUE(QJsonDocument::fromJson(payloadOf(test, "p/lights")).object().value("test").toBool());
+    const QList<MqttMessage> over = state.messagesFor(snapshot(false, { TallyMode::live, TallyMode::off }), at);
+    EXPECT_EQ(payloadOf(over, "p/light/1/state"), "unknown");
+    EXPECT_FALSE(QJsonDocument::fromJson(payloadOf(over, "p/lights")).object().value("test").toBool());
+}
+
+TEST(MqttTallyStateTest, ALightsJsonNamesTheAssignedShotsTheSourceLacks)
+{
+    MqttTallyState state(QStringLiteral("p"));
+    TallySnapshot picture = snapshot(true, { TallyMode::off });
+    picture.lights[0].missingShots = { QStringLiteral("Camera 1") };
+    const QList<MqttMessage> messages = state.messagesFor(picture, at);
+    const QJsonObject light = QJsonDocument::fromJson(payloadOf(messages, "p/light/1")).object();
+    EXPECT_EQ(light.value("missing").toArray(), QJsonArray { QStringLiteral("Camera 1") });
+}

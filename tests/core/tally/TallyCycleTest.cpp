@@ -354,8 +354,10 @@ TEST_F(TallyCycleTest, OutputsGetEveryLightsModeAndShotNamesAfterATick)
     EXPECT_TRUE(snapshot.sourceRunning);
     ASSERT_EQ(snapshot.lights.size(), TallyMap::numberOfLights);
     EXPECT_EQ(snapshot.lights[0], (LightState { TallyMode::live, { QStringLiteral("Cam 1") } }));
-    EXPECT_EQ(
-        snapshot.lights[1], (LightState { TallyMode::preview, { QStringLiteral("Cam 2"), QStringLiteral("Wide") } }));
+    // Wide is not among the switcher's shots: the report says so.
+    EXPECT_EQ(snapshot.lights[1],
+        (LightState {
+            TallyMode::preview, { QStringLiteral("Cam 2"), QStringLiteral("Wide") }, { QStringLiteral("Wide") } }));
     EXPECT_EQ(snapshot.lights[2], (LightState { TallyMode::off, {} }));
 }
 
@@ -396,4 +398,135 @@ TEST_F(TallyCycleTest, AfterTheSourceIsReplacedTheTickAsksTheNewOne)
     EXPECT_EQ(observer.warningHidden, false);
     EXPECT_EQ(platform->runningCountQueries, 0);
     EXPECT_EQ(&cycle.source(), &other);
+}
+
+TEST_F(TallyCycleTest, OutputsAreToldWhichAssignedShotsTheSourceDoesNotHave)
+{
+    RecordingOutput output;
+    cycle.addOutput(&output);
+    answer({ { "1", "Cam 1", true, false } });
+    map.setShotSelection(0, { record("Cam 1"), record("Cam One") });
+    map.setShotSelection(1, { record("Wide") });
+    tick();
+    ASSERT_EQ(output.snapshots.size(), 1);
+    EXPECT_EQ(output.snapshots[0].lights[0].missingShots, QStringList { QStringLiteral("Cam One") });
+    EXPECT_EQ(output.snapshots[0].lights[1].missingShots, QStringList { QStringLiteral("Wide") });
+    EXPECT_TRUE(output.snapshots[0].lights[2].missingShots.isEmpty());
+}
+
+TEST_F(TallyCycleTest, AShotThatComesBackIsNoLongerMissing)
+{
+    RecordingOutput output;
+    cycle.addOutput(&output);
+    answer({ { "1", "Cam 1", true, false } });
+    map.setShotSelection(1, { record("Wide") });
+    tick();
+    answer({ { "1", "Cam 1", true, false }, { "2", "Wide", false, true } });
+    tick();
+    ASSERT_EQ(output.snapshots.size(), 2);
+    EXPECT_EQ(output.snapshots[0].lights[1].missingShots, QStringList { QStringLiteral("Wide") });
+    EXPECT_TRUE(output.snapshots[1].lights[1].missingShots.isEmpty());
+    EXPECT_EQ(output.snapshots[1].lights[1].mode, TallyMode::preview);
+}
+
+TEST_F(TallyCycleTest, AnEmptyAnswerFlagsNoShotAsMissing)
+{
+    // A failed query answers nothing at all; that says nothing about which
+    // shots the switcher has.
+    RecordingOutput output;
+    cycle.addOutput(&output);
+    map.setShotSelection(0, { record("Cam 1") });
+    platform->answerWithNotation(QStringLiteral("{}"));
+    tick();
+    ASSERT_EQ(output.snapshots.size(), 1);
+    EXPECT_TRUE(output.snapshots[0].lights[0].missingShots.isEmpty());
+}
+
+TEST_F(TallyCycleTest, OutputsAreToldSinceWhenTheSourceIsLostAndThatItIsBack)
+{
+    qint64 now = 1000;
+    cycle.setClock([&now] { return now; });
+    RecordingOutput output;
+    cycle.addOutput(&output);
+    answer({ { "1", "Cam 1", true, false } });
+    tick();
+    platform->runningCount = 0;
+    tick();
+    now = 5000;
+    tick();
+    platform->runningCount = 1;
+    tick();
+    ASSERT_EQ(output.snapshots.size(), 4);
+    EXPECT_EQ(output.snapshots[0].lostSinceMilliseconds, std::nullopt);
+    EXPECT_EQ(output.snapshots[1].lostSinceMilliseconds, std::optional<qint64>(1000));
+    EXPECT_EQ(output.snapshots[2].lostSinceMilliseconds, std::optional<qint64>(1000));
+    EXPECT_TRUE(output.snapshots[3].sourceRunning);
+    EXPECT_EQ(output.snapshots[3].lostSinceMilliseconds, std::nullopt);
+}
+
+TEST_F(TallyCycleTest, OutputsShowTheLightsOffWhenTheLostChoiceTurnsTheBoxOff)
+{
+    // The box is dark under this choice; an output still showing the last
+    // modes would claim a camera is live that no lamp shows.
+    RecordingOutput output;
+    cycle.addOutput(&output);
+    cycle.setLostSourcePolicy({ LostSourcePolicy::Action::turnOff });
+    answer({ { "1", "Cam 1", true, false } });
+    map.setShotSelection(0, { record("Cam 1") });
+    tick();
+    platform->runningCount = 0;
+    tick();
+    ASSERT_EQ(output.snapshots.size(), 2);
+    EXPECT_EQ(output.snapshots[0].lights[0].mode, TallyMode::live);
+    EXPECT_EQ(output.snapshots[1].lights[0].mode, TallyMode::off);
+}
+
+TEST_F(TallyCycleTest, LightsUnderTestReachTheIndicatorsAndOutputsMarkedAsATestWithoutAByte)
+{
+    RecordingOutput output;
+    cycle.addOutput(&output);
+    answer({ { "1", "Cam 1", true, false } });
+    map.setShotSelection(0, { record("Cam 1") });
+    tick();
+    const qsizetype bytesBefore = observer.bytes.size();
+    QList<TallyMode> testModes(TallyMap::numberOfLights, TallyMode::off);
+    testModes[2] = TallyMode::preview;
+    cycle.showLightsUnderTest(testModes, map.shotSelections());
+    ASSERT_EQ(output.snapshots.size(), 2);
+    const TallySnapshot& underTest = output.snapshots[1];
+    EXPECT_TRUE(underTest.underTest);
+    EXPECT_EQ(underTest.lights[0].mode, TallyMode::off);
+    EXPECT_EQ(underTest.lights[2].mode, TallyMode::preview);
+    EXPECT_EQ(underTest.lights[0].shotNames, QStringList { QStringLiteral("Cam 1") });
+    EXPECT_EQ(observer.modes[0], TallyMode::off);
+    EXPECT_EQ(observer.modes[2], TallyMode::preview);
+    EXPECT_EQ(observer.bytes.size(), bytesBefore);
+}
+
+TEST_F(TallyCycleTest, TheTickAfterATestBringsBackTheSwitchersLights)
+{
+    RecordingOutput output;
+    cycle.addOutput(&output);
+    answer({ { "1", "Cam 1", true, false } });
+    map.setShotSelection(0, { record("Cam 1") });
+    tick();
+    cycle.showLightsUnderTest(QList<TallyMode>(TallyMap::numberOfLights, TallyMode::off), map.shotSelections());
+    tick();
+    ASSERT_EQ(output.snapshots.size(), 3);
+    EXPECT_FALSE(output.snapshots[2].underTest);
+    EXPECT_EQ(output.snapshots[2].lights[0].mode, TallyMode::live);
+    EXPECT_EQ(cycle.lastSnapshot(), output.snapshots[2]);
+}
+
+TEST_F(TallyCycleTest, TurningTheLightsOffAtQuitTellsTheOutputsTheyAreOff)
+{
+    RecordingOutput output;
+    cycle.addOutput(&output);
+    answer({ { "1", "Cam 1", true, false } });
+    map.setShotSelection(0, { record("Cam 1") });
+    tick();
+    cycle.turnLightsOff(TallyMap::numberOfLights);
+    ASSERT_EQ(output.snapshots.size(), 2);
+    EXPECT_EQ(output.snapshots[1].lights[0].mode, TallyMode::off);
+    EXPECT_EQ(output.snapshots[1].lights[0].shotNames, QStringList { QStringLiteral("Cam 1") });
 }

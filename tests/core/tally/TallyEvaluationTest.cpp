@@ -200,3 +200,17 @@ TEST(TallyEvaluationDeathTest, ALightNumberAbove255Stops)
     QList<ShotList> lights(256);
     EXPECT_DEATH(TallyEvaluation::evaluate(lights, {}), "fatal error: light command 0 \\| 256");
 }
+
+TEST(TallyEvaluationTest, MissingShotsAreTheAssignedNamesNoShotCarriesUnderCanonicalEquivalence)
+{
+    const ShotPtr known = std::make_shared<Shot>(QStringLiteral("Caf\u00e9"));
+    const ShotList shotList { known, std::make_shared<Shot>(QStringLiteral("Cam 1")) };
+    const QList<ShotList> lights {
+        { std::make_shared<Shot>(QStringLiteral("Cafe\u0301")), std::make_shared<Shot>(QStringLiteral("cam 1")) },
+        {},
+    };
+    const QList<QStringList> missing = TallyEvaluation::missingShots(lights, shotList);
+    ASSERT_EQ(missing.size(), 2);
+    EXPECT_EQ(missing[0], QStringList { QStringLiteral("cam 1") });
+    EXPECT_TRUE(missing[1].isEmpty());
+}

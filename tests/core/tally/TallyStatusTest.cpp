@@ -98,3 +98,28 @@ TEST_F(TallyStatusTest, AnOutputThatCouldNotStartIsToldAfterTheOtherProblemsUnti
     EXPECT_EQ(status.text(), QStringLiteral("No tally box attached"));
     EXPECT_EQ(emitted.size(), 3);
 }
+
+TEST(TallyStatusReportTest, TestingLightsComesFirstAndGoesWithTheTest)
+{
+    QStringList logged;
+    TallyStatus status([&logged](const QString& line) { logged.append(line); });
+    status.noteDevice(false, false);
+    TallySnapshot report;
+    report.sourceRunning = true;
+    report.underTest = true;
+    status.noteLightReport(report);
+    EXPECT_EQ(status.text(), QStringLiteral("Testing lights · No tally box attached"));
+    report.underTest = false;
+    status.noteLightReport(report);
+    EXPECT_EQ(status.text(), QStringLiteral("No tally box attached"));
+}
+
+TEST(TallyStatusReportTest, AssignedShotsTheSourceLacksAreNamedWithTheirLights)
+{
+    TallyStatus status([](const QString&) {});
+    TallySnapshot report;
+    report.sourceRunning = true;
+    report.lights = { {}, { TallyMode::off, { QStringLiteral("Wide") }, { QStringLiteral("Wide") } } };
+    status.noteLightReport(report);
+    EXPECT_EQ(status.text(), QStringLiteral("Assigned shots the source does not have: \"Wide\" (light 2)"));
+}

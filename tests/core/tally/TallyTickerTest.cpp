@@ -227,3 +227,50 @@ TEST(TallyTickerDefaultSourceTest, WithoutASourceGivenTheTickerFollowsMixdesk)
     const TallyTicker ticker(nullptr, map, observer, [](quint8) {});
     EXPECT_EQ(ticker.source().kind(), ShotSource::Kind::mixdesk);
 }
+
+namespace {
+
+// Keeps every report it is given.
+class ReportRecorder : public TallyOutput {
+public:
+    void publish(const TallySnapshot& snapshot) override { reports.append(snapshot); }
+
+    QList<TallySnapshot> reports;
+};
+
+} // namespace
+
+TEST_F(TallyTickerTest, ATestStartsFromWhatTheBoxShowsAndFollowsThePanelsBytesMarkedAsATest)
+{
+    ReportRecorder outputs;
+    ticker->cycle().addOutput(&outputs);
+    ticker->tick(TallyTicker::Reason::timer);
+    ticker->beginTest();
+    ASSERT_EQ(outputs.reports.size(), 2);
+    EXPECT_TRUE(outputs.reports[1].underTest);
+    EXPECT_EQ(outputs.reports[1].lights[0].mode, TallyMode::live) << "the box still shows the last tick";
+    ticker->noteTestByte(0x01); // program off, light 1
+    ticker->noteTestByte(0xD3); // preview on, light 3
+    ASSERT_EQ(outputs.reports.size(), 4);
+    EXPECT_EQ(outputs.reports[3].lights[0].mode, TallyMode::off);
+    EXPECT_EQ(outputs.reports[3].lights[2].mode, TallyMode::preview);
+    EXPECT_TRUE(outputs.reports[3].underTest);
+    EXPECT_EQ(observer.modes[2], TallyMode::preview) << "the window's lamps show the test too";
+}
+
+TEST_F(TallyTickerTest, TheEndOfATestBringsBackTheSwitchersLightsAtOnce)
+{
+    ReportRecorder outputs;
+    ticker->cycle().addOutput(&outputs);
+    ticker->tick(TallyTicker::Reason::timer);
+    ticker->beginTest();
+    ticker->noteTestByte(0x01);
+    source->shots.first()->isLive = false;
+    ticker->endTest();
+    EXPECT_FALSE(ticker->isTesting());
+    ASSERT_FALSE(outputs.reports.isEmpty());
+    EXPECT_FALSE(outputs.reports.last().underTest);
+    EXPECT_EQ(outputs.reports.last().lights[0].mode, TallyMode::off);
+    ticker->noteTestByte(0xB2);
+    EXPECT_FALSE(outputs.reports.last().underTest) << "a byte after the test is not a test";
+}

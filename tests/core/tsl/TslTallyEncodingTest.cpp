@@ -74,3 +74,15 @@ TEST(TslTallyEncodingTest, TheLargestOffsetKeepsTheLastLightInRange)
     EXPECT_EQ(TslTallyEncoding::maxOffset(TslTallyEncoding::Version::v31, 8), 118);
     EXPECT_EQ(TslTallyEncoding::maxOffset(TslTallyEncoding::Version::v50, 8), 65526);
 }
+
+TEST(TslTallyEncodingTest, UnderTestADisplaySaysTestBeforeItsShots)
+{
+    EXPECT_EQ(TslTallyEncoding::lightText({ TallyMode::live, { QStringLiteral("Cam 1") } }, true),
+        QStringLiteral("TEST Cam 1"));
+    EXPECT_EQ(TslTallyEncoding::lightText({ TallyMode::off, {} }, true), QStringLiteral("TEST"));
+    const QList<QByteArray> packets = TslTallyEncoding::packets(
+        TslTallyEncoding::Version::v31, lights({ { TallyMode::live, { QStringLiteral("Cam 1") } } }), 0, true);
+    ASSERT_EQ(packets.size(), 1);
+    EXPECT_EQ(packets[0].mid(2, 10), QByteArray("TEST Cam 1"));
+    EXPECT_EQ(quint8(packets[0][1]) & 0x03, 0x01);
+}

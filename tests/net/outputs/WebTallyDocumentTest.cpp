@@ -52,9 +52,10 @@ TEST(WebTallyDocumentTest, TheListLinksEachLightWithItsModeAndEscapedShotNames)
     const QString page = QString::fromUtf8(
         WebTallyDocument::indexPage(QStringLiteral("<body class=\"x@SIGNAL@\">@LIGHTS@</body>"), studio(true)));
     EXPECT_TRUE(page.startsWith(QStringLiteral("<body class=\"x\">"))) << page.toStdString();
-    EXPECT_TRUE(page.contains(QStringLiteral("<a href=\"/light/1\" data-light=\"1\" class=\"live\">"
-                                             "<span class=\"number\">1</span><span class=\"mode\">LIVE</span>"
-                                             "<span class=\"shots\">Camera 1</span></a>")))
+    EXPECT_TRUE(
+        page.contains(QStringLiteral("<a href=\"/light/1\" data-light=\"1\" class=\"live\">"
+                                     "<span class=\"number\">1</span><span class=\"mode\">LIVE</span>"
+                                     "<span class=\"shots\">Camera 1</span><span class=\"missing\"></span></a>")))
         << page.toStdString();
     EXPECT_TRUE(page.contains(QStringLiteral("<span class=\"shots\">Camera 2, Wide &lt;2&gt;</span>")));
     EXPECT_TRUE(page.contains(QStringLiteral("href=\"/light/3\" data-light=\"3\" class=\"off\"")));
@@ -86,4 +87,41 @@ TEST(WebTallyDocumentTest, OnlyTheNumbersOfExistingLightsNameALightPage)
     EXPECT_EQ(WebTallyDocument::lightNumberFromPath(QStringLiteral("-1"), 8), 0);
     EXPECT_EQ(WebTallyDocument::lightNumberFromPath(QStringLiteral("one"), 8), 0);
     EXPECT_EQ(WebTallyDocument::lightNumberFromPath(QString(), 8), 0);
+}
+
+TEST(WebTallyDocumentTest, TheStateNamesEachLightsMissingShots)
+{
+    TallySnapshot snapshot = studio(true);
+    snapshot.lights[1].missingShots = { QStringLiteral("Wide <2>") };
+    const QJsonObject state = QJsonDocument::fromJson(WebTallyDocument::stateJson(snapshot)).object();
+    const QJsonArray lights = state.value(QStringLiteral("lights")).toArray();
+    EXPECT_TRUE(lights[0].toObject().value(QStringLiteral("missing")).toArray().isEmpty());
+    EXPECT_EQ(lights[1].toObject().value(QStringLiteral("missing")).toArray().toVariantList(),
+        (QVariantList { QStringLiteral("Wide <2>") }));
+    const QString page = QString::fromUtf8(
+        WebTallyDocument::indexPage(QStringLiteral("<body class=\"x@SIGNAL@\">@LIGHTS@</body>"), snapshot));
+    EXPECT_TRUE(page.contains(QStringLiteral("<span class=\"missing\">Missing: Wide &lt;2&gt;</span>")))
+        << page.toStdString();
+}
+
+TEST(WebTallyDocumentTest, UnderTestTheListShowsTheBoxsColoursMarkedTestEvenWithTheSourceLost)
+{
+    TallySnapshot snapshot = studio(false);
+    snapshot.underTest = true;
+    const QJsonObject state = QJsonDocument::fromJson(WebTallyDocument::stateJson(snapshot)).object();
+    EXPECT_TRUE(state.value(QStringLiteral("test")).toBool());
+    const QString page = QString::fromUtf8(
+        WebTallyDocument::indexPage(QStringLiteral("<body class=\"x@SIGNAL@\">@LIGHTS@</body>"), snapshot));
+    EXPECT_TRUE(page.startsWith(QStringLiteral("<body class=\"x\">"))) << page.toStdString();
+    EXPECT_TRUE(page.contains(QStringLiteral("class=\"live test\"><span class=\"number\">1</span>"
+                                             "<span class=\"mode\">TEST LIVE</span>")))
+        << page.toStdString();
+    EXPECT_TRUE(page.contains(QStringLiteral("<span class=\"mode\">TEST OFF</span>"))) << page.toStdString();
+}
+
+TEST(WebTallyDocumentTest, OutsideATestTheStateSaysItIsNoTest)
+{
+    const QJsonObject state = QJsonDocument::fromJson(WebTallyDocument::stateJson(studio(true))).object();
+    ASSERT_TRUE(state.contains(QStringLiteral("test")));
+    EXPECT_FALSE(state.value(QStringLiteral("test")).toBool());
 }

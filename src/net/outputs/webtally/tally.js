@@ -21,20 +21,44 @@
 
   // Touches the page only when the look changes: the state arrives once a
   // second even when nothing happens, and a phone need not restyle for it.
-  function setLook(element, look) {
-    if (element.getAttribute('data-look') === look) {
+  function setLook(element, look, underTest) {
+    var key = look + (underTest ? ' test' : '');
+    if (element.getAttribute('data-look') === key) {
       return;
     }
-    element.setAttribute('data-look', look);
-    element.classList.remove('live', 'preview', 'off', 'nosignal');
+    element.setAttribute('data-look', key);
+    element.classList.remove('live', 'preview', 'off', 'nosignal', 'test');
     element.classList.add(look);
+    if (underTest) {
+      element.classList.add('test');
+    }
   }
 
+  // While the test panel drives the lights the page shows what the lamps
+  // were told, even with the switcher gone; otherwise a lost switcher's
+  // colours would be stale, and the page says NO SIGNAL instead.
   function lightLook(state, light) {
-    if (!state.sourceRunning || !light) {
+    if (!light || !(state.sourceRunning || state.test)) {
       return 'nosignal';
     }
     return STATE_WORDS.hasOwnProperty(light.mode) ? light.mode : 'off';
+  }
+
+  function underTest(state, look) {
+    return !!(state && state.test) && look !== 'nosignal';
+  }
+
+  function stateWord(state, look, offWord) {
+    if (look === 'nosignal') {
+      return 'NO SIGNAL';
+    }
+    var word = STATE_WORDS[look] || offWord;
+    return underTest(state, look) ? ('TEST ' + word).trim() : word;
+  }
+
+  function missingText(light) {
+    var missing = (light && light.missing) || [];
+    return missing.length ? 'Missing: ' + missing.join(', ') : '';
   }
 
   function findLight(state, number) {
@@ -50,23 +74,32 @@
   function showOneLight(state) {
     var light = state ? findLight(state, lightNumber) : null;
     var look = state ? lightLook(state, light) : 'nosignal';
-    setLook(body, look);
-    document.getElementById('state').textContent = look === 'nosignal' ? 'NO SIGNAL' : STATE_WORDS[look];
+    setLook(body, look, underTest(state, look));
+    var word = stateWord(state, look, '');
+    document.getElementById('state').textContent = word;
     document.getElementById('shots').textContent = light ? light.shots.join(' · ') : '';
-    document.title = lightNumber + (look === 'nosignal' ? ' NO SIGNAL' : look === 'off' ? '' : ' ' + STATE_WORDS[look]);
+    var missing = document.getElementById('missing');
+    if (missing) {
+      missing.textContent = missingText(light);
+    }
+    document.title = lightNumber + (word ? ' ' + word : '');
   }
 
   function showList(state) {
-    body.classList.toggle('nosignal', !state || !state.sourceRunning);
+    body.classList.toggle('nosignal', !state || !(state.sourceRunning || state.test));
     var items = document.querySelectorAll('[data-light]');
     for (var i = 0; i < items.length; ++i) {
       var item = items[i];
       var light = state ? findLight(state, Number(item.getAttribute('data-light'))) : null;
       var look = state ? lightLook(state, light) : 'nosignal';
-      setLook(item, look);
-      item.querySelector('.mode').textContent = look === 'nosignal' ? 'NO SIGNAL' : (STATE_WORDS[look] || 'OFF');
+      setLook(item, look, underTest(state, look));
+      item.querySelector('.mode').textContent = stateWord(state, look, 'OFF');
       if (light) {
         item.querySelector('.shots').textContent = light.shots.join(', ');
+        var missing = item.querySelector('.missing');
+        if (missing) {
+          missing.textContent = missingText(light);
+        }
       }
     }
   }
