@@ -3,6 +3,7 @@
 #include "base/FatalError.h"
 #include "base/Text.h"
 #include "base/UserDefaults.h"
+#include "tally/TallyEvaluation.h"
 #include "tallymap/ShotAssignment.h"
 #include "ui_EditViewController.h"
 
@@ -10,6 +11,7 @@
 #include <QCloseEvent>
 #include <QHeaderView>
 #include <QKeySequence>
+#include <QLabel>
 #include <QPushButton>
 #include <QShortcut>
 #include <QTableWidget>
@@ -29,6 +31,7 @@ EditViewController::EditViewController(QWidget* parent)
     showEmptyCheckBox = m_ui->showEmptyCheckBox;
     doneButton = m_ui->doneButton;
     cancelButton = m_ui->cancelButton;
+    missingShotsLabel = m_ui->missingShotsLabel;
     // A sheet over the main window that blocks only that window: the update
     // tick waits for application-modal panels, and the lights must keep
     // following the production while shots are being assigned.
@@ -84,6 +87,20 @@ void EditViewController::setRepresentedObject(const QList<ShotList>& lists)
     shotLists = lists;
     m_originalAssignment = lists.size() > 1 ? lists.at(1) : ShotList {};
     rebuildRows();
+    showMissingShots();
+}
+
+void EditViewController::showMissingShots()
+{
+    // Judged against every shot the source reports, empty layers included:
+    // a hidden row is still a shot the source has. With no shots known there
+    // is nothing to judge against.
+    const QStringList missing = shotLists.size() > 1 && !shotLists.first().isEmpty()
+        ? TallyEvaluation::missingShots({ shotLists.at(1) }, shotLists.first()).first()
+        : QStringList {};
+    missingShotsLabel->setText(
+        tr("⚠ Assigned but not among the source's shots: %1").arg(missing.join(QStringLiteral(", "))));
+    missingShotsLabel->setVisible(!missing.isEmpty());
 }
 
 void EditViewController::setPresentingViewController(DismissViewController dismissViewController)

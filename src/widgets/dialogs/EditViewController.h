@@ -10,6 +10,7 @@
 #include <memory>
 
 class QCheckBox;
+class QLabel;
 class QCloseEvent;
 class QPushButton;
 class QTableWidget;
@@ -59,6 +60,9 @@ public:
     QPointer<QPushButton> doneButton;
     // Hidden unless the user chose the editor's Cancel.
     QPointer<QPushButton> cancelButton;
+    // Under the table, shown only when the light holds shots the source
+    // does not report: those have no row to tick, and can never light it.
+    QPointer<QLabel> missingShotsLabel;
 
     // "Assign Shots to Light 3" for light index 2.
     static QString titleForLight(int lightIndex);
@@ -82,6 +86,7 @@ protected:
 
 private:
     void rebuildRows();
+    void showMissingShots();
     void reloadTable();
     ShotList& assignedShots();
     void bindToPreference(QCheckBox* checkBox, const QString& key);

@@ -1,11 +1,13 @@
 #include "lamps/BigTallyView.h"
 
 #include "lamps/TallyState.h"
+#include "tally/LampMark.h"
 #include "tallymap/TallyMap.h"
 
 #include <QCloseEvent>
 #include <QGridLayout>
 #include <QKeyEvent>
+#include <QLabel>
 
 namespace {
 
@@ -26,6 +28,13 @@ BigTallyView::BigTallyView(QWidget* parent)
     auto* grid = new QGridLayout(this);
     grid->setSpacing(16);
     grid->setContentsMargins(16, 16, 16, 16);
+    m_banner = new QLabel(this);
+    m_banner->setObjectName(QStringLiteral("bigTallyBanner"));
+    m_banner->setAlignment(Qt::AlignCenter);
+    m_banner->setStyleSheet(QStringLiteral("QLabel { background: #202020; color: #ffc400; font-weight: bold;"
+                                           " font-size: 32px; border: 3px dashed #ffc400; padding: 6px; }"));
+    m_banner->hide();
+    grid->addWidget(m_banner, 0, 0, 1, lampsPerRow);
     for (int lightIndex = 0; lightIndex < TallyMap::numberOfLights; ++lightIndex) {
         auto* lamp = new TallyState(this);
         lamp->setObjectName(QStringLiteral("bigLamp%1").arg(lightIndex + 1));
@@ -33,7 +42,7 @@ BigTallyView::BigTallyView(QWidget* parent)
         lamp->lightNumber = lightIndex + 1;
         lamp->setMinimumSize(160, 120);
         lamp->setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Expanding);
-        grid->addWidget(lamp, lightIndex / lampsPerRow, lightIndex % lampsPerRow);
+        grid->addWidget(lamp, 1 + lightIndex / lampsPerRow, lightIndex % lampsPerRow);
         m_lamps.append(lamp);
     }
 }
@@ -50,6 +59,27 @@ void BigTallyView::showLight(qsizetype lightIndex, TallyMode mode, const QString
     lamp->mode = mode;
     lamp->shotNames = shotNames;
     lamp->update();
+}
+
+void BigTallyView::showReport(const TallySnapshot& snapshot, qint64 nowMilliseconds)
+{
+    const LampMark mark = LampMarks::markFor(snapshot);
+    const QString detail = mark == LampMark::lost ? LampMarks::lostFor(snapshot, nowMilliseconds) : QString();
+    for (TallyState* lamp : std::as_const(m_lamps)) {
+        if (lamp != nullptr && (lamp->mark != mark || lamp->markDetail != detail)) {
+            lamp->mark = mark;
+            lamp->markDetail = detail;
+            lamp->update();
+        }
+    }
+    const QString banner = LampMarks::banner(snapshot, nowMilliseconds);
+    m_banner->setText(banner);
+    m_banner->setHidden(banner.isEmpty());
+}
+
+QString BigTallyView::banner() const
+{
+    return m_banner->isHidden() ? QString() : m_banner->text();
 }
 
 void BigTallyView::keyPressEvent(QKeyEvent* event)

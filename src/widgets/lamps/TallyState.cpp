@@ -99,6 +99,7 @@ void TallyState::paintGlanceable(QPainter& painter)
     painter.setPen(frame);
     painter.setBrush(Qt::NoBrush);
     painter.drawPath(outline);
+    paintMark(painter, outline);
 }
 
 void TallyState::drawGlanceableLine(QPainter& painter, const LampLabelLayout::Line& line) const
@@ -116,6 +117,47 @@ void TallyState::drawGlanceableLine(QPainter& painter, const LampLabelLayout::Li
         ? QFontMetricsF(font).elidedText(line.text, Qt::ElideRight, line.box.width() * line.maximumLines)
         : line.text;
     painter.drawText(line.box, Qt::AlignCenter | Qt::TextWordWrap, text);
+}
+
+QString TallyState::markText() const
+{
+    switch (mark) {
+    case Mark::lost:
+        return markDetail.isEmpty() ? QStringLiteral("LOST") : QStringLiteral("LOST ") + markDetail;
+    case Mark::test:
+        return QStringLiteral("TEST");
+    case Mark::none:
+        break;
+    }
+    return {};
+}
+
+void TallyState::paintMark(QPainter& painter, const QPainterPath& outline)
+{
+    if (mark == Mark::none) {
+        return;
+    }
+    painter.save();
+    painter.setClipPath(outline);
+    if (mark == Mark::lost) {
+        // Dimmed and hatched: a colour that can no longer be trusted must not
+        // read as a tally from across the studio, whatever its hue.
+        painter.fillPath(outline, QColor(0x20, 0x20, 0x20, 150));
+        painter.fillPath(outline, QBrush(QColor(0xFF, 0xC4, 0x00, 170), Qt::BDiagPattern));
+    }
+    const QRectF box = outline.boundingRect();
+    QFont font = labelFont();
+    font.setBold(true);
+    font.setPixelSize(qBound(labelPixelSize, static_cast<int>(box.height() / 5), 96));
+    painter.setFont(font);
+    const QString text = markText();
+    const QFontMetricsF metrics(font);
+    QRectF badge = metrics.boundingRect(text).adjusted(-6, -2, 6, 2);
+    badge.moveCenter(QPointF(box.center().x(), box.top() + badge.height() / 2 + 2));
+    painter.fillRect(badge, QColor(0x20, 0x20, 0x20));
+    painter.setPen(QPen(QColor(0xFF, 0xC4, 0x00)));
+    painter.drawText(badge, Qt::AlignCenter, text);
+    painter.restore();
 }
 
 QColor TallyState::glanceableTextColor() const
@@ -156,4 +198,5 @@ void TallyState::paintEvent(QPaintEvent* /*event*/)
     painter.setPen(QPen(outlineColor));
     painter.setBrush(Qt::NoBrush);
     painter.drawPath(outline);
+    paintMark(painter, outline);
 }

@@ -2,6 +2,7 @@
 
 #include "lamps/LampLabelLayout.h"
 #include "model/TallyMode.h"
+#include "tally/LampMark.h"
 
 #include <QFont>
 #include <QRectF>
@@ -16,6 +17,7 @@ class TallyState : public QWidget {
 
 public:
     using Mode = TallyMode;
+    using Mark = LampMark;
 
     explicit TallyState(QWidget* parent = nullptr);
 
@@ -45,6 +47,15 @@ public:
     bool glanceable = false;
     int lightNumber = 0;
     QString shotNames;
+    // A mark over the lamp, besides colour, that its state is not the
+    // switcher's now: "LOST" (with how long, in markDetail) over a hatched,
+    // dimmed lamp while the source is lost; "TEST" while the test panel
+    // drives the lights. None by default, as the plain window draws it.
+    Mark mark = Mark::none;
+    QString markDetail;
+    // The words the mark draws ("LOST 0:42", "TEST"), empty for none.
+    QString markText() const;
+
     // Where the large style puts its text at the view's present size.
     LampLabelLayout glanceableLayout() const;
     // The pixel size of the large style's LIVE/PREVIEW label.
@@ -55,6 +66,7 @@ protected:
 
 private:
     void paintGlanceable(QPainter& painter);
+    void paintMark(QPainter& painter, const QPainterPath& outline);
     void drawGlanceableLine(QPainter& painter, const LampLabelLayout::Line& line) const;
     QColor glanceableTextColor() const;
 };

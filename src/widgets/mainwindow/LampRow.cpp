@@ -6,8 +6,10 @@
 #include "tallymap/TallyMap.h"
 
 #include <QAbstractButton>
+#include <QIcon>
 #include <QLabel>
 #include <QPushButton>
+#include <QStyle>
 
 #include <algorithm>
 
@@ -148,10 +150,48 @@ void LampRow::refreshAssignmentTitles()
         QPushButton* button = assignmentButton(lightIndex);
         const QString title = assignmentTitle(lights[lightIndex]);
         button->setText(Text::literalMnemonicText(title));
-        // Long names are cut in the button; the whole title is a hover away.
-        button->setToolTip(title);
+        // Long names are cut in the button; the whole title is a hover away,
+        // with the shots the source lacks.
+        flagMissingShots(lightIndex);
     }
     showLampShotNames();
+}
+
+void LampRow::showLightReport(const TallySnapshot& snapshot, LampMark mark, const QString& markDetail)
+{
+    for (TallyState* display : std::as_const(m_displays)) {
+        if (display != nullptr && (display->mark != mark || display->markDetail != markDetail)) {
+            display->mark = mark;
+            display->markDetail = markDetail;
+            display->update();
+        }
+    }
+    const qsizetype lightCount = std::min<qsizetype>(snapshot.lights.size(), m_tallyMap.shotSelections().size());
+    m_missingShots.resize(lightCount);
+    for (qsizetype lightIndex = 0; lightIndex < lightCount; ++lightIndex) {
+        if (m_missingShots[lightIndex] != snapshot.lights[lightIndex].missingShots) {
+            m_missingShots[lightIndex] = snapshot.lights[lightIndex].missingShots;
+            flagMissingShots(lightIndex);
+        }
+    }
+}
+
+void LampRow::flagMissingShots(qsizetype lightIndex)
+{
+    QPushButton* button = assignmentButton(lightIndex);
+    const QStringList missing = m_missingShots.value(lightIndex);
+    // The tooltip carries the whole title: long names are cut in the button.
+    const QString title = assignmentTitle(m_tallyMap.shotSelection(lightIndex));
+    if (missing.isEmpty()) {
+        button->setIcon(QIcon());
+        button->setToolTip(title);
+        return;
+    }
+    // The title stays the assignment's; the sign says at a glance that the
+    // light can never light for some of its shots, the tooltip which.
+    button->setIcon(button->style()->standardIcon(QStyle::SP_MessageBoxWarning));
+    button->setToolTip(tr("%1\nNot among the source's shots, so they cannot light this light: %2")
+                           .arg(title, missing.join(QStringLiteral(", "))));
 }
 
 QString LampRow::shotNamesOfLight(qsizetype lightIndex) const

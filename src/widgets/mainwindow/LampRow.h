@@ -1,6 +1,7 @@
 #pragma once
 
-#include "model/TallyMode.h"
+#include "model/TallySnapshot.h"
+#include "tally/LampMark.h"
 
 #include <QList>
 #include <QObject>
@@ -54,6 +55,14 @@ public:
     // a tag.
     static std::optional<int> lightIndexOfButton(const QObject* button);
 
+    // What the light report says beyond the modes: every lamp's mark (and
+    // its detail, the time lost) and, per light, the assigned shots the
+    // source lacks, flagged on the light's assignment button (a warning sign,
+    // the shots named in its tooltip; its title stays the assignment's).
+    void showLightReport(const TallySnapshot& snapshot, LampMark mark, const QString& markDetail);
+    // The missing shots flagged under a light now.
+    QStringList missingShotsOfLight(qsizetype lightIndex) const { return m_missingShots.value(lightIndex); }
+
     // The names of the shots assigned to a light, as its lamp shows them.
     QString shotNamesOfLight(qsizetype lightIndex) const;
 
@@ -70,6 +79,7 @@ Q_SIGNALS:
 private:
     QPushButton* assignmentButton(qsizetype lightIndex) const;
     void showLampShotNames();
+    void flagMissingShots(qsizetype lightIndex);
 
     QWidget& m_view;
     QList<QLabel*> m_numbers;
@@ -78,4 +88,5 @@ private:
     // The indicators' heights from the layout, for the small style.
     QList<int> m_smallLampHeights;
     bool m_largeLampLabels = false;
+    QList<QStringList> m_missingShots;
 };

@@ -376,6 +376,13 @@ void MainMenu::buildViewMenu(QMenuBar& menuBar)
     m_largeLampLabels->setCheckable(true);
     m_largeLampLabels->setChecked(m_controller.lampRow().showsLargeLampLabels());
     connect(m_largeLampLabels, &QAction::toggled, this, &MainMenu::largeLampLabelsToggled);
+    m_markLampsWhileLost = m_viewMenu->addAction(tr("&Mark Lamps While Source Is Lost"));
+    m_markLampsWhileLost->setCheckable(true);
+    m_markLampsWhileLost->setChecked(m_controller.lightReport().marksLampsWhileLost());
+    connect(m_markLampsWhileLost, &QAction::toggled, this, [this](bool on) {
+        UserDefaults::standardUserDefaults().setBool(Preferences::markLampsWhileSourceIsLost, on);
+        m_controller.applyMarkLampsWhileSourceIsLost();
+    });
     m_bigTally = m_viewMenu->addAction(tr("&Big Tally"));
     m_bigTally->setCheckable(true);
     m_bigTally->setShortcut(QKeySequence(Qt::Key_F11));
@@ -404,6 +411,7 @@ void MainMenu::bigTallyToggled(bool on)
         m_bigTallyView->setAttribute(Qt::WA_DeleteOnClose);
         connect(&m_controller, &ViewController::lightModeShown, m_bigTallyView, &BigTallyView::showLight);
         connect(m_bigTallyView, &BigTallyView::closed, m_bigTally, [this] { m_bigTally->setChecked(false); });
+        connect(&m_controller.lightReport(), &WindowLightReport::reported, m_bigTallyView, &BigTallyView::showReport);
         // Shows the lights as they are now, not only from the next tick.
         for (qsizetype lightIndex = 0; lightIndex < m_controller.tallyStateDisplays().size(); ++lightIndex) {
             if (const TallyState* display = m_controller.tallyStateDisplays()[lightIndex]) {
@@ -411,6 +419,7 @@ void MainMenu::bigTallyToggled(bool on)
                     lightIndex, display->mode, m_controller.lampRow().shotNamesOfLight(lightIndex));
             }
         }
+        m_bigTallyView->showReport(m_controller.lightReport().lastReport(), TallyCycle::monotonicMilliseconds());
     }
     m_bigTallyView->showFullScreen();
 }

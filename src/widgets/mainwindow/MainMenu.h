@@ -44,6 +44,7 @@ public:
     QAction* largeLampLabelsAction() const { return m_largeLampLabels; }
     // View > Big Tally (F11): the lights full screen.
     QAction* bigTallyAction() const { return m_bigTally; }
+    QAction* markLampsWhileLostAction() const { return m_markLampsWhileLost; }
     BigTallyView* bigTallyView() const { return m_bigTallyView; }
     // View > Phone Links…: the web page's addresses with their QR codes.
     QAction* phoneLinksAction() const { return m_phoneLinks; }
@@ -140,6 +141,7 @@ private:
     QPointer<QAction> m_alwaysOnTop;
     QPointer<QAction> m_largeLampLabels;
     QPointer<QAction> m_bigTally;
+    QPointer<QAction> m_markLampsWhileLost;
     QPointer<BigTallyView> m_bigTallyView;
     QPointer<QAction> m_phoneLinks;
     QPointer<PhoneLinksDialog> m_phoneLinksDialog;

@@ -2,10 +2,13 @@
 
 #include "base/ModalSession.h"
 #include "base/UserDefaults.h"
+#include "dialogs/TestViewController.h"
+#include "hardware/TestSequenceRunner.h"
 #include "hardware/USBHIDAppDelegate.h"
 #include "mainwindow/CustomWindow.h"
 #include "mainwindow/DocumentCommands.h"
 #include "mainwindow/SourceReport.h"
+#include "mainwindow/WindowLightReport.h"
 #include "ui_ViewController.h"
 
 ViewController::ViewController(QWidget* parent)
@@ -34,6 +37,10 @@ ViewController::ViewController(Dependencies dependencies, QWidget* parent)
         m_ui->lockTallyCheckBox, [this] { performSegueWithIdentifier(passwordSegueIdentifier, nullptr); });
     m_segues = std::make_unique<Segues>(*this, m_document, *m_lockControls, knownShots);
     m_sourceReport = std::make_unique<SourceReport>(m_ticker, m_networkOutputs, m_status);
+    m_lightReport = std::make_unique<WindowLightReport>(*m_lampRow, m_status);
+    m_lightReport->setMarkLampsWhileLost(
+        UserDefaults::standardUserDefaults().boolForKey(Preferences::markLampsWhileSourceIsLost));
+    m_ticker.cycle().addOutput(m_lightReport.get());
     connectParts();
     followShotSource();
     m_ticker.setLostSourcePolicy(LostSourcePolicy::fromDefaults(UserDefaults::standardUserDefaults()));
@@ -45,7 +52,7 @@ ViewController::~ViewController() = default;
 void ViewController::connectParts()
 {
     connect(m_lampRow.get(), &LampRow::lightModeShown, this, &ViewController::lightModeShown);
-    connect(&m_document, &TallyDocument::assignmentsChanged, this, &ViewController::refreshAssignmentTitles);
+    connect(&m_document, &TallyDocument::assignmentsChanged, m_lampRow.get(), &LampRow::refreshAssignmentTitles);
     connect(&m_document, &TallyDocument::documentFailed, &m_status, &TallyStatus::noteDocumentFailure);
     connect(&m_document, &TallyDocument::documentSucceeded, &m_status, &TallyStatus::noteDocumentSuccess);
     connect(&m_document, &TallyDocument::recentDocumentsFailed, &m_status, &TallyStatus::noteRecentDocumentsFailure);
@@ -55,6 +62,7 @@ void ViewController::connectParts()
     // An application-modal panel (password dialog, test panel, file panel)
     // holds the cycle back: its bytes and the tick's must not mix.
     m_ticker.setHoldBack([] { return ModalSession::isActive(); });
+    connect(m_segues.get(), &Segues::viewControllerPresented, this, &ViewController::followTestPanel);
 }
 
 void ViewController::viewDidLoad()
@@ -126,7 +134,29 @@ void ViewController::setEnableEditing(bool enabled)
 
 void ViewController::refreshAssignmentTitles()
 {
+    // The cycle calls this after following a rename by id; a map loaded or
+    // edited re-titles the row directly.
+    m_document.noteShotsRenamed();
     m_lampRow->refreshAssignmentTitles();
+}
+
+void ViewController::followTestPanel(const QString& identifier, QWidget* viewController)
+{
+    auto* panel = qobject_cast<TestViewController*>(viewController);
+    if (identifier != testSegueIdentifier || panel == nullptr) {
+        return;
+    }
+    // While the panel drives the box, every output shows what it told the
+    // box, marked as a test; when it goes, the switcher's lights come back.
+    m_ticker.beginTest();
+    connect(panel->runner(), &TestSequenceRunner::byteSent, &m_ticker, &TallyTicker::noteTestByte);
+    connect(panel, &QObject::destroyed, &m_ticker, [this] { m_ticker.endTest(); });
+}
+
+void ViewController::applyMarkLampsWhileSourceIsLost()
+{
+    m_lightReport->setMarkLampsWhileLost(
+        UserDefaults::standardUserDefaults().boolForKey(Preferences::markLampsWhileSourceIsLost));
 }
 
 void ViewController::applyLargeLampLabels()

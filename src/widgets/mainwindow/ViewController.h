@@ -8,6 +8,7 @@
 #include "mainwindow/LampRow.h"
 #include "mainwindow/Segues.h"
 #include "mainwindow/SourceWarning.h"
+#include "mainwindow/WindowLightReport.h"
 #include "sources/ObsPasswordKeeper.h"
 #include "sources/ShotSource.h"
 #include "tally/TallyCycle.h"
@@ -88,6 +89,8 @@ public:
     // What the window follows and how that is, and the outputs that run,
     // in words, for the status line; brought up to date after every tick.
     SourceReport& sourceReport() const { return *m_sourceReport; }
+    // The window's reading of the light report (lamp marks, missing shots).
+    WindowLightReport& lightReport() const { return *m_lightReport; }
     // What is wrong now, in words, for the status line.
     TallyStatus& status() { return m_status; }
 
@@ -107,6 +110,9 @@ public:
     void applyAlwaysOnTop();
     // Draws the lamps in the large style while "LargeLampLabels" is on.
     void applyLargeLampLabels();
+    // Marks the lamps while the source is lost when
+    // "MarkLampsWhileSourceIsLost" is on.
+    void applyMarkLampsWhileSourceIsLost();
     // Tracks unsaved changes (the title's marker, the question before Open
     // and Quit) while "AskBeforeDiscardingChanges" is on.
     void applyAskBeforeDiscardingChanges();
@@ -158,6 +164,7 @@ private:
     void showLightMode(qsizetype lightIndex, TallyMode mode) override;
 
     void connectParts();
+    void followTestPanel(const QString& identifier, QWidget* viewController);
     void connectControls();
     void followShotSource();
 
@@ -173,6 +180,7 @@ private:
     std::unique_ptr<EditingLockControls> m_lockControls;
     std::unique_ptr<Segues> m_segues;
     std::unique_ptr<SourceReport> m_sourceReport;
+    std::unique_ptr<WindowLightReport> m_lightReport;
     ObsPasswordKeeper m_obsPassword;
     bool m_enableEditing = false;
 };

@@ -11,6 +11,7 @@
 #include <QDir>
 #include <QImage>
 #include <QKeySequence>
+#include <QLabel>
 #include <QPushButton>
 #include <QTableWidget>
 #include <QTemporaryDir>
@@ -433,4 +434,25 @@ TEST_F(EditViewControllerTest, ByDefaultThereIsNoCancelAndEscapeHandsBackTheTick
 TEST_F(EditViewControllerTest, TheTitleNamesTheLightByItsNumber)
 {
     EXPECT_EQ(EditViewController::titleForLight(2), QStringLiteral("Assign Shots to Light 3"));
+}
+
+TEST_F(EditViewControllerTest, AnAssignedShotTheSourceDoesNotReportIsNamedUnderTheTable)
+{
+    const ShotPtr wide = makeShot("1", "Wide");
+    const ShotPtr typo = makeShot("", "Wdie");
+    makeEditor({ wide, makeShot("2", "Close") }, { wide, typo });
+    ASSERT_NE(editor->missingShotsLabel, nullptr);
+    EXPECT_FALSE(editor->missingShotsLabel->isHidden());
+    EXPECT_TRUE(editor->missingShotsLabel->text().contains(QStringLiteral("Wdie")))
+        << editor->missingShotsLabel->text().toStdString();
+    EXPECT_FALSE(editor->missingShotsLabel->text().contains(QStringLiteral("Wide")));
+}
+
+TEST_F(EditViewControllerTest, NoShotIsCalledMissingWhenEveryAssignedShotIsReportedOrNoneAreKnown)
+{
+    const ShotPtr wide = makeShot("1", "Wide");
+    makeEditor({ wide }, { wide });
+    EXPECT_TRUE(editor->missingShotsLabel->isHidden());
+    makeEditor({}, { wide });
+    EXPECT_TRUE(editor->missingShotsLabel->isHidden());
 }

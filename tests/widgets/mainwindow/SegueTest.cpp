@@ -301,8 +301,9 @@ TEST_F(SegueTest, EscapeClosesTheTestPanelAndLetsTicksGoOn)
     EXPECT_FALSE(ModalSession::isActive());
     QApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
     EXPECT_TRUE(panel.isNull());
+    EXPECT_EQ(device->reports.size(), 16) << "the switcher's lights come back the moment the panel goes";
     tick();
-    EXPECT_EQ(device->reports.size(), 16);
+    EXPECT_EQ(device->reports.size(), 32);
 }
 
 TEST_F(SegueTest, TheTestPanelsBytesNeverInterleaveWithTicksAndTicksResumeAfterItCloses)
@@ -427,4 +428,58 @@ TEST_F(SegueDeathTest, DismissingAnythingButTheEditorOrThePasswordDialogStopsThe
         "fatal error: TestViewController was dismissed as if it were the shot editor");
     EXPECT_DEATH(
         controller->dismissViewController(nullptr), "fatal error: dismissViewController was given no view controller");
+}
+
+namespace {
+
+// Keeps every light report the cycle hands its outputs.
+class ReportRecorder : public TallyOutput {
+public:
+    void publish(const TallySnapshot& snapshot) override { reports.append(snapshot); }
+
+    QList<TallySnapshot> reports;
+};
+
+QCheckBox* boxTitled(QWidget* row, const QString& title)
+{
+    for (QCheckBox* box : row->findChildren<QCheckBox*>()) {
+        if (box->text() == title) {
+            return box;
+        }
+    }
+    return nullptr;
+}
+
+} // namespace
+
+TEST_F(SegueTest, WhileTheTestPanelDrivesTheBoxTheWindowAndEveryOutputShowItsLampsMarkedAsATest)
+{
+    openWindowWithShots();
+    tick(); // the box shows light 1 live
+    ReportRecorder outputs;
+    controller->ticker().cycle().addOutput(&outputs);
+    main.menu->testLightsAction()->trigger();
+    const QPointer<TestViewController> panel = openTestPanel();
+    ASSERT_NE(panel, nullptr);
+    ASSERT_FALSE(outputs.reports.isEmpty());
+    EXPECT_TRUE(outputs.reports.last().underTest);
+    EXPECT_EQ(outputs.reports.last().lights[0].mode, TallyMode::live) << "the box still shows the last tick";
+    EXPECT_TRUE(controller->status().text().startsWith(QStringLiteral("Testing lights")))
+        << controller->status().text().toStdString();
+
+    boxTitled(panel->previewStackView, QStringLiteral("4"))->click();
+    EXPECT_EQ(outputs.reports.last().lights[3].mode, TallyMode::preview);
+    EXPECT_TRUE(outputs.reports.last().underTest);
+    EXPECT_EQ(controller->tallyStateDisplays()[3]->mode, TallyMode::preview);
+    EXPECT_EQ(controller->tallyStateDisplays()[3]->mark, LampMark::test);
+
+    panel->closeButton->click();
+    QApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+    ASSERT_TRUE(panel.isNull());
+    EXPECT_FALSE(outputs.reports.last().underTest) << "the switcher's lights come back the moment the test ends";
+    EXPECT_EQ(outputs.reports.last().lights[3].mode, TallyMode::off);
+    EXPECT_EQ(outputs.reports.last().lights[0].mode, TallyMode::live);
+    EXPECT_EQ(controller->tallyStateDisplays()[3]->mark, LampMark::none);
+    EXPECT_FALSE(controller->status().text().contains(QStringLiteral("Testing lights")));
+    controller->ticker().cycle().removeOutput(&outputs);
 }
