@@ -198,6 +198,11 @@ void WebTallyServer::addRoutes()
 void WebTallyServer::acceptWebSockets()
 {
     while (std::unique_ptr<QWebSocket> socket = m_http.nextPendingWebSocketConnection()) {
+        // The connection is the WebSocket's now, whether it is admitted or
+        // refused below: its place among the connections is free either way.
+        // Kept, a refused upgrade's place would stay taken for good, and after
+        // as many refusals as there are places no page could load at all.
+        m_tcp->releaseUpgradedConnection(socket->peerAddress(), socket->peerPort());
         const QByteArray host = socket->request().rawHeader("Host");
         if (!m_policy.allowsHost(host) || !m_policy.allowsWebSocketOrigin(socket->origin().toUtf8(), host)) {
             socket->close(QWebSocketProtocol::CloseCodePolicyViolated, QStringLiteral("not this page's origin"));
@@ -221,8 +226,7 @@ void WebTallyServer::acceptWebSockets()
 void WebTallyServer::admit(QWebSocket* socket)
 {
     // A page holds its WebSocket for as long as it is shown: the deadline
-    // for requests must not close it.
-    m_tcp->releaseUpgradedConnection(socket->peerAddress(), socket->peerPort());
+    // for requests, released from it above, must not close it.
     socket->setParent(this);
     socket->setMaxAllowedIncomingMessageSize(m_limits.maxIncomingMessageBytes);
     socket->setMaxAllowedIncomingFrameSize(m_limits.maxIncomingMessageBytes);

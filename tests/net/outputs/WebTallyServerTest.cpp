@@ -557,3 +557,41 @@ TEST_F(WebTallyServerTest, EveryAnswerGETOrHEADFoundOrNotCarriesTheSecurityHeade
         }
     }
 }
+
+TEST_F(WebTallyServerTest, RefusedWebSocketsLeaveTheirPlaceAndThePageKeepsLoading)
+{
+    WebTallyServer::Limits limits = quietLimits();
+    limits.connections.maxConnections = 4;
+    limits.maxWebSockets = 1;
+    start(limits);
+    server->publish(studio(TallyMode::live));
+    PageSocket held(port);
+    ASSERT_TRUE(held.heard(1));
+    // Many more refusals than places: a page beyond the cap that keeps
+    // retrying, as a browser does.
+    for (int refusal = 0; refusal < 12; ++refusal) {
+        PageSocket refused(port);
+        ASSERT_TRUE(refused.closed()) << "refusal " << refusal;
+        EXPECT_EQ(refused.socket.closeCode(), QWebSocketProtocol::CloseCodePolicyViolated);
+    }
+    EXPECT_EQ(httpGet(port, QStringLiteral("/")).status, 200);
+    held.socket.close();
+    ASSERT_TRUE(eventually([&] { return server->webSocketCount() == 0; }));
+    PageSocket next(port);
+    EXPECT_TRUE(next.heard(1)) << "a new page is served after every refusal";
+    EXPECT_EQ(httpGet(port, QStringLiteral("/light/1")).status, 200);
+}
+
+TEST_F(WebTallyServerTest, WebSocketsRefusedForTheirPathOrOriginLeaveTheirPlaceToo)
+{
+    WebTallyServer::Limits limits = quietLimits();
+    limits.connections.maxConnections = 2;
+    start(limits);
+    for (int refusal = 0; refusal < 6; ++refusal) {
+        PageSocket elsewhere(port, QStringLiteral("/elsewhere"));
+        ASSERT_TRUE(elsewhere.closed()) << "refusal " << refusal;
+    }
+    EXPECT_EQ(httpGet(port, QStringLiteral("/")).status, 200);
+    PageSocket page(port);
+    EXPECT_TRUE(page.heard(1));
+}
