@@ -190,7 +190,7 @@ int runWatch(const QStringList& arguments)
         announcePhoneLinks(*outputs->web, tallyMap->shotSelections().size(), options.json);
     }
     WatchPrinter printer(tallyMap->shotSelections().size(), printStyle(options));
-    printer.setSourceName(source->displayName());
+    printer.setSource(source->displayName(), source->kind());
     // Status lines are for a person; with --json they go to standard error
     // so that standard output stays one object a line.
     QObject::connect(source.get(), &ShotSource::statusChanged,

@@ -13,6 +13,23 @@ QString timestamp(const QDateTime& time)
     return time.toOffsetFromUtc(time.offsetFromUtc()).toString(Qt::ISODateWithMs);
 }
 
+// The JSON name of a switcher's running event: the scheme --source takes
+// for it, so a program reading the events needs no second vocabulary.
+QString runningEventName(ShotSource::Kind kind)
+{
+    switch (kind) {
+    case ShotSource::Kind::mixdesk:
+        return QStringLiteral("mixdesk");
+    case ShotSource::Kind::obsStudio:
+        return QStringLiteral("obs");
+    case ShotSource::Kind::tslUmd:
+        return QStringLiteral("tsl");
+    case ShotSource::Kind::atem:
+        return QStringLiteral("atem");
+    }
+    return QStringLiteral("mixdesk");
+}
+
 } // namespace
 
 WatchPrinter::WatchPrinter(qsizetype lightCount, Style style, Clock clock, Sink sink)
@@ -23,6 +40,12 @@ WatchPrinter::WatchPrinter(qsizetype lightCount, Style style, Clock clock, Sink 
 {
 }
 
+void WatchPrinter::setSource(const QString& name, ShotSource::Kind kind)
+{
+    m_sourceName = name;
+    m_runningEvent = runningEventName(kind);
+}
+
 void WatchPrinter::setMixdeskWarningHidden(bool hidden)
 {
     const bool running = hidden;
@@ -31,7 +54,7 @@ void WatchPrinter::setMixdeskWarningHidden(bool hidden)
     }
     m_running = running;
     emitChange(m_sourceName + (running ? QStringLiteral(" running") : QStringLiteral(" not running")),
-        { { QStringLiteral("event"), QStringLiteral("mixdesk") }, { QStringLiteral("running"), running } });
+        { { QStringLiteral("event"), m_runningEvent }, { QStringLiteral("running"), running } });
 }
 
 void WatchPrinter::setEnableEditing(bool /*enabled*/)

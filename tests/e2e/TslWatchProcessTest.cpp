@@ -246,3 +246,25 @@ TEST_F(TslWatchProcessTest, TheWindowStartsWithTheSavedListenerAndHearsOnlyItsSa
         window.waitForFinished();
     }
 }
+
+TEST_F(TslWatchProcessTest, WatchJsonNamesTheTslSourceInItsRunningEvents)
+{
+    const quint16 port = freeUdpPort();
+    ASSERT_NE(port, 0);
+    start({ QStringLiteral("--json"), QStringLiteral("--source"), QStringLiteral("tsl5://127.0.0.1:%1").arg(port),
+        mapPath });
+    TslUmd50::Display display;
+    display.index = 1;
+    display.leftTally = TslUmd50::Colour::red;
+    display.text = QStringLiteral("Camera 1");
+    TslUmd50::Packet packet;
+    packet.displays.append(display);
+    QUdpSocket sender;
+    QByteArray printed;
+    EXPECT_TRUE(eventually([&] {
+        sender.writeDatagram(TslUmd50::encode(packet), QHostAddress::LocalHost, port);
+        printed += watch.readAllStandardOutput();
+        return printed.contains("{\"event\":\"tsl\",\"running\":true,");
+    })) << printed.toStdString();
+    EXPECT_FALSE(printed.contains("\"mixdesk\"")) << printed.toStdString();
+}
