@@ -82,11 +82,23 @@ struct WatchOptions {
 
 WatchPrinter::Style printStyle(const WatchOptions& options)
 {
-    if (options.json) {
-        return WatchPrinter::Style::Json;
-    }
-    const bool timestamps = options.timestamps.value_or(::isatty(STDOUT_FILENO) == 1);
-    return timestamps ? WatchPrinter::Style::Timestamped : WatchPrinter::Style::Plain;
+    return options.json ? WatchPrinter::Style::Json : WatchPrinter::Style::Plain;
+}
+
+// Whether every line is stamped with its time. JSON objects carry their
+// time inside.
+bool stampsLines(const WatchOptions& options)
+{
+    return !options.json && options.timestamps.value_or(::isatty(STDOUT_FILENO) == 1);
+}
+
+// A time on every line the run prints, on either stream and from any part
+// of it (the switcher's news, the phone links, a TSL destination's failure,
+// Qt's own warnings), not only on the printer's.
+void stampEveryLine()
+{
+    setLineTimestamps([] { return QDateTime::currentDateTime(); });
+    printQtMessagesAsLines();
 }
 
 // The flags of watch itself; true when argument was one of them.
@@ -161,6 +173,9 @@ int runWatch(const QStringList& arguments)
     QString usageProblem;
     if (!parseOptions(arguments, &options, &usageProblem)) {
         return CommandLine::usageError(command(), usageProblem);
+    }
+    if (stampsLines(options)) {
+        stampEveryLine();
     }
     QString failure;
     std::optional<TallyMap> tallyMap = CommandInputs::readTallyMap(options.mapPath, &failure);

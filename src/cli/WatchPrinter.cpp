@@ -6,13 +6,6 @@
 
 namespace {
 
-// Local time with its offset, so that a log read later, or elsewhere, still
-// says when each change happened.
-QString timestamp(const QDateTime& time)
-{
-    return time.toOffsetFromUtc(time.offsetFromUtc()).toString(Qt::ISODateWithMs);
-}
-
 // The JSON name of a switcher's running event: the scheme --source takes
 // for it, so a program reading the events needs no second vocabulary.
 QString runningEventName(ShotSource::Kind kind)
@@ -103,11 +96,8 @@ void WatchPrinter::emitChange(const QString& text, QJsonObject json)
     case Style::Plain:
         m_sink(text);
         return;
-    case Style::Timestamped:
-        m_sink(timestamp(m_clock()) + QLatin1Char(' ') + text);
-        return;
     case Style::Json:
-        json.insert(QStringLiteral("time"), timestamp(m_clock()));
+        json.insert(QStringLiteral("time"), lineTimestamp(m_clock()));
         m_sink(QString::fromUtf8(QJsonDocument(json).toJson(QJsonDocument::Compact)));
         return;
     }

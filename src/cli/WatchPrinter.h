@@ -18,19 +18,19 @@
 // assignments, and a line when no tally box is there to drive ("No tally box
 // attached") or one comes back. The first tick prints the whole state.
 //
-// Plain lines are what a person reads in a terminal; timestamped lines put
-// the local time (ISO 8601, milliseconds and offset) in front, for a log
-// kept over a show; JSON lines are one object per change, for a program.
+// Plain lines are what a person reads in a terminal (and, stamped by
+// setLineTimestamps, a log kept over a show); JSON lines are one object per
+// change with its time, for a program.
 // A JSON running event is named after the kind of switcher followed
 // ({"event":"obs","running":true}), "mixdesk" for Mixdesk as it always was.
 class WatchPrinter : public TallyCycle::Observer {
 public:
-    enum class Style { Plain, Timestamped, Json };
+    enum class Style { Plain, Json };
     using Clock = std::function<QDateTime()>;
     using Sink = std::function<void(const QString& line)>;
 
-    // Prints on standard output by default, stamped with the time of the
-    // system clock.
+    // Prints on standard output by default; a JSON line carries the time of
+    // the system clock unless another clock is given.
     explicit WatchPrinter(qsizetype lightCount, Style style = Style::Plain, Clock clock = {}, Sink sink = {});
 
     // The switcher followed: its name in the running lines, its kind in the

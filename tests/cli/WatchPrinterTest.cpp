@@ -1,4 +1,4 @@
-// What tallyctl watch prints for each change, in its three styles, with a
+// What tallyctl watch prints for each change, in its two styles, with a
 // fixed clock.
 
 #include "WatchPrinter.h"
@@ -43,16 +43,6 @@ TEST_F(WatchPrinterTest, PlainLinesSayWhatChangedAndNothingMore)
     EXPECT_EQ(lines,
         QStringList({ QStringLiteral("Mixdesk running"), QStringLiteral("Light 1: live"),
             QStringLiteral("Light 3: preview"), QStringLiteral("Assigned shots renamed in Mixdesk") }));
-}
-
-TEST_F(WatchPrinterTest, TimestampedLinesStartWithTheLocalTimeWithMillisecondsAndOffset)
-{
-    WatchPrinter stamped = printer(WatchPrinter::Style::Timestamped);
-    stamped.setMixdeskWarningHidden(false);
-    stamped.showLightMode(7, TallyMode::off);
-    EXPECT_EQ(lines,
-        QStringList({ QStringLiteral("2026-11-23T12:04:05.678+01:00 Mixdesk not running"),
-            QStringLiteral("2026-11-23T12:04:05.678+01:00 Light 8: off") }));
 }
 
 TEST_F(WatchPrinterTest, JsonIsOneObjectPerChangeWithItsEventAndTime)
