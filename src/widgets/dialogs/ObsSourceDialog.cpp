@@ -4,7 +4,6 @@
 #include "sources/ObsAddress.h"
 
 #include <QFormLayout>
-#include <QHBoxLayout>
 #include <QLabel>
 #include <QLineEdit>
 #include <QPushButton>
@@ -35,13 +34,13 @@ ObsSourceDialog::ObsSourceDialog(const QString& address, const QString& password
     testResult->setObjectName(QStringLiteral("obsTestResult"));
     testResult->setTextFormat(Qt::PlainText);
     testResult->setWordWrap(true);
-    auto* testRow = new QHBoxLayout;
-    testRow->addWidget(testButton);
-    testRow->addWidget(testResult, 1);
+    // Room for an address and a reason on two lines at most.
+    testResult->setMinimumWidth(testResult->fontMetrics().averageCharWidth() * 44);
     form->addRow(tr("Host:"), hostField);
     form->addRow(tr("Port:"), portField);
     form->addRow(tr("Password:"), passwordField);
-    form->addRow(testRow);
+    form->addRow(QString(), testButton);
+    form->addRow(testResult);
     addHostRequiredButtons(*this, *form, *hostField);
 
     connect(testButton, &QPushButton::clicked, this, &ObsSourceDialog::startTest);
@@ -75,14 +74,21 @@ void ObsSourceDialog::startTest()
     settings.password = password();
     m_check = new ObsConnectionCheck(settings, this);
     connect(m_check, &ObsConnectionCheck::finished, this, &ObsSourceDialog::showTestOutcome);
-    testResult->setText(tr("Connecting to %1…").arg(settings.address.display()));
+    showTestWords(tr("Connecting to %1…").arg(settings.address.display()));
+}
+
+void ObsSourceDialog::showTestWords(const QString& words)
+{
+    testResult->setText(words);
+    // A longer reason takes another line: the dialog grows to show it.
+    adjustSize();
 }
 
 void ObsSourceDialog::showTestOutcome(ObsConnectionCheck::Outcome outcome, const QString& words)
 {
     const bool connected = outcome == ObsConnectionCheck::Outcome::connected;
     // A sign as well as the colour, for an operator who does not see it.
-    testResult->setText((connected ? QStringLiteral("✓ ") : QStringLiteral("⚠ ")) + words);
+    showTestWords((connected ? QStringLiteral("✓ ") : QStringLiteral("⚠ ")) + words);
     testResult->setStyleSheet(
         connected ? QStringLiteral("QLabel { color: #007000; }") : QStringLiteral("QLabel { color: #b00000; }"));
     m_check->deleteLater();

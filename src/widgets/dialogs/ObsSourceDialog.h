@@ -39,6 +39,7 @@ public:
 
 private:
     void startTest();
+    void showTestWords(const QString& words);
     void showTestOutcome(ObsConnectionCheck::Outcome outcome, const QString& words);
     // The fields changed: a test of the old ones says nothing of them.
     void forgetTest();

@@ -18,7 +18,7 @@
 
 namespace {
 
-class ObsSourceDialogTest : public testing::Test {
+class ObsDialogTestButtonTest : public testing::Test {
 protected:
     void SetUp() override
     {
@@ -47,7 +47,7 @@ protected:
 
 } // namespace
 
-TEST_F(ObsSourceDialogTest, TestSaysConnectedPasswordRefusedOrNoAnswer)
+TEST_F(ObsDialogTestButtonTest, TestSaysConnectedPasswordRefusedOrNoAnswer)
 {
     const QString where = QStringLiteral("127.0.0.1:%1").arg(server.port());
     ObsSourceDialog dialog(QStringLiteral("obs://") + where, QStringLiteral("studio 7"));
@@ -70,7 +70,7 @@ TEST_F(ObsSourceDialogTest, TestSaysConnectedPasswordRefusedOrNoAnswer)
     EXPECT_TRUE(eventually([&] { return server.clientCount() == 0; }, 5000));
 }
 
-TEST_F(ObsSourceDialogTest, ASecondTestReplacesOneUnderWay)
+TEST_F(ObsDialogTestButtonTest, ASecondTestReplacesOneUnderWay)
 {
     server.silent = true;
     ObsSourceDialog dialog(QStringLiteral("obs://127.0.0.1:%1").arg(server.port()), QString());
@@ -81,7 +81,7 @@ TEST_F(ObsSourceDialogTest, ASecondTestReplacesOneUnderWay)
     EXPECT_EQ(test(dialog), QStringLiteral("✓ Connected to OBS Studio at 127.0.0.1:%1").arg(server.port()));
 }
 
-TEST_F(ObsSourceDialogTest, WithoutAHostThereIsNothingToTest)
+TEST_F(ObsDialogTestButtonTest, WithoutAHostThereIsNothingToTest)
 {
     ObsSourceDialog dialog(QStringLiteral("obs://127.0.0.1:4465"), QString());
     EXPECT_EQ(dialog.portField->value(), 4465);
