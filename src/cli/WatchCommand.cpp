@@ -82,11 +82,23 @@ struct WatchOptions {
 
 WatchPrinter::Style printStyle(const WatchOptions& options)
 {
-    if (options.json) {
-        return WatchPrinter::Style::Json;
-    }
-    const bool timestamps = options.timestamps.value_or(::isatty(STDOUT_FILENO) == 1);
-    return timestamps ? WatchPrinter::Style::Timestamped : WatchPrinter::Style::Plain;
+    return options.json ? WatchPrinter::Style::Json : WatchPrinter::Style::Plain;
+}
+
+// Whether every line is stamped with its time. JSON objects carry their
+// time inside.
+bool stampsLines(const WatchOptions& options)
+{
+    return !options.json && options.timestamps.value_or(::isatty(STDOUT_FILENO) == 1);
+}
+
+// A time on every line the run prints, on either stream and from any part
+// of it (the switcher's news, the phone links, a TSL destination's failure,
+// Qt's own warnings), not only on the printer's.
+void stampEveryLine()
+{
+    setLineTimestamps([] { return QDateTime::currentDateTime(); });
+    printQtMessagesAsLines();
 }
 
 // The flags of watch itself; true when argument was one of them.
@@ -162,6 +174,9 @@ int runWatch(const QStringList& arguments)
     if (!parseOptions(arguments, &options, &usageProblem)) {
         return CommandLine::usageError(command(), usageProblem);
     }
+    if (stampsLines(options)) {
+        stampEveryLine();
+    }
     QString failure;
     std::optional<TallyMap> tallyMap = CommandInputs::readTallyMap(options.mapPath, &failure);
     if (!tallyMap) {
@@ -190,7 +205,7 @@ int runWatch(const QStringList& arguments)
         announcePhoneLinks(*outputs->web, tallyMap->shotSelections().size(), options.json);
     }
     WatchPrinter printer(tallyMap->shotSelections().size(), printStyle(options));
-    printer.setSourceName(source->displayName());
+    printer.setSource(source->displayName(), source->kind());
     // Status lines are for a person; with --json they go to standard error
     // so that standard output stays one object a line.
     QObject::connect(source.get(), &ShotSource::statusChanged,

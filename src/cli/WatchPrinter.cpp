@@ -6,11 +6,21 @@
 
 namespace {
 
-// Local time with its offset, so that a log read later, or elsewhere, still
-// says when each change happened.
-QString timestamp(const QDateTime& time)
+// The JSON name of a switcher's running event: the scheme --source takes
+// for it, so a program reading the events needs no second vocabulary.
+QString runningEventName(ShotSource::Kind kind)
 {
-    return time.toOffsetFromUtc(time.offsetFromUtc()).toString(Qt::ISODateWithMs);
+    switch (kind) {
+    case ShotSource::Kind::mixdesk:
+        return QStringLiteral("mixdesk");
+    case ShotSource::Kind::obsStudio:
+        return QStringLiteral("obs");
+    case ShotSource::Kind::tslUmd:
+        return QStringLiteral("tsl");
+    case ShotSource::Kind::atem:
+        return QStringLiteral("atem");
+    }
+    return QStringLiteral("mixdesk");
 }
 
 } // namespace
@@ -23,6 +33,12 @@ WatchPrinter::WatchPrinter(qsizetype lightCount, Style style, Clock clock, Sink 
 {
 }
 
+void WatchPrinter::setSource(const QString& name, ShotSource::Kind kind)
+{
+    m_sourceName = name;
+    m_runningEvent = runningEventName(kind);
+}
+
 void WatchPrinter::setMixdeskWarningHidden(bool hidden)
 {
     const bool running = hidden;
@@ -31,7 +47,7 @@ void WatchPrinter::setMixdeskWarningHidden(bool hidden)
     }
     m_running = running;
     emitChange(m_sourceName + (running ? QStringLiteral(" running") : QStringLiteral(" not running")),
-        { { QStringLiteral("event"), QStringLiteral("mixdesk") }, { QStringLiteral("running"), running } });
+        { { QStringLiteral("event"), m_runningEvent }, { QStringLiteral("running"), running } });
 }
 
 void WatchPrinter::setEnableEditing(bool /*enabled*/)
@@ -93,11 +109,8 @@ void WatchPrinter::emitChange(const QString& text, QJsonObject json)
     case Style::Plain:
         m_sink(text);
         return;
-    case Style::Timestamped:
-        m_sink(timestamp(m_clock()) + QLatin1Char(' ') + text);
-        return;
     case Style::Json:
-        json.insert(QStringLiteral("time"), timestamp(m_clock()));
+        json.insert(QStringLiteral("time"), lineTimestamp(m_clock()));
         m_sink(QString::fromUtf8(QJsonDocument(json).toJson(QJsonDocument::Compact)));
         return;
     }

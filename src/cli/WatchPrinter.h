@@ -1,5 +1,6 @@
 #pragma once
 
+#include "sources/ShotSource.h"
 #include "tally/MissingShotChanges.h"
 #include "tally/TallyCycle.h"
 #include "tally/TallyOutput.h"
@@ -21,21 +22,24 @@
 // goes missing from the switcher or comes back (it reads the light report
 // for that, as an output). The first tick prints the whole state.
 //
-// Plain lines are what a person reads in a terminal; timestamped lines put
-// the local time (ISO 8601, milliseconds and offset) in front, for a log
-// kept over a show; JSON lines are one object per change, for a program.
+// Plain lines are what a person reads in a terminal (and, stamped by
+// setLineTimestamps, a log kept over a show); JSON lines are one object per
+// change with its time, for a program.
+// A JSON running event is named after the kind of switcher followed
+// ({"event":"obs","running":true}), "mixdesk" for Mixdesk as it always was.
 class WatchPrinter : public TallyCycle::Observer, public TallyOutput {
 public:
-    enum class Style { Plain, Timestamped, Json };
+    enum class Style { Plain, Json };
     using Clock = std::function<QDateTime()>;
     using Sink = std::function<void(const QString& line)>;
 
-    // Prints on standard output by default, stamped with the time of the
-    // system clock.
+    // Prints on standard output by default; a JSON line carries the time of
+    // the system clock unless another clock is given.
     explicit WatchPrinter(qsizetype lightCount, Style style = Style::Plain, Clock clock = {}, Sink sink = {});
 
-    // The switcher's name in the running lines; "Mixdesk" unless set.
-    void setSourceName(const QString& name) { m_sourceName = name; }
+    // The switcher followed: its name in the running lines, its kind in the
+    // JSON running events. Mixdesk unless set.
+    void setSource(const QString& name, ShotSource::Kind kind);
 
     void setMixdeskWarningHidden(bool hidden) override;
     void setEnableEditing(bool enabled) override;
@@ -56,6 +60,7 @@ private:
     Clock m_clock;
     Sink m_sink;
     QString m_sourceName = QStringLiteral("Mixdesk");
+    QString m_runningEvent = QStringLiteral("mixdesk");
     std::optional<bool> m_running;
     std::optional<bool> m_boxAttached;
     QList<std::optional<TallyMode>> m_modes;

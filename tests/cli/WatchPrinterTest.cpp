@@ -1,4 +1,4 @@
-// What tallyctl watch prints for each change, in its three styles, with a
+// What tallyctl watch prints for each change, in its two styles, with a
 // fixed clock.
 
 #include "WatchPrinter.h"
@@ -43,16 +43,6 @@ TEST_F(WatchPrinterTest, PlainLinesSayWhatChangedAndNothingMore)
     EXPECT_EQ(lines,
         QStringList({ QStringLiteral("Mixdesk running"), QStringLiteral("Light 1: live"),
             QStringLiteral("Light 3: preview"), QStringLiteral("Assigned shots renamed in Mixdesk") }));
-}
-
-TEST_F(WatchPrinterTest, TimestampedLinesStartWithTheLocalTimeWithMillisecondsAndOffset)
-{
-    WatchPrinter stamped = printer(WatchPrinter::Style::Timestamped);
-    stamped.setMixdeskWarningHidden(false);
-    stamped.showLightMode(7, TallyMode::off);
-    EXPECT_EQ(lines,
-        QStringList({ QStringLiteral("2026-11-23T12:04:05.678+01:00 Mixdesk not running"),
-            QStringLiteral("2026-11-23T12:04:05.678+01:00 Light 8: off") }));
 }
 
 TEST_F(WatchPrinterTest, JsonIsOneObjectPerChangeWithItsEventAndTime)
@@ -109,7 +99,7 @@ TEST_F(WatchPrinterTest, ABoxThatGoesAfterStartIsSaid)
 TEST_F(WatchPrinterTest, AMissingShotIsNamedOnceWhenItGoesAndOnceWhenItIsBack)
 {
     WatchPrinter plain = printer(WatchPrinter::Style::Plain);
-    plain.setSourceName(QStringLiteral("Blackmagic ATEM"));
+    plain.setSource(QStringLiteral("Blackmagic ATEM"), ShotSource::Kind::atem);
     TallySnapshot report;
     report.sourceRunning = true;
     report.lights = { { TallyMode::off, { QStringLiteral("Camera 9") }, { QStringLiteral("Camera 9") } } };
@@ -136,4 +126,34 @@ TEST_F(WatchPrinterTest, AMissingShotInJsonNamesItsLightAndShot)
     EXPECT_EQ(object.value("light").toInt(), 2);
     EXPECT_EQ(object.value("shot").toString(), QStringLiteral("Wide"));
     EXPECT_TRUE(object.value("missing").toBool());
-}
+
+    TEST_F(WatchPrinterTest, AJsonRunningEventNamesTheKindOfSwitcherFollowed)
+    {
+        const QList<std::pair<ShotSource::Kind, QString>> kinds { { ShotSource::Kind::atem, QStringLiteral("atem") },
+            { ShotSource::Kind::obsStudio, QStringLiteral("obs") }, { ShotSource::Kind::tslUmd, QStringLiteral("tsl") },
+            { ShotSource::Kind::mixdesk, QStringLiteral("mixdesk") } };
+        for (const auto& [kind, event] : kinds) {
+            lines.clear();
+            WatchPrinter json = printer(WatchPrinter::Style::Json);
+            json.setSource(QStringLiteral("Some switcher"), kind);
+            json.setMixdeskWarningHidden(false);
+            json.setMixdeskWarningHidden(true);
+            EXPECT_EQ(lines,
+                QStringList(
+                    { QStringLiteral("{\"event\":\"%1\",\"running\":false,\"time\":\"2026-11-23T12:04:05.678+01:00\"}")
+                            .arg(event),
+                        QStringLiteral("{\"event\":\"%1\",\"running\":true,\"time\":\"2026-11-23T12:04:05.678+01:00\"}")
+                            .arg(event) }));
+        }
+    }
+
+    TEST_F(WatchPrinterTest, PlainRunningLinesNameTheSwitcherFollowed)
+    {
+        WatchPrinter plain = printer(WatchPrinter::Style::Plain);
+        plain.setSource(QStringLiteral("Blackmagic ATEM"), ShotSource::Kind::atem);
+        plain.setMixdeskWarningHidden(true);
+        plain.refreshAssignmentTitles();
+        EXPECT_EQ(lines,
+            QStringList({ QStringLiteral("Blackmagic ATEM running"),
+                QStringLiteral("Assigned shots renamed in Blackmagic ATEM") }));
+    }

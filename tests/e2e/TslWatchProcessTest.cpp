@@ -11,6 +11,7 @@
 #include <QFile>
 #include <QNetworkDatagram>
 #include <QProcess>
+#include <QRegularExpression>
 #include <QTcpSocket>
 #include <QTemporaryDir>
 #include <QUdpSocket>
@@ -244,5 +245,64 @@ TEST_F(TslWatchProcessTest, TheWindowStartsWithTheSavedListenerAndHearsOnlyItsSa
     if (!window.waitForFinished(10000)) {
         window.kill();
         window.waitForFinished();
+    }
+}
+
+TEST_F(TslWatchProcessTest, WatchJsonNamesTheTslSourceInItsRunningEvents)
+{
+    const quint16 port = freeUdpPort();
+    ASSERT_NE(port, 0);
+    start({ QStringLiteral("--json"), QStringLiteral("--source"), QStringLiteral("tsl5://127.0.0.1:%1").arg(port),
+        mapPath });
+    TslUmd50::Display display;
+    display.index = 1;
+    display.leftTally = TslUmd50::Colour::red;
+    display.text = QStringLiteral("Camera 1");
+    TslUmd50::Packet packet;
+    packet.displays.append(display);
+    QUdpSocket sender;
+    QByteArray printed;
+    EXPECT_TRUE(eventually([&] {
+        sender.writeDatagram(TslUmd50::encode(packet), QHostAddress::LocalHost, port);
+        printed += watch.readAllStandardOutput();
+        return printed.contains("{\"event\":\"tsl\",\"running\":true,");
+    })) << printed.toStdString();
+    EXPECT_FALSE(printed.contains("\"mixdesk\"")) << printed.toStdString();
+}
+
+TEST_F(TslWatchProcessTest, WithTimestampsEveryLineOnEitherStreamIsStamped)
+{
+    const quint16 port = freeUdpPort();
+    ASSERT_NE(port, 0);
+    // The phone links, the sender's first message and the lights: lines from
+    // three parts of the program, on both streams.
+    start({ QStringLiteral("--timestamps"), QStringLiteral("--source"), QStringLiteral("tsl5://127.0.0.1:%1").arg(port),
+        QStringLiteral("--web"), QStringLiteral("127.0.0.1:%1").arg(freePort()), mapPath });
+    TslUmd50::Display display;
+    display.index = 1;
+    display.leftTally = TslUmd50::Colour::red;
+    display.text = QStringLiteral("Camera 1");
+    TslUmd50::Packet packet;
+    packet.displays.append(display);
+    QUdpSocket sender;
+    QByteArray printed;
+    QByteArray errors;
+    EXPECT_TRUE(eventually([&] {
+        sender.writeDatagram(TslUmd50::encode(packet), QHostAddress::LocalHost, port);
+        printed += watch.readAllStandardOutput();
+        errors += watch.readAllStandardError();
+        return printed.contains(" Light 1: live\n") && printed.contains(" TSL messages from 127.0.0.1\n")
+            && errors.contains(" TSL messages from 127.0.0.1\n");
+    })) << printed.toStdString()
+        << errors.toStdString();
+    watch.terminate();
+    ASSERT_TRUE(watch.waitForFinished(15000));
+    printed += watch.readAllStandardOutput();
+    errors += watch.readAllStandardError();
+    EXPECT_TRUE(printed.contains("/light/1")) << "the phone links: " << printed.toStdString();
+    static const QRegularExpression stamped(
+        QStringLiteral("^\\d{4}-\\d\\d-\\d\\dT\\d\\d:\\d\\d:\\d\\d\\.\\d{3}([+-]\\d\\d:\\d\\d|Z) "));
+    for (const QByteArray& line : printed.trimmed().split('\n') + errors.trimmed().split('\n')) {
+        EXPECT_TRUE(stamped.match(QString::fromUtf8(line)).hasMatch()) << line.toStdString();
     }
 }

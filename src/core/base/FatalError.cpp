@@ -1,12 +1,13 @@
 #include "base/FatalError.h"
 
+#include "base/StandardOutput.h"
+
 #include <cstdio>
 #include <cstdlib>
 
 void fatalError(const QString& what)
 {
     std::fflush(stdout);
-    std::fprintf(stderr, "fatal error: %s\n", what.toLocal8Bit().constData());
-    std::fflush(stderr);
+    printErrorLine(QStringLiteral("fatal error: ") + what);
     std::abort();
 }

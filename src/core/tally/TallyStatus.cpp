@@ -8,6 +8,7 @@ TallyStatus::TallyStatus(Log log, Clock clock, QObject* parent)
     : QObject(parent)
     , m_log(log ? std::move(log) : Log(systemLog))
     , m_clock(clock ? std::move(clock) : Clock(&QDateTime::currentDateTime))
+    , m_settledAt(m_clock().addMSecs(settlingMs))
 {
 }
 
@@ -88,11 +89,25 @@ void TallyStatus::update()
         }
     }
     const QString text = problems.join(QStringLiteral(" · "));
+    const QDateTime now = m_clock();
+    // A problem from the start that is still there has outlasted the
+    // settling: it is logged as what it was before the change.
+    logSettledText(now);
     if (text == m_text) {
         return;
     }
     m_text = text;
-    const QString stamp = m_clock().toString(Qt::ISODate);
-    m_log(stamp + QLatin1Char(' ') + (text.isEmpty() ? tr("Lights working again") : text));
+    m_textSince = now;
+    logSettledText(now);
     Q_EMIT changed(text);
+}
+
+void TallyStatus::logSettledText(const QDateTime& now)
+{
+    if (now < m_settledAt || m_text == m_loggedText) {
+        return;
+    }
+    const QString stamp = m_textSince.toString(Qt::ISODate);
+    m_log(stamp + QLatin1Char(' ') + (m_text.isEmpty() ? tr("Lights working again") : m_text));
+    m_loggedText = m_text;
 }

@@ -15,12 +15,21 @@
 // opened or saved, a saved output that could not start. The cycle reports every tick; the text (and the line in
 // the system log) changes only when the situation does, so a problem that
 // lasts an hour leaves one log line, not fourteen thousand.
+//
+// The first seconds after start are the program settling, not failing: the
+// switcher is being connected to and the box matched. A problem then shows
+// at once in the text, but reaches the log only if it outlasts them (stamped
+// with when it began), and "Lights working again" is logged only after a
+// problem was.
 class TallyStatus : public QObject {
     Q_OBJECT
 
 public:
     using Log = std::function<void(const QString&)>;
     using Clock = std::function<QDateTime()>;
+
+    // How long after start a problem may last without being logged.
+    static constexpr qint64 settlingMs = 5000;
 
     // The log defaults to the system log, the clock to local time.
     explicit TallyStatus(Log log = {}, Clock clock = {}, QObject* parent = nullptr);
@@ -52,11 +61,18 @@ Q_SIGNALS:
 
 private:
     void update();
+    // Logs the text unless it is already logged or the program is still
+    // settling.
+    void logSettledText(const QDateTime& now);
 
     Log m_log;
     Clock m_clock;
     QString m_testProblem;
     QString m_missingProblem;
+    QDateTime m_settledAt;
+    // When the text became what it is.
+    QDateTime m_textSince;
+    QString m_loggedText;
     QString m_sourceProblem;
     QString m_deviceProblem;
     QString m_documentProblem;

@@ -61,6 +61,9 @@ public:
     void setPassword(const QString& password);
     bool awaitsPassword() const { return m_session.awaitsPassword(); }
 
+    // Where OBS Studio is followed.
+    const ObsAddress& address() const { return m_settings.address; }
+
     // The last status line, as statusChanged gave it.
     QString status() const { return m_status; }
 

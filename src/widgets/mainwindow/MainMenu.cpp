@@ -103,7 +103,7 @@ void MainMenu::askForObsSource()
 
 void MainMenu::showObsSourceDialog(const QString& password)
 {
-    ObsSourceDialog dialog(rememberedSource(), password, m_controller.window());
+    ObsSourceDialog dialog(obsAddressToOffer(), password, m_controller.window());
     runSourceDialog(dialog, tr("OBS Studio"),
         [&](QString* problem) { return chooseObsSource(dialog.address(), dialog.password(), problem); });
 }
@@ -111,6 +111,14 @@ void MainMenu::showObsSourceDialog(const QString& password)
 QString MainMenu::rememberedSource()
 {
     return UserDefaults::standardUserDefaults().objectForKey(Preferences::shotSource).toString();
+}
+
+QString MainMenu::obsAddressToOffer() const
+{
+    if (const auto* followed = qobject_cast<const ObsShotSource*>(&m_controller.shotSource())) {
+        return QStringLiteral("obs://") + followed->address().display();
+    }
+    return rememberedSource();
 }
 
 void MainMenu::runSourceDialog(QDialog& dialog, const QString& title, const std::function<bool(QString*)>& choose)

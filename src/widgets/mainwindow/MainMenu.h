@@ -107,6 +107,9 @@ private:
     void askForAtemSource();
     // The source the settings remember, as the source dialogs start from it.
     static QString rememberedSource();
+    // The OBS dialog starts from the OBS Studio the window follows (chosen
+    // on the command line, perhaps), else from the remembered source.
+    QString obsAddressToOffer() const;
     // Runs a source dialog over the window; when it is accepted, choose takes
     // its choice. A choice not made, or refused, leaves the Source menu
     // ticking the source followed; a refused one is said in a box titled

@@ -7,6 +7,7 @@
 #include "dialogs/ObsSourceDialog.h"
 #include "dialogs/TslSourceDialog.h"
 #include "mainwindow/StatusLine.h"
+#include "sources/ObsShotSource.h"
 #include "sources/TslShotSource.h"
 #include "support/Eventually.h"
 #include "support/FreePort.h"
@@ -378,4 +379,30 @@ TEST_F(SourceMenuTest, AnAtemAddressAcceptedInItsDialogIsFollowedAndTicked)
     EXPECT_TRUE(main.menu->atemSourceAction()->isChecked());
     EXPECT_EQ(UserDefaults::standardUserDefaults().objectForKey(Preferences::shotSource).toString(),
         QStringLiteral("atem://127.0.0.1:9910"));
+}
+
+TEST_F(SourceMenuTest, TheOBSDialogStartsFromTheOBSStudioTheWindowFollows)
+{
+    // Followed from the command line on 4465 while the settings remember
+    // another.
+    UserDefaults::standardUserDefaults().setObject(Preferences::shotSource, QStringLiteral("obs://studio.local:4455"));
+    ObsShotSource::Settings settings;
+    settings.address.host = QStringLiteral("127.0.0.1");
+    settings.address.port = 4465;
+    makeWindow(std::make_unique<ObsShotSource>(settings));
+    main.window->show();
+    QString host;
+    int port = 0;
+    QTimer::singleShot(0, [&] {
+        auto* dialog = qobject_cast<ObsSourceDialog*>(QApplication::activeModalWidget());
+        if (dialog) {
+            host = dialog->hostField->text();
+            port = dialog->portField->value();
+            dialog->reject();
+        }
+    });
+    main.menu->obsSourceAction()->trigger();
+    EXPECT_TRUE(eventually([&] { return port != 0; }, 5000));
+    EXPECT_EQ(host, QStringLiteral("127.0.0.1"));
+    EXPECT_EQ(port, 4465);
 }

@@ -15,6 +15,8 @@
 #include "tsl/TslUmd50.h"
 #include "widgets/mainwindow/MainWindowFixture.h"
 
+#include <QFontMetrics>
+#include <QLabel>
 #include <QStatusBar>
 #include <QUdpSocket>
 
@@ -23,7 +25,40 @@ namespace {
 class StatusLineTest : public MainWindowFixture {
 protected:
     QString line() const { return main.statusLine->text(); }
+
+    QLabel* part(const char* name) const { return main.statusLine->findChild<QLabel*>(QLatin1String(name)); }
+
+    int windowMinimumWidth() const
+    {
+        QCoreApplication::sendPostedEvents(nullptr, QEvent::LayoutRequest);
+        return std::max(main.window->minimumWidth(), main.window->minimumSizeHint().width());
+    }
+
+    void resizeWindow(int width) const
+    {
+        main.window->resize(width, main.window->height());
+        QCoreApplication::sendPostedEvents(nullptr, QEvent::LayoutRequest);
+        QCoreApplication::processEvents();
+    }
+
+    // The part shows no more than its width holds and lies inside the window.
+    void expectFits(const QLabel& label) const
+    {
+        const QString shown = label.text();
+        EXPECT_LE(QFontMetrics(label.font()).horizontalAdvance(shown), label.contentsRect().width())
+            << label.objectName().toStdString() << ": " << shown.toStdString() << " at " << main.window->width();
+        const QPoint rightEnd = label.mapTo(main.window.get(), QPoint(label.width(), 0));
+        EXPECT_LE(rightEnd.x(), main.window->width()) << label.objectName().toStdString();
+    }
 };
+
+// What a studio saw at start with OBS Studio not there yet and outputs
+// running.
+const QString longProblems = QStringLiteral("OBS Studio is not connected · No tally box attached · The saved web "
+                                            "tally page did not start: The address is already in use");
+const QString longSituation = QStringLiteral(
+    "Following OBS Studio at 192.168.100.200:4465 · not connected (Connection refused), trying again · Phones: 0 "
+    "connected · TSL: 2 destinations · MQTT: 0 of 2 brokers connected");
 
 } // namespace
 
@@ -223,4 +258,56 @@ TEST_F(StatusLineTest, FollowingObsStudioTheLineNamesItsAddressAndSaysWhenItIsCo
     ASSERT_TRUE(eventually([&] { return source->isRunning(); }, 5000));
     tick();
     EXPECT_EQ(line(), following + QStringLiteral(" · connected"));
+}
+
+TEST_F(StatusLineTest, StatusLineFitsANarrowWindowAndItsTooltipsHoldTheWholeText)
+{
+    answer({ { "1", "Cam 1", true, false } });
+    makeWindow();
+    main.window->show();
+    main.statusLine->hide();
+    const int minimumWithoutLine = windowMinimumWidth();
+    main.statusLine->show();
+    main.statusLine->showProblems(longProblems);
+    main.statusLine->showSituation(longSituation);
+
+    // Long texts do not make the window any wider than it can be without them.
+    EXPECT_EQ(windowMinimumWidth(), minimumWithoutLine);
+    QLabel* problems = part("statusProblems");
+    QLabel* situation = part("statusSituation");
+    ASSERT_NE(problems, nullptr);
+    ASSERT_NE(situation, nullptr);
+    for (const int width : { windowMinimumWidth(), 920 }) {
+        resizeWindow(width);
+        ASSERT_EQ(main.window->width(), width);
+        expectFits(*problems);
+        expectFits(*situation);
+        EXPECT_TRUE(problems->text().startsWith(QStringLiteral("⚠ OBS Studio is not")))
+            << problems->text().toStdString();
+        EXPECT_NE(situation->text(), longSituation) << "too long for " << width << " px, yet shown whole";
+        EXPECT_EQ(problems->toolTip(), QStringLiteral("⚠ ") + longProblems);
+        EXPECT_EQ(situation->toolTip(), longSituation);
+    }
+
+    // A text that changes in a window already narrow fits as well.
+    main.statusLine->showProblems(QString());
+    main.statusLine->showSourceStatus(QStringLiteral("TSL messages from 10.0.0.2"));
+    expectFits(*situation);
+    EXPECT_TRUE(situation->text().startsWith(QStringLiteral("Following OBS Studio at 192.168.100.200:4465")))
+        << situation->text().toStdString();
+    EXPECT_EQ(situation->toolTip(), longSituation + QStringLiteral(" · TSL messages from 10.0.0.2"));
+    EXPECT_EQ(line(), longSituation + QStringLiteral(" · TSL messages from 10.0.0.2"));
+}
+
+TEST_F(StatusLineTest, AShortLineIsShownWhole)
+{
+    answer({ { "1", "Cam 1", true, false } });
+    makeWindow();
+    main.window->show();
+    resizeWindow(920);
+    main.statusLine->showProblems(QStringLiteral("No tally box attached"));
+    main.statusLine->showSituation(QStringLiteral("Following Mixdesk · 2 shots"));
+    EXPECT_EQ(part("statusProblems")->text(), QStringLiteral("⚠ No tally box attached"));
+    EXPECT_EQ(part("statusSituation")->text(), QStringLiteral("Following Mixdesk · 2 shots"));
+    EXPECT_EQ(line(), QStringLiteral("⚠ No tally box attached  Following Mixdesk · 2 shots"));
 }
