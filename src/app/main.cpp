@@ -5,10 +5,12 @@
 #include "base/SecretFile.h"
 #include "base/StandardOutput.h"
 #include "base/UserDefaults.h"
+#include "launch/HandOverRequest.h"
 #include "launch/LaunchInformation.h"
 #include "launch/RunBuilder.h"
 #include "launch/SingleInstance.h"
 #include "mainwindow/AppDelegate.h"
+#include "mainwindow/MainMenu.h"
 #include "mainwindow/MainWindow.h"
 #include "mainwindow/ModalPanelProbe.h"
 #include "secrets/KeychainSecretStore.h"
@@ -16,6 +18,7 @@
 #include "sources/TslShotSource.h"
 
 #include <QApplication>
+#include <QDir>
 
 namespace {
 
@@ -34,6 +37,31 @@ bool takeEndOfOptions(QStringList& arguments, QString* problem)
         }
     }
     return true;
+}
+
+// A later launch: what it was asked goes to the running window, which takes
+// it as if chosen in its menus. Options it cannot take, and bad ones, are
+// refused here (status 2) before anything is handed over, so that the
+// window is left as it is; a window that refuses what it was handed says why
+// (status 1).
+int handToRunningWindow(SingleInstance& instance, const RunOptions& options, const QStringList& files)
+{
+    QString problem;
+    const std::optional<HandOverRequest> request
+        = HandOverRequest::fromLaunch(options, files, QDir::currentPath(), &problem);
+    if (!request) {
+        printErrorLine(QStringLiteral("mixdesk-tally: ") + problem);
+        return 2;
+    }
+    if (!instance.handOver(*request, &problem)) {
+        printErrorLine(QStringLiteral("mixdesk-tally: ") + problem);
+        return 1;
+    }
+    const QStringList handed = request->summary();
+    printLine(handed.isEmpty()
+            ? QStringLiteral("mixdesk-tally: the running window comes to the front")
+            : QStringLiteral("mixdesk-tally: the running window took ") + handed.join(QStringLiteral(", ")));
+    return 0;
 }
 
 } // namespace
@@ -66,16 +94,11 @@ int main(int argc, char* argv[])
         return 2;
     }
 
-    // One instance drives the tally box: a later launch gives its files to
-    // the running one and leaves.
+    // One instance drives the tally box: a later launch gives what it was
+    // asked to the running one and leaves.
     SingleInstance instance(SingleInstance::defaultDirectory());
     if (!instance.becomePrimary()) {
-        QString error;
-        if (!instance.handOver(files, &error)) {
-            printErrorLine(QStringLiteral("mixdesk-tally: ") + error);
-            return 1;
-        }
-        return 0;
+        return handToRunningWindow(instance, options, files);
     }
 
     installModalPanelProbe();
@@ -144,11 +167,16 @@ int main(int argc, char* argv[])
     main.window->show();
     delegate.applicationOpenFiles(files);
 
-    QObject::connect(
-        &instance, &SingleInstance::filesReceived, &delegate, [&main, &delegate](const QStringList& paths) {
-            main.window->raise();
-            main.window->activateWindow();
-            delegate.applicationOpenFiles(paths);
-        });
+    // A map handed over is opened after the choices, and not at all when
+    // one of them is refused: the launch then says what went wrong.
+    instance.setReceiver([&main, &delegate](const HandOverRequest& request, QString* problem) {
+        main.window->raise();
+        main.window->activateWindow();
+        if (!main.menu->takeHandOver(request, problem)) {
+            return false;
+        }
+        delegate.applicationOpenFiles(request.files);
+        return true;
+    });
     return app.exec();
 }

@@ -81,50 +81,79 @@ std::optional<QString> readSwitcherPassword(const RunOptions& options, QString* 
     return firstLineOf(options.passwordFile, problem);
 }
 
-std::unique_ptr<ShotSource> makeShotSource(const RunOptions& options, QString* problem)
+std::optional<ShotSource::Kind> shotSourceKindOf(const QString& source)
 {
+    if (source == QLatin1String("mixdesk")) {
+        return ShotSource::Kind::mixdesk;
+    }
+    if (TslShotSource::isTslAddress(source)) {
+        return ShotSource::Kind::tslUmd;
+    }
+    if (AtemAddress::looksLikeAddress(source)) {
+        return ShotSource::Kind::atem;
+    }
+    if (ObsAddress::looksLikeAddress(source)) {
+        return ShotSource::Kind::obsStudio;
+    }
+    return std::nullopt;
+}
+
+bool checkShotSource(const RunOptions& options, QString* problem)
+{
+    const std::optional<ShotSource::Kind> kind = shotSourceKindOf(options.source);
     // Said to a source that cannot use it, the list would protect nothing
     // while looking as if it did.
-    if (!options.tslAllowedSenders.isEmpty() && !TslShotSource::isTslAddress(options.source)) {
-        reportProblem(problem,
+    if (!options.tslAllowedSenders.isEmpty() && kind != ShotSource::Kind::tslUmd) {
+        return reportProblem(problem,
             QStringLiteral("--tsl-allow applies to a TSL source (tsl://, tsl5://…), not to '%1'").arg(options.source));
+    }
+    if (!kind) {
+        return reportProblem(problem,
+            QStringLiteral("unknown source '%1' (expected mixdesk, obs://HOST[:PORT], atem://HOST[:PORT], "
+                           "tsl://[ADDRESS:]PORT or tsl5://[ADDRESS:]PORT)")
+                .arg(options.source));
+    }
+    switch (*kind) {
+    case ShotSource::Kind::mixdesk:
+        return true;
+    case ShotSource::Kind::tslUmd:
+        return TslShotSource::parseAddress(options.source, problem) && allowedTslSenders(options, problem);
+    case ShotSource::Kind::atem:
+        return AtemAddress::parse(options.source, problem).has_value();
+    case ShotSource::Kind::obsStudio:
+        return ObsAddress::parse(options.source, problem).has_value();
+    }
+    return false;
+}
+
+std::unique_ptr<ShotSource> makeShotSource(const RunOptions& options, QString* problem)
+{
+    if (!checkShotSource(options, problem)) {
         return nullptr;
     }
-    if (options.source == QLatin1String("mixdesk")) {
+    switch (*shotSourceKindOf(options.source)) {
+    case ShotSource::Kind::mixdesk:
         return std::make_unique<MixdeskShotSource>();
-    }
-    if (TslShotSource::isTslAddress(options.source)) {
+    case ShotSource::Kind::tslUmd:
         return makeTslShotSource(options, problem);
-    }
-    if (AtemAddress::looksLikeAddress(options.source)) {
-        const std::optional<AtemAddress> address = AtemAddress::parse(options.source, problem);
-        if (!address) {
-            return nullptr;
-        }
+    case ShotSource::Kind::atem: {
         AtemShotSource::Settings settings;
-        settings.address = *address;
+        settings.address = *AtemAddress::parse(options.source, problem);
         settings.mixEffect = options.atemMixEffect - 1;
         return std::make_unique<AtemShotSource>(settings);
     }
-    if (ObsAddress::looksLikeAddress(options.source)) {
-        const std::optional<ObsAddress> address = ObsAddress::parse(options.source, problem);
-        if (!address) {
-            return nullptr;
-        }
+    case ShotSource::Kind::obsStudio: {
         const std::optional<QString> password = readSwitcherPassword(options, problem);
         if (!password) {
             return nullptr;
         }
         ObsShotSource::Settings settings;
-        settings.address = *address;
+        settings.address = *ObsAddress::parse(options.source, problem);
         settings.password = *password;
         settings.passwordComesLater = password->isEmpty() && options.passwordFromSecretStore;
         return std::make_unique<ObsShotSource>(settings);
     }
-    reportProblem(problem,
-        QStringLiteral("unknown source '%1' (expected mixdesk, obs://HOST[:PORT], atem://HOST[:PORT], "
-                       "tsl://[ADDRESS:]PORT or tsl5://[ADDRESS:]PORT)")
-            .arg(options.source));
+    }
     return nullptr;
 }
 

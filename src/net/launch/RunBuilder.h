@@ -25,6 +25,16 @@ inline const QString mqttPasswordVariable = QStringLiteral("MIXDESK_TALLY_MQTT_P
 // when the file cannot be read.
 std::optional<QString> readSwitcherPassword(const RunOptions& options, QString* problem);
 
+// The kind of source an address names by its scheme ("mixdesk",
+// "obs://…", "tsl://…" and the other TSL forms, "atem://…"); nothing for any
+// other text.
+std::optional<ShotSource::Kind> shotSourceKindOf(const QString& source);
+
+// Whether makeShotSource can build the options' source as far as its address
+// and the senders it allows go, without connecting or listening: false, with
+// the reason, when it cannot. A port in use is found only by starting.
+bool checkShotSource(const RunOptions& options, QString* problem);
+
 // The shot source the options choose, or nothing with the reason in problem.
 std::unique_ptr<ShotSource> makeShotSource(const RunOptions& options, QString* problem);
 

@@ -2,15 +2,18 @@
 
 #include "base/Problem.h"
 
+#include <QDeadlineTimer>
 #include <QDir>
 #include <QLocalSocket>
+#include <QPointer>
 #include <QStandardPaths>
 #include <QTimer>
 
 namespace {
 
 constexpr int handOverTimeoutMs = 2000;
-const QString folderPrefix = QStringLiteral("folder:");
+// Taking a request may start servers or open a map: a little longer.
+constexpr int answerTimeoutMs = 5000;
 
 QString lockPath(const QString& directory)
 {
@@ -97,59 +100,82 @@ void SingleInstance::acceptConnections()
 
 void SingleInstance::readConnection(QLocalSocket* socket)
 {
-    if (socket->bytesAvailable() > maximumMessageBytes) {
-        socket->abort();
-        socket->deleteLater();
-        return;
-    }
-    // Wait until the closing empty line has arrived.
-    const QByteArray pending = socket->peek(socket->bytesAvailable());
-    if (!pending.startsWith('\n') && !pending.contains("\n\n")) {
+    // The request is one line; until its end has come, wait for more, but
+    // never for more than one message's worth.
+    const qsizetype end = socket->peek(maximumMessageBytes).indexOf('\n');
+    if (end < 0) {
+        if (socket->bytesAvailable() >= maximumMessageBytes) {
+            socket->abort();
+            socket->deleteLater();
+        }
         return;
     }
     disconnect(socket, &QLocalSocket::readyRead, this, nullptr);
-    QString folder;
-    QStringList paths;
-    while (socket->canReadLine()) {
-        const QString line = QString::fromUtf8(socket->readLine()).chopped(1);
-        if (line.isEmpty()) {
-            break;
-        }
-        if (line.startsWith(folderPrefix) && folder.isEmpty() && paths.isEmpty()) {
-            folder = line.mid(folderPrefix.size());
-            continue;
-        }
-        if (QDir::isAbsolutePath(line)) {
-            paths.append(QDir::cleanPath(line));
-        } else if (QDir::isAbsolutePath(folder)) {
-            paths.append(QDir::cleanPath(QDir(folder).absoluteFilePath(line)));
-        }
-        // A relative path from a sender that gave no folder names nothing
-        // the window can know.
+    const QByteArray message = socket->read(end + 1);
+    // Taking the request may run the event loop (a box, a dialog's own):
+    // the connection's time limit may close the socket meanwhile.
+    const QPointer<QLocalSocket> connection(socket);
+    const HandOverAnswer reply = answer(message);
+    if (!connection) {
+        return;
     }
-    socket->write("ok\n");
-    socket->flush();
-    Q_EMIT filesReceived(paths);
+    connection->write(reply.encode());
+    connection->flush();
+    connection->disconnectFromServer();
 }
 
-bool SingleInstance::handOver(const QStringList& paths, QString* problem)
+HandOverAnswer SingleInstance::answer(QByteArrayView message)
 {
+    HandOverAnswer reply;
+    const std::optional<HandOverRequest> request = HandOverRequest::decode(message, &reply.problem);
+    if (!request) {
+        return reply;
+    }
+    if (!m_receiver) {
+        reply.problem = QStringLiteral("the window is not ready for hand-overs yet");
+        return reply;
+    }
+    reply.taken = m_receiver(*request, &reply.problem);
+    return reply;
+}
+
+bool SingleInstance::handOver(const HandOverRequest& request, QString* problem)
+{
+    const QByteArray message = request.encode();
+    if (message.size() > maximumMessageBytes) {
+        return reportProblem(problem,
+            QStringLiteral("too much to hand to the running Mixdesk Tally (at most %1 KiB)")
+                .arg(maximumMessageBytes / 1024));
+    }
     QLocalSocket socket;
     socket.connectToServer(socketPath(m_directory));
     if (!socket.waitForConnected(handOverTimeoutMs)) {
         return reportProblem(
             problem, QStringLiteral("cannot reach the running Mixdesk Tally: %1").arg(socket.errorString()));
     }
-    QByteArray message = (folderPrefix + QDir::currentPath()).toUtf8() + '\n';
-    for (const QString& path : paths) {
-        message += path.toUtf8() + '\n';
-    }
-    message += '\n';
     socket.write(message);
-    if (!socket.waitForBytesWritten(handOverTimeoutMs) || !socket.waitForReadyRead(handOverTimeoutMs)) {
+    if (!socket.waitForBytesWritten(handOverTimeoutMs)) {
         return reportProblem(
             problem, QStringLiteral("the running Mixdesk Tally did not answer: %1").arg(socket.errorString()));
     }
+    QDeadlineTimer deadline(answerTimeoutMs);
+    while (!socket.canReadLine() && socket.bytesAvailable() < maximumMessageBytes
+        && socket.waitForReadyRead(static_cast<int>(deadline.remainingTime()))) { }
+    if (!socket.canReadLine()) {
+        return reportProblem(
+            problem, QStringLiteral("the running Mixdesk Tally did not answer: %1").arg(socket.errorString()));
+    }
+    const std::optional<HandOverAnswer> answer = HandOverAnswer::decode(socket.readLine(maximumMessageBytes));
     socket.disconnectFromServer();
+    if (!answer) {
+        // A window of an earlier release reads only files, and answers
+        // otherwise.
+        return reportProblem(problem,
+            QStringLiteral("the running Mixdesk Tally did not understand the hand-over (an earlier version?): quit "
+                           "it and launch again"));
+    }
+    if (!answer->taken) {
+        return reportProblem(problem, QStringLiteral("the running Mixdesk Tally refused: ") + answer->problem);
+    }
     return true;
 }

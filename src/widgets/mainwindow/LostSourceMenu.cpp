@@ -81,6 +81,7 @@ void LostSourceMenu::choose(const LostSourcePolicy& policy)
 {
     m_ticker.setLostSourcePolicy(policy);
     policy.storeIn(UserDefaults::standardUserDefaults());
+    showPolicy();
 }
 
 void LostSourceMenu::showPolicy()

@@ -30,14 +30,15 @@ public:
 
     // Ticks the items that match the ticker's policy.
     void showPolicy();
+    // The policy for the ticker from now on, saved for the next start and
+    // ticked in the menu, as if chosen there.
+    void choose(const LostSourcePolicy& policy);
 
     static constexpr int blinkDelays[] = { 5, 10, 30, 60 };
 
 private:
     QAction* addChoice(const QString& text, const LostSourcePolicy::Action action, int seconds);
     void choose(LostSourcePolicy::Action action, int seconds);
-    // For the ticker from now on, and saved for the next start.
-    void choose(const LostSourcePolicy& policy);
 
     TallyTicker& m_ticker;
     QPointer<QMenu> m_menu;

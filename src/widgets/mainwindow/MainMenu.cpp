@@ -1,5 +1,6 @@
 #include "mainwindow/MainMenu.h"
 
+#include "base/Problem.h"
 #include "base/Text.h"
 #include "base/UserDefaults.h"
 #include "dialogs/AtemSourceDialog.h"
@@ -8,6 +9,7 @@
 #include "dialogs/TslSourceDialog.h"
 #include "dialogs/WindowModalMessage.h"
 #include "lamps/TallyState.h"
+#include "launch/RunBuilder.h"
 #include "mainwindow/LampRow.h"
 #include "mainwindow/LostSourceMenu.h"
 #include "mainwindow/ViewController.h"
@@ -238,6 +240,11 @@ void MainMenu::askForNetworkOutputs()
     if (dialog.exec() != QDialog::Accepted) {
         return;
     }
+    showOutputsChosen(pageWasServed);
+}
+
+void MainMenu::showOutputsChosen(bool pageWasServed)
+{
     if (m_phoneLinksDialog) {
         m_phoneLinksDialog->setLinks(phoneLinks());
     }
@@ -246,6 +253,45 @@ void MainMenu::askForNetworkOutputs()
     if (!pageWasServed && m_controller.networkOutputs().webServer() != nullptr) {
         showPhoneLinks();
     }
+}
+
+bool MainMenu::takeHandOver(const HandOverRequest& request, QString* problem)
+{
+    if (request.source && !chooseHandedSource(*request.source, problem)) {
+        return false;
+    }
+    if (request.changesOutputs()) {
+        NetworkOutputs& outputs = m_controller.networkOutputs();
+        const bool pageWasServed = outputs.webServer() != nullptr;
+        if (!chooseNetworkOutputs(request.outputsOver(outputs.current()), problem)) {
+            return false;
+        }
+        showOutputsChosen(pageWasServed);
+    }
+    if (request.changesLostSourcePolicy()) {
+        m_lostSourceMenu->choose(request.lostSourcePolicyOver(m_controller.ticker().lostSourcePolicy()));
+    }
+    return true;
+}
+
+bool MainMenu::chooseHandedSource(const HandOverRequest::Source& source, QString* problem)
+{
+    const std::optional<ShotSource::Kind> kind = shotSourceKindOf(source.address);
+    if (!kind) {
+        return reportProblem(problem, tr("unknown source '%1'").arg(source.address));
+    }
+    switch (*kind) {
+    case ShotSource::Kind::mixdesk:
+        chooseMixdeskSource();
+        return true;
+    case ShotSource::Kind::obsStudio:
+        return chooseObsSource(source.address, source.password, problem);
+    case ShotSource::Kind::tslUmd:
+        return chooseTslSource(source.address, source.allowedSenders, problem);
+    case ShotSource::Kind::atem:
+        return chooseAtemSource(source.address, problem);
+    }
+    return false;
 }
 
 void MainMenu::showPhoneLinks()

@@ -2,6 +2,7 @@
 
 #include "dialogs/PhoneLinksDialog.h"
 #include "lamps/BigTallyView.h"
+#include "launch/HandOverRequest.h"
 #include "launch/NetworkOutputChoices.h"
 #include "mainwindow/LostSourceMenu.h"
 
@@ -86,6 +87,12 @@ public:
     // with the problem and the running outputs left alone, when they cannot
     // run.
     bool chooseNetworkOutputs(const NetworkOutputChoices& choices, QString* problem);
+
+    // What a later launch handed over, chosen as through this menu: the
+    // source, then the network outputs, then the lights' fail-safe choices,
+    // each remembered for the next start. The first that cannot be had
+    // stops the rest (those before it stay chosen): false, with the reason.
+    bool takeHandOver(const HandOverRequest& request, QString* problem);
     QMenu* helpMenu() const { return m_helpMenu; }
     QAction* aboutAction() const { return m_about; }
 
@@ -123,6 +130,10 @@ private:
     void checkCurrentSource();
     void buildOutputsMenu(QMenuBar& menuBar);
     void askForNetworkOutputs();
+    // The phone links brought up to date after the outputs were chosen, and
+    // shown when a page has just been turned on.
+    void showOutputsChosen(bool pageWasServed);
+    bool chooseHandedSource(const HandOverRequest::Source& source, QString* problem);
     void buildHelpMenu(QMenuBar& menuBar);
     void addLockEditingItem();
     void addTestLightsItem();

@@ -8,13 +8,13 @@
 #include <QFileInfo>
 #include <QLocalServer>
 #include <QLocalSocket>
-#include <QSignalSpy>
 #include <QTemporaryDir>
 #include <QTest>
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <atomic>
 #include <cstring>
 #include <memory>
 #include <sys/resource.h>
@@ -33,37 +33,14 @@ TEST(SingleInstanceTest, FirstInstanceBecomesPrimaryAndASecondDoesNot)
     EXPECT_FALSE(second.becomePrimary());
 }
 
-TEST(SingleInstanceTest, SecondLaunchHandsOverAbsolutePaths)
-{
-    QTemporaryDir dir;
-    SingleInstance first(dir.path());
-    ASSERT_TRUE(first.becomePrimary());
-    QSignalSpy received(&first, &SingleInstance::filesReceived);
-
-    // The hand-over blocks while it waits for the answer, as a second
-    // process would; run it on its own thread so that this event loop can
-    // answer.
-    QString error;
-    bool handedOver = false;
-    std::thread launch([&] {
-        SingleInstance second(dir.path());
-        handedOver = second.handOver({ QStringLiteral("studio.tlx"), "/abs/other.tlx" }, &error);
-    });
-    const bool arrived = QTest::qWaitFor([&] { return received.count() == 1; }, 3000);
-    QTest::qWait(50); // let the answer go out before the sender gives up
-    launch.join();
-    ASSERT_TRUE(arrived) << error.toStdString();
-    EXPECT_TRUE(handedOver) << error.toStdString();
-    const QStringList paths = received.at(0).at(0).toStringList();
-    EXPECT_EQ(paths, (QStringList { QFileInfo(QStringLiteral("studio.tlx")).absoluteFilePath(), "/abs/other.tlx" }));
-}
-
 TEST(SingleInstanceTest, HandOverWithoutARunningInstanceFailsClearly)
 {
     QTemporaryDir dir;
     SingleInstance lonely(dir.path());
     QString error;
-    EXPECT_FALSE(lonely.handOver({ QStringLiteral("a.tlx") }, &error));
+    HandOverRequest request;
+    request.files = QStringList { QStringLiteral("/maps/a.tlx") };
+    EXPECT_FALSE(lonely.handOver(request, &error));
     EXPECT_TRUE(error.startsWith("cannot reach the running Mixdesk Tally")) << error.toStdString();
 }
 
@@ -85,46 +62,62 @@ QString socketIn(const QTemporaryDir& dir)
     return QDir(dir.path()).filePath("mixdesk-tally.socket");
 }
 
-// Hands the paths over from another thread, as a second launch would, while
-// this thread's event loop serves the first instance.
-bool handOverFromAnotherThread(
-    const QTemporaryDir& dir, SingleInstance& first, const QStringList& paths, QStringList* received = nullptr)
+// Hands the request over from another thread, as a second launch would,
+// while this thread's event loop serves the first instance: whether it was
+// taken, and if not, why.
+bool handOverFromAnotherThread(const QTemporaryDir& dir, const HandOverRequest& request, QString* problem)
 {
-    QSignalSpy spy(&first, &SingleInstance::filesReceived);
-    QString error;
+    std::atomic<bool> done = false;
     bool handedOver = false;
     std::thread launch([&] {
         SingleInstance second(dir.path());
-        handedOver = second.handOver(paths, &error);
+        handedOver = second.handOver(request, problem);
+        done = true;
     });
-    const bool arrived = QTest::qWaitFor([&] { return spy.count() == 1; }, 5000);
-    QTest::qWait(50);
+    const bool finished = QTest::qWaitFor([&] { return done.load(); }, 10000);
     launch.join();
-    if (received && arrived) {
-        *received = spy.at(0).at(0).toStringList();
-    }
-    return arrived && handedOver;
+    EXPECT_TRUE(finished);
+    return handedOver;
 }
 
-// The paths a window that is the first instance takes from message, written
-// straight onto its socket as any local program could; empty, with a
-// failure, when nothing arrives.
-QStringList receivedFromRawMessage(const QByteArray& message)
+// The requests a first instance has taken, and what it answers them.
+struct RecordingReceiver {
+    QList<HandOverRequest> taken;
+    QString refusal;
+
+    SingleInstance::Receiver receiver()
+    {
+        return [this](const HandOverRequest& request, QString* problem) {
+            taken.append(request);
+            if (!refusal.isEmpty()) {
+                *problem = refusal;
+                return false;
+            }
+            return true;
+        };
+    }
+};
+
+HandOverRequest mapAndWebPage()
 {
-    QTemporaryDir dir;
-    SingleInstance first(dir.path());
-    EXPECT_TRUE(first.becomePrimary());
-    QSignalSpy received(&first, &SingleInstance::filesReceived);
+    HandOverRequest request;
+    request.files = QStringList { QStringLiteral("/home/operator/maps/studio.tlx") };
+    request.webGiven = true;
+    request.outputs.web = QStringLiteral("8090");
+    return request;
+}
+
+// What the first instance answers to message, written straight onto its
+// socket as any local program could.
+QByteArray answerToRawMessage(const QTemporaryDir& dir, const QByteArray& message)
+{
     QLocalSocket sender;
     sender.connectToServer(socketIn(dir));
     EXPECT_TRUE(sender.waitForConnected(1000));
     sender.write(message);
     sender.flush();
-    if (!QTest::qWaitFor([&] { return received.count() == 1; }, 3000)) {
-        ADD_FAILURE() << "no paths arrived for " << message.toStdString();
-        return {};
-    }
-    return received.at(0).at(0).toStringList();
+    EXPECT_TRUE(QTest::qWaitFor([&] { return sender.canReadLine(); }, 3000)) << message.toStdString();
+    return sender.readLine();
 }
 
 } // namespace
@@ -158,36 +151,83 @@ TEST(SingleInstanceTest, ConnectionsBeyondTheLimitAreClosedAtOnce)
     EXPECT_EQ(stillOpen, SingleInstance::maximumConnections);
 }
 
+TEST(SingleInstanceTest, ASecondLaunchHandsItsRequestOverAndLearnsItWasTaken)
+{
+    QTemporaryDir dir;
+    SingleInstance first(dir.path());
+    ASSERT_TRUE(first.becomePrimary());
+    RecordingReceiver window;
+    first.setReceiver(window.receiver());
+    QString problem;
+    EXPECT_TRUE(handOverFromAnotherThread(dir, mapAndWebPage(), &problem)) << problem.toStdString();
+    ASSERT_EQ(window.taken.size(), 1);
+    EXPECT_EQ(window.taken.first(), mapAndWebPage());
+}
+
+TEST(SingleInstanceTest, AWindowThatRefusesTellsTheLaunchWhy)
+{
+    QTemporaryDir dir;
+    SingleInstance first(dir.path());
+    ASSERT_TRUE(first.becomePrimary());
+    RecordingReceiver window;
+    window.refusal = QStringLiteral("Web tally page: port 8090 is in use");
+    first.setReceiver(window.receiver());
+    QString problem;
+    EXPECT_FALSE(handOverFromAnotherThread(dir, mapAndWebPage(), &problem));
+    EXPECT_EQ(problem, QStringLiteral("the running Mixdesk Tally refused: Web tally page: port 8090 is in use"));
+}
+
 TEST(SingleInstanceTest, AMessageThatNeverEndsIsCutOffAtTheSizeLimit)
 {
     QTemporaryDir dir;
     SingleInstance first(dir.path());
     ASSERT_TRUE(first.becomePrimary());
-    QSignalSpy received(&first, &SingleInstance::filesReceived);
+    RecordingReceiver window;
+    first.setReceiver(window.receiver());
     QLocalSocket flood;
     flood.connectToServer(socketIn(dir));
     ASSERT_TRUE(flood.waitForConnected(1000));
-    const QByteArray line(1000, 'a');
+    const QByteArray chunk(1000, 'a'); // never a line end
     for (qsizetype sent = 0;
          sent <= 2 * SingleInstance::maximumMessageBytes && flood.state() == QLocalSocket::ConnectedState;
-         sent += line.size() + 1) {
-        flood.write(line + '\n');
+         sent += chunk.size()) {
+        flood.write(chunk);
         flood.flush();
         QCoreApplication::processEvents();
     }
     EXPECT_TRUE(QTest::qWaitFor([&] { return flood.state() == QLocalSocket::UnconnectedState; }, 1000));
-    EXPECT_EQ(received.count(), 0);
+    EXPECT_TRUE(window.taken.isEmpty());
 }
 
-TEST(SingleInstanceTest, ARelativePathIsTakenFromTheSendersFolder)
+TEST(SingleInstanceTest, JunkOnTheSocketIsRefusedAndTheWindowTakesTheNextRequest)
 {
-    EXPECT_EQ(receivedFromRawMessage("folder:/home/operator/maps\nstudio.tlx\n../other.tlx\n/abs/third.tlx\n\n"),
-        (QStringList { "/home/operator/maps/studio.tlx", "/home/operator/other.tlx", "/abs/third.tlx" }));
+    QTemporaryDir dir;
+    SingleInstance first(dir.path());
+    ASSERT_TRUE(first.becomePrimary());
+    RecordingReceiver window;
+    first.setReceiver(window.receiver());
+    for (const QByteArray& junk :
+        { QByteArray("folder:/home/operator\nstudio.tlx\n\n"), QByteArray("{\"version\":1,\"files\":\"/x\"}\n"),
+            QByteArray("\x00\x01\x02\xff\n", 5), QByteArray("{\"version\":99}\n") }) {
+        const std::optional<HandOverAnswer> answer = HandOverAnswer::decode(answerToRawMessage(dir, junk));
+        ASSERT_TRUE(answer) << junk.toStdString();
+        EXPECT_FALSE(answer->taken);
+        EXPECT_FALSE(answer->problem.isEmpty());
+    }
+    EXPECT_TRUE(window.taken.isEmpty());
+    QString problem;
+    EXPECT_TRUE(handOverFromAnotherThread(dir, mapAndWebPage(), &problem)) << problem.toStdString();
+    EXPECT_EQ(window.taken.size(), 1);
 }
 
-TEST(SingleInstanceTest, ARelativePathWithoutTheSendersFolderIsNotTakenFromTheWindowsFolder)
+TEST(SingleInstanceTest, AWindowWithoutAReceiverYetRefuses)
 {
-    EXPECT_EQ(receivedFromRawMessage("studio.tlx\n/abs/third.tlx\n\n"), (QStringList { "/abs/third.tlx" }));
+    QTemporaryDir dir;
+    SingleInstance first(dir.path());
+    ASSERT_TRUE(first.becomePrimary());
+    QString problem;
+    EXPECT_FALSE(handOverFromAnotherThread(dir, mapAndWebPage(), &problem));
+    EXPECT_TRUE(problem.startsWith(QStringLiteral("the running Mixdesk Tally refused"))) << problem.toStdString();
 }
 
 // Running out of file descriptors makes accepting fail, and Qt then closes
@@ -229,7 +269,9 @@ TEST(SingleInstanceTest, TheWindowListensAgainAfterRunningOutOfFileDescriptors)
     ::setrlimit(RLIMIT_NOFILE, &previous);
 
     QTest::qWait(SingleInstance::listenCheckMilliseconds + 500);
-    QStringList received;
-    EXPECT_TRUE(handOverFromAnotherThread(dir, first, { "/abs/studio.tlx" }, &received));
-    EXPECT_EQ(received, QStringList { "/abs/studio.tlx" });
+    RecordingReceiver window;
+    first.setReceiver(window.receiver());
+    QString problem;
+    EXPECT_TRUE(handOverFromAnotherThread(dir, mapAndWebPage(), &problem)) << problem.toStdString();
+    EXPECT_EQ(window.taken.size(), 1);
 }
