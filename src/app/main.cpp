@@ -9,6 +9,7 @@
 #include "launch/RunBuilder.h"
 #include "launch/SingleInstance.h"
 #include "mainwindow/AppDelegate.h"
+#include "mainwindow/MainMenu.h"
 #include "mainwindow/MainWindow.h"
 #include "mainwindow/ModalPanelProbe.h"
 #include "secrets/KeychainSecretStore.h"
@@ -92,6 +93,11 @@ int main(int argc, char* argv[])
             // The senders a saved TSL listener hears, unless --tsl-allow says.
             if (TslShotSource::isTslAddress(saved) && options.tslAllowedSenders.isEmpty()) {
                 options.tslAllowedSenders = defaults.objectForKey(Preferences::tslAllowedSenders).toStringList();
+            }
+            // And how long its senders may be silent, unless --tsl-silence
+            // says.
+            if (TslShotSource::isTslAddress(saved) && !options.tslSilenceSeconds) {
+                options.tslSilenceSeconds = MainMenu::rememberedTslSilence();
             }
             options.passwordFromSecretStore = true;
         }

@@ -48,6 +48,9 @@ std::unique_ptr<ShotSource> makeTslShotSource(const RunOptions& options, QString
     }
     auto source = std::make_unique<TslShotSource>(*listen);
     source->setAllowedSenders(*allowed);
+    if (options.tslSilenceSeconds) {
+        source->chooseSilenceLimit(tslSilenceLimit(*options.tslSilenceSeconds));
+    }
     if (!source->start(problem)) {
         return nullptr;
     }
@@ -72,6 +75,14 @@ std::optional<QString> firstLineOf(const QString& path, QString* problem)
 
 } // namespace
 
+std::optional<std::chrono::milliseconds> tslSilenceLimit(int seconds)
+{
+    if (seconds <= 0) {
+        return std::nullopt;
+    }
+    return std::chrono::seconds(seconds);
+}
+
 std::optional<QString> readSwitcherPassword(const RunOptions& options, QString* problem)
 {
     if (options.passwordFile.isEmpty()) {
@@ -88,6 +99,12 @@ std::unique_ptr<ShotSource> makeShotSource(const RunOptions& options, QString* p
     if (!options.tslAllowedSenders.isEmpty() && !TslShotSource::isTslAddress(options.source)) {
         reportProblem(problem,
             QStringLiteral("--tsl-allow applies to a TSL source (tsl://, tsl5://…), not to '%1'").arg(options.source));
+        return nullptr;
+    }
+    if (options.tslSilenceSeconds && !TslShotSource::isTslAddress(options.source)) {
+        reportProblem(problem,
+            QStringLiteral("--tsl-silence applies to a TSL source (tsl://, tsl5://…), not to '%1'")
+                .arg(options.source));
         return nullptr;
     }
     if (options.source == QLatin1String("mixdesk")) {

@@ -8,7 +8,9 @@
 #include "launch/RunOptions.h"
 #include "sources/ShotSource.h"
 
+#include <chrono>
 #include <memory>
+#include <optional>
 #include <vector>
 
 // Where the switcher's password comes from when no --password-file is given:
@@ -24,6 +26,10 @@ inline const QString mqttPasswordVariable = QStringLiteral("MIXDESK_TALLY_MQTT_P
 // environment variable, else empty. Nothing, with the reason in problem,
 // when the file cannot be read.
 std::optional<QString> readSwitcherPassword(const RunOptions& options, QString* problem);
+
+// A TSL source's silence limit from whole seconds as the command line and
+// the settings give it: 0 for none.
+std::optional<std::chrono::milliseconds> tslSilenceLimit(int seconds);
 
 // The shot source the options choose, or nothing with the reason in problem.
 std::unique_ptr<ShotSource> makeShotSource(const RunOptions& options, QString* problem);
