@@ -116,6 +116,11 @@ int main(int argc, char* argv[])
             if (TslShotSource::isTslAddress(saved) && options.tslAllowedSenders.isEmpty()) {
                 options.tslAllowedSenders = defaults.objectForKey(Preferences::tslAllowedSenders).toStringList();
             }
+            // And how long its senders may be silent, unless --tsl-silence
+            // says.
+            if (TslShotSource::isTslAddress(saved) && !options.tslSilenceSeconds) {
+                options.tslSilenceSeconds = MainMenu::rememberedTslSilence();
+            }
             options.passwordFromSecretStore = true;
         }
     }

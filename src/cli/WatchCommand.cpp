@@ -8,6 +8,7 @@
 #include "hardware/USBHIDAppDelegate.h"
 #include "launch/RunBuilder.h"
 #include "outputs/WebTallyServer.h"
+#include "sources/TslShotSource.h"
 #include "tally/TallyTicker.h"
 
 #include <QCoreApplication>
@@ -28,9 +29,10 @@ const Command& command()
     static const Command definition {
         QStringLiteral("watch"),
         QStringLiteral("watch [--ticks N] [--json] [--timestamps|--no-timestamps] [--source SOURCE] "
-                       "[--tsl-allow LIST]... [--password-file FILE] [--tsl URL]... [--tsl5 URL]... [--tsl-offset N] "
-                       "[--web [ADDRESS:]PORT] [--mqtt URL]... [--mqtt-password-file FILE] [--mqtt-ca-file FILE] "
-                       "[--mqtt-discovery] [--when-lost keep|off|blink] [--blink-after SECONDS] "
+                       "[--tsl-allow LIST]... [--tsl-silence SECONDS] [--password-file FILE] [--tsl URL]... "
+                       "[--tsl5 URL]... [--tsl-offset N] [--web [ADDRESS:]PORT] [--mqtt URL]... "
+                       "[--mqtt-password-file FILE] [--mqtt-ca-file FILE] [--mqtt-discovery] [--when-lost "
+                       "keep|off|blink] [--blink-after SECONDS] "
                        "[--lights-off-at-quit] MAP"),
         QStringLiteral("Run the update cycle on a tally map without a window, printing each change, until "
                        "interrupted (or for N ticks of 0.25 s)"),
@@ -210,6 +212,9 @@ int runWatch(const QStringList& arguments)
     // so that standard output stays one object a line.
     QObject::connect(source.get(), &ShotSource::statusChanged,
         [json = options.json](const QString& status) { json ? printErrorLine(status) : printLine(status); });
+    if (auto* tsl = qobject_cast<TslShotSource*>(source.get())) {
+        tsl->setNamesSendersOnStandardError(false);
+    }
     TallyTicker ticker(std::move(source), *tallyMap, printer);
     ticker.cycle().addOutput(&printer);
     outputs->addTo(ticker.cycle());

@@ -10,6 +10,7 @@
 #include "tsl/TslUmd50.h"
 
 #include <QNetworkDatagram>
+#include <QThread>
 #include <QUdpSocket>
 
 #include <gtest/gtest.h>
@@ -102,15 +103,36 @@ TEST_F(AtemWatchProcessTest, WithoutTallyBySourceTheChosenMixEffectsBusesLightTh
     EXPECT_TRUE(eventually([&] {
         return printedAll({ QStringLiteral("Light 1: preview"), QStringLiteral("Light 2: live") });
     })) << printed.toStdString();
-    watch.kill();
-    watch.waitForFinished();
+}
 
-    // Mix effect 2, which the stand-in does not have: nothing is lit.
-    printed.clear();
-    start({ QStringLiteral("--atem-me"), QStringLiteral("2"), mapPath });
+TEST_F(AtemWatchProcessTest, AMixEffectTheSwitcherDoesNotHaveIsNamedWithTheOnesItHas)
+{
+    start({ QStringLiteral("--atem-me"), QStringLiteral("2"), QStringLiteral("--when-lost"), QStringLiteral("off"),
+        mapPath });
+    const QString said
+        = QStringLiteral("The ATEM switcher at %1 has no mix effect 2; it has mix effect 1").arg(atem.address().mid(7));
     EXPECT_TRUE(eventually([&] {
-        return printedAll({ QStringLiteral("Blackmagic ATEM running"), QStringLiteral("Light 1: off"),
-            QStringLiteral("Light 2: off"), QStringLiteral("Light 3: off") });
+        return printedAll({ said, QStringLiteral("Blackmagic ATEM not running") });
+    })) << printed.toStdString();
+    // Never running, so the lights follow the lost-source choice (off here)
+    // and never the false picture of a switcher with nothing on air.
+    QThread::msleep(1000);
+    printedAll({});
+    EXPECT_FALSE(printed.contains(QStringLiteral("Blackmagic ATEM running"))) << printed.toStdString();
+    EXPECT_FALSE(printed.contains(QStringLiteral("Connected to the ATEM switcher"))) << printed.toStdString();
+}
+
+TEST_F(AtemWatchProcessTest, ASecondMixEffectLightsTheLightsOnASwitcherThatHasIt)
+{
+    atem.stop();
+    atem.setOptions({ QStringLiteral("--no-tally-by-source"), QStringLiteral("--mes"), QStringLiteral("2") });
+    ASSERT_TRUE(atem.start());
+    start({ QStringLiteral("--atem-me"), QStringLiteral("2"), mapPath });
+    // The stand-in's second mix effect has Camera 2 on program and Camera 1
+    // on preview, the other way round from its first.
+    EXPECT_TRUE(eventually([&] {
+        return printedAll({ QStringLiteral("Blackmagic ATEM running"), QStringLiteral("Light 1: preview"),
+            QStringLiteral("Light 2: live"), QStringLiteral("Light 3: live") });
     })) << printed.toStdString();
 }
 

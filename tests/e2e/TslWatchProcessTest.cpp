@@ -113,6 +113,41 @@ TEST_F(TslWatchProcessTest, WatchFollowsASwitcherSpeakingTslFive)
         << watch.readAllStandardError().toStdString();
 }
 
+TEST_F(TslWatchProcessTest, ANewSenderIsNamedOnceWhereverWatchPrints)
+{
+    TslUmd50::Display display;
+    display.index = 1;
+    display.leftTally = TslUmd50::Colour::red;
+    display.text = QStringLiteral("Camera 1");
+    TslUmd50::Packet packet;
+    packet.displays.append(display);
+    // Plain, the status lines go to standard output; with --json, to
+    // standard error. Either way the system log's copy is not printed too.
+    for (const QStringList& style : { QStringList(), QStringList { QStringLiteral("--json") } }) {
+        SCOPED_TRACE(style.join(QLatin1Char(' ')).toStdString());
+        const quint16 port = freeUdpPort();
+        ASSERT_NE(port, 0);
+        start(style
+            + QStringList { QStringLiteral("--source"), QStringLiteral("tsl5://127.0.0.1:%1").arg(port), mapPath });
+        QUdpSocket sender;
+        QByteArray printed;
+        QByteArray errors;
+        EXPECT_TRUE(eventually([&] {
+            sender.writeDatagram(TslUmd50::encode(packet), QHostAddress::LocalHost, port);
+            printed += watch.readAllStandardOutput();
+            errors += watch.readAllStandardError();
+            return printed.contains("Light 1: live\n") || printed.contains("\"mode\":\"live\"");
+        })) << printed.toStdString()
+            << errors.toStdString();
+        watch.terminate();
+        ASSERT_TRUE(watch.waitForFinished(10000));
+        printed += watch.readAllStandardOutput();
+        errors += watch.readAllStandardError();
+        const QByteArray line = "TSL messages from 127.0.0.1";
+        EXPECT_EQ(printed.count(line) + errors.count(line), 1) << printed.toStdString() << errors.toStdString();
+    }
+}
+
 TEST_F(TslWatchProcessTest, ABadTslDestinationIsAUsageError)
 {
     start({ QStringLiteral("--tsl5"), QStringLiteral("studio:9000"), mapPath });

@@ -107,7 +107,8 @@ TEST_F(WatchCommandTest, WrongUsageExitsTwoWithAUsageLine)
     EXPECT_EQ(watch.exitCode(), 2);
     EXPECT_TRUE(watch.readAllStandardError().contains(
         "usage: tallyctl watch [--ticks N] [--json] [--timestamps|--no-timestamps] [--source SOURCE] "
-        "[--tsl-allow LIST]... [--password-file FILE] [--tsl URL]... [--tsl5 URL]... [--tsl-offset N] [--web "
+        "[--tsl-allow LIST]... [--tsl-silence SECONDS] [--password-file FILE] [--tsl URL]... [--tsl5 URL]... "
+        "[--tsl-offset N] [--web "
         "[ADDRESS:]PORT] [--mqtt URL]... [--mqtt-password-file FILE] [--mqtt-ca-file FILE] [--mqtt-discovery] "
         "[--when-lost keep|off|blink] [--blink-after SECONDS] [--lights-off-at-quit] MAP"));
 }

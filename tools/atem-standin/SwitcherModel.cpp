@@ -24,6 +24,15 @@ SwitcherModel::SwitcherModel(const QStringList& names, bool tallyBySource)
     m_preview = m_inputs.size() > 1 ? 2 : m_program;
 }
 
+bool SwitcherModel::setMixEffects(int count)
+{
+    if (count < 1 || count > maxMixEffects) {
+        return false;
+    }
+    m_mixEffects = count;
+    return true;
+}
+
 bool SwitcherModel::hasInput(quint16 input) const
 {
     return input >= 1 && input <= m_inputs.size();
@@ -116,6 +125,10 @@ QList<AtemCommand> SwitcherModel::stateCommands() const
     }
     commands.append(programInput({ 0, m_program }));
     commands.append(previewInput({ 0, m_preview }, m_inTransition));
+    for (int mixEffect = 1; mixEffect < m_mixEffects; ++mixEffect) {
+        commands.append(programInput({ quint8(mixEffect), m_preview }));
+        commands.append(previewInput({ quint8(mixEffect), m_program }));
+    }
     commands.append(
         transitionPosition({ 0, m_inTransition, quint8(m_inTransition ? 10 : 0), quint16(m_inTransition ? 5000 : 0) }));
     commands.append(keyerOnAir({ 0, 0, m_keyerFill.has_value() }));
@@ -129,7 +142,10 @@ QList<AtemCommand> SwitcherModel::connectionCommands() const
 {
     QList<AtemCommand> commands { AtemCommands::version(protocolVersion),
         AtemCommands::product(QStringLiteral("ATEM stand-in")),
-        AtemCommands::topology(1, static_cast<quint8>(m_inputs.size())), AtemCommands::mixEffectConfig(0, 1) };
+        AtemCommands::topology(static_cast<quint8>(m_mixEffects), static_cast<quint8>(m_inputs.size())) };
+    for (int mixEffect = 0; mixEffect < m_mixEffects; ++mixEffect) {
+        commands.append(AtemCommands::mixEffectConfig(static_cast<quint8>(mixEffect), 1));
+    }
     commands.append(stateCommands());
     commands.append(AtemCommands::initComplete());
     return commands;

@@ -10,7 +10,11 @@
 
 // The stand-in switcher's picture: named inputs numbered from 1, one mix
 // effect with program and preview, an auto transition, and one upstream
-// keyer whose fill source goes on air over program. Its tally by source is
+// keyer whose fill source goes on air over program. It may have more mix
+// effects (a larger switcher's), which follow the first the other way
+// round: its preview on their program and its program on their preview, so
+// that a client reading one of them is told apart from one reading the
+// first. Its tally by source is
 // what a switcher's own tally outputs would show: program for the program
 // input, the keyer's fill while it is on air and, during a transition, the
 // preview input too; preview for the preview input.
@@ -25,6 +29,13 @@ public:
     // tallyBySource: whether it states its tally by source, as current
     // switchers do; without it clients read the buses, as with older ones.
     explicit SwitcherModel(const QStringList& names, bool tallyBySource = true);
+
+    // At most this many mix effects, as on the largest switchers.
+    static constexpr int maxMixEffects = 4;
+    // How many mix effects it states in its topology (1 unless set); false
+    // for a count below 1 or above maxMixEffects.
+    bool setMixEffects(int count);
+    int mixEffects() const { return m_mixEffects; }
 
     const QList<Input>& inputs() const { return m_inputs; }
     quint16 program() const { return m_program; }
@@ -59,4 +70,5 @@ private:
     bool m_inTransition = false;
     std::optional<quint16> m_keyerFill;
     bool m_sendsTallyBySource = true;
+    int m_mixEffects = 1;
 };

@@ -1,6 +1,6 @@
 // atem-standin: a small ATEM switcher on UDP, for trying and testing the
 // tally controller without a switcher. It serves named inputs on one mix
-// effect and reads one command per line on standard input (see
+// effect (or a few, with --mes) and reads one command per line on standard input (see
 // StandinCommands.h).
 
 #include "StandinCommands.h"
@@ -16,10 +16,13 @@
 
 namespace {
 
-const char usage[] = "usage: atem-standin [--port N] [--inputs \"Camera 1,Camera 2,Wide\"] [--no-tally-by-source]\n"
+const char usage[] = "usage: atem-standin [--port N] [--inputs \"Camera 1,Camera 2,Wide\"] [--mes N]\n"
+                     "                    [--no-tally-by-source]\n"
                      "Serves an ATEM switcher on UDP port N (9910 by default; 0: any free port) and\n"
-                     "reads commands on standard input, one a line (--no-tally-by-source: like older\n"
-                     "switchers, it states no tally by source, only the buses):\n"
+                     "reads commands on standard input, one a line (--mes: how many mix effects it\n"
+                     "has, 1 to 4, 1 by default; the others show the first's preview on program and\n"
+                     "its program on preview; --no-tally-by-source: like older switchers, it states\n"
+                     "no tally by source, only the buses):\n"
                      "  program N | preview N | cut | auto [MILLISECONDS] | rename N NAME\n"
                      "  keyer on N | keyer off | drop PERCENT | reorder PERCENT | quit\n";
 
@@ -39,6 +42,7 @@ int main(int argc, char* argv[])
     QStringList names { QStringLiteral("Camera 1"), QStringLiteral("Camera 2"), QStringLiteral("Camera 3"),
         QStringLiteral("Camera 4") };
     bool tallyBySource = true;
+    int mixEffects = 1;
     while (!arguments.isEmpty()) {
         const QString option = arguments.takeFirst();
         if (option == QLatin1String("--help") || option == QLatin1String("-h")) {
@@ -68,6 +72,15 @@ int main(int argc, char* argv[])
                 printLine(stderr, QStringLiteral("atem-standin: at most 99 inputs"));
                 return 2;
             }
+        } else if (option == QLatin1String("--mes")) {
+            bool isNumber = false;
+            mixEffects = value.toInt(&isNumber);
+            if (!isNumber || mixEffects < 1 || mixEffects > SwitcherModel::maxMixEffects) {
+                printLine(stderr,
+                    QStringLiteral("atem-standin: --mes takes a number from 1 to %1")
+                        .arg(SwitcherModel::maxMixEffects));
+                return 2;
+            }
         } else {
             std::fputs(usage, stderr);
             return 2;
@@ -75,6 +88,7 @@ int main(int argc, char* argv[])
     }
 
     SwitcherModel model(names, tallyBySource);
+    model.setMixEffects(mixEffects);
     StandinServer server([&model] { return model.connectionCommands(); }, StandinServer::Timing {});
     QString problem;
     if (!server.listen(port, &problem)) {

@@ -121,6 +121,14 @@ std::optional<Version> readVersion(const AtemCommand& command)
     return Version { wordAt(command.body, 0), wordAt(command.body, 2) };
 }
 
+std::optional<Topology> readTopology(const AtemCommand& command)
+{
+    if (!isCommand(command, topologyName, 2)) {
+        return std::nullopt;
+    }
+    return Topology { byteAt(command.body, 0), byteAt(command.body, 1) };
+}
+
 std::optional<InputProperties> readInputProperties(const AtemCommand& command)
 {
     if (!isCommand(command, inputPropertiesName, inputPropertiesSize)) {

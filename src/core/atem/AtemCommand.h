@@ -40,6 +40,14 @@ struct Version {
     quint16 minor = 0;
 };
 
+// _top: how many mix effects and sources the switcher has. It says much
+// more (keyers downstream, aux buses, media players…), in a layout that
+// grew over the protocol's versions; these two lead it in every version.
+struct Topology {
+    quint8 mixEffects = 0;
+    quint8 sources = 0;
+};
+
 // InPr: one input's names (the long one for displays, the short one for
 // buttons). Inputs are numbered by the switcher: cameras from 1, then
 // internal sources (black 0, bars 1000, colours 2001…, media players 3010…).
@@ -98,6 +106,7 @@ inline const QByteArray initCompleteName = QByteArrayLiteral("InCm");
 // Each reader answers nothing for another command or a body too short; each writer makes the command a switcher would
 // send.
 std::optional<Version> readVersion(const AtemCommand& command);
+std::optional<Topology> readTopology(const AtemCommand& command);
 std::optional<InputProperties> readInputProperties(const AtemCommand& command);
 std::optional<BusInput> readProgramInput(const AtemCommand& command);
 std::optional<BusInput> readPreviewInput(const AtemCommand& command);

@@ -1,5 +1,31 @@
 #include "atem/AtemSwitcherState.h"
 
+#include <QCoreApplication>
+
+namespace {
+
+QString tr(const char* text)
+{
+    return QCoreApplication::translate("AtemSwitcherState", text);
+}
+
+// The mix effects a switcher has, as the user numbers them (from 1).
+QString mixEffectsOf(int count)
+{
+    if (count <= 0) {
+        return tr("no mix effect at all");
+    }
+    if (count == 1) {
+        return tr("mix effect 1");
+    }
+    if (count == 2) {
+        return tr("mix effects 1 and 2");
+    }
+    return tr("mix effects 1 to %1").arg(count);
+}
+
+} // namespace
+
 bool AtemSwitcherState::apply(const AtemCommand& command)
 {
     using namespace AtemCommands;
@@ -22,6 +48,12 @@ bool AtemSwitcherState::apply(const AtemCommand& command)
     if (const std::optional<BusInput> bus = readPreviewInput(command)) {
         return setBus(*bus, false);
     }
+    if (const std::optional<Topology> topology = readTopology(command)) {
+        // Which mix effects there are changes no shot; the owner asks
+        // hasMixEffect once the picture is whole.
+        m_mixEffects = topology->mixEffects;
+        return false;
+    }
     if (std::optional<TallyBySource> tally = readTallyBySource(command)) {
         if (m_tally == tally) {
             return false;
@@ -37,6 +69,20 @@ void AtemSwitcherState::clear()
     m_inputs.clear();
     m_buses.clear();
     m_tally.reset();
+    m_mixEffects.reset();
+}
+
+bool AtemSwitcherState::hasMixEffect(int mixEffect) const
+{
+    return !m_mixEffects || (mixEffect >= 0 && mixEffect < *m_mixEffects);
+}
+
+QString AtemSwitcherState::missingMixEffect(int mixEffect) const
+{
+    if (hasMixEffect(mixEffect)) {
+        return QString();
+    }
+    return tr("has no mix effect %1; it has %2").arg(mixEffect + 1).arg(mixEffectsOf(*m_mixEffects));
 }
 
 bool AtemSwitcherState::setBus(const AtemCommands::BusInput& bus, bool program)

@@ -17,6 +17,9 @@
 // switcher has sent it, since it already counts keyers, transitions and
 // SuperSource as the switcher's tally outputs do; a switcher that never
 // sends it is read from the program and preview inputs of one mix effect.
+//
+// The switcher also says how many mix effects it has, so that asking for one
+// it does not have is found at once instead of reading as nothing on air.
 class AtemSwitcherState {
 public:
     // More inputs than any switcher has; numbers past this many distinct
@@ -35,6 +38,16 @@ public:
 
     bool hasTallyBySource() const { return m_tally.has_value(); }
 
+    // How many mix effects the switcher said it has; nothing before it says.
+    std::optional<int> mixEffectCount() const { return m_mixEffects; }
+    // Whether it has the mix effect (from 0); true until it says how many
+    // it has, as nothing then shows that it does not.
+    bool hasMixEffect(int mixEffect) const;
+    // For a mix effect (from 0) it does not have: what is wrong, naming the
+    // ones it has, in words that follow the switcher's name ("has no mix
+    // effect 2; it has mix effect 1"); empty when it has it.
+    QString missingMixEffect(int mixEffect) const;
+
 private:
     struct Names {
         QString longName;
@@ -52,4 +65,5 @@ private:
     QMap<quint16, Names> m_inputs;
     QMap<quint8, Buses> m_buses;
     std::optional<AtemCommands::TallyBySource> m_tally;
+    std::optional<int> m_mixEffects;
 };

@@ -20,9 +20,18 @@ void systemLog(const QString& message)
         sink()(message);
         return;
     }
+    systemLogOnly(message);
+    printErrorLine(message);
+}
+
+void systemLogOnly(const QString& message)
+{
+    if (sink()) {
+        sink()(message);
+        return;
+    }
     const QByteArray bytes = message.toUtf8();
     syslog(LOG_NOTICE, "%s", bytes.constData());
-    printErrorLine(message);
 }
 
 SystemLogSink setSystemLogSink(SystemLogSink newSink)

@@ -75,6 +75,10 @@ inline const QString obsPassword = QStringLiteral("ObsPassword");
 // The addresses a TSL source takes messages from ("10.0.0.5",
 // "10.0.1.0/24"), kept with the source; none: every sender.
 inline const QString tslAllowedSenders = QStringLiteral("TslAllowedSenders");
+// How many seconds a TSL sender may be silent before it counts as gone, kept
+// with the source; 0: no limit; none: the default (no limit with allowed
+// senders, 5 s without).
+inline const QString tslSilenceSeconds = QStringLiteral("TslSilenceSeconds");
 // The outputs besides the window and the tally box, chosen in Outputs >
 // Network Outputs. None is ever registered: a key nobody set means the
 // output is off, so that a first start serves and sends nothing.

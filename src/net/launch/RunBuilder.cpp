@@ -48,6 +48,9 @@ std::unique_ptr<ShotSource> makeTslShotSource(const RunOptions& options, QString
     }
     auto source = std::make_unique<TslShotSource>(*listen);
     source->setAllowedSenders(*allowed);
+    if (options.tslSilenceSeconds) {
+        source->chooseSilenceLimit(tslSilenceLimit(*options.tslSilenceSeconds));
+    }
     if (!source->start(problem)) {
         return nullptr;
     }
@@ -71,6 +74,14 @@ std::optional<QString> firstLineOf(const QString& path, QString* problem)
 }
 
 } // namespace
+
+std::optional<std::chrono::milliseconds> tslSilenceLimit(int seconds)
+{
+    if (seconds <= 0) {
+        return std::nullopt;
+    }
+    return std::chrono::seconds(seconds);
+}
 
 std::optional<QString> readSwitcherPassword(const RunOptions& options, QString* problem)
 {
@@ -106,6 +117,11 @@ bool checkShotSource(const RunOptions& options, QString* problem)
     if (!options.tslAllowedSenders.isEmpty() && kind != ShotSource::Kind::tslUmd) {
         return reportProblem(problem,
             QStringLiteral("--tsl-allow applies to a TSL source (tsl://, tsl5://…), not to '%1'").arg(options.source));
+    }
+    if (options.tslSilenceSeconds && kind != ShotSource::Kind::tslUmd) {
+        return reportProblem(problem,
+            QStringLiteral("--tsl-silence applies to a TSL source (tsl://, tsl5://…), not to '%1'")
+                .arg(options.source));
     }
     if (!kind) {
         return reportProblem(problem,

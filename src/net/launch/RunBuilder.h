@@ -8,7 +8,9 @@
 #include "launch/RunOptions.h"
 #include "sources/ShotSource.h"
 
+#include <chrono>
 #include <memory>
+#include <optional>
 #include <vector>
 
 // Where the switcher's password comes from when no --password-file is given:
@@ -34,6 +36,10 @@ std::optional<ShotSource::Kind> shotSourceKindOf(const QString& source);
 // and the senders it allows go, without connecting or listening: false, with
 // the reason, when it cannot. A port in use is found only by starting.
 bool checkShotSource(const RunOptions& options, QString* problem);
+
+// A TSL source's silence limit from whole seconds as the command line and
+// the settings give it: 0 for none.
+std::optional<std::chrono::milliseconds> tslSilenceLimit(int seconds);
 
 // The shot source the options choose, or nothing with the reason in problem.
 std::unique_ptr<ShotSource> makeShotSource(const RunOptions& options, QString* problem);

@@ -99,6 +99,24 @@ bool takeTslAllowOption(QStringList& arguments, qsizetype index, RunOptions* opt
         });
 }
 
+// --tsl-silence: how long a TSL sender may be silent, in whole seconds.
+bool takeTslSilenceOption(QStringList& arguments, qsizetype index, RunOptions* options, bool* matched, QString* problem)
+{
+    return takeCheckedOption(arguments, index, QStringLiteral("--tsl-silence"), matched, problem,
+        [options](const QString& value, QString* why) {
+            bool isNumber = false;
+            const int seconds = value.toInt(&isNumber);
+            if (!isNumber || seconds < 0 || seconds > RunOptions::maxTslSilenceSeconds) {
+                return reportProblem(why,
+                    QStringLiteral("takes whole seconds from 0 (no limit) to %1, not '%2'")
+                        .arg(RunOptions::maxTslSilenceSeconds)
+                        .arg(value));
+            }
+            options->tslSilenceSeconds = seconds;
+            return true;
+        });
+}
+
 // A repeatable option at arguments[index], its value added to options and
 // the kind of output it belongs to marked as given.
 bool takeRepeatableOption(QStringList& arguments, qsizetype index, RunOptions* options, bool* matched, QString* problem)
@@ -236,8 +254,8 @@ bool takeFlag(QStringList& arguments, qsizetype index, RunOptions* options, bool
 bool takeOption(QStringList& arguments, qsizetype index, RunOptions* options, bool* matched, QString* problem)
 {
     using Take = bool (*)(QStringList&, qsizetype, RunOptions*, bool*, QString*);
-    for (const Take take :
-        { takeFlag, takeTextOption, takeWebOption, takeTslAllowOption, takeRepeatableOption, takeNumberOption }) {
+    for (const Take take : { takeFlag, takeTextOption, takeWebOption, takeTslAllowOption, takeTslSilenceOption,
+             takeRepeatableOption, takeNumberOption }) {
         if (!take(arguments, index, options, matched, problem)) {
             return false;
         }
@@ -294,6 +312,10 @@ QStringList RunOptions::helpLines()
         QStringLiteral("  --tsl-allow LIST      with a TSL source, take messages only from the addresses or"),
         QStringLiteral("                        networks in LIST, separated by commas (10.0.0.5,10.0.1.0/24);"),
         QStringLiteral("                        repeatable; without it, from every sender"),
+        QStringLiteral("  --tsl-silence SECONDS with a TSL source, how long a sender may be silent before"),
+        QStringLiteral("                        it counts as gone and its displays are forgotten (0: no"),
+        QStringLiteral("                        limit); by default none with --tsl-allow, 5 without. A"),
+        QStringLiteral("                        sender connected over TCP counts as there while connected"),
         QStringLiteral("  --atem-me N           the ATEM mix effect whose program and preview light the"),
         QStringLiteral("                        lights where the switcher sends no tally by source (default 1)"),
         QStringLiteral("  --password-file FILE  the switcher's password, on the file's first line"),

@@ -22,6 +22,10 @@ struct RunOptions {
     // A TSL source takes messages only from these addresses or networks
     // (--tsl-allow, as written; empty: from every sender).
     QStringList tslAllowedSenders;
+    // How many seconds a TSL sender may be silent before it counts as gone
+    // (--tsl-silence); 0: no limit. Unset: none with --tsl-allow, 5 s
+    // without, as strangers could then hold a light.
+    std::optional<int> tslSilenceSeconds;
     // The ATEM mix effect (from 1) whose program and preview decide the
     // lights when the switcher sends no tally by source (--atem-me).
     int atemMixEffect = 1;
@@ -70,6 +74,9 @@ struct RunOptions {
     // options) in place. A known option with a missing or bad value is a
     // usage problem: false, with the problem in words.
     static bool takeFrom(QStringList& arguments, RunOptions* options, QString* problem);
+
+    // The longest --tsl-silence, a day: longer is as good as none.
+    static constexpr int maxTslSilenceSeconds = 86400;
 
     // One line per option, for --help.
     static QStringList helpLines();

@@ -18,7 +18,10 @@ AtemShotSource::AtemShotSource(Settings settings, QObject* parent)
               [this](const QByteArray& datagram) { m_socket.writeDatagram(datagram, m_peer, m_settings.address.port); },
               [this] { m_state.clear(); }, [this](const QList<AtemCommand>& commands) { takeCommands(commands); },
               [this] {
-                  setStatus(QStringLiteral("Connected to the ATEM switcher at %1").arg(m_settings.address.display()));
+                  const QString missing = m_state.missingMixEffect(m_settings.mixEffect);
+                  setStatus(missing.isEmpty()
+                          ? QStringLiteral("Connected to the ATEM switcher at %1").arg(m_settings.address.display())
+                          : QStringLiteral("The ATEM switcher at %1 %2").arg(m_settings.address.display(), missing));
                   Q_EMIT shotsChanged();
               },
               [this](const QString& why) {
@@ -114,16 +117,19 @@ void AtemShotSource::takeCommands(const QList<AtemCommand>& commands)
 
 bool AtemShotSource::isRunning()
 {
-    return m_session.isUp();
+    return m_session.isUp() && m_state.hasMixEffect(m_settings.mixEffect);
 }
 
 ShotList AtemShotSource::queryShots()
 {
-    return m_session.isUp() ? m_state.shots(m_settings.mixEffect) : ShotList();
+    return isRunning() ? m_state.shots(m_settings.mixEffect) : ShotList();
 }
 
 QString AtemShotSource::notRunningWarning() const
 {
+    if (m_session.isUp() && !m_state.hasMixEffect(m_settings.mixEffect)) {
+        return QStringLiteral("The ATEM switcher %1").arg(m_state.missingMixEffect(m_settings.mixEffect));
+    }
     return QStringLiteral("ATEM switcher is not connected");
 }
 
@@ -131,7 +137,13 @@ ShotSource::Details AtemShotSource::details() const
 {
     Details details;
     details.followed = QStringLiteral("ATEM switcher at %1").arg(m_settings.address.display());
-    details.link = m_session.isUp() ? tr("connected") : tr("connecting");
+    if (!m_session.isUp()) {
+        details.link = tr("connecting");
+    } else if (m_state.hasMixEffect(m_settings.mixEffect)) {
+        details.link = tr("connected");
+    } else {
+        details.link = tr("connected, but it %1").arg(m_state.missingMixEffect(m_settings.mixEffect));
+    }
     return details;
 }
 

@@ -19,7 +19,11 @@
 // once through shotsChanged.
 //
 // "Running" means the session is up: the switcher answered, accepted and
-// sent its whole picture. When it goes silent the lights freeze as they do
+// sent its whole picture, and it has the mix effect asked for. One it does
+// not have would read as nothing on air; instead the source is not
+// running, and its status, warning and details name the mix effects the
+// switcher has, so the lights follow the lost-source choice until the
+// setting is put right. When it goes silent the lights freeze as they do
 // when Mixdesk quits, and the source tries again by itself, waiting a
 // little longer each time up to a few seconds. Datagrams from any other
 // address, and any that are not packets of the connection, are dropped.

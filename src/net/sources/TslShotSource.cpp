@@ -11,6 +11,9 @@
 #include <QTimer>
 
 #include <algorithm>
+#include <netinet/in.h>
+#include <netinet/tcp.h>
+#include <sys/socket.h>
 #include <utility>
 
 namespace {
@@ -38,6 +41,33 @@ const Scheme schemes[] = {
     { "tsl5+tcp://", TslTallyEncoding::Version::v50, TslShotSource::Transport::tcp },
 };
 
+// A switcher's connection is kept however long it stays silent, so the
+// system probes it: a switcher unplugged or powered off mid-show, which
+// never closes its end, is noticed within about ten seconds instead of the
+// system's two hours.
+void probeWhileSilent(QTcpSocket& socket)
+{
+    socket.setSocketOption(QAbstractSocket::KeepAliveOption, 1);
+    const qintptr descriptor = socket.socketDescriptor();
+    if (descriptor < 0) {
+        return;
+    }
+    const auto set = [descriptor](int option, int value) {
+        ::setsockopt(static_cast<int>(descriptor), IPPROTO_TCP, option, &value, sizeof value);
+    };
+#if defined(TCP_KEEPIDLE)
+    set(TCP_KEEPIDLE, 5);
+#elif defined(TCP_KEEPALIVE)
+    set(TCP_KEEPALIVE, 5);
+#endif
+#if defined(TCP_KEEPINTVL)
+    set(TCP_KEEPINTVL, 1);
+#endif
+#if defined(TCP_KEEPCNT)
+    set(TCP_KEEPCNT, 5);
+#endif
+}
+
 const Scheme* schemeOf(const QString& source)
 {
     for (const Scheme& scheme : schemes) {
@@ -63,6 +93,7 @@ public:
         // Read as it comes, a bounded amount at a time: a peer that floods
         // the connection cannot make the program hold more than this.
         m_socket->setReadBufferSize(maxBufferedBytes);
+        probeWhileSilent(*m_socket);
         connect(m_socket, &QTcpSocket::readyRead, this, &Connection::read);
         connect(m_socket, &QTcpSocket::disconnected, this, &Connection::close);
         m_idle.setSingleShot(true);
@@ -74,6 +105,9 @@ public:
 
     const QString& sender() const { return m_sender; }
     qint64 lastMessageAt() const { return m_lastMessageAt; }
+    // Whether a whole message has come: a sender's connection, not a
+    // stranger's idle or dripping one.
+    bool isProven() const { return m_proven; }
 
     // Leaves the owner's list at once and goes when control returns to the
     // event loop, as it may be closed from inside its own read.
@@ -86,6 +120,7 @@ public:
         m_socket->disconnect(this);
         m_socket->abort();
         deleteLater();
+        m_owner.noteClosedConnection();
     }
 
 private:
@@ -110,11 +145,13 @@ private:
             }
             m_owner.m_rejected += m_reader50.rejectedCount() - rejectedBefore;
         }
-        // Only whole messages keep a connection: bytes of one that never
-        // finishes do not.
+        // Only a whole message proves a connection: bytes of one that
+        // never finishes do not. A proven one stays while its sender keeps
+        // it, as a switcher that sends only on change may be silent for long.
         if (any) {
             m_lastMessageAt = m_owner.now();
-            m_idle.start();
+            m_proven = true;
+            m_idle.stop();
         }
     }
 
@@ -122,6 +159,7 @@ private:
     QString m_sender;
     TslShotSource& m_owner;
     qint64 m_lastMessageAt;
+    bool m_proven = false;
     QTimer m_idle;
     QByteArray m_pending31;
     TslUmd50StreamReader m_reader50;
@@ -232,19 +270,56 @@ int TslShotSource::rejectedCount() const
 void TslShotSource::setAllowedSenders(const SenderAllowList& allowed)
 {
     m_allowed = allowed;
-    for (auto sender = m_senderHeardAt.begin(); sender != m_senderHeardAt.end();) {
+    for (auto sender = m_senders.begin(); sender != m_senders.end();) {
         if (m_allowed.allows(QHostAddress(sender.key()))) {
             ++sender;
             continue;
         }
         m_table.forgetSender(sender.key());
-        sender = m_senderHeardAt.erase(sender);
+        sender = m_senders.erase(sender);
     }
     for (Connection* connection : QList<Connection*>(m_connections)) {
         if (!m_allowed.allows(QHostAddress(connection->sender()))) {
             connection->close();
         }
     }
+}
+
+void TslShotSource::chooseSilenceLimit(std::optional<std::chrono::milliseconds> limit)
+{
+    m_silenceChosen = true;
+    m_chosenSilence = limit;
+}
+
+void TslShotSource::useDefaultSilenceLimit()
+{
+    m_silenceChosen = false;
+    m_chosenSilence.reset();
+}
+
+std::optional<std::chrono::milliseconds> TslShotSource::silenceLimit() const
+{
+    if (m_silenceChosen) {
+        return m_chosenSilence;
+    }
+    // Strangers could hold a light for as long as there were no limit; the
+    // switcher alone may, once it is the only one heard.
+    if (m_allowed.isEmpty()) {
+        return defaultSilenceLimit;
+    }
+    return std::nullopt;
+}
+
+bool TslShotSource::isPast(qint64 since) const
+{
+    const std::optional<std::chrono::milliseconds> limit = silenceLimit();
+    return limit && now() - since >= limit->count();
+}
+
+bool TslShotSource::isConnected(const QString& sender) const
+{
+    return std::any_of(m_connections.cbegin(), m_connections.cend(),
+        [&](const Connection* connection) { return connection->isProven() && connection->sender() == sender; });
 }
 
 bool TslShotSource::isRunning()
@@ -255,7 +330,12 @@ bool TslShotSource::isRunning()
 
 bool TslShotSource::isRunningNow() const
 {
-    return m_lastTallyAt && now() - *m_lastTallyAt < silenceLimit.count();
+    for (auto sender = m_senders.cbegin(); sender != m_senders.cend(); ++sender) {
+        if (sender->litAt && (isConnected(sender.key()) || !isPast(*sender->litAt))) {
+            return true;
+        }
+    }
+    return false;
 }
 
 ShotList TslShotSource::queryShots()
@@ -266,10 +346,15 @@ ShotList TslShotSource::queryShots()
 
 QString TslShotSource::notRunningWarning() const
 {
-    if (m_lastMessageAt && now() - *m_lastMessageAt < silenceLimit.count()) {
-        return QStringLiteral("TSL messages arrive, but none lights a display");
+    if (!m_lastMessageAt) {
+        return QStringLiteral("No TSL messages received");
     }
-    return QStringLiteral("No TSL messages received");
+    if (isPast(*m_lastMessageAt)) {
+        // Said the same way on every tick, however long the silence: the
+        // status line says when the last message came.
+        return QStringLiteral("No TSL message in the last %1 s").arg(double(silenceLimit()->count()) / 1000.0);
+    }
+    return QStringLiteral("TSL messages arrive, but none lights a display");
 }
 
 QString TslShotSource::displayName() const
@@ -338,7 +423,11 @@ bool TslShotSource::admits(const QHostAddress& address)
 
 void TslShotSource::nameSender(const QString& line)
 {
-    systemLog(line);
+    if (m_namesSendersOnStandardError) {
+        systemLog(line);
+    } else {
+        systemLogOnly(line);
+    }
     Q_EMIT statusChanged(line);
 }
 
@@ -406,11 +495,24 @@ void TslShotSource::acceptConnections()
 
 void TslShotSource::replaceIdlestConnection()
 {
-    const auto idlest = std::min_element(m_connections.begin(), m_connections.end(),
-        [](const Connection* a, const Connection* b) { return a->lastMessageAt() < b->lastMessageAt(); });
+    // One that never brought a whole message goes first: a switcher that
+    // sends only on change may well be the one silent longest.
+    const auto idlest
+        = std::min_element(m_connections.begin(), m_connections.end(), [](const Connection* a, const Connection* b) {
+              if (a->isProven() != b->isProven()) {
+                  return !a->isProven();
+              }
+              return a->lastMessageAt() < b->lastMessageAt();
+          });
     if (idlest != m_connections.end()) {
         (*idlest)->close();
     }
+}
+
+void TslShotSource::noteClosedConnection()
+{
+    // Its sender may be gone with it: the owner ticks at once to see.
+    Q_EMIT shotsChanged();
 }
 
 void TslShotSource::noteMessages(const QString& sender, TslDisplayTable::Outcome outcome)
@@ -420,7 +522,7 @@ void TslShotSource::noteMessages(const QString& sender, TslDisplayTable::Outcome
     hearFrom(sender);
     m_lastSender = sender;
     if (outcome.refreshedTally) {
-        m_lastTallyAt = now();
+        m_senders[sender].litAt = now();
     }
     if (outcome.changed || wasRunning != isRunningNow()) {
         Q_EMIT shotsChanged();
@@ -429,29 +531,29 @@ void TslShotSource::noteMessages(const QString& sender, TslDisplayTable::Outcome
 
 void TslShotSource::hearFrom(const QString& sender)
 {
-    const auto known = m_senderHeardAt.find(sender);
-    if (known != m_senderHeardAt.end()) {
-        *known = now();
+    const auto known = m_senders.find(sender);
+    if (known != m_senders.end()) {
+        known->heardAt = now();
         return;
     }
-    if (m_senderHeardAt.size() >= maxSenders) {
-        const auto quietest = std::min_element(m_senderHeardAt.begin(), m_senderHeardAt.end());
+    if (m_senders.size() >= maxSenders) {
+        const auto quietest = std::min_element(
+            m_senders.begin(), m_senders.end(), [](const Sender& a, const Sender& b) { return a.heardAt < b.heardAt; });
         m_table.forgetSender(quietest.key());
-        m_senderHeardAt.erase(quietest);
+        m_senders.erase(quietest);
     }
-    m_senderHeardAt.insert(sender, now());
+    m_senders.insert(sender, Sender { now(), std::nullopt });
 }
 
 void TslShotSource::forgetQuietSenders()
 {
-    const qint64 at = now();
-    for (auto sender = m_senderHeardAt.begin(); sender != m_senderHeardAt.end();) {
-        if (at - *sender < silenceLimit.count()) {
+    for (auto sender = m_senders.begin(); sender != m_senders.end();) {
+        if (!isPast(sender->heardAt) || isConnected(sender.key())) {
             ++sender;
             continue;
         }
         m_table.forgetSender(sender.key());
-        sender = m_senderHeardAt.erase(sender);
+        sender = m_senders.erase(sender);
     }
 }
 

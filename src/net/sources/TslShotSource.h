@@ -30,18 +30,26 @@
 // each new sender the first time it is heard, so that an unexpected one
 // shows.
 //
-// Switchers repeat the state of their displays at least every few seconds,
-// so silence has a meaning:
-// - A sender quiet for silenceLimit is gone: the displays it spoke for last
-//   are forgotten, so a light cannot be held by a message a stray or hostile
-//   sender sent once, or by a switcher that has been unplugged.
-// - The switcher counts as there (isRunning) while a display showing program
-//   or preview has been refreshed within silenceLimit. A switcher always has
-//   a shot on program and says so every time it repeats its state; a message
-//   that lights nothing (a spare index, a broadcast, control data) proves
-//   nothing, so a device that sends one every few seconds cannot keep a lost
-//   switcher looking present and hold off the lost-switcher policy. (A sender
-//   that fakes a lit display can; the allow list is the answer to that.)
+// Whether the switcher is there, and for how long what it said holds:
+// - Over TCP, a sender whose connection is open (and has brought a whole
+//   message) is there, however long it stays silent: many switchers send
+//   only when something changes. The connection is probed underneath, so a
+//   switcher unplugged mid-show still ends it.
+// - Over UDP, and once a sender's connection has closed, silence is all
+//   there is to go by. A sender silent for the silence limit is gone: the
+//   displays it spoke for last are forgotten, so a light cannot be held by
+//   a message a stray or hostile sender sent once, or by a switcher that
+//   has been unplugged. The limit is the user's choice; by default there is
+//   none while an allow list keeps strangers out (the switcher's displays
+//   stand until it changes them) and defaultSilenceLimit otherwise.
+// - The switcher counts as there (isRunning) while a sender that is there
+//   has lit a display (program or preview) within the limit, or while its
+//   connection is open. A switcher always has a shot on program and says
+//   so whenever it sends its state; a message that lights nothing (a spare
+//   index, a broadcast, control data) proves nothing, so a device that
+//   sends one every few seconds cannot keep a lost switcher looking present
+//   and hold off the lost-switcher policy. (A sender that fakes a lit
+//   display can; the allow list is the answer to that.)
 class TslShotSource : public ShotSource {
     Q_OBJECT
 
@@ -64,15 +72,18 @@ public:
         QString toString() const;
     };
 
-    static constexpr std::chrono::milliseconds silenceLimit { 5000 };
+    // The silence limit without an allow list, unless the user chose
+    // another: switchers that repeat their state do so every few seconds.
+    static constexpr std::chrono::milliseconds defaultSilenceLimit { 5000 };
     // TCP connections open at once. At the limit, a new connection takes the
-    // place of the one that has gone longest without a whole message, so
-    // idle or dripping connections can never lock the switcher out.
+    // place of one that has not brought a whole message, else of the one
+    // that has gone longest without one, so idle or dripping connections can
+    // never lock the switcher out.
     static constexpr qsizetype maxConnections = 16;
-    // A TCP connection that brings no whole message for this long is
-    // closed: twice the silence after which its sender counts as gone. Bytes
-    // of an unfinished message do not count, so a partial frame cannot hold
-    // a connection open.
+    // A TCP connection that brings no whole message this long after it
+    // opens is closed. Bytes of an unfinished message do not count, so a
+    // partial frame cannot hold a connection open. After its first whole
+    // message a connection stays as long as its sender keeps it.
     static constexpr std::chrono::milliseconds defaultIdleDeadline { 10000 };
     // Senders named in the status; beyond these, one line says so, so that
     // a flood of forged addresses cannot flood the log.
@@ -110,8 +121,20 @@ public:
     // their connections closed.
     void setAllowedSenders(const SenderAllowList& allowed);
     const SenderAllowList& allowedSenders() const { return m_allowed; }
-    // How long a TCP connection may go without a whole message.
+    // Whether each new sender's line goes to standard error too, besides
+    // the system log and the status (on unless turned off). tallyctl watch,
+    // which prints every status line itself, turns it off so that the line
+    // shows once.
+    void setNamesSendersOnStandardError(bool on) { m_namesSendersOnStandardError = on; }
+    // How long a new TCP connection may go without a whole message.
     void setIdleDeadline(std::chrono::milliseconds deadline) { m_idleDeadline = deadline; }
+
+    // The user's silence limit, nothing for none, in place of the default.
+    void chooseSilenceLimit(std::optional<std::chrono::milliseconds> limit);
+    // Back to the default, which follows the allow list.
+    void useDefaultSilenceLimit();
+    // The silence limit in force; nothing: none.
+    std::optional<std::chrono::milliseconds> silenceLimit() const;
     int openConnections() const { return int(m_connections.size()); }
 
     bool isRunning() override;
@@ -138,8 +161,21 @@ private:
     void hearFrom(const QString& sender);
     void forgetQuietSenders();
     void replaceIdlestConnection();
+    void noteClosedConnection();
+    // Whether the sender has an open connection that brought a whole
+    // message.
+    bool isConnected(const QString& sender) const;
+    // Whether the silence limit has passed since the moment, by now.
+    bool isPast(qint64 since) const;
     bool isRunningNow() const;
     qint64 now() const;
+
+    // What the listener knows of one sender that speaks for displays.
+    struct Sender {
+        qint64 heardAt = 0;
+        // When it last spoke for a display it left lit.
+        std::optional<qint64> litAt;
+    };
 
     Listen m_listen;
     Clock m_clock;
@@ -150,11 +186,13 @@ private:
     TslDisplayTable m_table;
     SenderAllowList m_allowed;
     std::chrono::milliseconds m_idleDeadline = defaultIdleDeadline;
-    // When each sender that speaks for displays was last heard, by address.
-    QHash<QString, qint64> m_senderHeardAt;
+    bool m_namesSendersOnStandardError = true;
+    bool m_silenceChosen = false;
+    std::optional<std::chrono::milliseconds> m_chosenSilence;
+    // The senders that speak for displays, by address.
+    QHash<QString, Sender> m_senders;
     QSet<QString> m_namedSenders;
     std::optional<qint64> m_lastMessageAt;
-    std::optional<qint64> m_lastTallyAt;
     // Who sent the last message the listener took, named as SenderAllowList
     // names senders (IPv4 even through a dual-stack socket), for the status
     // line.

@@ -1,5 +1,6 @@
 #include "dialogs/TslSourceDialog.h"
 
+#include "launch/RunOptions.h"
 #include "sources/SenderAllowList.h"
 #include "sources/TslShotSource.h"
 
@@ -21,7 +22,8 @@ constexpr int tcpItem = 1;
 
 } // namespace
 
-TslSourceDialog::TslSourceDialog(const QString& address, const QStringList& allowedSenders, QWidget* parent)
+TslSourceDialog::TslSourceDialog(
+    const QString& address, const QStringList& allowedSenders, std::optional<int> silenceSeconds, QWidget* parent)
     : QDialog(parent)
 {
     setWindowTitle(tr("TSL UMD Listener"));
@@ -46,6 +48,15 @@ TslSourceDialog::TslSourceDialog(const QString& address, const QStringList& allo
     allowedSendersField->setPlaceholderText(tr("every sender"));
     allowedSendersField->setToolTip(tr("The switcher's addresses or networks, separated by commas, such as "
                                        "10.0.0.5, 10.0.1.0/24. Messages from any other address are refused."));
+    silenceField = new QSpinBox(this);
+    silenceField->setObjectName(QStringLiteral("tslSilence"));
+    silenceField->setRange(0, RunOptions::maxTslSilenceSeconds);
+    silenceField->setSuffix(tr(" s"));
+    silenceField->setSpecialValueText(tr("never"));
+    silenceField->setToolTip(tr("How long a sender may send nothing before it counts as gone and its displays are "
+                                "forgotten. A sender connected over TCP counts as there while it is connected. "
+                                "Unless set, never with accepted senders, and 5 s without, as anyone could then "
+                                "hold a light."));
     problemLabel = new QLabel(this);
     problemLabel->setObjectName(QStringLiteral("tslProblem"));
     problemLabel->setWordWrap(true);
@@ -64,6 +75,7 @@ TslSourceDialog::TslSourceDialog(const QString& address, const QStringList& allo
     form->addRow(tr("Port:"), portField);
     form->addRow(tr("Listen on:"), listenAddressField);
     form->addRow(tr("Accept only from:"), allowedSendersField);
+    form->addRow(tr("Sender gone after:"), silenceField);
     form->addRow(problemLabel);
     m_buttons = new QDialogButtonBox(QDialogButtonBox::Ok | QDialogButtonBox::Cancel, this);
     form->addRow(m_buttons);
@@ -71,7 +83,38 @@ TslSourceDialog::TslSourceDialog(const QString& address, const QStringList& allo
     connect(m_buttons, &QDialogButtonBox::rejected, this, &QDialog::reject);
     connect(listenAddressField, &QLineEdit::textChanged, this, &TslSourceDialog::check);
     connect(allowedSendersField, &QLineEdit::textChanged, this, &TslSourceDialog::check);
+    connect(allowedSendersField, &QLineEdit::textChanged, this, &TslSourceDialog::showDefaultSilence);
+    connect(silenceField, &QSpinBox::valueChanged, this,
+        [this] { m_silenceChosen = m_silenceChosen || !m_showingDefault; });
+    if (silenceSeconds) {
+        silenceField->setValue(*silenceSeconds);
+        m_silenceChosen = true;
+    } else {
+        showDefaultSilence();
+    }
     check();
+}
+
+std::optional<int> TslSourceDialog::silenceSeconds() const
+{
+    if (!m_silenceChosen) {
+        return std::nullopt;
+    }
+    return silenceField->value();
+}
+
+void TslSourceDialog::showDefaultSilence()
+{
+    if (m_silenceChosen) {
+        return;
+    }
+    const std::optional<SenderAllowList> allowed = SenderAllowList::parse({ allowedSendersField->text() }, nullptr);
+    const bool strangersKeptOut = allowed && !allowed->isEmpty();
+    m_showingDefault = true;
+    silenceField->setValue(strangersKeptOut
+            ? 0
+            : int(std::chrono::duration_cast<std::chrono::seconds>(TslShotSource::defaultSilenceLimit).count()));
+    m_showingDefault = false;
 }
 
 QString TslSourceDialog::address() const

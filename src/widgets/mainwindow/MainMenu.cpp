@@ -154,14 +154,27 @@ bool MainMenu::chooseObsSource(const QString& address, const QString& password, 
 
 void MainMenu::askForTslSource()
 {
-    TslSourceDialog dialog(rememberedSource(),
-        UserDefaults::standardUserDefaults().objectForKey(Preferences::tslAllowedSenders).toStringList(),
-        m_controller.window());
-    runSourceDialog(dialog, tr("TSL UMD Listener"),
-        [&](QString* problem) { return chooseTslSource(dialog.address(), dialog.allowedSenders(), problem); });
+    const UserDefaults& defaults = UserDefaults::standardUserDefaults();
+    TslSourceDialog dialog(rememberedSource(), defaults.objectForKey(Preferences::tslAllowedSenders).toStringList(),
+        rememberedTslSilence(), m_controller.window());
+    runSourceDialog(dialog, tr("TSL UMD Listener"), [&](QString* problem) {
+        return chooseTslSource(dialog.address(), dialog.allowedSenders(), problem, dialog.silenceSeconds());
+    });
 }
 
-bool MainMenu::chooseTslSource(const QString& address, const QStringList& allowedSenders, QString* problem)
+std::optional<int> MainMenu::rememberedTslSilence()
+{
+    const QVariant kept = UserDefaults::standardUserDefaults().objectForKey(Preferences::tslSilenceSeconds);
+    bool isNumber = false;
+    const int seconds = kept.toInt(&isNumber);
+    if (!kept.isValid() || !isNumber || seconds < 0) {
+        return std::nullopt;
+    }
+    return seconds;
+}
+
+bool MainMenu::chooseTslSource(
+    const QString& address, const QStringList& allowedSenders, QString* problem, std::optional<int> silenceSeconds)
 {
     const std::optional<TslShotSource::Listen> listen = TslShotSource::parseAddress(address, problem);
     if (!listen) {
@@ -173,11 +186,20 @@ bool MainMenu::chooseTslSource(const QString& address, const QStringList& allowe
     }
     auto source = std::make_unique<TslShotSource>(*listen);
     source->setAllowedSenders(*allowed);
+    if (silenceSeconds) {
+        source->chooseSilenceLimit(tslSilenceLimit(*silenceSeconds));
+    }
     if (!source->start(problem) && !startInPlaceOfCurrentListener(*source, problem)) {
         checkCurrentSource();
         return false;
     }
-    UserDefaults::standardUserDefaults().setObject(Preferences::tslAllowedSenders, allowed->entries());
+    UserDefaults& defaults = UserDefaults::standardUserDefaults();
+    defaults.setObject(Preferences::tslAllowedSenders, allowed->entries());
+    if (silenceSeconds) {
+        defaults.setObject(Preferences::tslSilenceSeconds, *silenceSeconds);
+    } else {
+        defaults.removeObjectForKey(Preferences::tslSilenceSeconds);
+    }
     followAndRemember(std::move(source), address);
     return true;
 }

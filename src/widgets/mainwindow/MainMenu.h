@@ -73,7 +73,14 @@ public:
     // from the allowed senders (none: every sender), from now on and at the
     // next start. False, with the reason and the current source left alone,
     // for an unusable address or a port that cannot be had.
-    bool chooseTslSource(const QString& address, const QStringList& allowedSenders, QString* problem = nullptr);
+    // silenceSeconds: how long a sender may be silent before it counts as
+    // gone (0: no limit; nothing: the default, which follows the allowed
+    // senders), remembered too.
+    bool chooseTslSource(const QString& address, const QStringList& allowedSenders, QString* problem = nullptr,
+        std::optional<int> silenceSeconds = std::nullopt);
+    // The TSL silence the settings remember, in seconds (0: no limit);
+    // nothing for the default. The next start reads it too.
+    static std::optional<int> rememberedTslSilence();
     // Follow the ATEM switcher at address ("atem://HOST:PORT") from now on
     // and at the next start. False, with the reason, for an unusable
     // address.

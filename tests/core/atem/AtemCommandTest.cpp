@@ -114,3 +114,20 @@ TEST(AtemCommandTest, WritersAndReadersAgree)
     ASSERT_TRUE(version);
     EXPECT_EQ(version->minor, 30);
 }
+
+TEST(AtemCommandTest, TheTopologyTellsHowManyMixEffectsAndSources)
+{
+    const std::optional<Topology> written = readTopology(topology(2, 24));
+    ASSERT_TRUE(written);
+    EXPECT_EQ(written->mixEffects, 2);
+    EXPECT_EQ(written->sources, 24);
+    // As a switcher of the current protocol sends it: a Television Studio HD
+    // with one mix effect and 24 sources, and the rest of its picture.
+    const std::optional<Topology> sent = readTopology(
+        { topologyName, QByteArray::fromHex("01180202040201010401000001000400000001010101000000100000") });
+    ASSERT_TRUE(sent);
+    EXPECT_EQ(sent->mixEffects, 1);
+    EXPECT_EQ(sent->sources, 24);
+    EXPECT_FALSE(readTopology({ topologyName, QByteArray::fromHex("01") }));
+    EXPECT_FALSE(readTopology(mixEffectConfig(0, 1))) << "another command";
+}

@@ -104,3 +104,31 @@ TEST(AtemSwitcherStateTest, TheInputTableIsBounded)
     }
     EXPECT_EQ(state.shots(0).size(), AtemSwitcherState::maxInputs);
 }
+
+TEST(AtemSwitcherStateTest, AMixEffectIsTakenAsThereUntilTheSwitcherSaysHowManyItHas)
+{
+    AtemSwitcherState state = threeInputs();
+    EXPECT_EQ(state.mixEffectCount(), std::nullopt);
+    EXPECT_TRUE(state.hasMixEffect(3));
+    EXPECT_TRUE(state.missingMixEffect(3).isEmpty());
+    EXPECT_FALSE(state.apply(topology(1, 3))) << "no shot changes";
+    EXPECT_EQ(state.mixEffectCount(), 1);
+    EXPECT_TRUE(state.hasMixEffect(0));
+    EXPECT_FALSE(state.hasMixEffect(1));
+    state.clear();
+    EXPECT_TRUE(state.hasMixEffect(1)) << "a new connection says it again";
+}
+
+TEST(AtemSwitcherStateTest, AMissingMixEffectIsNamedWithTheOnesTheSwitcherHas)
+{
+    AtemSwitcherState state;
+    state.apply(topology(1, 8));
+    EXPECT_EQ(state.missingMixEffect(1), QStringLiteral("has no mix effect 2; it has mix effect 1"));
+    state.apply(topology(2, 8));
+    EXPECT_EQ(state.missingMixEffect(2), QStringLiteral("has no mix effect 3; it has mix effects 1 and 2"));
+    EXPECT_TRUE(state.missingMixEffect(1).isEmpty());
+    state.apply(topology(4, 40));
+    EXPECT_EQ(state.missingMixEffect(5), QStringLiteral("has no mix effect 6; it has mix effects 1 to 4"));
+    state.apply(topology(0, 8));
+    EXPECT_EQ(state.missingMixEffect(0), QStringLiteral("has no mix effect 1; it has no mix effect at all"));
+}

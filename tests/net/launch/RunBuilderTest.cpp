@@ -252,6 +252,38 @@ TEST(RunBuilderTest, WithoutTslAllowATslSourceHearsEverySender)
     EXPECT_TRUE(qobject_cast<TslShotSource*>(source.get())->allowedSenders().isEmpty());
 }
 
+TEST(RunBuilderTest, TslSilenceSetsTheSourcesSilenceLimitAndZeroLiftsIt)
+{
+    RunOptions options;
+    options.source = QStringLiteral("tsl5://127.0.0.1:%1").arg(freeUdpPort());
+    options.tslSilenceSeconds = 20;
+    QString problem;
+    std::unique_ptr<ShotSource> source = makeShotSource(options, &problem);
+    ASSERT_NE(source, nullptr) << problem.toStdString();
+    EXPECT_EQ(qobject_cast<TslShotSource*>(source.get())->silenceLimit(), std::chrono::milliseconds(20'000));
+    source.reset();
+    options.tslSilenceSeconds = 0;
+    source = makeShotSource(options, &problem);
+    ASSERT_NE(source, nullptr) << problem.toStdString();
+    EXPECT_EQ(qobject_cast<TslShotSource*>(source.get())->silenceLimit(), std::nullopt);
+    source.reset();
+    options.tslSilenceSeconds.reset();
+    source = makeShotSource(options, &problem);
+    ASSERT_NE(source, nullptr) << problem.toStdString();
+    EXPECT_EQ(qobject_cast<TslShotSource*>(source.get())->silenceLimit(), TslShotSource::defaultSilenceLimit);
+}
+
+TEST(RunBuilderTest, TslSilenceWithAnotherSourceIsAProblem)
+{
+    RunOptions options;
+    options.source = QStringLiteral("atem://127.0.0.1");
+    options.tslSilenceSeconds = 20;
+    QString problem;
+    EXPECT_EQ(makeShotSource(options, &problem), nullptr);
+    EXPECT_EQ(
+        problem, QStringLiteral("--tsl-silence applies to a TSL source (tsl://, tsl5://…), not to 'atem://127.0.0.1'"));
+}
+
 TEST(RunBuilderTest, TslAllowWithAnotherSourceIsAProblem)
 {
     RunOptions options;

@@ -212,6 +212,26 @@ TEST(RunOptionsTest, ATslAllowEntryThatIsNotAnAddressIsAUsageProblem)
         << problem->toStdString();
 }
 
+TEST(RunOptionsTest, TslSilenceTakesWholeSecondsWithZeroForNoLimit)
+{
+    RunOptions defaults;
+    EXPECT_EQ(defaults.tslSilenceSeconds, std::nullopt);
+    QStringList arguments { QStringLiteral("--tsl-silence"), QStringLiteral("30"), QStringLiteral("map.tlx") };
+    RunOptions options;
+    EXPECT_EQ(takingOptions(arguments, &options), std::nullopt);
+    EXPECT_EQ(options.tslSilenceSeconds, 30);
+    EXPECT_EQ(arguments, QStringList { QStringLiteral("map.tlx") });
+    EXPECT_FALSE(options.tslGiven) << "how long the source listens is not where the lights go";
+    QStringList none { QStringLiteral("--tsl-silence=0") };
+    EXPECT_EQ(takingOptions(none, &options), std::nullopt);
+    EXPECT_EQ(options.tslSilenceSeconds, 0);
+    for (const QString& value : { QStringLiteral("-1"), QStringLiteral("5s"), QStringLiteral("86401") }) {
+        QStringList bad { QStringLiteral("--tsl-silence"), value };
+        EXPECT_EQ(takingOptions(bad, &options),
+            QStringLiteral("--tsl-silence: takes whole seconds from 0 (no limit) to 86400, not '%1'").arg(value));
+    }
+}
+
 TEST(RunOptionsTest, TheAtemMixEffectIsOneUnlessChosenAndIsNoTslOption)
 {
     RunOptions defaults;

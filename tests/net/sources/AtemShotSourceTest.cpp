@@ -14,6 +14,8 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+
 using namespace AtemCommands;
 
 namespace {
@@ -171,4 +173,50 @@ TEST_F(AtemShotSourceTest, ASilentSwitcherStopsTheSource)
     // source's keep-alive.
     ASSERT_TRUE(eventually([&] { return !source->isRunning(); }, 5000));
     EXPECT_TRUE(source->status().contains(QStringLiteral("stopped answering"))) << source->status().toStdString();
+}
+
+TEST_F(AtemShotSourceTest, AtemSourceSaysWhichMixEffectsExistWhenAskedForAMissingOne)
+{
+    AtemShotSource::Settings settings;
+    settings.address.host = QStringLiteral("127.0.0.1");
+    settings.address.port = switcher.localPort();
+    settings.mixEffect = 1; // mix effect 2 to the user
+    AtemShotSource source(settings);
+    QSignalSpy statuses(&source, &ShotSource::statusChanged);
+    ASSERT_TRUE(acceptClient());
+    QList<AtemCommand> commands = picture();
+    commands.insert(1, topology(1, 2));
+    send(commands);
+    const QString where = QStringLiteral("127.0.0.1:%1").arg(switcher.localPort());
+    const QString said = QStringLiteral("The ATEM switcher at %1 has no mix effect 2; it has mix effect 1").arg(where);
+    ASSERT_TRUE(eventually([&] { return source.status() == said; })) << source.status().toStdString();
+    // It cannot give the lights of a mix effect it does not have: not
+    // running, so the lost-source policy decides, rather than every light
+    // off as if nothing were on air.
+    EXPECT_FALSE(source.isRunning());
+    EXPECT_TRUE(source.queryShots().isEmpty());
+    EXPECT_EQ(source.notRunningWarning(), QStringLiteral("The ATEM switcher has no mix effect 2; it has mix effect 1"));
+    EXPECT_EQ(source.details().link, QStringLiteral("connected, but it has no mix effect 2; it has mix effect 1"));
+    EXPECT_FALSE(std::any_of(statuses.begin(), statuses.end(), [](const QList<QVariant>& status) {
+        return status.at(0).toString().startsWith(QStringLiteral("Connected"));
+    })) << "never claims to be connected as usual";
+}
+
+TEST_F(AtemShotSourceTest, AMixEffectTheSwitcherHasRunsAsUsual)
+{
+    AtemShotSource::Settings settings;
+    settings.address.host = QStringLiteral("127.0.0.1");
+    settings.address.port = switcher.localPort();
+    settings.mixEffect = 1;
+    AtemShotSource source(settings);
+    ASSERT_TRUE(acceptClient());
+    QList<AtemCommand> commands = picture();
+    commands.insert(1, topology(2, 2));
+    commands.insert(commands.size() - 1, programInput({ 1, 2 }));
+    send(commands);
+    ASSERT_TRUE(eventually([&] { return source.isRunning(); }));
+    EXPECT_EQ(describe(source.queryShots()), (QStringList { "1 Camera 1", "2 CAM2 live" }));
+    EXPECT_EQ(source.details().link, QStringLiteral("connected"));
+    EXPECT_EQ(
+        source.status(), QStringLiteral("Connected to the ATEM switcher at 127.0.0.1:%1").arg(switcher.localPort()));
 }

@@ -227,7 +227,7 @@ TEST(TslShotSourceTest, TheSwitcherCountsAsGoneAfterFiveSecondsOfSilence)
     EXPECT_TRUE(source.isRunning());
     clock.now += 1;
     EXPECT_FALSE(source.isRunning());
-    EXPECT_EQ(source.notRunningWarning(), QStringLiteral("No TSL messages received"));
+    EXPECT_EQ(source.notRunningWarning(), QStringLiteral("No TSL message in the last 5 s"));
     // What the switcher said is forgotten with it (while it is gone the
     // lost-switcher policy decides what the lights do); a message brings it
     // back.
@@ -511,4 +511,139 @@ TEST(TslShotSourceTest, ItsDetailsOnEveryInterfaceOverTcpNameThePortAndTheTransp
     sender.write(message31(1, true, false, QStringLiteral("Cam 1")));
     ASSERT_TRUE(eventually([&] { return source.isRunning(); }, 5000));
     EXPECT_EQ(source.details().lastSender, QStringLiteral("127.0.0.1"));
+}
+
+TEST(TslShotSourceTest, TslTcpSenderStaysRunningWhileConnectedAndSilent)
+{
+    ManualClock clock;
+    TslShotSource source(listenOn(TslTallyEncoding::Version::v50, TslShotSource::Transport::tcp), clock.function());
+    ASSERT_TRUE(source.start(nullptr));
+    QTcpSocket switcher;
+    switcher.connectToHost(QHostAddress::LocalHost, source.localPort());
+    ASSERT_TRUE(switcher.waitForConnected(5000));
+    switcher.write(TslUmd50::frame(packet50(1, TslUmd50::Colour::red, QStringLiteral("Cam 1"))));
+    ASSERT_TRUE(eventually([&] { return source.isRunning(); }, 5000));
+    // A switcher that sends only on change says nothing while nothing
+    // changes; its connection shows it is there.
+    clock.now += 60'000;
+    EXPECT_TRUE(source.isRunning());
+    EXPECT_TRUE(isLive(source, QStringLiteral("Cam 1")));
+    // Once the connection is gone, so is the switcher.
+    switcher.disconnectFromHost();
+    ASSERT_TRUE(eventually([&] { return source.openConnections() == 0; }, 5000));
+    EXPECT_FALSE(source.isRunning());
+    EXPECT_TRUE(source.queryShots().isEmpty());
+}
+
+TEST(TslShotSourceTest, ATcpConnectionThatBroughtAWholeMessageIsNotClosedForSilence)
+{
+    TslShotSource source(listenOn(TslTallyEncoding::Version::v31, TslShotSource::Transport::tcp));
+    source.setIdleDeadline(std::chrono::milliseconds(200));
+    ASSERT_TRUE(source.start(nullptr));
+    QTcpSocket switcher;
+    switcher.connectToHost(QHostAddress::LocalHost, source.localPort());
+    ASSERT_TRUE(switcher.waitForConnected(5000));
+    switcher.write(message31(1, true, false, QStringLiteral("Cam 1")));
+    ASSERT_TRUE(eventually([&] { return source.isRunning(); }, 5000));
+    // Five idle deadlines of silence.
+    QElapsedTimer waited;
+    waited.start();
+    while (waited.elapsed() < 1000) {
+        QCoreApplication::processEvents(QEventLoop::AllEvents, 50);
+    }
+    EXPECT_EQ(switcher.state(), QAbstractSocket::ConnectedState);
+    EXPECT_EQ(source.openConnections(), 1);
+    EXPECT_TRUE(source.isRunning());
+}
+
+TEST(TslShotSourceTest, TslAllowedSenderStaysRunningPastFiveSecondsOfSilence)
+{
+    ManualClock clock;
+    TslShotSource source(listenOn(TslTallyEncoding::Version::v50, TslShotSource::Transport::udp), clock.function());
+    source.setAllowedSenders(*SenderAllowList::parse({ QStringLiteral("127.0.0.1") }, nullptr));
+    ASSERT_TRUE(source.start(nullptr));
+    sendDatagram(packet50(1, TslUmd50::Colour::red, QStringLiteral("Cam 1")), source.localPort());
+    ASSERT_TRUE(eventually([&] { return source.isRunning(); }, 5000));
+    clock.now += 3'600'000;
+    EXPECT_TRUE(source.isRunning());
+    EXPECT_TRUE(isLive(source, QStringLiteral("Cam 1")));
+    // Its displays stand until it says otherwise.
+    sendDatagram(packet50(1, TslUmd50::Colour::green, QStringLiteral("Cam 1")), source.localPort());
+    ASSERT_TRUE(eventually([&] { return !isLive(source, QStringLiteral("Cam 1")); }, 5000));
+    const ShotList shots = source.queryShots();
+    ASSERT_EQ(shots.size(), 1);
+    EXPECT_TRUE(shots[0]->isPreview);
+}
+
+TEST(TslShotSourceTest, TslStrangersStillLoseAfterFiveSeconds)
+{
+    ManualClock clock;
+    TslShotSource source(listenOn(TslTallyEncoding::Version::v50, TslShotSource::Transport::udp), clock.function());
+    ASSERT_TRUE(source.start(nullptr));
+    sendDatagramFrom(stranger, packet50(1, TslUmd50::Colour::red, QStringLiteral("Cam 1")), source.localPort());
+    ASSERT_TRUE(eventually([&] { return source.isRunning(); }, 5000));
+    clock.now += 4999;
+    EXPECT_TRUE(source.isRunning());
+    clock.now += 1;
+    EXPECT_FALSE(source.isRunning());
+    EXPECT_TRUE(source.queryShots().isEmpty());
+}
+
+TEST(TslShotSourceTest, TheWarningNeverSaysNothingCameAfterAMessageCame)
+{
+    ManualClock clock;
+    TslShotSource source(listenOn(TslTallyEncoding::Version::v50, TslShotSource::Transport::udp), clock.function());
+    ASSERT_TRUE(source.start(nullptr));
+    EXPECT_EQ(source.notRunningWarning(), QStringLiteral("No TSL messages received"));
+    sendDatagram(packet50(1, TslUmd50::Colour::red, QStringLiteral("Cam 1")), source.localPort());
+    ASSERT_TRUE(eventually([&] { return source.isRunning(); }, 5000));
+    clock.now += 13'000;
+    EXPECT_FALSE(source.isRunning());
+    EXPECT_EQ(source.notRunningWarning(), QStringLiteral("No TSL message in the last 5 s"));
+    EXPECT_EQ(source.details().sinceLastMessageMs, 13'000);
+}
+
+TEST(TslShotSourceTest, TslSilenceLimitIsTheUsersChoice)
+{
+    ManualClock clock;
+    TslShotSource source(listenOn(TslTallyEncoding::Version::v50, TslShotSource::Transport::udp), clock.function());
+    source.setAllowedSenders(*SenderAllowList::parse({ QStringLiteral("127.0.0.1") }, nullptr));
+    source.chooseSilenceLimit(std::chrono::seconds(30));
+    ASSERT_TRUE(source.start(nullptr));
+    sendDatagram(packet50(1, TslUmd50::Colour::red, QStringLiteral("Cam 1")), source.localPort());
+    ASSERT_TRUE(eventually([&] { return source.isRunning(); }, 5000));
+    clock.now += 29'999;
+    EXPECT_TRUE(source.isRunning());
+    EXPECT_TRUE(isLive(source, QStringLiteral("Cam 1")));
+    clock.now += 1;
+    EXPECT_FALSE(source.isRunning());
+    EXPECT_TRUE(source.queryShots().isEmpty());
+    EXPECT_EQ(source.notRunningWarning(), QStringLiteral("No TSL message in the last 30 s"));
+}
+
+TEST(TslShotSourceTest, WithoutAnAllowListTheUserMayStillChooseNoSilenceLimit)
+{
+    ManualClock clock;
+    TslShotSource source(listenOn(TslTallyEncoding::Version::v50, TslShotSource::Transport::udp), clock.function());
+    source.chooseSilenceLimit(std::nullopt);
+    ASSERT_TRUE(source.start(nullptr));
+    EXPECT_EQ(source.silenceLimit(), std::nullopt);
+    sendDatagramFrom(stranger, packet50(1, TslUmd50::Colour::red, QStringLiteral("Cam 1")), source.localPort());
+    ASSERT_TRUE(eventually([&] { return source.isRunning(); }, 5000));
+    clock.now += 3'600'000;
+    EXPECT_TRUE(source.isRunning());
+    EXPECT_TRUE(isLive(source, QStringLiteral("Cam 1")));
+}
+
+TEST(TslShotSourceTest, UnchosenTheSilenceLimitFollowsTheAllowList)
+{
+    TslShotSource source(listenOn(TslTallyEncoding::Version::v50, TslShotSource::Transport::udp));
+    EXPECT_EQ(source.silenceLimit(), TslShotSource::defaultSilenceLimit);
+    source.setAllowedSenders(*SenderAllowList::parse({ QStringLiteral("10.0.0.5") }, nullptr));
+    EXPECT_EQ(source.silenceLimit(), std::nullopt);
+    source.setAllowedSenders(SenderAllowList());
+    EXPECT_EQ(source.silenceLimit(), TslShotSource::defaultSilenceLimit);
+    source.chooseSilenceLimit(std::chrono::seconds(12));
+    source.setAllowedSenders(*SenderAllowList::parse({ QStringLiteral("10.0.0.5") }, nullptr));
+    EXPECT_EQ(source.silenceLimit(), std::chrono::milliseconds(12'000));
 }

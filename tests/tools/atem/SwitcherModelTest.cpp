@@ -5,6 +5,8 @@
 
 #include <gtest/gtest.h>
 
+#include <map>
+
 using AtemCommands::SourceTally;
 
 namespace {
@@ -63,6 +65,37 @@ TEST(SwitcherModelTest, AConnectingClientGetsTheVersionFirstAndTheEndMarkerLast)
     const auto count = std::count_if(commands.cbegin(), commands.cend(),
         [](const AtemCommand& command) { return command.name == AtemCommands::inputPropertiesName; });
     EXPECT_EQ(count, 3);
+}
+
+TEST(SwitcherModelTest, ItStatesOneMixEffectUnlessToldMoreAndTheOthersFollowTheFirstTheOtherWayRound)
+{
+    SwitcherModel model = studio();
+    const auto topologyOf = [](const QList<AtemCommand>& commands) {
+        std::optional<AtemCommands::Topology> topology;
+        for (const AtemCommand& command : commands) {
+            topology = topology ? topology : AtemCommands::readTopology(command);
+        }
+        return topology;
+    };
+    ASSERT_TRUE(topologyOf(model.connectionCommands()).has_value());
+    EXPECT_EQ(topologyOf(model.connectionCommands())->mixEffects, 1);
+    EXPECT_EQ(topologyOf(model.connectionCommands())->sources, 3);
+    EXPECT_FALSE(model.setMixEffects(0));
+    EXPECT_FALSE(model.setMixEffects(SwitcherModel::maxMixEffects + 1));
+    ASSERT_TRUE(model.setMixEffects(2));
+    EXPECT_EQ(topologyOf(model.connectionCommands())->mixEffects, 2);
+    std::map<int, int> programs;
+    std::map<int, int> previews;
+    for (const AtemCommand& command : model.stateCommands()) {
+        if (const auto bus = AtemCommands::readProgramInput(command)) {
+            programs[bus->mixEffect] = bus->input;
+        }
+        if (const auto bus = AtemCommands::readPreviewInput(command)) {
+            previews[bus->mixEffect] = bus->input;
+        }
+    }
+    EXPECT_EQ(programs, (std::map<int, int> { { 0, 1 }, { 1, 2 } }));
+    EXPECT_EQ(previews, (std::map<int, int> { { 0, 2 }, { 1, 1 } }));
 }
 
 TEST(StandinCommandsTest, EachLineChangesTheModelOrSaysWhyNot)

@@ -182,6 +182,23 @@ TEST_F(SourceMenuTest, ChoosingATslListenerFollowsItAndRemembersItsAddressAndAll
         (QStringList { QStringLiteral("127.0.0.1"), QStringLiteral("10.0.1.0/24") }));
 }
 
+TEST_F(SourceMenuTest, ATslSilenceChosenWithTheListenerIsUsedAndRememberedAndTheDefaultIsNot)
+{
+    makeWindow();
+    const QString address = QStringLiteral("tsl5://127.0.0.1:%1").arg(freeUdpPort());
+    QString problem;
+    ASSERT_TRUE(main.menu->chooseTslSource(address, { QStringLiteral("127.0.0.1") }, &problem, 45))
+        << problem.toStdString();
+    EXPECT_EQ(
+        qobject_cast<TslShotSource*>(&controller->shotSource())->silenceLimit(), std::chrono::milliseconds(45'000));
+    EXPECT_EQ(MainMenu::rememberedTslSilence(), 45);
+    ASSERT_TRUE(main.menu->chooseTslSource(address, {}, &problem)) << problem.toStdString();
+    EXPECT_EQ(
+        qobject_cast<TslShotSource*>(&controller->shotSource())->silenceLimit(), TslShotSource::defaultSilenceLimit);
+    EXPECT_EQ(MainMenu::rememberedTslSilence(), std::nullopt);
+    EXPECT_FALSE(UserDefaults::standardUserDefaults().objectForKey(Preferences::tslSilenceSeconds).isValid());
+}
+
 TEST_F(SourceMenuTest, ChoosingOtherSendersOnThePortTheListenerHoldsWorks)
 {
     makeWindow();
@@ -266,6 +283,31 @@ TEST(TslSourceDialogTest, WithoutAPreviousChoiceItOffersFiveOverUdpOnPort8900Fro
     EXPECT_EQ(dialog.address(), QStringLiteral("tsl5://8900"));
     EXPECT_TRUE(dialog.allowedSenders().isEmpty());
     EXPECT_EQ(dialog.allowedSendersField->placeholderText(), QStringLiteral("every sender"));
+}
+
+TEST(TslSourceDialogTest, TheSilenceShowsTheDefaultForTheAllowedSendersUntilTheUserSetsIt)
+{
+    TslSourceDialog dialog(QString(), {});
+    EXPECT_EQ(dialog.silenceField->value(), 5);
+    EXPECT_EQ(dialog.silenceSeconds(), std::nullopt);
+    dialog.allowedSendersField->setText(QStringLiteral("10.0.0.5"));
+    EXPECT_EQ(dialog.silenceField->text(), QStringLiteral("never"));
+    EXPECT_EQ(dialog.silenceSeconds(), std::nullopt);
+    dialog.allowedSendersField->clear();
+    EXPECT_EQ(dialog.silenceField->value(), 5);
+    dialog.silenceField->setValue(30);
+    dialog.allowedSendersField->setText(QStringLiteral("10.0.0.5"));
+    EXPECT_EQ(dialog.silenceField->value(), 30) << "the user's choice stays";
+    EXPECT_EQ(dialog.silenceSeconds(), 30);
+}
+
+TEST(TslSourceDialogTest, StartsFromTheRememberedSilence)
+{
+    TslSourceDialog never(QStringLiteral("tsl5://8900"), {}, 0);
+    EXPECT_EQ(never.silenceField->text(), QStringLiteral("never"));
+    EXPECT_EQ(never.silenceSeconds(), 0);
+    TslSourceDialog twenty(QStringLiteral("tsl5://8900"), { QStringLiteral("10.0.0.5") }, 20);
+    EXPECT_EQ(twenty.silenceSeconds(), 20);
 }
 
 TEST(TslSourceDialogTest, OKWaitsForAllowedSendersThatAreAddresses)
