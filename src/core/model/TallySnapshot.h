@@ -20,6 +20,10 @@ struct LightState {
 struct TallySnapshot {
     bool sourceRunning = false;
     QList<LightState> lights;
+    // The program turned every light off as it quits: the modes (all off)
+    // are certain even with the source lost, and hold after the program has
+    // gone.
+    bool turnedOffAtQuit = false;
 
     friend bool operator==(const TallySnapshot&, const TallySnapshot&) = default;
 };

@@ -85,13 +85,14 @@ void TallyCycle::updateTallyLights(ShotList& shotList, Lights& lights)
     publish(true, lights.shotSelections());
 }
 
-void TallyCycle::publish(bool sourceRunning, const QList<ShotList>& lights)
+void TallyCycle::publish(bool sourceRunning, const QList<ShotList>& lights, bool turnedOffAtQuit)
 {
     if (m_outputs.isEmpty()) {
         return;
     }
     TallySnapshot snapshot;
     snapshot.sourceRunning = sourceRunning;
+    snapshot.turnedOffAtQuit = turnedOffAtQuit;
     snapshot.lights.reserve(lights.size());
     for (qsizetype lightIndex = 0; lightIndex < lights.size(); ++lightIndex) {
         LightState light;
@@ -137,11 +138,15 @@ void TallyCycle::followPolicyWhileLost(qsizetype lightCount)
     }
 }
 
-void TallyCycle::turnLightsOff(qsizetype lightCount)
+void TallyCycle::turnLightsOff(const QList<ShotList>& lights)
 {
-    for (qsizetype lightIndex = 0; lightIndex < lightCount; ++lightIndex) {
+    m_lastModes.fill(TallyMode::off, lights.size());
+    for (qsizetype lightIndex = 0; lightIndex < lights.size(); ++lightIndex) {
         showAndSend(lightIndex, TallyMode::off);
     }
+    // Else the outputs would keep the last tick's picture, and a network
+    // lamp stay red after the box went dark.
+    publish(!m_lostSince.has_value(), lights, true);
 }
 
 void TallyCycle::showAndSend(qsizetype lightIndex, TallyMode mode)

@@ -90,6 +90,6 @@ void TallyTicker::tickForChange()
 void TallyTicker::finish()
 {
     if (m_cycle.lostSourcePolicy().turnOffAtQuit) {
-        m_cycle.turnLightsOff(m_tallyMap.shotSelections().size());
+        m_cycle.turnLightsOff(m_tallyMap.shotSelections());
     }
 }
