@@ -5,6 +5,8 @@
 // "RETAINED TOPIC PAYLOAD" (RETAINED is 1 for a message the broker kept,
 // 0 for one passed on as it came).
 
+#include "support/Eventually.h"
+
 #include <QProcess>
 #include <QString>
 #include <QStringList>
@@ -54,6 +56,42 @@ public:
         read();
         m_lines.clear();
     }
+    // What the broker holds under topic now, one "TOPIC PAYLOAD" line per
+    // retained message: what a lamp that connects now would get. A passing
+    // message sent to topic + "/probe" after the subscription marks the end
+    // of the retained ones (mosquitto_sub --retained-only stops at it);
+    // nothing when the broker does not answer.
+    static QStringList retainedAt(quint16 port, const QString& topic)
+    {
+        QProcess sub;
+        const QStringList common { QStringLiteral("-h"), QStringLiteral("127.0.0.1"), QStringLiteral("-p"),
+            QString::number(port), QStringLiteral("-q"), QStringLiteral("1") };
+        sub.start(QStringLiteral("mosquitto_sub"),
+            common
+                + QStringList { QStringLiteral("--retained-only"), QStringLiteral("-F"), QStringLiteral("%t %p"),
+                    QStringLiteral("-t"), topic + QStringLiteral("/#") });
+        if (!sub.waitForStarted(5000)) {
+            return {};
+        }
+        // A probe sent before the subscription is in place goes unseen: it
+        // is sent again until one ends the subscriber.
+        const bool ended = eventually(
+            [&] {
+                QProcess::execute(QStringLiteral("mosquitto_pub"),
+                    common
+                        + QStringList { QStringLiteral("-t"), topic + QStringLiteral("/probe"), QStringLiteral("-m"),
+                            QStringLiteral("probe") });
+                return sub.waitForFinished(100);
+            },
+            10000);
+        if (!ended) {
+            sub.kill();
+            sub.waitForFinished();
+            return {};
+        }
+        return QString::fromUtf8(sub.readAllStandardOutput()).split(QLatin1Char('\n'), Qt::SkipEmptyParts);
+    }
+
     QString everything()
     {
         read();

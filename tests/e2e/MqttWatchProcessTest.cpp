@@ -1,18 +1,24 @@
 // tallyctl watch publishing the lights to a real Mosquitto broker beside the
 // built stand-in, checked by an independent subscriber (mosquitto_sub):
 // retained state, every cut, a lost switcher, the last will, a broker that
-// restarts, a login, TLS and Home Assistant discovery.
+// restarts, a login, TLS and Home Assistant discovery, and what a lamp
+// that connects after the program has gone reads.
 
 #include "MosquittoBroker.h"
 #include "MqttSubscriber.h"
 #include "WatchProcessFixture.h"
+#include "WindowHome.h"
 #include "support/Eventually.h"
 #include "support/FreePort.h"
 
+#include <QElapsedTimer>
+#include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
 
 #include <gtest/gtest.h>
+
+#include <csignal>
 
 namespace {
 
@@ -64,6 +70,45 @@ protected:
             return probe.sawStart(QStringLiteral("0 studio/lights "))
                 || probe.sawStart(QStringLiteral("1 studio/lights "));
         });
+    }
+
+    // What the broker holds under studio/ now, as a lamp that connects now
+    // would read it.
+    QStringList retained() const { return MqttSubscriber::retainedAt(mosquitto.port(), QStringLiteral("studio")); }
+
+    // Waits until this tallyctl is connected and the broker holds light 1
+    // live, then ends tallyctl with signalNumber and waits for it to be gone.
+    void endWhileLive(int signalNumber)
+    {
+        ASSERT_TRUE(eventually([&] { return said(QStringLiteral("connected, topics under studio/")); }))
+            << errors.toStdString();
+        ASSERT_TRUE(eventually([&] { return retained().contains(QStringLiteral("studio/light/1/state live")); }))
+            << errors.toStdString();
+        ASSERT_EQ(::kill(static_cast<pid_t>(watch.processId()), signalNumber), 0);
+        ASSERT_TRUE(watch.waitForFinished(10000));
+        said(QString());
+    }
+
+    // The state word of every light as held at the broker, in its plain
+    // topic, its JSON and the whole picture.
+    static QStringList stateWords(const QStringList& held)
+    {
+        QStringList words;
+        for (const QString& line : held) {
+            const QString topic = line.section(QLatin1Char(' '), 0, 0);
+            const QByteArray payload = line.section(QLatin1Char(' '), 1).toUtf8();
+            if (topic.startsWith(QStringLiteral("studio/light/")) && topic.endsWith(QStringLiteral("/state"))) {
+                words.append(QString::fromUtf8(payload));
+            } else if (topic.startsWith(QStringLiteral("studio/light/"))) {
+                words.append(QJsonDocument::fromJson(payload).object().value(QStringLiteral("state")).toString());
+            } else if (topic == QStringLiteral("studio/lights")) {
+                for (const QJsonValue& light :
+                    QJsonDocument::fromJson(payload).object().value(QStringLiteral("lights")).toArray()) {
+                    words.append(light.toObject().value(QStringLiteral("state")).toString());
+                }
+            }
+        }
+        return words;
     }
 
     // Makes a test CA and a certificate for 127.0.0.1 signed by it.
@@ -127,8 +172,16 @@ TEST_F(MqttWatchProcessTest, ALateSubscriberGetsTheRetainedStateAndThenEveryCut)
         return subscriber.saw(QStringLiteral("0 studio/light/1/state preview"))
             && subscriber.saw(QStringLiteral("0 studio/light/2/state live"));
     })) << subscriber.everything().toStdString();
-    // Light 3 has both cameras and stays live: nothing new for it.
-    EXPECT_FALSE(subscriber.sawStart(QStringLiteral("0 studio/light/3")));
+    // Light 3 has both cameras and stays live: nothing new for it (the
+    // state said again so that it does not expire is the first one again).
+    for (const QString& line : subscriber.lines()) {
+        if (line.startsWith(QStringLiteral("0 studio/light/3/state "))) {
+            EXPECT_EQ(line, QStringLiteral("0 studio/light/3/state live"));
+        } else if (line.startsWith(QStringLiteral("0 studio/light/3 "))) {
+            const QJsonObject light = QJsonDocument::fromJson(line.section(QLatin1Char(' '), 2).toUtf8()).object();
+            EXPECT_EQ(light.value(QStringLiteral("sequence")).toInt(), 1) << line.toStdString();
+        }
+    }
     subscriber.clear();
     standin.send("cut\n");
     // The plain state and the JSON are two messages: the JSON may come a
@@ -324,4 +377,103 @@ TEST_F(MqttWatchProcessTest, ABadBrokerAddressIsAUsageErrorAndAnAbsentBrokerDoes
     EXPECT_TRUE(eventually([&] { return said(QStringLiteral("Connection refused; trying again in 1 s")); }))
         << errors.toStdString();
     EXPECT_TRUE(eventually([&] { return capture.ticks().size() >= 2; })) << errors.toStdString();
+}
+
+TEST_F(MqttWatchProcessTest, AfterSigtermOrCtrlCNoLightReadsLiveOrPreviewButUnknown)
+{
+    ASSERT_TRUE(mosquitto.start()) << mosquitto.output().toStdString();
+    ASSERT_TRUE(standin.start());
+    for (const int signalNumber : { SIGTERM, SIGINT }) {
+        SCOPED_TRACE(signalNumber == SIGTERM ? "SIGTERM" : "SIGINT");
+        start({ QStringLiteral("--mqtt"), broker() });
+        endWhileLive(signalNumber);
+        EXPECT_EQ(watch.exitStatus(), QProcess::NormalExit);
+        EXPECT_EQ(watch.exitCode(), 0) << errors.toStdString();
+        const QStringList held = retained();
+        EXPECT_TRUE(held.contains(QStringLiteral("studio/status offline"))) << held.join('\n').toStdString();
+        EXPECT_TRUE(held.contains(QStringLiteral("studio/light/1/state unknown"))) << held.join('\n').toStdString();
+        EXPECT_TRUE(held.contains(QStringLiteral("studio/light/2/state unknown"))) << held.join('\n').toStdString();
+        EXPECT_TRUE(held.contains(QStringLiteral("studio/light/8/state unknown"))) << held.join('\n').toStdString();
+        // Eight plain words, eight JSON lights and eight in the whole picture.
+        const QStringList words = stateWords(held);
+        EXPECT_EQ(words.size(), 24) << held.join('\n').toStdString();
+        EXPECT_EQ(words.count(QStringLiteral("unknown")), words.size()) << held.join('\n').toStdString();
+        errors.clear();
+    }
+}
+
+TEST_F(MqttWatchProcessTest, WithLightsOffAtQuitEveryLightReadsOffAfterTheExit)
+{
+    ASSERT_TRUE(mosquitto.start()) << mosquitto.output().toStdString();
+    ASSERT_TRUE(standin.start());
+    start({ QStringLiteral("--mqtt"), broker(), QStringLiteral("--lights-off-at-quit") });
+    endWhileLive(SIGTERM);
+    EXPECT_EQ(watch.exitCode(), 0) << errors.toStdString();
+    const QStringList held = retained();
+    EXPECT_TRUE(held.contains(QStringLiteral("studio/status offline"))) << held.join('\n').toStdString();
+    EXPECT_TRUE(held.contains(QStringLiteral("studio/light/1/state off"))) << held.join('\n').toStdString();
+    EXPECT_TRUE(held.contains(QStringLiteral("studio/light/2/state off"))) << held.join('\n').toStdString();
+    const QStringList words = stateWords(held);
+    EXPECT_EQ(words.size(), 24) << held.join('\n').toStdString();
+    EXPECT_EQ(words.count(QStringLiteral("off")), words.size()) << held.join('\n').toStdString();
+    // The box heard the same: every light off after the last tick.
+    const QList<QByteArray> ticks = capture.ticks();
+    ASSERT_FALSE(ticks.isEmpty());
+    EXPECT_TRUE(ticks.last().startsWith("01 21")) << ticks.last().toStdString();
+}
+
+TEST_F(MqttWatchProcessTest, AfterAKillALampThatConnectsOnceTheStateExpiredDoesNotReadLive)
+{
+    ASSERT_TRUE(mosquitto.start()) << mosquitto.output().toStdString();
+    ASSERT_TRUE(standin.start());
+    // The lights' state lasts two seconds at the broker instead of fifteen.
+    start({ QStringLiteral("--mqtt"), broker() },
+        { { QStringLiteral("MIXDESK_TALLY_MQTT_STATE_EXPIRY"), QStringLiteral("2") } });
+    ASSERT_TRUE(eventually([&] { return retained().contains(QStringLiteral("studio/light/1/state live")); }))
+        << errors.toStdString();
+    // While the program runs it says the state again before it expires.
+    QElapsedTimer running;
+    running.start();
+    while (running.elapsed() < 3000) {
+        EXPECT_TRUE(retained().contains(QStringLiteral("studio/light/1/state live"))) << running.elapsed();
+    }
+
+    watch.kill(); // SIGKILL: no goodbye
+    ASSERT_TRUE(watch.waitForFinished(5000));
+    QElapsedTimer sinceKill;
+    sinceKill.start();
+    QStringList held;
+    EXPECT_TRUE(eventually(
+        [&] {
+            held = retained();
+            return held.contains(QStringLiteral("studio/status offline"))
+                && !held.contains(QStringLiteral("studio/light/1/state live"));
+        },
+        10000))
+        << held.join('\n').toStdString();
+    EXPECT_LT(sinceKill.elapsed(), 5000);
+    EXPECT_EQ(stateWords(held).count(QStringLiteral("live")), 0) << held.join('\n').toStdString();
+}
+
+TEST_F(MqttWatchProcessTest, TheWindowEndedBySigtermLeavesEveryLightUnknown)
+{
+    ASSERT_TRUE(mosquitto.start()) << mosquitto.output().toStdString();
+    ASSERT_TRUE(standin.start());
+    WindowHome home;
+    ASSERT_TRUE(home.isValid());
+    QProcess window;
+    WindowHome::launch(
+        window, home.environment(standin.environment()), { QStringLiteral("--mqtt"), broker(), mapPath });
+    ASSERT_TRUE(eventually([&] { return retained().contains(QStringLiteral("studio/light/1/state live")); }))
+        << window.readAllStandardError().toStdString();
+    ASSERT_EQ(::kill(static_cast<pid_t>(window.processId()), SIGTERM), 0);
+    ASSERT_TRUE(window.waitForFinished(10000));
+    EXPECT_EQ(window.exitStatus(), QProcess::NormalExit);
+    EXPECT_EQ(window.exitCode(), 0);
+    const QStringList held = retained();
+    EXPECT_TRUE(held.contains(QStringLiteral("studio/status offline"))) << held.join('\n').toStdString();
+    EXPECT_TRUE(held.contains(QStringLiteral("studio/light/1/state unknown"))) << held.join('\n').toStdString();
+    const QStringList words = stateWords(held);
+    EXPECT_EQ(words.size(), 24) << held.join('\n').toStdString();
+    EXPECT_EQ(words.count(QStringLiteral("unknown")), words.size()) << held.join('\n').toStdString();
 }

@@ -43,6 +43,10 @@ struct TallySnapshot {
     std::optional<qint64> lostSinceMilliseconds;
     bool underTest = false;
     QList<LightState> lights;
+    // The program turned every light off as it quits: the modes (all off)
+    // are certain even with the source lost, and hold after the program has
+    // gone.
+    bool turnedOffAtQuit = false;
 
     friend bool operator==(const TallySnapshot&, const TallySnapshot&) = default;
 };

@@ -34,3 +34,12 @@ void MqttOutbox::markAllPending()
         }
     }
 }
+
+void MqttOutbox::markExpiringPending()
+{
+    for (const QString& topic : std::as_const(m_order)) {
+        if (m_latest.value(topic).expires() && !m_pending.contains(topic)) {
+            m_pending.append(topic);
+        }
+    }
+}

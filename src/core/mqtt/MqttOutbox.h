@@ -21,6 +21,9 @@ public:
     // Marks every retained message to be sent again (a new connection: the
     // broker may have restarted without them).
     void markAllPending();
+    // Marks every message that expires at the broker to be sent again, so
+    // that it is said anew before it lapses.
+    void markExpiringPending();
 
     qsizetype pendingCount() const { return m_pending.size(); }
     bool isEmpty() const { return m_order.isEmpty(); }

@@ -19,37 +19,12 @@ void stamp(QJsonObject& object, qint64 sequence, const QDateTime& at)
     object.insert(QStringLiteral("timestamp"), at.toUTC().toString(Qt::ISODateWithMs));
 }
 
-// Whether light index must be sent again: its own state or the source's
-// condition (which changes its word) changed.
-bool lightChanged(const TallySnapshot& before, const TallySnapshot& after, qsizetype index)
-{
-    return before.sourceRunning != after.sourceRunning || before.underTest != after.underTest
-        || index >= before.lights.size() || before.lights[index] != after.lights[index];
-}
-
-} // namespace
-
-MqttTallyState::MqttTallyState(QString prefix)
-    : m_prefix(std::move(prefix))
-{
-}
-
-QByteArray MqttTallyState::stateWord(const TallySnapshot& snapshot, const LightState& light)
-{
-    // Under test the lamps follow the box, whatever the switcher; the JSON
-    // topics say it is a test.
-    if (!snapshot.sourceRunning && !snapshot.underTest) {
-        return QByteArrayLiteral("unknown");
-    }
-    return tallyModeName(light.mode).toUtf8();
-}
-
-QJsonObject MqttTallyState::lightObject(const TallySnapshot& snapshot, int lightNumber)
+QJsonObject lightObject(const TallySnapshot& snapshot, int lightNumber, const QByteArray& word)
 {
     const LightState& light = snapshot.lights[lightNumber - 1];
     QJsonObject object;
     object.insert(QStringLiteral("light"), lightNumber);
-    object.insert(QStringLiteral("state"), QString::fromUtf8(stateWord(snapshot, light)));
+    object.insert(QStringLiteral("state"), QString::fromUtf8(word));
     object.insert(QStringLiteral("mode"), tallyModeName(light.mode));
     object.insert(QStringLiteral("shots"), QJsonArray::fromStringList(light.shotNames));
     object.insert(QStringLiteral("missing"), QJsonArray::fromStringList(light.missingShots));
@@ -58,32 +33,87 @@ QJsonObject MqttTallyState::lightObject(const TallySnapshot& snapshot, int light
     return object;
 }
 
+// Whether light index must be sent again: its own state or what the
+// snapshot says of all lights (which changes its word) changed.
+bool lightChanged(const TallySnapshot& before, const TallySnapshot& after, qsizetype index)
+{
+    return before.sourceRunning != after.sourceRunning || before.turnedOffAtQuit != after.turnedOffAtQuit
+        || before.underTest != after.underTest || index >= before.lights.size()
+        || before.lights[index] != after.lights[index];
+}
+
+} // namespace
+
+MqttTallyState::MqttTallyState(QString prefix, std::chrono::seconds stateExpiry)
+    : m_prefix(std::move(prefix))
+    , m_stateExpiry(stateExpiry)
+{
+}
+
+std::chrono::milliseconds MqttTallyState::refreshInterval() const
+{
+    return std::chrono::duration_cast<std::chrono::milliseconds>(m_stateExpiry) / 3;
+}
+
+QByteArray MqttTallyState::stateWord(const TallySnapshot& snapshot, const LightState& light)
+{
+    // Lights turned off at quit are off for certain, source or not; under
+    // test the lamps follow the box, whatever the switcher (the JSON topics
+    // say it is a test).
+    if (!snapshot.sourceRunning && !snapshot.turnedOffAtQuit && !snapshot.underTest) {
+        return QByteArrayLiteral("unknown");
+    }
+    return tallyModeName(light.mode).toUtf8();
+}
+
 QList<MqttMessage> MqttTallyState::messagesFor(const TallySnapshot& snapshot, const QDateTime& at)
 {
     if (m_havePublished && snapshot == m_last) {
         return {};
     }
+    const bool first = !m_havePublished;
+    const QList<MqttMessage> messages = picture(
+        snapshot, at, m_stateExpiry, [&](qsizetype index) { return first || lightChanged(m_last, snapshot, index); });
+    m_last = snapshot;
+    m_havePublished = true;
+    return messages;
+}
+
+QList<MqttMessage> MqttTallyState::goodbyeMessages(const QDateTime& at)
+{
+    if (!m_havePublished) {
+        return {};
+    }
+    // Lights the program turned off stay off on the box after it has gone;
+    // any other light the program no longer vouches for, whatever it shows.
+    const QByteArray word = m_last.turnedOffAtQuit ? QByteArrayLiteral("off") : QByteArrayLiteral("unknown");
+    return picture(
+        m_last, at, std::chrono::seconds(0), [](qsizetype) { return true; }, word);
+}
+
+QList<MqttMessage> MqttTallyState::picture(const TallySnapshot& snapshot, const QDateTime& at,
+    std::chrono::seconds expiry, const std::function<bool(qsizetype)>& send, const std::optional<QByteArray>& word)
+{
     ++m_sequence;
     QList<MqttMessage> messages;
     QJsonArray lights;
     for (qsizetype index = 0; index < snapshot.lights.size(); ++index) {
         const int number = static_cast<int>(index) + 1;
-        QJsonObject light = lightObject(snapshot, number);
+        const QByteArray lightWord = word ? *word : stateWord(snapshot, snapshot.lights[index]);
+        QJsonObject light = lightObject(snapshot, number, lightWord);
         lights.append(light);
-        if (m_havePublished && !lightChanged(m_last, snapshot, index)) {
+        if (!send(index)) {
             continue;
         }
-        messages.append({ MqttTallyTopics::lightState(m_prefix, number), stateWord(snapshot, snapshot.lights[index]) });
+        messages.append({ MqttTallyTopics::lightState(m_prefix, number), lightWord, true, expiry });
         stamp(light, m_sequence, at);
-        messages.append({ MqttTallyTopics::light(m_prefix, number), compact(light) });
+        messages.append({ MqttTallyTopics::light(m_prefix, number), compact(light), true, expiry });
     }
     QJsonObject whole;
     whole.insert(QStringLiteral("sourceRunning"), snapshot.sourceRunning);
     whole.insert(QStringLiteral("test"), snapshot.underTest);
     whole.insert(QStringLiteral("lights"), lights);
     stamp(whole, m_sequence, at);
-    messages.append({ MqttTallyTopics::lights(m_prefix), compact(whole) });
-    m_last = snapshot;
-    m_havePublished = true;
+    messages.append({ MqttTallyTopics::lights(m_prefix), compact(whole), true, expiry });
     return messages;
 }

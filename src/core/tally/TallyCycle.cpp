@@ -110,12 +110,13 @@ void TallyCycle::noteMissingShots(const QList<ShotList>& lights, const ShotList&
     m_missingShots = TallyEvaluation::missingShots(lights, shotList);
 }
 
-void TallyCycle::publish(bool sourceRunning, bool underTest, const QList<ShotList>& lights)
+void TallyCycle::publish(bool sourceRunning, bool underTest, const QList<ShotList>& lights, bool turnedOffAtQuit)
 {
     TallySnapshot snapshot;
     snapshot.sourceRunning = sourceRunning;
     snapshot.lostSinceMilliseconds = m_lostSince;
     snapshot.underTest = underTest;
+    snapshot.turnedOffAtQuit = turnedOffAtQuit;
     snapshot.lights.reserve(lights.size());
     for (qsizetype lightIndex = 0; lightIndex < lights.size(); ++lightIndex) {
         LightState light;
@@ -164,22 +165,15 @@ void TallyCycle::followPolicyWhileLost(qsizetype lightCount)
     }
 }
 
-void TallyCycle::turnLightsOff(qsizetype lightCount)
+void TallyCycle::turnLightsOff(const QList<ShotList>& lights)
 {
-    for (qsizetype lightIndex = 0; lightIndex < lightCount; ++lightIndex) {
+    m_lastModes.fill(TallyMode::off, lights.size());
+    for (qsizetype lightIndex = 0; lightIndex < lights.size(); ++lightIndex) {
         showAndSend(lightIndex, TallyMode::off);
     }
-    // The outputs hear it too: a lamp that kept the last tick's word would
-    // stay red over a dark box.
-    TallySnapshot dark = m_lastSnapshot;
-    dark.underTest = false;
-    for (LightState& light : dark.lights) {
-        light.mode = TallyMode::off;
-    }
-    m_lastSnapshot = dark;
-    for (TallyOutput* output : std::as_const(m_outputs)) {
-        output->publish(m_lastSnapshot);
-    }
+    // Else the outputs would keep the last tick's picture, and a network
+    // lamp stay red after the box went dark.
+    publish(!m_lostSince.has_value(), false, lights, true);
 }
 
 void TallyCycle::showAndSend(qsizetype lightIndex, TallyMode mode)

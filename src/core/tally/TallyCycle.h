@@ -78,9 +78,10 @@ public:
     // Tests set the time by hand; the blink and its grace period follow it.
     void setClock(Clock clock) { m_clock = std::move(clock); }
 
-    // Sends every one of lightCount lights off and shows them off, whatever
-    // the source says: the lights at quit, when the user asked for that.
-    void turnLightsOff(qsizetype lightCount);
+    // Sends every one of lights off and shows them off, whatever the source
+    // says: the lights at quit, when the user asked for that. The outputs
+    // hear it too, as the last picture.
+    void turnLightsOff(const QList<ShotList>& lights);
 
     // Outputs besides the indicators and the tally box (web page, TSL). Each
     // gets the lights after every tick, also while the source is lost. Not
@@ -110,7 +111,7 @@ public:
 private:
     void followShotList(ShotList& shotList, Lights& lights);
     void noteMissingShots(const QList<ShotList>& lights, const ShotList& shotList);
-    void publish(bool sourceRunning, bool underTest, const QList<ShotList>& lights);
+    void publish(bool sourceRunning, bool underTest, const QList<ShotList>& lights, bool turnedOffAtQuit = false);
     // The lost-source part of a tick, after the warning is shown.
     void followPolicyWhileLost(qsizetype lightCount);
     void showAndSend(qsizetype lightIndex, TallyMode mode);

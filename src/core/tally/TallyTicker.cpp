@@ -132,6 +132,6 @@ void TallyTicker::endTest()
 void TallyTicker::finish()
 {
     if (m_cycle.lostSourcePolicy().turnOffAtQuit) {
-        m_cycle.turnLightsOff(m_tallyMap.shotSelections().size());
+        m_cycle.turnLightsOff(m_tallyMap.shotSelections());
     }
 }

@@ -90,8 +90,9 @@ public:
     // does.
     void endTest();
 
-    // At quit: every light off on the box and on screen when the user asked
-    // for that; otherwise nothing is sent, and the lights stay lit.
+    // At quit: every light off on the box, on screen and on the outputs when
+    // the user asked for that; otherwise nothing is sent, and the lights
+    // stay lit.
     void finish();
 
 Q_SIGNALS:

@@ -260,6 +260,15 @@ std::unique_ptr<TslSender> tslSenderFor(const QList<TslDestination>& destination
     return std::make_unique<TslSender>(destinations, options.tslIndexOffset);
 }
 
+// The expiry of the lights' state at the brokers: the environment's, when it
+// holds a whole number of seconds above zero.
+std::chrono::seconds mqttStateExpiry()
+{
+    bool isNumber = false;
+    const int seconds = QProcessEnvironment::systemEnvironment().value(mqttStateExpiryVariable).toInt(&isNumber);
+    return isNumber && seconds > 0 ? std::chrono::seconds(seconds) : MqttTallyState::defaultStateExpiry;
+}
+
 // One publisher, connecting in the background, per broker of checked
 // settings.
 std::vector<std::unique_ptr<MqttPublisher>> mqttPublishersFor(const MqttSettings& shared, const RunOptions& options)
@@ -279,6 +288,7 @@ std::vector<std::unique_ptr<MqttPublisher>> mqttPublishersFor(const MqttSettings
         settings.address = address;
         settings.instance = instance;
         settings.discovery = options.mqttDiscovery;
+        settings.stateExpiry = mqttStateExpiry();
         publishers.push_back(std::make_unique<MqttPublisher>(settings, std::make_unique<MosquittoClient>(client)));
     }
     return publishers;

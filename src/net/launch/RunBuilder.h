@@ -22,6 +22,11 @@ inline const QString obsPasswordVariable = QStringLiteral("MIXDESK_TALLY_OBS_PAS
 // is given.
 inline const QString mqttPasswordVariable = QStringLiteral("MIXDESK_TALLY_MQTT_PASSWORD");
 
+// For tests: how many seconds the lights' state lasts at an MQTT broker
+// unless said again, instead of fifteen, so that a test sees a killed
+// program's state expire without waiting that long.
+inline const QString mqttStateExpiryVariable = QStringLiteral("MIXDESK_TALLY_MQTT_STATE_EXPIRY");
+
 // The switcher's password: the first line of --password-file, else the
 // environment variable, else empty. Nothing, with the reason in problem,
 // when the file cannot be read.

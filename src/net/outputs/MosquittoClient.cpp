@@ -10,8 +10,10 @@
 #include <cstring>
 #include <functional>
 #include <mosquitto.h>
+#include <mqtt_protocol.h>
 #include <mutex>
 #include <optional>
+#include <set>
 
 namespace {
 
@@ -24,8 +26,13 @@ constexpr int keepAliveSeconds = 10;
 // How long a loop waits for the socket when nothing is sent; a publish wakes
 // it at once.
 constexpr int loopWaitMilliseconds = 1000;
-// How long closing waits for the goodbye to go out, and then for the thread.
-constexpr std::chrono::milliseconds closeWait { 1000 };
+// How long closing waits for the broker: to take the goodbye, then to be
+// told the connection ends. A broker that stopped answering must not hold
+// up a program that quits.
+constexpr std::chrono::milliseconds closeWait { 500 };
+constexpr std::chrono::milliseconds goodbyeWait { 400 };
+// How long a loop waits for the socket while closing.
+constexpr int closingLoopWaitMilliseconds = 10;
 
 std::once_flag libraryInitialised;
 
@@ -45,6 +52,32 @@ QString withoutFullStop(const char* text)
         sentence.chop(1);
     }
     return sentence;
+}
+
+bool refusesProtocol(int code)
+{
+    return code == CONNACK_REFUSED_PROTOCOL_VERSION || code == MQTT_RC_UNSUPPORTED_PROTOCOL_VERSION;
+}
+
+// A refusal in the words of MQTT 3.1.1 where it has them, so that the
+// operator reads the same sentence whichever version the broker speaks.
+QString refusalText(int code)
+{
+    switch (code) {
+    case MQTT_RC_UNSUPPORTED_PROTOCOL_VERSION:
+        return withoutFullStop(mosquitto_connack_string(CONNACK_REFUSED_PROTOCOL_VERSION));
+    case MQTT_RC_CLIENTID_NOT_VALID:
+        return withoutFullStop(mosquitto_connack_string(CONNACK_REFUSED_IDENTIFIER_REJECTED));
+    case MQTT_RC_SERVER_UNAVAILABLE:
+        return withoutFullStop(mosquitto_connack_string(CONNACK_REFUSED_SERVER_UNAVAILABLE));
+    case MQTT_RC_BAD_USERNAME_OR_PASSWORD:
+        return withoutFullStop(mosquitto_connack_string(CONNACK_REFUSED_BAD_USERNAME_PASSWORD));
+    case MQTT_RC_NOT_AUTHORIZED:
+        return withoutFullStop(mosquitto_connack_string(CONNACK_REFUSED_NOT_AUTHORIZED));
+    default:
+        break;
+    }
+    return withoutFullStop(code < 128 ? mosquitto_connack_string(code) : mosquitto_reason_string(code));
 }
 
 } // namespace
@@ -67,6 +100,12 @@ struct MosquittoClient::Shared {
     // Whether the thread is in a connection (not in an attempt or waiting):
     // only then is there a goodbye to let out before it ends.
     std::atomic<bool> inConnection { false };
+    // MQTT 5 until a broker refuses it: only MQTT 5 lets a retained message
+    // expire. Read by publish() on the main thread.
+    std::atomic<bool> mqtt5 { true };
+    // The goodbye messages the broker has not acknowledged yet, under the
+    // mutex.
+    std::set<int> unacknowledged;
 
     // Written on the connection's thread only, by the library's callbacks.
     QString refusal;
@@ -94,6 +133,11 @@ struct MosquittoClient::Shared {
     // The library's result code in words for the operator.
     QString describe(int result, int savedErrno) const
     {
+        // What the broker said, when it said why, whatever the library
+        // made of it.
+        if (!refusal.isEmpty()) {
+            return refusal;
+        }
         switch (result) {
         case MOSQ_ERR_ERRNO:
             return QString::fromLocal8Bit(std::strerror(savedErrno));
@@ -120,12 +164,25 @@ struct MosquittoClient::Shared {
 void MosquittoClient::onConnect(mosquitto* /*handle*/, void* userData, int code)
 {
     Shared* shared = static_cast<Shared*>(userData);
+    if (code != 0 && refusesProtocol(code) && shared->mqtt5) {
+        // An MQTT 3.1.1 broker: the next attempt speaks its version.
+        shared->mqtt5 = false;
+        shared->refusal = QStringLiteral("the broker does not speak MQTT 5; going on with MQTT 3.1.1, with which "
+                                         "the lights' state stays at the broker if the program is killed");
+        return;
+    }
     if (code != 0) {
-        shared->refusal = QStringLiteral("the broker refused the connection: %1")
-                              .arg(withoutFullStop(mosquitto_connack_string(code)));
+        shared->refusal = QStringLiteral("the broker refused the connection: %1").arg(refusalText(code));
         return; // the loop ends with MOSQ_ERR_CONN_REFUSED, which says so
     }
     shared->post([](MosquittoClient& client) { Q_EMIT client.connected(); });
+}
+
+void MosquittoClient::onPublish(mosquitto* /*handle*/, void* userData, int messageId)
+{
+    Shared* shared = static_cast<Shared*>(userData);
+    const std::lock_guard lock(shared->mutex);
+    shared->unacknowledged.erase(messageId);
 }
 
 void MosquittoClient::onLog(mosquitto* /*handle*/, void* userData, int level, const char* text)
@@ -151,11 +208,11 @@ MosquittoClient::MosquittoClient(const Settings& settings, QObject* parent)
         return;
     }
     mosquitto_threaded_set(shared.handle, true);
-    mosquitto_int_option(shared.handle, MOSQ_OPT_PROTOCOL_VERSION, MQTT_PROTOCOL_V311);
     // A cut is a burst of small messages that matter now: Nagle's algorithm
     // would hold all but the first until the broker acknowledged it.
     mosquitto_int_option(shared.handle, MOSQ_OPT_TCP_NODELAY, 1);
     mosquitto_connect_callback_set(shared.handle, onConnect);
+    mosquitto_publish_callback_set(shared.handle, onPublish);
     mosquitto_log_callback_set(shared.handle, onLog);
     const QByteArray willPayload = settings.will.payload;
     mosquitto_will_set(shared.handle, settings.will.topic.toUtf8().constData(), static_cast<int>(willPayload.size()),
@@ -212,24 +269,46 @@ void MosquittoClient::connectToBroker()
 
 bool MosquittoClient::publish(const MqttMessage& message)
 {
+    return send(message, nullptr);
+}
+
+bool MosquittoClient::send(const MqttMessage& message, int* messageId)
+{
     if (!m_shared->handle) {
         return false;
     }
     const QByteArray topic = message.topic.toUtf8();
+    // Without MQTT 5 nothing expires: the message goes without.
+    mosquitto_property* properties = nullptr;
+    if (message.expires() && m_shared->mqtt5) {
+        mosquitto_property_add_int32(
+            &properties, MQTT_PROP_MESSAGE_EXPIRY_INTERVAL, static_cast<uint32_t>(message.expiry.count()));
+    }
     // In the threaded mode this only queues the packet and wakes the
     // connection's thread, which writes it.
-    return mosquitto_publish(m_shared->handle, nullptr, topic.constData(), static_cast<int>(message.payload.size()),
-               message.payload.constData(), stateQos, message.retain)
-        == MOSQ_ERR_SUCCESS;
+    const int result = mosquitto_publish_v5(m_shared->handle, messageId, topic.constData(),
+        static_cast<int>(message.payload.size()), message.payload.constData(), stateQos, message.retain, properties);
+    mosquitto_property_free_all(&properties);
+    return result == MOSQ_ERR_SUCCESS;
 }
 
-void MosquittoClient::close(const std::optional<MqttMessage>& last)
+void MosquittoClient::close(const QList<MqttMessage>& goodbye)
 {
-    if (m_shared->handle && !m_shared->stopping) {
-        if (last) {
-            publish(*last);
+    if (m_shared->handle && m_shared->inConnection && !m_shared->stopping) {
+        // Under the mutex: the acknowledgement of one may come before its
+        // number is noted.
+        const std::lock_guard lock(m_shared->mutex);
+        for (const MqttMessage& message : goodbye) {
+            int messageId = 0;
+            if (send(message, &messageId)) {
+                m_shared->unacknowledged.insert(messageId);
+            }
         }
-        mosquitto_disconnect(m_shared->handle);
+        // Nothing to wait for: the disconnect goes at once, and wakes the
+        // connection's thread as a message would.
+        if (m_shared->unacknowledged.empty()) {
+            mosquitto_disconnect(m_shared->handle);
+        }
     }
     stopThread();
 }
@@ -248,12 +327,52 @@ void MosquittoClient::stopThread()
     // resolve) may take the system's time to give up; the program does not
     // wait for it: the thread owns its share of the state and ends on its
     // own.
-    const bool finished = m_shared->wake.wait_for(lock, closeWait * 2, [this] { return m_shared->finished; });
+    const bool finished = m_shared->wake.wait_for(lock, closeWait, [this] { return m_shared->finished; });
     lock.unlock();
     if (finished) {
         m_thread.join();
     } else {
         m_thread.detach();
+    }
+}
+
+int MosquittoClient::runConnection(Shared& shared, int* savedErrno)
+{
+    using Clock = std::chrono::steady_clock;
+    std::optional<Clock::time_point> closingSince;
+    bool disconnecting = false;
+    for (;;) {
+        const int result
+            = mosquitto_loop(shared.handle, closingSince ? closingLoopWaitMilliseconds : loopWaitMilliseconds, 1);
+        *savedErrno = errno;
+        if (result != MOSQ_ERR_SUCCESS) {
+            // Once the disconnect is written the library closes the socket.
+            return result;
+        }
+        if (!shared.stopping) {
+            continue;
+        }
+        // Closing: the goodbye is queued. The disconnect follows once the
+        // broker has taken it, since a socket closed while the broker's
+        // acknowledgements wait unread is reset, and the broker may drop
+        // what it had not read yet.
+        const Clock::time_point now = Clock::now();
+        if (!closingSince) {
+            closingSince = now;
+        }
+        if (!disconnecting) {
+            bool acknowledged = false;
+            {
+                const std::lock_guard lock(shared.mutex);
+                acknowledged = shared.unacknowledged.empty();
+            }
+            if (acknowledged || now - *closingSince > goodbyeWait) {
+                mosquitto_disconnect(shared.handle);
+                disconnecting = true;
+            }
+        } else if (now - *closingSince > closeWait) {
+            return MOSQ_ERR_SUCCESS;
+        }
     }
 }
 
@@ -271,28 +390,13 @@ void MosquittoClient::run(const std::shared_ptr<Shared>& shared)
         lock.unlock();
         shared->refusal.clear();
         shared->lastLibraryError.clear();
+        mosquitto_int_option(
+            shared->handle, MOSQ_OPT_PROTOCOL_VERSION, shared->mqtt5 ? MQTT_PROTOCOL_V5 : MQTT_PROTOCOL_V311);
         int result = mosquitto_connect(shared->handle, host.constData(), port, keepAliveSeconds);
         int savedErrno = errno;
         if (result == MOSQ_ERR_SUCCESS) {
             shared->inConnection = true;
-            using Clock = std::chrono::steady_clock;
-            std::optional<Clock::time_point> closingSince;
-            for (;;) {
-                result = mosquitto_loop(shared->handle, closingSince ? 100 : loopWaitMilliseconds, 1);
-                savedErrno = errno;
-                if (result != MOSQ_ERR_SUCCESS) {
-                    break;
-                }
-                // Closing: the goodbye and the disconnect are queued; the
-                // loop writes them and then finds the socket closed.
-                if (shared->stopping) {
-                    if (!closingSince) {
-                        closingSince = Clock::now();
-                    } else if (Clock::now() - *closingSince > closeWait) {
-                        break;
-                    }
-                }
-            }
+            result = runConnection(*shared, &savedErrno);
         }
         shared->inConnection = false;
         mosquitto_disconnect(shared->handle);

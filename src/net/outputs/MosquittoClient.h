@@ -43,16 +43,22 @@ public:
 
     void connectToBroker() override;
     bool publish(const MqttMessage& message) override;
-    void close(const std::optional<MqttMessage>& last) override;
+    void close(const QList<MqttMessage>& goodbye) override;
 
 private:
     struct Shared;
 
     static void run(const std::shared_ptr<Shared>& shared);
+    // One connection until it ends, or until closing has let the goodbye
+    // out; the library's result, errno beside it.
+    static int runConnection(Shared& shared, int* savedErrno);
     static void trustCertificates(Shared& shared, const QString& caFile);
     // The library's callbacks, on the connection's thread.
     static void onConnect(mosquitto* handle, void* userData, int code);
     static void onLog(mosquitto* handle, void* userData, int level, const char* text);
+    static void onPublish(mosquitto* handle, void* userData, int messageId);
+    // Queues message; the message's number in messageId when not null.
+    bool send(const MqttMessage& message, int* messageId);
     void stopThread();
 
     std::shared_ptr<Shared> m_shared;

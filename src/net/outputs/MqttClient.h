@@ -2,10 +2,9 @@
 
 #include "mqtt/MqttMessage.h"
 
+#include <QList>
 #include <QObject>
 #include <QString>
-
-#include <optional>
 
 // The connection to one broker, as MqttPublisher needs it. Nothing here
 // waits: connectToBroker starts one attempt in the background and its
@@ -24,10 +23,11 @@ public:
     // Hands message over for sending while connected. False when it cannot
     // be (no connection): the caller keeps it for the next connection.
     virtual bool publish(const MqttMessage& message) = 0;
-    // Ends the connection in order, last (if any) sent before the goodbye:
-    // a broker sends the last will only for a connection that was cut, not
-    // for one that was ended. Nothing is signalled after it.
-    virtual void close(const std::optional<MqttMessage>& last) = 0;
+    // Ends the connection in order, the goodbye messages (if any) sent and
+    // taken by the broker first: a broker sends the last will only for a
+    // connection that was cut, not for one that was ended. Waits for the
+    // broker half a second at most. Nothing is signalled after it.
+    virtual void close(const QList<MqttMessage>& goodbye) = 0;
 
 Q_SIGNALS:
     void connected();

@@ -14,7 +14,7 @@ MqttPublisher::MqttPublisher(
     , m_client(std::move(client))
     , m_backoff(backoff)
     , m_clock(clock ? std::move(clock) : Clock([] { return QDateTime::currentDateTimeUtc(); }))
-    , m_state(settings.address.topicPrefix(settings.instance))
+    , m_state(settings.address.topicPrefix(settings.instance), settings.stateExpiry)
 {
     if (m_settings.discovery) {
         for (const MqttMessage& config :
@@ -24,6 +24,8 @@ MqttPublisher::MqttPublisher(
     }
     m_retryTimer.setSingleShot(true);
     connect(&m_retryTimer, &QTimer::timeout, this, &MqttPublisher::attempt);
+    m_refreshTimer.setInterval(m_state.refreshInterval());
+    connect(&m_refreshTimer, &QTimer::timeout, this, &MqttPublisher::refresh);
     connect(m_client.get(), &MqttClient::connected, this, &MqttPublisher::onConnected);
     connect(m_client.get(), &MqttClient::disconnected, this, &MqttPublisher::onDisconnected);
     m_condition = tr("MQTT %1: connecting").arg(m_settings.address.toString());
@@ -33,10 +35,16 @@ MqttPublisher::MqttPublisher(
 MqttPublisher::~MqttPublisher()
 {
     m_client->disconnect(this);
-    // Only a publisher that said online says offline: one that never got
-    // that far (replaced at once, say) must not overwrite the status that
+    // Only a publisher that said online says goodbye: one that never got
+    // that far (replaced at once, say) must not overwrite the state that
     // another publisher under the same prefix keeps.
-    m_client->close(m_connected ? std::optional(statusMessage(MqttTallyTopics::offline)) : std::nullopt);
+    if (!m_connected) {
+        m_client->close({});
+        return;
+    }
+    QList<MqttMessage> goodbye = m_state.goodbyeMessages(m_clock());
+    goodbye.append(statusMessage(MqttTallyTopics::offline));
+    m_client->close(goodbye);
 }
 
 void MqttPublisher::publish(const TallySnapshot& snapshot)
@@ -66,12 +74,14 @@ void MqttPublisher::onConnected()
     // Everything again: a broker that restarted may have lost what it kept.
     m_outbox.markAllPending();
     flush();
+    m_refreshTimer.start();
     setCondition(QString());
 }
 
 void MqttPublisher::onDisconnected(const QString& reason)
 {
     m_connected = false;
+    m_refreshTimer.stop();
     const auto wait = m_backoff.next();
     m_retryTimer.start(wait);
     const auto seconds = std::chrono::duration<double>(wait).count();
@@ -92,6 +102,12 @@ void MqttPublisher::flush()
             return;
         }
     }
+}
+
+void MqttPublisher::refresh()
+{
+    m_outbox.markExpiringPending();
+    flush();
 }
 
 void MqttPublisher::setCondition(const QString& condition)

@@ -11,6 +11,7 @@
 #include <QObject>
 #include <QTimer>
 
+#include <chrono>
 #include <functional>
 #include <memory>
 
@@ -18,6 +19,12 @@
 // signs and home automation. Every state topic is retained and published on
 // every change; PREFIX/status is online while connected and the broker's
 // last will makes it offline when the program dies or its network goes.
+//
+// A lamp must never show a state the program no longer vouches for: the
+// lights' state expires at the broker unless said again, which the
+// publisher does while connected, so that a program that is killed leaves
+// nothing red behind; one that quits replaces every light's state (unknown,
+// or off when it turned the lights off) before it says offline.
 //
 // The tick never waits on the broker: publish() hands the changed messages
 // to an outbox and, while connected, to the client, which only queues them.
@@ -36,6 +43,8 @@ public:
         QString instance;
         // Home Assistant discovery documents besides the state.
         bool discovery = false;
+        // How long the broker keeps the lights' state unless said again.
+        std::chrono::seconds stateExpiry = MqttTallyState::defaultStateExpiry;
     };
     using Clock = std::function<QDateTime()>;
 
@@ -43,7 +52,8 @@ public:
     // system's by default); tests pass a quicker back-off.
     MqttPublisher(const Settings& settings, std::unique_ptr<MqttClient> client, MqttBackoff backoff = MqttBackoff(),
         Clock clock = {}, QObject* parent = nullptr);
-    // Says offline (when it said online) and closes the connection in order.
+    // Replaces the lights' state and says offline (when it said online),
+    // and closes the connection in order.
     ~MqttPublisher() override;
 
     void publish(const TallySnapshot& snapshot) override;
@@ -65,6 +75,8 @@ private:
     void onDisconnected(const QString& reason);
     void attempt();
     void flush();
+    // Says the lights' state again before it expires at the broker.
+    void refresh();
     void setCondition(const QString& condition);
     MqttMessage statusMessage(const QByteArray& payload) const;
 
@@ -75,6 +87,7 @@ private:
     MqttTallyState m_state;
     MqttOutbox m_outbox;
     QTimer m_retryTimer;
+    QTimer m_refreshTimer;
     bool m_connected = false;
     QString m_condition;
 };

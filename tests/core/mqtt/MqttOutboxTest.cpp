@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+using namespace std::chrono_literals;
+
 namespace {
 
 MqttMessage message(const char* topic, const char* payload, bool retain = true)
@@ -52,4 +54,22 @@ TEST(MqttOutboxTest, ANewConnectionGetsEveryRetainedMessageAgainButNoPassingOne)
     ASSERT_EQ(again.size(), 2);
     EXPECT_EQ(again[0], message("a", "1"));
     EXPECT_EQ(again[1], message("b", "2"));
+}
+
+TEST(MqttOutboxTest, ARefreshMarksTheExpiringMessagesAgainAndLeavesTheLastingOnesAlone)
+{
+    MqttOutbox outbox;
+    outbox.put(message("p/status", "online"));
+    outbox.put({ QStringLiteral("p/light/1/state"), "live", true, 15s });
+    outbox.put({ QStringLiteral("p/lights"), "{}", true, 15s });
+    outbox.takePending();
+    outbox.markExpiringPending();
+    const QList<MqttMessage> again = outbox.takePending();
+    ASSERT_EQ(again.size(), 2);
+    EXPECT_EQ(again[0], (MqttMessage { QStringLiteral("p/light/1/state"), "live", true, 15s }));
+    EXPECT_EQ(again[1].topic, QStringLiteral("p/lights"));
+    // One still waiting is not marked twice.
+    outbox.put({ QStringLiteral("p/lights"), "{\"new\":1}", true, 15s });
+    outbox.markExpiringPending();
+    EXPECT_EQ(outbox.pendingCount(), 2);
 }

@@ -6,6 +6,8 @@
 
 #include <gtest/gtest.h>
 
+using namespace std::chrono_literals;
+
 namespace {
 
 const QDateTime at = QDateTime::fromMSecsSinceEpoch(1'700'000'000'123, Qt::UTC);
@@ -126,4 +128,66 @@ TEST(MqttTallyStateTest, ALightsJsonNamesTheAssignedShotsTheSourceLacks)
     const QList<MqttMessage> messages = state.messagesFor(picture, at);
     const QJsonObject light = QJsonDocument::fromJson(payloadOf(messages, "p/light/1")).object();
     EXPECT_EQ(light.value("missing").toArray(), QJsonArray { QStringLiteral("Camera 1") });
+}
+
+TEST(MqttTallyStateTest, EveryStateMessageExpiresAtTheBrokerAndIsSaidAgainThreeTimesAsOften)
+{
+    MqttTallyState usual(QStringLiteral("p"));
+    const QList<MqttMessage> messages = usual.messagesFor(snapshot(true, { TallyMode::live, TallyMode::off }), at);
+    ASSERT_FALSE(messages.isEmpty());
+    for (const MqttMessage& message : messages) {
+        EXPECT_EQ(message.expiry, 15s) << message.topic.toStdString();
+    }
+    EXPECT_EQ(usual.refreshInterval(), 5000ms);
+
+    MqttTallyState quick(QStringLiteral("p"), 3s);
+    EXPECT_EQ(quick.messagesFor(snapshot(false, { TallyMode::live }), at).first().expiry, 3s);
+    EXPECT_EQ(quick.refreshInterval(), 1000ms);
+}
+
+TEST(MqttTallyStateTest, TheGoodbyeMakesEveryLightUnknownForGood)
+{
+    MqttTallyState state(QStringLiteral("p"));
+    state.messagesFor(snapshot(true, { TallyMode::live, TallyMode::preview }), at);
+    const QList<MqttMessage> goodbye = state.goodbyeMessages(at);
+    EXPECT_EQ(
+        topics(goodbye), (QStringList { "p/light/1/state", "p/light/1", "p/light/2/state", "p/light/2", "p/lights" }));
+    EXPECT_EQ(payloadOf(goodbye, "p/light/1/state"), "unknown");
+    EXPECT_EQ(payloadOf(goodbye, "p/light/2/state"), "unknown");
+    for (const MqttMessage& message : goodbye) {
+        EXPECT_TRUE(message.retain) << message.topic.toStdString();
+        EXPECT_FALSE(message.expires()) << message.topic.toStdString();
+    }
+    const QJsonObject light = QJsonDocument::fromJson(payloadOf(goodbye, "p/light/1")).object();
+    EXPECT_EQ(light.value("state").toString(), QStringLiteral("unknown"));
+    EXPECT_EQ(light.value("sequence").toInt(), 2);
+    const QJsonArray lights
+        = QJsonDocument::fromJson(payloadOf(goodbye, "p/lights")).object().value("lights").toArray();
+    ASSERT_EQ(lights.size(), 2);
+    EXPECT_EQ(lights[1].toObject().value("state").toString(), QStringLiteral("unknown"));
+}
+
+TEST(MqttTallyStateTest, LightsTurnedOffAtQuitAreOffEvenWithTheSourceLostAndStayOffAfterTheGoodbye)
+{
+    MqttTallyState state(QStringLiteral("p"));
+    state.messagesFor(snapshot(false, { TallyMode::live, TallyMode::off }), at);
+    TallySnapshot dark = snapshot(false, { TallyMode::off, TallyMode::off });
+    dark.turnedOffAtQuit = true;
+    const QList<MqttMessage> last = state.messagesFor(dark, at);
+    EXPECT_EQ(payloadOf(last, "p/light/1/state"), "off");
+    // Its word changed from unknown too, although its mode did not.
+    EXPECT_EQ(payloadOf(last, "p/light/2/state"), "off");
+    const QList<MqttMessage> goodbye = state.goodbyeMessages(at);
+    EXPECT_EQ(payloadOf(goodbye, "p/light/1/state"), "off");
+    EXPECT_EQ(payloadOf(goodbye, "p/light/2/state"), "off");
+    EXPECT_EQ(QJsonDocument::fromJson(payloadOf(goodbye, "p/light/1")).object().value("state").toString(),
+        QStringLiteral("off"));
+    EXPECT_FALSE(goodbye.first().expires());
+}
+
+TEST(MqttTallyStateTest, NothingToSayGoodbyeToBeforeTheFirstSnapshot)
+{
+    MqttTallyState state(QStringLiteral("p"));
+    EXPECT_TRUE(state.goodbyeMessages(at).isEmpty());
+    EXPECT_EQ(state.sequence(), 0);
 }

@@ -166,7 +166,7 @@ TEST_F(LostSourceCycleTest, TurningTheLightsOffSendsAndShowsEveryLightOff)
 {
     tick();
     bytes.clear();
-    cycle.turnLightsOff(2);
+    cycle.turnLightsOff(lights.lights);
     EXPECT_EQ(bytes, bothOff);
     EXPECT_EQ(observer.modes, (QList<TallyMode> { TallyMode::off, TallyMode::off }));
 }

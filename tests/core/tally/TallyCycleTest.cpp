@@ -377,6 +377,26 @@ TEST_F(TallyCycleTest, OutputsAreToldTheSourceIsLostWhileTheLightsKeepTheirLastM
     EXPECT_EQ(observer.bytes.size(), bytesBefore);
 }
 
+TEST_F(TallyCycleTest, TurningTheLightsOffAtQuitTellsTheOutputsEveryLightIsOffForGood)
+{
+    RecordingOutput output;
+    cycle.addOutput(&output);
+    answer({ { "1", "Cam 1", true, false } });
+    map.setShotSelection(0, { record("Cam 1") });
+    tick();
+    cycle.turnLightsOff(map.shotSelections());
+    ASSERT_EQ(output.snapshots.size(), 2);
+    const TallySnapshot& last = output.snapshots.last();
+    EXPECT_TRUE(last.turnedOffAtQuit);
+    EXPECT_TRUE(last.sourceRunning);
+    ASSERT_EQ(last.lights.size(), TallyMap::numberOfLights);
+    EXPECT_EQ(last.lights[0], (LightState { TallyMode::off, { QStringLiteral("Cam 1") } }));
+    for (const LightState& light : last.lights) {
+        EXPECT_EQ(light.mode, TallyMode::off);
+    }
+    EXPECT_FALSE(output.snapshots.first().turnedOffAtQuit);
+}
+
 TEST_F(TallyCycleTest, ARemovedOutputGetsNothingMore)
 {
     RecordingOutput output;
@@ -516,17 +536,4 @@ TEST_F(TallyCycleTest, TheTickAfterATestBringsBackTheSwitchersLights)
     EXPECT_FALSE(output.snapshots[2].underTest);
     EXPECT_EQ(output.snapshots[2].lights[0].mode, TallyMode::live);
     EXPECT_EQ(cycle.lastSnapshot(), output.snapshots[2]);
-}
-
-TEST_F(TallyCycleTest, TurningTheLightsOffAtQuitTellsTheOutputsTheyAreOff)
-{
-    RecordingOutput output;
-    cycle.addOutput(&output);
-    answer({ { "1", "Cam 1", true, false } });
-    map.setShotSelection(0, { record("Cam 1") });
-    tick();
-    cycle.turnLightsOff(TallyMap::numberOfLights);
-    ASSERT_EQ(output.snapshots.size(), 2);
-    EXPECT_EQ(output.snapshots[1].lights[0].mode, TallyMode::off);
-    EXPECT_EQ(output.snapshots[1].lights[0].shotNames, QStringList { QStringLiteral("Cam 1") });
 }

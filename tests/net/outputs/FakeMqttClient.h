@@ -32,12 +32,10 @@ public:
         m_record.published.append(message);
         return true;
     }
-    void close(const std::optional<MqttMessage>& last) override
+    void close(const QList<MqttMessage>& goodbye) override
     {
         m_record.closed = true;
-        if (last) {
-            m_record.lastMessages.append(*last);
-        }
+        m_record.lastMessages.append(goodbye);
     }
 
     void accept()

@@ -4,9 +4,12 @@
 #include "support/Eventually.h"
 #include "support/QtPrinters.h"
 
+#include <QElapsedTimer>
 #include <QSignalSpy>
 
 #include <gtest/gtest.h>
+
+#include <algorithm>
 
 using namespace std::chrono_literals;
 
@@ -37,13 +40,14 @@ class MqttPublisherTest : public testing::Test {
 protected:
     // A publisher whose retries come after 10 ms, 20 ms, ... instead of
     // seconds.
-    void make(bool discovery = false)
+    void make(bool discovery = false, std::chrono::seconds stateExpiry = MqttTallyState::defaultStateExpiry)
     {
         MqttPublisher::Settings settings;
         QString problem;
         settings.address = *MqttBrokerAddress::parse(QStringLiteral("mqtt://broker/studio"), &problem);
         settings.instance = QStringLiteral("desk");
         settings.discovery = discovery;
+        settings.stateExpiry = stateExpiry;
         auto client = std::make_unique<FakeMqttClient>(record);
         fake = client.get();
         publisher = std::make_unique<MqttPublisher>(settings, std::move(client), MqttBackoff(10ms, 40ms),
@@ -140,6 +144,61 @@ TEST_F(MqttPublisherTest, GoingAwaySaysOfflineAsTheLastMessage)
     publisher.reset();
     EXPECT_TRUE(kept.closed);
     EXPECT_EQ(kept.lastMessages, QList<MqttMessage> { (MqttMessage { "studio/status", "offline", true }) });
+}
+
+TEST_F(MqttPublisherTest, GoingAwayMakesEveryLightUnknownForGoodBeforeSayingOffline)
+{
+    make();
+    fake->accept();
+    publisher->publish(snapshot(TallyMode::live));
+    publisher.reset();
+    ASSERT_FALSE(record.lastMessages.isEmpty());
+    EXPECT_EQ(record.lastMessages.last(), (MqttMessage { "studio/status", "offline", true }));
+    const QList<MqttMessage> goodbye = record.lastMessages;
+    EXPECT_TRUE(goodbye.contains(MqttMessage { "studio/light/1/state", "unknown", true }));
+    EXPECT_TRUE(goodbye.contains(MqttMessage { "studio/light/2/state", "unknown", true }));
+    EXPECT_EQ(std::count_if(goodbye.cbegin(), goodbye.cend(),
+                  [](const MqttMessage& message) { return message.topic == QStringLiteral("studio/lights"); }),
+        1);
+}
+
+TEST_F(MqttPublisherTest, GoingAwayAfterTheLightsWereTurnedOffAtQuitLeavesThemOff)
+{
+    make();
+    fake->accept();
+    publisher->publish(snapshot(TallyMode::live));
+    TallySnapshot dark = snapshot(TallyMode::off);
+    dark.turnedOffAtQuit = true;
+    publisher->publish(dark);
+    EXPECT_EQ(payloadsOn(record, "studio/light/1/state"), (QList<QByteArray> { "live", "off" }));
+    publisher.reset();
+    EXPECT_TRUE(record.lastMessages.contains(MqttMessage { "studio/light/1/state", "off", true }));
+    EXPECT_TRUE(record.lastMessages.contains(MqttMessage { "studio/light/2/state", "off", true }));
+    EXPECT_EQ(record.lastMessages.last(), (MqttMessage { "studio/status", "offline", true }));
+}
+
+TEST_F(MqttPublisherTest, WhileConnectedTheLightsStateIsSaidAgainBeforeItExpires)
+{
+    make(false, 1s);
+    fake->accept();
+    publisher->publish(snapshot(TallyMode::live));
+    ASSERT_EQ(payloadsOn(record, "studio/light/1/state").size(), 1);
+    EXPECT_EQ(record.published[1].expiry, 1s);
+    record.published.clear();
+    // A third of the expiry later, with no new picture.
+    QElapsedTimer since;
+    since.start();
+    ASSERT_TRUE(eventually([&] { return !payloadsOn(record, "studio/light/1/state").isEmpty(); }, 2000));
+    EXPECT_GE(since.elapsed(), 250);
+    EXPECT_LT(since.elapsed(), 1000);
+    EXPECT_EQ(payloadsOn(record, "studio/light/1/state"), QList<QByteArray> { "live" });
+    EXPECT_EQ(payloadsOn(record, "studio/light/2/state"), QList<QByteArray> { "off" });
+    EXPECT_EQ(payloadsOn(record, "studio/lights").size(), 1);
+    // The status does not expire: nothing to say again.
+    EXPECT_TRUE(payloadsOn(record, "studio/status").isEmpty());
+    for (const MqttMessage& message : std::as_const(record.published)) {
+        EXPECT_EQ(message.expiry, 1s) << message.topic.toStdString();
+    }
 }
 
 TEST_F(MqttPublisherTest, OneThatNeverConnectedLeavesTheStatusAlone)
