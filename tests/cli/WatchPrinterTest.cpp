@@ -126,34 +126,35 @@ TEST_F(WatchPrinterTest, AMissingShotInJsonNamesItsLightAndShot)
     EXPECT_EQ(object.value("light").toInt(), 2);
     EXPECT_EQ(object.value("shot").toString(), QStringLiteral("Wide"));
     EXPECT_TRUE(object.value("missing").toBool());
+}
 
-    TEST_F(WatchPrinterTest, AJsonRunningEventNamesTheKindOfSwitcherFollowed)
-    {
-        const QList<std::pair<ShotSource::Kind, QString>> kinds { { ShotSource::Kind::atem, QStringLiteral("atem") },
-            { ShotSource::Kind::obsStudio, QStringLiteral("obs") }, { ShotSource::Kind::tslUmd, QStringLiteral("tsl") },
-            { ShotSource::Kind::mixdesk, QStringLiteral("mixdesk") } };
-        for (const auto& [kind, event] : kinds) {
-            lines.clear();
-            WatchPrinter json = printer(WatchPrinter::Style::Json);
-            json.setSource(QStringLiteral("Some switcher"), kind);
-            json.setMixdeskWarningHidden(false);
-            json.setMixdeskWarningHidden(true);
-            EXPECT_EQ(lines,
-                QStringList(
-                    { QStringLiteral("{\"event\":\"%1\",\"running\":false,\"time\":\"2026-11-23T12:04:05.678+01:00\"}")
-                            .arg(event),
-                        QStringLiteral("{\"event\":\"%1\",\"running\":true,\"time\":\"2026-11-23T12:04:05.678+01:00\"}")
-                            .arg(event) }));
-        }
-    }
-
-    TEST_F(WatchPrinterTest, PlainRunningLinesNameTheSwitcherFollowed)
-    {
-        WatchPrinter plain = printer(WatchPrinter::Style::Plain);
-        plain.setSource(QStringLiteral("Blackmagic ATEM"), ShotSource::Kind::atem);
-        plain.setMixdeskWarningHidden(true);
-        plain.refreshAssignmentTitles();
+TEST_F(WatchPrinterTest, AJsonRunningEventNamesTheKindOfSwitcherFollowed)
+{
+    const QList<std::pair<ShotSource::Kind, QString>> kinds { { ShotSource::Kind::atem, QStringLiteral("atem") },
+        { ShotSource::Kind::obsStudio, QStringLiteral("obs") }, { ShotSource::Kind::tslUmd, QStringLiteral("tsl") },
+        { ShotSource::Kind::mixdesk, QStringLiteral("mixdesk") } };
+    for (const auto& [kind, event] : kinds) {
+        lines.clear();
+        WatchPrinter json = printer(WatchPrinter::Style::Json);
+        json.setSource(QStringLiteral("Some switcher"), kind);
+        json.setMixdeskWarningHidden(false);
+        json.setMixdeskWarningHidden(true);
         EXPECT_EQ(lines,
-            QStringList({ QStringLiteral("Blackmagic ATEM running"),
-                QStringLiteral("Assigned shots renamed in Blackmagic ATEM") }));
+            QStringList(
+                { QStringLiteral("{\"event\":\"%1\",\"running\":false,\"time\":\"2026-11-23T12:04:05.678+01:00\"}")
+                        .arg(event),
+                    QStringLiteral("{\"event\":\"%1\",\"running\":true,\"time\":\"2026-11-23T12:04:05.678+01:00\"}")
+                        .arg(event) }));
     }
+}
+
+TEST_F(WatchPrinterTest, PlainRunningLinesNameTheSwitcherFollowed)
+{
+    WatchPrinter plain = printer(WatchPrinter::Style::Plain);
+    plain.setSource(QStringLiteral("Blackmagic ATEM"), ShotSource::Kind::atem);
+    plain.setMixdeskWarningHidden(true);
+    plain.refreshAssignmentTitles();
+    EXPECT_EQ(lines,
+        QStringList({ QStringLiteral("Blackmagic ATEM running"),
+            QStringLiteral("Assigned shots renamed in Blackmagic ATEM") }));
+}

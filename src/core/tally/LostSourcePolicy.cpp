@@ -68,3 +68,19 @@ void LostSourcePolicy::storeIn(UserDefaults& defaults) const
     defaults.setObject(Preferences::blinkAfterSeconds, blinkAfterSeconds);
     defaults.setBool(Preferences::lightsOffAtQuit, turnOffAtQuit);
 }
+
+LostSourcePolicy LostSourcePolicy::overriddenBy(
+    std::optional<Action> chosenAction, std::optional<int> chosenBlinkAfterSeconds, bool lightsOffAtQuit) const
+{
+    LostSourcePolicy policy = *this;
+    if (chosenAction) {
+        policy.action = *chosenAction;
+    }
+    if (chosenBlinkAfterSeconds) {
+        policy.blinkAfterSeconds = *chosenBlinkAfterSeconds;
+    }
+    if (lightsOffAtQuit) {
+        policy.turnOffAtQuit = true;
+    }
+    return policy;
+}

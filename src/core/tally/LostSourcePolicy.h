@@ -41,6 +41,12 @@ struct LostSourcePolicy {
     static LostSourcePolicy fromDefaults(const UserDefaults& defaults);
     void storeIn(UserDefaults& defaults) const;
 
+    // This policy with what a command line (or a second launch) chose put
+    // over it: the action and the blink's grace period when given, and the
+    // lights off at quit when asked for (never unasked).
+    LostSourcePolicy overriddenBy(
+        std::optional<Action> chosenAction, std::optional<int> chosenBlinkAfterSeconds, bool lightsOffAtQuit) const;
+
     bool operator==(const LostSourcePolicy&) const = default;
 };
 

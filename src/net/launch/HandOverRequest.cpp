@@ -403,16 +403,7 @@ NetworkOutputChoices HandOverRequest::outputsOver(const NetworkOutputChoices& cu
 
 LostSourcePolicy HandOverRequest::lostSourcePolicyOver(LostSourcePolicy base) const
 {
-    if (whenSourceLost) {
-        base.action = *whenSourceLost;
-    }
-    if (blinkAfterSeconds) {
-        base.blinkAfterSeconds = *blinkAfterSeconds;
-    }
-    if (lightsOffAtQuit) {
-        base.turnOffAtQuit = true;
-    }
-    return base;
+    return base.overriddenBy(whenSourceLost, blinkAfterSeconds, lightsOffAtQuit);
 }
 
 QStringList HandOverRequest::summary() const

@@ -270,16 +270,7 @@ bool takeOption(QStringList& arguments, qsizetype index, RunOptions* options, bo
 
 LostSourcePolicy RunOptions::lostSourcePolicy(LostSourcePolicy base) const
 {
-    if (whenSourceLost) {
-        base.action = *whenSourceLost;
-    }
-    if (blinkAfterSeconds) {
-        base.blinkAfterSeconds = *blinkAfterSeconds;
-    }
-    if (lightsOffAtQuit) {
-        base.turnOffAtQuit = true;
-    }
-    return base;
+    return base.overriddenBy(whenSourceLost, blinkAfterSeconds, lightsOffAtQuit);
 }
 
 bool RunOptions::takeFrom(QStringList& arguments, RunOptions* options, QString* problem)

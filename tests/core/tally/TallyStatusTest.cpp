@@ -122,46 +122,47 @@ TEST(TallyStatusReportTest, AssignedShotsTheSourceLacksAreNamedWithTheirLights)
     report.lights = { {}, { TallyMode::off, { QStringLiteral("Wide") }, { QStringLiteral("Wide") } } };
     status.noteLightReport(report);
     EXPECT_EQ(status.text(), QStringLiteral("Assigned shots the source does not have: \"Wide\" (light 2)"));
+}
 
-    TEST_F(TallyStatusTest, AProblemThatEndsWhileTheProgramSettlesIsShownButNeitherItNorItsEndIsLogged)
-    {
-        // A switcher still connecting and a box not matched yet at the first
-        // tick, both fine a second later.
-        status.noteTick(false, 0, QStringLiteral("OBS Studio"), QStringLiteral("OBS Studio is not connected"));
-        status.noteDevice(false, false);
-        now = now.addMSecs(1000);
-        runningWithShots();
-        status.noteDevice(true, false);
-        now = now.addSecs(60);
-        runningWithShots();
-        status.noteDevice(true, false);
-        EXPECT_EQ(emitted,
-            (QStringList { QStringLiteral("OBS Studio is not connected"),
-                QStringLiteral("OBS Studio is not connected · No tally box attached"),
-                QStringLiteral("No tally box attached"), QString() }));
-        EXPECT_TRUE(logged.isEmpty()) << logged.join(u'\n').toStdString();
-    }
+TEST_F(TallyStatusTest, AProblemThatEndsWhileTheProgramSettlesIsShownButNeitherItNorItsEndIsLogged)
+{
+    // A switcher still connecting and a box not matched yet at the first
+    // tick, both fine a second later.
+    status.noteTick(false, 0, QStringLiteral("OBS Studio"), QStringLiteral("OBS Studio is not connected"));
+    status.noteDevice(false, false);
+    now = now.addMSecs(1000);
+    runningWithShots();
+    status.noteDevice(true, false);
+    now = now.addSecs(60);
+    runningWithShots();
+    status.noteDevice(true, false);
+    EXPECT_EQ(emitted,
+        (QStringList { QStringLiteral("OBS Studio is not connected"),
+            QStringLiteral("OBS Studio is not connected · No tally box attached"),
+            QStringLiteral("No tally box attached"), QString() }));
+    EXPECT_TRUE(logged.isEmpty()) << logged.join(u'\n').toStdString();
+}
 
-    TEST_F(TallyStatusTest, AProblemFromTheStartThatOutlastsTheSettlingIsLoggedAsOfItsBeginningThenItsEnd)
-    {
-        status.noteTick(false, 0, QStringLiteral("OBS Studio"), QStringLiteral("OBS Studio is not connected"));
-        now = now.addMSecs(TallyStatus::settlingMs - 1);
-        status.noteTick(false, 0, QStringLiteral("OBS Studio"), QStringLiteral("OBS Studio is not connected"));
-        EXPECT_TRUE(logged.isEmpty()) << logged.join(u'\n').toStdString();
-        now = now.addMSecs(1);
-        status.noteTick(false, 0, QStringLiteral("OBS Studio"), QStringLiteral("OBS Studio is not connected"));
-        EXPECT_EQ(logged, (QStringList { QStringLiteral("2026-03-14T09:30:00 OBS Studio is not connected") }));
-        now = now.addSecs(10);
-        runningWithShots();
-        EXPECT_EQ(logged,
-            (QStringList { QStringLiteral("2026-03-14T09:30:00 OBS Studio is not connected"),
-                QStringLiteral("2026-03-14T09:30:15 Lights working again") }));
-    }
+TEST_F(TallyStatusTest, AProblemFromTheStartThatOutlastsTheSettlingIsLoggedAsOfItsBeginningThenItsEnd)
+{
+    status.noteTick(false, 0, QStringLiteral("OBS Studio"), QStringLiteral("OBS Studio is not connected"));
+    now = now.addMSecs(TallyStatus::settlingMs - 1);
+    status.noteTick(false, 0, QStringLiteral("OBS Studio"), QStringLiteral("OBS Studio is not connected"));
+    EXPECT_TRUE(logged.isEmpty()) << logged.join(u'\n').toStdString();
+    now = now.addMSecs(1);
+    status.noteTick(false, 0, QStringLiteral("OBS Studio"), QStringLiteral("OBS Studio is not connected"));
+    EXPECT_EQ(logged, (QStringList { QStringLiteral("2026-03-14T09:30:00 OBS Studio is not connected") }));
+    now = now.addSecs(10);
+    runningWithShots();
+    EXPECT_EQ(logged,
+        (QStringList { QStringLiteral("2026-03-14T09:30:00 OBS Studio is not connected"),
+            QStringLiteral("2026-03-14T09:30:15 Lights working again") }));
+}
 
-    TEST_F(TallyStatusTest, AfterTheSettlingAProblemIsLoggedAtOnce)
-    {
-        now = now.addSecs(10);
-        runningWithShots();
-        status.noteDevice(false, false);
-        EXPECT_EQ(logged, (QStringList { QStringLiteral("2026-03-14T09:30:10 No tally box attached") }));
-    }
+TEST_F(TallyStatusTest, AfterTheSettlingAProblemIsLoggedAtOnce)
+{
+    now = now.addSecs(10);
+    runningWithShots();
+    status.noteDevice(false, false);
+    EXPECT_EQ(logged, (QStringList { QStringLiteral("2026-03-14T09:30:10 No tally box attached") }));
+}
