@@ -422,6 +422,11 @@ void TslShotSource::noteMessages(const QString& sender, TslDisplayTable::Outcome
     if (outcome.refreshedTally) {
         m_lastTallyAt = now();
     }
+    if (!outcome.newlyLimitedSender.isEmpty()) {
+        nameSender(
+            QStringLiteral("TSL messages from %1 name more displays than there is room for; its oldest are forgotten")
+                .arg(outcome.newlyLimitedSender));
+    }
     if (outcome.changed || wasRunning != isRunningNow()) {
         Q_EMIT shotsChanged();
     }

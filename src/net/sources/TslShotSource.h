@@ -28,7 +28,9 @@
 // refused. Without a list, every sender is heard, as switchers are often
 // moved between addresses. Either way, the status (and the system log) names
 // each new sender the first time it is heard, so that an unexpected one
-// shows.
+// shows, and names a sender the first time it names more displays than there
+// is room for (the sender that names the most makes room with its own, so a
+// switcher keeping to its displays is not pushed out).
 //
 // Switchers repeat the state of their displays at least every few seconds,
 // so silence has a meaning:
