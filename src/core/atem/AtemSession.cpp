@@ -137,6 +137,7 @@ void AtemSession::takeHelloAnswer(const AtemPacket& packet, qint64 now)
     m_phaseSince = now;
     m_lastHeard = now;
     m_lastNew = now;
+    m_heardOldSinceNew = false;
     m_lastKeepAlive = now;
 }
 
@@ -200,6 +201,7 @@ void AtemSession::takeReliable(const AtemPacket& packet, qint64 now)
             return;
         }
         // Seen already: its acknowledgement was lost, so say it again.
+        m_heardOldSinceNew = true;
         if (mayAnswer(now)) {
             sendControl(AtemPacket::ack, m_lastInOrder);
         }
@@ -238,6 +240,7 @@ void AtemSession::deliver(const AtemPacket& packet, qint64 now)
 {
     m_lastInOrder = packet.packetId;
     m_lastNew = now;
+    m_heardOldSinceNew = false;
     m_remembered[packet.packetId % rememberedPackets] = Remembered { true, packet.packetId, packet.payload };
     if (packet.payload.isEmpty()) {
         return;
@@ -308,7 +311,7 @@ void AtemSession::tick(qint64 now)
         fail(QStringLiteral("the switcher stopped answering"), now);
         return;
     }
-    if (now - m_lastNew >= m_timing.silenceLimitMs) {
+    if (m_heardOldSinceNew && now - m_lastNew >= m_timing.silenceLimitMs) {
         fail(QStringLiteral("the switcher's packets bring nothing new (another device may be sending in its name)"),
             now);
         return;

@@ -49,11 +49,13 @@
 // - An early packet waiting for its gap must match any later copy.
 // - Only a few packets ahead of the next one expected are kept; anything
 //   further ahead is dropped, so forged ids cannot fill the wait.
-// - The switcher pings while idle, so its packets keep bringing new ids. A
-//   connection that hears packets but hands on nothing new for as long as
-//   the silence limit has had its ids taken over (forged packets ran ahead
-//   of the switcher's, so all its real ones look old): it ends like a silent
-//   one.
+// - The switcher's reliable packets (its changes, and the pings it sends
+//   while idle) bring new ids. A connection that hears reliable packets,
+//   every one already seen, and hands on nothing new for as long as the
+//   silence limit has had its ids taken over (forged packets ran ahead of
+//   the switcher's, so its real ones look old, the same as the forged ones
+//   or not): it ends like a silent one. Acknowledgements alone do not count,
+//   so a switcher that sends no pings is not taken for one that stalled.
 // - What the switcher's side asks for (a packet sent again, an
 //   acknowledgement repeated) is answered at a bounded rate, so forged
 //   requests cannot turn the program into a flood aimed at the switcher.
@@ -154,8 +156,10 @@ private:
     QMap<quint16, AtemPacket> m_early;
     // The packets handed on last, by id modulo their number.
     std::array<Remembered, rememberedPackets> m_remembered;
-    // When a packet was last handed on (or the connection accepted).
+    // When a packet was last handed on (or the connection accepted), and
+    // whether a reliable packet seen before has come since.
     qint64 m_lastNew = 0;
+    bool m_heardOldSinceNew = false;
     double m_answerTokens = 0;
     qint64 m_answerTokensAt = 0;
     int m_unanswered = 0;

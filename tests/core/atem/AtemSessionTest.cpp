@@ -441,3 +441,16 @@ TEST_F(AtemSessionTest, InjectedCopiesOfAPacketAreAcknowledgedAtABoundedRate)
     EXPECT_LE(sentWith(AtemPacket::ack).size(), timing.answerBurst + timing.answersPerSecond + 1);
     EXPECT_TRUE(session.isUp());
 }
+
+TEST_F(AtemSessionTest, AnIdleSwitcherThatOnlyAcknowledgesIsNotTakenForAStall)
+{
+    handshake();
+    session.receive(reliable(1, { initComplete() }), now);
+    // No pings, no changes: only the acknowledgements of the keep-alives.
+    for (qint64 at = now + 100; at <= now + 5000; at += 100) {
+        session.receive(control(AtemPacket::ack, 0, 1), at);
+        session.tick(at);
+    }
+    EXPECT_TRUE(session.isUp());
+    EXPECT_TRUE(lost.isEmpty());
+}
