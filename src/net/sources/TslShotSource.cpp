@@ -415,9 +415,14 @@ void TslShotSource::replaceIdlestConnection()
 
 void TslShotSource::noteMessages(const QString& sender, TslDisplayTable::Outcome outcome)
 {
+    if (!hearFrom(sender)) {
+        // No place for another sender: what it said is not kept.
+        m_table.forgetSender(sender);
+        ++m_refused;
+        return;
+    }
     const bool wasRunning = isRunningNow();
     m_lastMessageAt = now();
-    hearFrom(sender);
     m_lastSender = sender;
     if (outcome.refreshedTally) {
         m_lastTallyAt = now();
@@ -432,19 +437,21 @@ void TslShotSource::noteMessages(const QString& sender, TslDisplayTable::Outcome
     }
 }
 
-void TslShotSource::hearFrom(const QString& sender)
+bool TslShotSource::hearFrom(const QString& sender)
 {
     const auto known = m_senderHeardAt.find(sender);
     if (known != m_senderHeardAt.end()) {
         *known = now();
-        return;
+        return true;
     }
     if (m_senderHeardAt.size() >= maxSenders) {
-        const auto quietest = std::min_element(m_senderHeardAt.begin(), m_senderHeardAt.end());
-        m_table.forgetSender(quietest.key());
-        m_senderHeardAt.erase(quietest);
+        forgetQuietSenders();
+    }
+    if (m_senderHeardAt.size() >= maxSenders) {
+        return false;
     }
     m_senderHeardAt.insert(sender, now());
+    return true;
 }
 
 void TslShotSource::forgetQuietSenders()

@@ -548,3 +548,29 @@ TEST(TslShotSourceTest, ASenderFloodingNewIndexesIsNamedOnceAndTheSwitchersLight
     }
     EXPECT_EQ(named, 1);
 }
+
+TEST(TslShotSourceTest, DatagramsForgedFromManyAddressesDoNotPushOutTheSwitchersDisplays)
+{
+    ManualClock clock;
+    TslShotSource source(listenOn(TslTallyEncoding::Version::v50, TslShotSource::Transport::udp), clock.function());
+    ASSERT_TRUE(source.start(nullptr));
+    sendDatagram(packet50(1, TslUmd50::Colour::red, QStringLiteral("Camera 1")), source.localPort());
+    ASSERT_TRUE(eventually([&] { return isLive(source, QStringLiteral("Camera 1")); }, 5000));
+    // A tenth of a second later, one datagram from each of more addresses
+    // than there are places for senders: the switcher is now the one heard
+    // least recently.
+    clock.now += 100;
+    const int forgers = int(TslShotSource::maxSenders);
+    for (int forger = 1; forger <= forgers; ++forger) {
+        sendDatagramFrom(QHostAddress(QStringLiteral("127.0.1.%1").arg(forger)),
+            packet50(100 + forger, TslUmd50::Colour::off, QStringLiteral("Box")), source.localPort());
+    }
+    EXPECT_TRUE(eventually([&] { return source.queryShots().size() == forgers; }, 5000)) << source.queryShots().size();
+    EXPECT_TRUE(isLive(source, QStringLiteral("Camera 1")));
+    EXPECT_EQ(source.refusedCount(), 1);
+    // Once the senders have been quiet for the silence limit their places
+    // are free again.
+    clock.now += TslShotSource::silenceLimit.count();
+    sendDatagramFrom(stranger, packet50(9, TslUmd50::Colour::off, QStringLiteral("Nine")), source.localPort());
+    EXPECT_TRUE(eventually([&] { return hasShot(source, QStringLiteral("Nine")); }, 5000));
+}
