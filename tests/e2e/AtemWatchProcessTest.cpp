@@ -338,3 +338,49 @@ TEST_F(AtemWatchProcessTest, AForgedCutFromTheSwitchersAddressEndsInAResyncToThe
         5000))
         << printed.toStdString() << " " << lastTick(capture).toStdString();
 }
+
+TEST_F(AtemWatchProcessTest, ForgedIdsRunningAheadOfTheSwitcherEndInAResyncAndTheNextCutShows)
+{
+    start({ mapPath });
+    ASSERT_TRUE(eventually([&] {
+        return printedAll({ QStringLiteral("Blackmagic ATEM running"), QStringLiteral("Light 1: live"),
+            QStringLiteral("Light 2: preview") });
+    })) << printed.toStdString();
+    Impostor impostor;
+    std::string why;
+    if (!impostor.open(&why)) {
+        GTEST_SKIP() << "no raw sockets to forge packets with: " << why;
+    }
+    const std::optional<Impostor::Overheard> heard = impostor.overhear(atem.port(), 5000);
+    ASSERT_TRUE(heard.has_value()) << "the stand-in's packets were not seen on the loopback interface";
+    // 100 empty packets under the ids the stand-in would use next: its own
+    // packets then all look old to tallyctl.
+    printed.clear();
+    quint16 id = heard->packetId;
+    for (int forged = 0; forged < 100; ++forged) {
+        id = AtemPacket::nextId(id);
+        AtemPacket packet;
+        packet.flags = AtemPacket::reliable;
+        packet.sessionId = heard->sessionId;
+        packet.packetId = id;
+        ASSERT_TRUE(impostor.send(atem.port(), heard->clientPort, packet.encode()));
+    }
+    // Within the silence limit and a retry, the connection is started again…
+    EXPECT_TRUE(eventually(
+        [&] {
+            printedAll({});
+            const qsizetype lost = printed.indexOf(QStringLiteral("trying again"));
+            return lost >= 0 && printed.indexOf(QStringLiteral("Blackmagic ATEM running"), lost) >= 0;
+        },
+        5000))
+        << printed.toStdString();
+    // …and the switcher's next cut shows at once.
+    printed.clear();
+    atem.send("cut");
+    EXPECT_TRUE(eventually(
+        [&] {
+            return printedAll({ QStringLiteral("Light 1: preview"), QStringLiteral("Light 2: live") });
+        },
+        3000))
+        << printed.toStdString();
+}
