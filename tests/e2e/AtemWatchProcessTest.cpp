@@ -20,13 +20,16 @@
 #include <arpa/inet.h>
 #include <cerrno>
 #include <cstring>
-#include <linux/if_ether.h>
 #include <net/if.h>
 #include <netinet/in.h>
-#include <netpacket/packet.h>
 #include <poll.h>
 #include <sys/socket.h>
 #include <unistd.h>
+
+#ifdef Q_OS_LINUX
+#include <linux/if_ether.h>
+#include <netpacket/packet.h>
+#endif
 
 namespace {
 
@@ -92,6 +95,7 @@ public:
     // False, with the reason, when raw sockets are not allowed here.
     bool open(std::string* why)
     {
+#ifdef Q_OS_LINUX
         m_watch = ::socket(AF_PACKET, SOCK_DGRAM, htons(ETH_P_IP));
         m_send = ::socket(AF_INET, SOCK_RAW, IPPROTO_UDP);
         if (m_watch < 0 || m_send < 0) {
@@ -107,6 +111,10 @@ public:
             return false;
         }
         return true;
+#else
+        *why = "watching the loopback interface takes Linux's packet sockets";
+        return false;
+#endif
     }
 
     // The next reliable packet the switcher at switcherPort sends a client.
