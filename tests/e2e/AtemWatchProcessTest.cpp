@@ -5,15 +5,32 @@
 
 #include "WatchProcessFixture.h"
 #include "WebLightModes.h"
+#include "atem/AtemCommand.h"
+#include "atem/AtemPacket.h"
 #include "support/AtemStandinProcess.h"
 #include "support/FreePort.h"
 #include "tsl/TslUmd50.h"
 
+#include <QElapsedTimer>
 #include <QNetworkDatagram>
 #include <QThread>
 #include <QUdpSocket>
 
 #include <gtest/gtest.h>
+
+#include <arpa/inet.h>
+#include <cerrno>
+#include <cstring>
+#include <net/if.h>
+#include <netinet/in.h>
+#include <poll.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+#ifdef Q_OS_LINUX
+#include <linux/if_ether.h>
+#include <netpacket/packet.h>
+#endif
 
 namespace {
 
@@ -52,6 +69,108 @@ protected:
 
     QString printed;
     AtemStandinProcess atem;
+};
+
+// A device on the network that sends in the switcher's name, as an
+// attacker on the studio network would: it watches the loopback interface
+// for the stand-in's packets to learn the session and the last packet id,
+// and sends its own UDP datagrams with the stand-in's port as their source.
+// Both need raw sockets, so only root can play it.
+class Impostor {
+public:
+    struct Overheard {
+        quint16 sessionId = 0;
+        quint16 packetId = 0;
+        quint16 clientPort = 0;
+    };
+
+    ~Impostor()
+    {
+        for (const int socket : { m_watch, m_send }) {
+            if (socket >= 0) {
+                ::close(socket);
+            }
+        }
+    }
+
+    // False, with the reason, when raw sockets are not allowed here.
+    bool open(std::string* why)
+    {
+#ifdef Q_OS_LINUX
+        m_watch = ::socket(AF_PACKET, SOCK_DGRAM, htons(ETH_P_IP));
+        m_send = ::socket(AF_INET, SOCK_RAW, IPPROTO_UDP);
+        if (m_watch < 0 || m_send < 0) {
+            *why = std::strerror(errno);
+            return false;
+        }
+        sockaddr_ll loopback {};
+        loopback.sll_family = AF_PACKET;
+        loopback.sll_protocol = htons(ETH_P_IP);
+        loopback.sll_ifindex = int(if_nametoindex("lo"));
+        if (::bind(m_watch, reinterpret_cast<const sockaddr*>(&loopback), sizeof loopback) != 0) {
+            *why = std::strerror(errno);
+            return false;
+        }
+        return true;
+#else
+        *why = "watching the loopback interface takes Linux's packet sockets";
+        return false;
+#endif
+    }
+
+    // The next reliable packet the switcher at switcherPort sends a client.
+    std::optional<Overheard> overhear(quint16 switcherPort, int timeoutMs)
+    {
+        QElapsedTimer clock;
+        clock.start();
+        while (clock.elapsed() < timeoutMs) {
+            pollfd ready { m_watch, POLLIN, 0 };
+            if (::poll(&ready, 1, 100) <= 0) {
+                continue;
+            }
+            unsigned char bytes[2048];
+            const ssize_t size = ::recv(m_watch, bytes, sizeof bytes, 0);
+            const int ipHeader = size > 0 ? (bytes[0] & 0x0f) * 4 : 0;
+            if (size < ipHeader + 8 || (bytes[0] >> 4) != 4 || bytes[9] != IPPROTO_UDP) {
+                continue;
+            }
+            const unsigned char* udp = bytes + ipHeader;
+            const auto port = [](const unsigned char* at) { return quint16((at[0] << 8) | at[1]); };
+            if (port(udp) != switcherPort) {
+                continue;
+            }
+            const std::optional<AtemPacket> packet
+                = AtemPacket::decode(QByteArrayView(reinterpret_cast<const char*>(udp + 8), size - ipHeader - 8));
+            if (packet && packet->has(AtemPacket::reliable) && !packet->has(AtemPacket::hello)) {
+                return Overheard { packet->sessionId, packet->packetId, port(udp + 2) };
+            }
+        }
+        return std::nullopt;
+    }
+
+    // A datagram to a port of this computer's, from fromPort.
+    bool send(quint16 fromPort, quint16 toPort, const QByteArray& payload)
+    {
+        QByteArray datagram(8, '\0');
+        const quint16 length = quint16(8 + payload.size());
+        const quint16 fields[] = { fromPort, toPort, length };
+        for (int field = 0; field < 3; ++field) {
+            datagram[2 * field] = char(fields[field] >> 8);
+            datagram[2 * field + 1] = char(fields[field] & 0xff);
+        }
+        // Bytes 6-7, the checksum, stay 0: none, which IPv4 allows.
+        datagram += payload;
+        sockaddr_in to {};
+        to.sin_family = AF_INET;
+        to.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+        return ::sendto(m_send, datagram.constData(), size_t(datagram.size()), 0,
+                   reinterpret_cast<const sockaddr*>(&to), sizeof to)
+            == datagram.size();
+    }
+
+private:
+    int m_watch = -1;
+    int m_send = -1;
 };
 
 // The light bytes of the last whole tick the box got, as "b1 21 …".
@@ -202,4 +321,96 @@ TEST_F(AtemWatchProcessTest, OneConnectionDrivesTheBoxTheWebPageAndTslAtOnce)
         modes = webLightModes(webPort);
         return modes.size() >= 2 && modes[0] == QStringLiteral("preview") && modes[1] == QStringLiteral("live");
     })) << modes.join(QLatin1Char(' ')).toStdString();
+}
+
+TEST_F(AtemWatchProcessTest, AForgedCutFromTheSwitchersAddressEndsInAResyncToTheRealLights)
+{
+    start({ mapPath });
+    ASSERT_TRUE(eventually([&] {
+        return printedAll({ QStringLiteral("Blackmagic ATEM running"), QStringLiteral("Light 1: live"),
+            QStringLiteral("Light 2: preview") });
+    })) << printed.toStdString();
+    Impostor impostor;
+    std::string why;
+    if (!impostor.open(&why)) {
+        GTEST_SKIP() << "no raw sockets to forge packets with: " << why;
+    }
+    const std::optional<Impostor::Overheard> heard = impostor.overhear(atem.port(), 5000);
+    ASSERT_TRUE(heard.has_value()) << "the stand-in's packets were not seen on the loopback interface";
+    // The next id, from the switcher's address and port: a cut to Camera 2
+    // that the switcher never made.
+    AtemPacket forged;
+    forged.flags = AtemPacket::reliable;
+    forged.sessionId = heard->sessionId;
+    forged.packetId = AtemPacket::nextId(heard->packetId);
+    forged.payload = AtemCommand::join({ AtemCommands::programInput({ 0, 2 }), AtemCommands::previewInput({ 0, 1 }),
+        AtemCommands::tallyBySource({ { 1, { false, true } }, { 2, { true, false } }, { 3, {} } }) });
+    printed.clear();
+    ASSERT_TRUE(impostor.send(atem.port(), heard->clientPort, forged.encode()));
+
+    // Whichever came first under that id, the stand-in's next packet or the
+    // forged one, the other disagrees with it: the connection starts again
+    // and the lights show the switcher's own picture.
+    EXPECT_TRUE(eventually(
+        [&] {
+            printedAll({});
+            return printed.contains(QStringLiteral("disagree"));
+        },
+        5000))
+        << printed.toStdString();
+    EXPECT_TRUE(eventually(
+        [&] {
+            printedAll({});
+            const qsizetype disagreed = printed.indexOf(QStringLiteral("disagree"));
+            const qsizetype resynced = printed.lastIndexOf(QStringLiteral("Blackmagic ATEM running"));
+            return disagreed >= 0 && resynced > disagreed && lastTick(capture).startsWith("b1 21 02 d2");
+        },
+        5000))
+        << printed.toStdString() << " " << lastTick(capture).toStdString();
+}
+
+TEST_F(AtemWatchProcessTest, ForgedIdsRunningAheadOfTheSwitcherEndInAResyncAndTheNextCutShows)
+{
+    start({ mapPath });
+    ASSERT_TRUE(eventually([&] {
+        return printedAll({ QStringLiteral("Blackmagic ATEM running"), QStringLiteral("Light 1: live"),
+            QStringLiteral("Light 2: preview") });
+    })) << printed.toStdString();
+    Impostor impostor;
+    std::string why;
+    if (!impostor.open(&why)) {
+        GTEST_SKIP() << "no raw sockets to forge packets with: " << why;
+    }
+    const std::optional<Impostor::Overheard> heard = impostor.overhear(atem.port(), 5000);
+    ASSERT_TRUE(heard.has_value()) << "the stand-in's packets were not seen on the loopback interface";
+    // 100 empty packets under the ids the stand-in would use next: its own
+    // packets then all look old to tallyctl.
+    printed.clear();
+    quint16 id = heard->packetId;
+    for (int forged = 0; forged < 100; ++forged) {
+        id = AtemPacket::nextId(id);
+        AtemPacket packet;
+        packet.flags = AtemPacket::reliable;
+        packet.sessionId = heard->sessionId;
+        packet.packetId = id;
+        ASSERT_TRUE(impostor.send(atem.port(), heard->clientPort, packet.encode()));
+    }
+    // Within the silence limit and a retry, the connection is started again…
+    EXPECT_TRUE(eventually(
+        [&] {
+            printedAll({});
+            const qsizetype lost = printed.indexOf(QStringLiteral("trying again"));
+            return lost >= 0 && printed.indexOf(QStringLiteral("Blackmagic ATEM running"), lost) >= 0;
+        },
+        5000))
+        << printed.toStdString();
+    // …and the switcher's next cut shows at once.
+    printed.clear();
+    atem.send("cut");
+    EXPECT_TRUE(eventually(
+        [&] {
+            return printedAll({ QStringLiteral("Light 1: preview"), QStringLiteral("Light 2: live") });
+        },
+        3000))
+        << printed.toStdString();
 }

@@ -2,6 +2,15 @@
 
 #include <algorithm>
 
+namespace {
+
+QString contradiction()
+{
+    return QStringLiteral("two packets under one id disagree (another device may be sending in the switcher's name)");
+}
+
+} // namespace
+
 AtemSession::AtemSession(Handlers handlers, Timing timing, quint32 sessionSeed)
     : m_handlers(std::move(handlers))
     , m_timing(timing)
@@ -41,8 +50,11 @@ void AtemSession::sendHello(qint64 now)
     m_sessionAssigned = false;
     m_lastInOrder = 0;
     m_early.clear();
+    m_remembered.fill(Remembered {});
     m_ownPacketId = 0;
     m_lastResendRequest.reset();
+    m_answerTokens = m_timing.answerBurst;
+    m_answerTokensAt = now;
     if (m_handlers.newConnection) {
         m_handlers.newConnection();
     }
@@ -82,7 +94,9 @@ void AtemSession::receive(QByteArrayView datagram, qint64 now)
         // A late second answer to the handshake; the switcher repeats it
         // when our acknowledgement was lost.
         if (packet->sessionId == m_sessionId || !m_sessionAssigned) {
-            sendControl(AtemPacket::ack);
+            if (mayAnswer(now)) {
+                sendControl(AtemPacket::ack);
+            }
             m_lastHeard = now;
         } else {
             ++m_rejected;
@@ -101,13 +115,7 @@ void AtemSession::receive(QByteArrayView datagram, qint64 now)
     }
     m_lastHeard = now;
     if (packet->has(AtemPacket::resendRequest)) {
-        // Only keep-alives are ever sent reliably, so an empty packet under
-        // the asked id is all the switcher can be missing.
-        AtemPacket again;
-        again.flags = AtemPacket::reliable | AtemPacket::retransmission;
-        again.sessionId = m_sessionId;
-        again.packetId = packet->resendId;
-        m_handlers.send(again.encode());
+        answerResendRequest(packet->resendId, now);
     }
     if (packet->has(AtemPacket::reliable)) {
         takeReliable(*packet, now);
@@ -128,14 +136,43 @@ void AtemSession::takeHelloAnswer(const AtemPacket& packet, qint64 now)
     m_phase = Phase::receivingState;
     m_phaseSince = now;
     m_lastHeard = now;
+    m_lastNew = now;
+    m_heardOldSinceNew = false;
     m_lastKeepAlive = now;
+}
+
+void AtemSession::answerResendRequest(quint16 id, qint64 now)
+{
+    if (!mayAnswer(now)) {
+        return;
+    }
+    // Only keep-alives are ever sent reliably, so an empty packet under the
+    // asked id is all the switcher can be missing.
+    AtemPacket again;
+    again.flags = AtemPacket::reliable | AtemPacket::retransmission;
+    again.sessionId = m_sessionId;
+    again.packetId = id;
+    m_handlers.send(again.encode());
+}
+
+bool AtemSession::mayAnswer(qint64 now)
+{
+    const double refill = double(now - m_answerTokensAt) * m_timing.answersPerSecond / 1000.0;
+    m_answerTokens = std::min(double(m_timing.answerBurst), m_answerTokens + std::max(0.0, refill));
+    m_answerTokensAt = now;
+    if (m_answerTokens < 1.0) {
+        ++m_unanswered;
+        return false;
+    }
+    m_answerTokens -= 1.0;
+    return true;
 }
 
 void AtemSession::takeReliable(const AtemPacket& packet, qint64 now)
 {
     const quint16 expected = AtemPacket::nextId(m_lastInOrder);
     if (packet.packetId == expected) {
-        deliver(packet);
+        deliver(packet, now);
         // Whatever waited for this one follows it now.
         while (true) {
             const auto next = m_early.find(AtemPacket::nextId(m_lastInOrder));
@@ -144,7 +181,7 @@ void AtemSession::takeReliable(const AtemPacket& packet, qint64 now)
             }
             const AtemPacket early = next.value();
             m_early.erase(next);
-            deliver(early);
+            deliver(early, now);
         }
         if (m_early.isEmpty()) {
             m_lastResendRequest.reset();
@@ -159,20 +196,52 @@ void AtemSession::takeReliable(const AtemPacket& packet, qint64 now)
         return;
     }
     if (!AtemPacket::isAfter(packet.packetId, m_lastInOrder)) {
+        if (!matchesDelivered(packet)) {
+            fail(contradiction(), now);
+            return;
+        }
         // Seen already: its acknowledgement was lost, so say it again.
-        sendControl(AtemPacket::ack, m_lastInOrder);
+        m_heardOldSinceNew = true;
+        if (mayAnswer(now)) {
+            sendControl(AtemPacket::ack, m_lastInOrder);
+        }
         return;
     }
+    takeEarly(packet, now);
+}
+
+void AtemSession::takeEarly(const AtemPacket& packet, qint64 now)
+{
     const int ahead = (int(packet.packetId) - int(m_lastInOrder) + AtemPacket::idModulo) % AtemPacket::idModulo;
-    if (ahead <= maxEarlyPackets) {
+    if (ahead > maxEarlyPackets) {
+        ++m_rejected;
+    } else {
+        const auto known = m_early.constFind(packet.packetId);
+        if (known != m_early.cend() && known->payload != packet.payload) {
+            fail(contradiction(), now);
+            return;
+        }
         m_early.insert(packet.packetId, packet);
     }
     requestResend(now);
 }
 
-void AtemSession::deliver(const AtemPacket& packet)
+bool AtemSession::matchesDelivered(const AtemPacket& packet) const
+{
+    const int behind = (int(m_lastInOrder) - int(packet.packetId) + AtemPacket::idModulo) % AtemPacket::idModulo;
+    if (behind >= rememberedPackets) {
+        return false;
+    }
+    const Remembered& remembered = m_remembered[packet.packetId % rememberedPackets];
+    return remembered.held && remembered.id == packet.packetId && remembered.payload == packet.payload;
+}
+
+void AtemSession::deliver(const AtemPacket& packet, qint64 now)
 {
     m_lastInOrder = packet.packetId;
+    m_lastNew = now;
+    m_heardOldSinceNew = false;
+    m_remembered[packet.packetId % rememberedPackets] = Remembered { true, packet.packetId, packet.payload };
     if (packet.payload.isEmpty()) {
         return;
     }
@@ -240,6 +309,11 @@ void AtemSession::tick(qint64 now)
     }
     if (now - m_lastHeard >= m_timing.silenceLimitMs) {
         fail(QStringLiteral("the switcher stopped answering"), now);
+        return;
+    }
+    if (m_heardOldSinceNew && now - m_lastNew >= m_timing.silenceLimitMs) {
+        fail(QStringLiteral("the switcher's packets bring nothing new (another device may be sending in its name)"),
+            now);
         return;
     }
     if (!m_early.isEmpty()) {

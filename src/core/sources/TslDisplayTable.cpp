@@ -1,5 +1,7 @@
 #include "sources/TslDisplayTable.h"
 
+#include <algorithm>
+
 namespace {
 
 bool anyTallyIs(const TslUmd50::Display& display, TslUmd50::Colour colour)
@@ -31,41 +33,75 @@ TslDisplayTable::Outcome TslDisplayTable::store(int index, const State& state, c
     outcome.refreshedTally = state.program || state.preview;
     auto found = m_entries.find(index);
     if (found == m_entries.end()) {
-        if (m_entries.size() >= maxDisplays) {
-            forget(m_entries.find(m_byHeard.begin()->second));
-        }
+        outcome.newlyLimitedSender = makeRoomFor(sender);
         found = m_entries.insert(index, Entry { state, sender, 0 });
         outcome.changed = true;
     } else {
-        m_byHeard.erase(found->heard);
+        release(*found);
         outcome.changed = !(found->state == state);
         found->state = state;
         found->sender = sender;
     }
     found->heard = ++m_heardCount;
-    m_byHeard.emplace(found->heard, index);
+    m_holdings[sender].byHeard.emplace(found->heard, index);
     return outcome;
+}
+
+QString TslDisplayTable::makeRoomFor(const QString& sender)
+{
+    auto payer = m_holdings.find(sender);
+    if (payer == m_holdings.end() || qsizetype(payer->byHeard.size()) < maxDisplaysPerSender) {
+        if (m_entries.size() < maxDisplays) {
+            return {};
+        }
+        payer = std::max_element(m_holdings.begin(), m_holdings.end(),
+            [](const Holding& a, const Holding& b) { return a.byHeard.size() < b.byHeard.size(); });
+    }
+    // A full table always has a holding with displays in it.
+    const QString paying = payer.key();
+    const auto oldest = payer->byHeard.begin();
+    m_entries.remove(oldest->second);
+    payer->byHeard.erase(oldest);
+    if (payer->limited) {
+        return {};
+    }
+    payer->limited = true;
+    return paying;
+}
+
+void TslDisplayTable::release(const Entry& entry)
+{
+    const auto holding = m_holdings.find(entry.sender);
+    if (holding == m_holdings.end()) {
+        return;
+    }
+    holding->byHeard.erase(entry.heard);
+    // A sender that no longer speaks for any display is forgotten with its
+    // limit, unless it has been limited: then it is remembered until
+    // forgetSender, so the status does not name it again each time.
+    if (holding->byHeard.empty() && !holding->limited) {
+        m_holdings.erase(holding);
+    }
+}
+
+qsizetype TslDisplayTable::sizeOf(const QString& sender) const
+{
+    const auto holding = m_holdings.constFind(sender);
+    return holding == m_holdings.cend() ? 0 : qsizetype(holding->byHeard.size());
 }
 
 bool TslDisplayTable::forgetSender(const QString& sender)
 {
-    bool any = false;
-    for (auto entry = m_entries.begin(); entry != m_entries.end();) {
-        if (entry->sender == sender) {
-            m_byHeard.erase(entry->heard);
-            entry = m_entries.erase(entry);
-            any = true;
-        } else {
-            ++entry;
-        }
+    const auto holding = m_holdings.find(sender);
+    if (holding == m_holdings.end()) {
+        return false;
     }
+    const bool any = !holding->byHeard.empty();
+    for (const auto& [heard, index] : holding->byHeard) {
+        m_entries.remove(index);
+    }
+    m_holdings.erase(holding);
     return any;
-}
-
-void TslDisplayTable::forget(QMap<int, Entry>::iterator entry)
-{
-    m_byHeard.erase(entry->heard);
-    m_entries.erase(entry);
 }
 
 ShotList TslDisplayTable::shots() const

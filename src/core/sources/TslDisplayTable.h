@@ -4,6 +4,7 @@
 #include "tsl/TslUmd31.h"
 #include "tsl/TslUmd50.h"
 
+#include <QHash>
 #include <QMap>
 #include <QString>
 
@@ -20,14 +21,26 @@
 // Each display remembers who last spoke for it (the sender, named by the
 // caller), so that everything a sender said can be forgotten at once when it
 // goes quiet or is no longer listened to.
+//
+// The table is bounded, and room for a new index is taken from the sender
+// that asks too much, never from a switcher that keeps to its own displays.
+// A device that names ever new indexes (a busy router, a misconfigured
+// sender, a hostile one) must not push the switcher's displays out:
+// - One sender speaks for at most maxDisplaysPerSender displays; beyond
+//   that, each new index it names replaces its own display heard least
+//   recently.
+// - When the whole table is full, a new index replaces the display heard
+//   least recently of the sender that speaks for the most displays. A
+//   flooding sender is soon that sender, so it pays for its own flood; a
+//   switcher is touched only when it holds more displays than every other
+//   sender, which a handful of displays never does in a full table.
 class TslDisplayTable {
 public:
-    // More displays than any switcher has. A table this full makes room for
-    // a new index by forgetting the display heard least recently: a switcher
-    // re-sends its own displays all the time, so its updates always land,
-    // while indexes a hostile sender filled the table with once are the ones
-    // that go.
-    static constexpr qsizetype maxDisplays = 1024;
+    // More displays than any switcher has.
+    static constexpr qsizetype maxDisplaysPerSender = 1024;
+    // Room for two senders at their most, so a second switcher (or the same
+    // one at a new address) never has to evict the first.
+    static constexpr qsizetype maxDisplays = 2 * maxDisplaysPerSender;
 
     // What one message did to the table.
     struct Outcome {
@@ -35,12 +48,19 @@ public:
         bool changed = false;
         // The message spoke for a display that shows program or preview now.
         bool refreshedTally = false;
+        // A sender that, from this message on, loses its oldest displays to
+        // make room for new indexes: named once, when it starts, and again
+        // only after it has been forgotten.
+        QString newlyLimitedSender;
 
         // What several messages did together.
         Outcome& operator|=(const Outcome& other)
         {
             changed = changed || other.changed;
             refreshedTally = refreshedTally || other.refreshedTally;
+            if (newlyLimitedSender.isEmpty()) {
+                newlyLimitedSender = other.newlyLimitedSender;
+            }
             return *this;
         }
     };
@@ -62,6 +82,8 @@ public:
     bool forgetSender(const QString& sender);
 
     qsizetype size() const { return m_entries.size(); }
+    // How many displays the sender speaks for.
+    qsizetype sizeOf(const QString& sender) const;
 
     // The shots in index order, as new records.
     ShotList shots() const;
@@ -83,11 +105,23 @@ private:
         quint64 heard = 0;
     };
 
+    // The displays one sender speaks for.
+    struct Holding {
+        // Their indexes by when they were last heard, oldest first.
+        std::map<quint64, int> byHeard;
+        // It has lost displays to make room, and was said to.
+        bool limited = false;
+    };
+
     Outcome store(int index, const State& state, const QString& sender);
-    void forget(QMap<int, Entry>::iterator entry);
+    // Forgets a display to make room for a new index of the sender's, if
+    // the table or the sender's share is full; the sender that paid, when
+    // it begins paying.
+    QString makeRoomFor(const QString& sender);
+    // Takes the entry out of its sender's holding.
+    void release(const Entry& entry);
 
     QMap<int, Entry> m_entries;
-    // The display indexes by when they were last heard, oldest first.
-    std::map<quint64, int> m_byHeard;
+    QHash<QString, Holding> m_holdings;
     quint64 m_heardCount = 0;
 };

@@ -517,32 +517,45 @@ void TslShotSource::noteClosedConnection()
 
 void TslShotSource::noteMessages(const QString& sender, TslDisplayTable::Outcome outcome)
 {
+    if (!hearFrom(sender)) {
+        // No place for another sender: what it said is not kept.
+        m_table.forgetSender(sender);
+        ++m_refused;
+        return;
+    }
     const bool wasRunning = isRunningNow();
     m_lastMessageAt = now();
-    hearFrom(sender);
     m_lastSender = sender;
     if (outcome.refreshedTally) {
         m_senders[sender].litAt = now();
+    }
+    if (!outcome.newlyLimitedSender.isEmpty()) {
+        nameSender(
+            QStringLiteral("TSL messages from %1 name more displays than there is room for; its oldest are forgotten")
+                .arg(outcome.newlyLimitedSender));
     }
     if (outcome.changed || wasRunning != isRunningNow()) {
         Q_EMIT shotsChanged();
     }
 }
 
-void TslShotSource::hearFrom(const QString& sender)
+bool TslShotSource::hearFrom(const QString& sender)
 {
     const auto known = m_senders.find(sender);
     if (known != m_senders.end()) {
         known->heardAt = now();
-        return;
+        return true;
     }
     if (m_senders.size() >= maxSenders) {
-        const auto quietest = std::min_element(
-            m_senders.begin(), m_senders.end(), [](const Sender& a, const Sender& b) { return a.heardAt < b.heardAt; });
-        m_table.forgetSender(quietest.key());
-        m_senders.erase(quietest);
+        forgetQuietSenders();
+    }
+    // Still full: every sender kept is being heard. Pushing out the quietest
+    // would let datagrams forged from many addresses push out the switcher.
+    if (m_senders.size() >= maxSenders) {
+        return false;
     }
     m_senders.insert(sender, Sender { now(), std::nullopt });
+    return true;
 }
 
 void TslShotSource::forgetQuietSenders()

@@ -28,7 +28,9 @@
 // refused. Without a list, every sender is heard, as switchers are often
 // moved between addresses. Either way, the status (and the system log) names
 // each new sender the first time it is heard, so that an unexpected one
-// shows.
+// shows, and names a sender the first time it names more displays than there
+// is room for (the sender that names the most makes room with its own, so a
+// switcher keeping to its displays is not pushed out).
 //
 // Whether the switcher is there, and for how long what it said holds:
 // - Over TCP, a sender whose connection is open (and has brought a whole
@@ -88,8 +90,10 @@ public:
     // Senders named in the status; beyond these, one line says so, so that
     // a flood of forged addresses cannot flood the log.
     static constexpr qsizetype maxNamedSenders = 32;
-    // Senders whose displays are kept apart; at the limit, the quietest
-    // sender's displays are forgotten to make room.
+    // Senders whose displays are kept apart. At the limit a new sender is
+    // refused until one goes quiet for silenceLimit: pushing out a sender
+    // still heard would let anyone who sends from many addresses take the
+    // switcher's displays away.
     static constexpr qsizetype maxSenders = 64;
 
     // Whether the source's address is one of the TSL schemes.
@@ -113,7 +117,8 @@ public:
     quint16 localPort() const;
     // Datagrams, packets and messages dropped as not valid so far.
     int rejectedCount() const;
-    // Datagrams and connections refused as not from an allowed sender.
+    // Datagrams and connections refused as not from an allowed sender, and
+    // messages refused as from one sender too many.
     int refusedCount() const { return m_refused; }
 
     // Takes messages only from these senders from now on (empty: from
@@ -158,7 +163,8 @@ private:
     // Whether the packet was whole and valid.
     bool takePacket50(QByteArrayView packet, const QString& sender);
     void noteMessages(const QString& sender, TslDisplayTable::Outcome outcome);
-    void hearFrom(const QString& sender);
+    // Whether the sender has a place (it is known, or there is room).
+    bool hearFrom(const QString& sender);
     void forgetQuietSenders();
     void replaceIdlestConnection();
     void noteClosedConnection();

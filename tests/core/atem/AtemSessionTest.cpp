@@ -234,3 +234,223 @@ TEST_F(AtemSessionTest, BadInputIsDroppedWithoutHarm)
     session.receive(reliable(3, { AtemCommand { "Zzzz", "abc" }, initComplete() }), now);
     EXPECT_TRUE(session.isUp()) << "an unknown command is passed over";
 }
+
+namespace {
+
+// What a forger would send: camera 3 on air by source.
+AtemCommand cameraThreeOnAir()
+{
+    return tallyBySource({ { 1, {} }, { 3, { true, false } } });
+}
+
+// A packet from the switcher's side carrying only flags and ids.
+QByteArray control(quint8 flags, quint16 resendId = 0, quint16 ackedId = 0)
+{
+    AtemPacket packet;
+    packet.flags = flags;
+    packet.sessionId = assigned;
+    packet.resendId = resendId;
+    packet.ackedId = ackedId;
+    return packet.encode();
+}
+
+} // namespace
+
+TEST_F(AtemSessionTest, AForgedTallyIsUndoneByAResyncWhenTheSwitchersOwnPacketArrives)
+{
+    handshake();
+    session.receive(reliable(1, { programInput({ 0, 1 }), initComplete() }), now);
+    ASSERT_TRUE(session.isUp());
+    // A device that watched the wire sends the next id first, from the
+    // switcher's address, with camera 3 on air.
+    session.receive(reliable(2, { cameraThreeOnAir() }), now);
+    ASSERT_EQ(received.back(), QByteArray("TlSr")) << "indistinguishable until the real one comes";
+    // The switcher's own packet 2, its ping, disagrees.
+    sent.clear();
+    session.receive(reliable(2, {}), now + 400);
+    EXPECT_FALSE(session.isUp());
+    ASSERT_EQ(lost.size(), 1);
+    EXPECT_TRUE(lost[0].contains(QStringLiteral("disagree")));
+    // The next connection starts from nothing: the forged tally is gone.
+    session.tick(now + 400 + 250);
+    EXPECT_EQ(newConnections, 2);
+    ASSERT_FALSE(sent.isEmpty());
+    EXPECT_TRUE(sent.back().has(AtemPacket::hello));
+}
+
+TEST_F(AtemSessionTest, ForgedIdsJustBeforeACutCostAResyncNotTheCut)
+{
+    handshake();
+    session.receive(reliable(1, { programInput({ 0, 1 }), initComplete() }), now);
+    for (quint16 id = 2; id <= 4; ++id) {
+        session.receive(reliable(id, {}), now);
+    }
+    // The switcher's next ping matches what the forger sent under its id;
+    // the cut that follows does not.
+    session.receive(reliable(2, {}), now + 100);
+    EXPECT_TRUE(session.isUp());
+    session.receive(reliable(3, { programInput({ 0, 2 }) }), now + 200);
+    EXPECT_FALSE(session.isUp());
+    ASSERT_EQ(lost.size(), 1);
+
+    // A new connection brings the whole picture again, the cut in it.
+    session.tick(now + 200 + 250);
+    ASSERT_TRUE(sent.back().has(AtemPacket::hello));
+    AtemPacket answer;
+    answer.flags = AtemPacket::hello;
+    answer.sessionId = sent.back().sessionId;
+    answer.payload = QByteArray::fromHex("0200000000000000");
+    session.receive(answer.encode(), now + 460);
+    received.clear();
+    session.receive(reliable(1, { programInput({ 0, 2 }), initComplete() }, 0x8006), now + 470);
+    EXPECT_TRUE(session.isUp());
+    EXPECT_EQ(received, (QList<QByteArray> { "PrgI", "InCm" }));
+}
+
+TEST_F(AtemSessionTest, AForgedFloodOfIdsAheadIsNotBufferedAndTheRealPacketsStillArrive)
+{
+    handshake();
+    session.receive(reliable(1, { initComplete() }), now);
+    const int rejectedBefore = session.rejectedCount();
+    // Ids from 18 to far ahead, each lighting camera 3: past the few kept
+    // for a gap, within what a looser session would keep.
+    constexpr int firstForged = 18;
+    ASSERT_LT(AtemSession::maxEarlyPackets, firstForged - 1);
+    const AtemCommand forged = cameraThreeOnAir();
+    for (int id = firstForged; id < 1000; ++id) {
+        session.receive(reliable(quint16(id), { forged }), now);
+    }
+    EXPECT_EQ(session.rejectedCount() - rejectedBefore, 1000 - firstForged);
+    received.clear();
+    // The switcher's own packets follow, up to and past where the forged
+    // ids began.
+    for (int id = 2; id <= firstForged + 2; ++id) {
+        session.receive(reliable(quint16(id), { programInput({ 0, quint16(id) }) }), now + id);
+    }
+    EXPECT_TRUE(session.isUp());
+    EXPECT_TRUE(lost.isEmpty());
+    EXPECT_EQ(received.size(), firstForged + 1);
+    EXPECT_FALSE(received.contains(QByteArray("TlSr")));
+}
+
+TEST_F(AtemSessionTest, AForgedEarlyPacketThatDisagreesWithTheRealOneIsAResync)
+{
+    handshake();
+    session.receive(reliable(1, { initComplete() }), now);
+    session.receive(reliable(5, { cameraThreeOnAir() }), now);
+    EXPECT_TRUE(session.isUp());
+    session.receive(reliable(5, { programInput({ 0, 2 }) }), now + 10);
+    EXPECT_FALSE(session.isUp());
+    ASSERT_EQ(lost.size(), 1);
+    EXPECT_TRUE(lost[0].contains(QStringLiteral("disagree")));
+}
+
+TEST_F(AtemSessionTest, AStallAfterForgedIdsEndsInAResyncWithinTheLostLimit)
+{
+    handshake();
+    session.receive(reliable(1, { programInput({ 0, 1 }), initComplete() }), now);
+    // 100 forged empty packets: every id the switcher sends next is taken.
+    for (quint16 id = 2; id <= 101; ++id) {
+        session.receive(reliable(id, {}), now);
+    }
+    // The switcher goes on pinging with ids 2, 3, 4…, which look old, and
+    // acknowledging the keep-alives: it is heard, but nothing is new.
+    const qint64 forgedAt = now;
+    qint64 lostAt = 0;
+    quint16 realId = 2;
+    for (qint64 at = now + 100; at <= now + 5000 && lostAt == 0; at += 100) {
+        if (at % 500 == 0) {
+            session.receive(reliable(realId++, {}), at);
+            session.receive(control(AtemPacket::ack, 0, 1), at);
+        }
+        session.tick(at);
+        if (!lost.isEmpty()) {
+            lostAt = at;
+        }
+    }
+    ASSERT_EQ(lost.size(), 1) << "the frozen session must end";
+    EXPECT_LE(lostAt - forgedAt, AtemSession::Timing {}.silenceLimitMs);
+    EXPECT_TRUE(lost[0].contains(QStringLiteral("nothing new")));
+    session.tick(lostAt + 250);
+    EXPECT_EQ(newConnections, 2);
+}
+
+TEST_F(AtemSessionTest, ASessionThatDeliversNothingNewIsLostAndReopened)
+{
+    handshake();
+    session.receive(reliable(1, { initComplete() }), now);
+    // Only unreliable packets come (acknowledgements of the keep-alives)
+    // and copies of packet 1: heard all the time, never anything new.
+    for (qint64 at = now + 100; at < now + 1500; at += 100) {
+        session.receive(control(AtemPacket::ack, 0, 1), at);
+        session.receive(reliable(1, { initComplete() }), at);
+        session.tick(at);
+    }
+    EXPECT_TRUE(session.isUp());
+    EXPECT_TRUE(lost.isEmpty());
+    session.receive(control(AtemPacket::ack, 0, 1), now + 1500);
+    session.tick(now + 1500);
+    EXPECT_FALSE(session.isUp());
+    ASSERT_EQ(lost.size(), 1);
+    EXPECT_TRUE(lost[0].contains(QStringLiteral("nothing new")));
+    sent.clear();
+    session.tick(now + 1500 + 250);
+    ASSERT_EQ(sent.size(), 1);
+    EXPECT_TRUE(sent[0].has(AtemPacket::hello));
+}
+
+TEST_F(AtemSessionTest, AForgedCopyOfAPacketTooOldToCheckIsAResync)
+{
+    handshake();
+    for (int id = 1; id <= AtemSession::rememberedPackets + 10; ++id) {
+        session.receive(reliable(quint16(id), {}), now);
+    }
+    session.receive(reliable(2, {}), now);
+    EXPECT_EQ(lost.size(), 1);
+}
+
+TEST_F(AtemSessionTest, InjectedResendRequestsAreAnsweredAtABoundedRate)
+{
+    handshake();
+    session.receive(reliable(1, { initComplete() }), now);
+    sent.clear();
+    // 20,000 forged requests a second for one second.
+    for (int request = 0; request < 20000; ++request) {
+        session.receive(control(AtemPacket::resendRequest, 1), now + request / 20);
+    }
+    const AtemSession::Timing timing;
+    const qsizetype answers = sentWith(AtemPacket::retransmission).size();
+    EXPECT_GE(answers, timing.answerBurst);
+    EXPECT_LE(answers, timing.answerBurst + timing.answersPerSecond + 1);
+    EXPECT_EQ(session.unansweredCount(), 20000 - answers);
+    // Once the flood ends the budget comes back: a real request is answered.
+    sent.clear();
+    session.receive(control(AtemPacket::resendRequest, 1), now + 2000);
+    EXPECT_EQ(sentWith(AtemPacket::retransmission).size(), 1);
+}
+
+TEST_F(AtemSessionTest, InjectedCopiesOfAPacketAreAcknowledgedAtABoundedRate)
+{
+    handshake();
+    session.receive(reliable(1, { initComplete() }), now);
+    sent.clear();
+    for (int copy = 0; copy < 10000; ++copy) {
+        session.receive(reliable(1, { initComplete() }), now + copy / 10);
+    }
+    const AtemSession::Timing timing;
+    EXPECT_LE(sentWith(AtemPacket::ack).size(), timing.answerBurst + timing.answersPerSecond + 1);
+    EXPECT_TRUE(session.isUp());
+}
+
+TEST_F(AtemSessionTest, AnIdleSwitcherThatOnlyAcknowledgesIsNotTakenForAStall)
+{
+    handshake();
+    session.receive(reliable(1, { initComplete() }), now);
+    // No pings, no changes: only the acknowledgements of the keep-alives.
+    for (qint64 at = now + 100; at <= now + 5000; at += 100) {
+        session.receive(control(AtemPacket::ack, 0, 1), at);
+        session.tick(at);
+    }
+    EXPECT_TRUE(session.isUp());
+    EXPECT_TRUE(lost.isEmpty());
+}

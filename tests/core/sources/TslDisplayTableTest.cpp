@@ -96,51 +96,168 @@ TEST(TslDisplayTableTest, BroadcastAndControlDataChangeNoShot)
     EXPECT_TRUE(table.shots().isEmpty());
 }
 
-TEST(TslDisplayTableTest, TheTableStopsGrowingAtItsLimit)
+TEST(TslDisplayTableTest, OneSendersShareStopsGrowingAtItsLimit)
 {
     TslDisplayTable table;
-    for (int index = 0; index < TslDisplayTable::maxDisplays + 10; ++index) {
+    for (int index = 0; index < TslDisplayTable::maxDisplaysPerSender + 10; ++index) {
         table.apply(display(index, TslUmd50::Colour::off, TslUmd50::Colour::off, QString()));
     }
-    EXPECT_EQ(table.shots().size(), TslDisplayTable::maxDisplays);
+    EXPECT_EQ(table.shots().size(), TslDisplayTable::maxDisplaysPerSender);
     // Displays already known still change.
     EXPECT_TRUE(table.apply(display(100, TslUmd50::Colour::red, TslUmd50::Colour::off, QString())));
 }
 
-TEST(TslDisplayTableTest, AFullTableMakesRoomForTheSwitchersIndexByForgettingTheOneHeardLeastRecently)
+TEST(TslDisplayTableTest, TheWholeTableStopsGrowingAtItsLimit)
 {
     TslDisplayTable table;
-    // 1,200 indexes from 1000 on, as four packets from a hostile sender would
-    // bring them: more than the table holds.
-    for (int index = 1000; index < 2200; ++index) {
-        table.apply(display(index, TslUmd50::Colour::off, TslUmd50::Colour::off, QStringLiteral("junk")));
+    for (const QString& sender :
+        { QStringLiteral("10.0.0.7"), QStringLiteral("10.0.0.8"), QStringLiteral("10.0.0.9") }) {
+        for (int index = 0; index < TslDisplayTable::maxDisplaysPerSender; ++index) {
+            table.apply(display(index + 10000 * sender.back().digitValue(), TslUmd50::Colour::off,
+                            TslUmd50::Colour::off, QString()),
+                sender);
+        }
     }
-    ASSERT_EQ(table.shots().size(), TslDisplayTable::maxDisplays);
+    EXPECT_EQ(table.size(), TslDisplayTable::maxDisplays);
+    EXPECT_EQ(table.shots().size(), TslDisplayTable::maxDisplays);
+}
 
-    EXPECT_TRUE(table.apply(display(5, TslUmd50::Colour::red, TslUmd50::Colour::off, QStringLiteral("Cam 5"))));
+TEST(TslDisplayTableTest, AFullTableMakesRoomForTheSwitchersIndexFromTheSenderThatHoldsTheMost)
+{
+    TslDisplayTable table;
+    const QString busiest = QStringLiteral("10.0.0.66");
+    const QString busy = QStringLiteral("10.0.0.67");
+    const QString switcher = QStringLiteral("10.0.0.2");
+    for (int index = 1000; index < 1000 + TslDisplayTable::maxDisplaysPerSender; ++index) {
+        table.apply(display(index, TslUmd50::Colour::off, TslUmd50::Colour::off, QStringLiteral("junk")), busiest);
+    }
+    for (int index = 3000; index < 3000 + TslDisplayTable::maxDisplaysPerSender - 1; ++index) {
+        table.apply(display(index, TslUmd50::Colour::off, TslUmd50::Colour::off, QStringLiteral("junk")), busy);
+    }
+    // One place is left; the switcher's first display takes it.
+    EXPECT_TRUE(table.take(display(5, TslUmd50::Colour::red, TslUmd50::Colour::off, QStringLiteral("Cam 5")), switcher)
+                    .newlyLimitedSender.isEmpty());
+    ASSERT_EQ(table.size(), TslDisplayTable::maxDisplays);
+
+    const TslDisplayTable::Outcome outcome
+        = table.take(display(6, TslUmd50::Colour::off, TslUmd50::Colour::off, QStringLiteral("Cam 6")), switcher);
+    EXPECT_TRUE(outcome.changed);
+    EXPECT_EQ(outcome.newlyLimitedSender, busiest);
+    EXPECT_EQ(table.size(), TslDisplayTable::maxDisplays);
+    EXPECT_EQ(table.sizeOf(switcher), 2);
+    EXPECT_EQ(table.sizeOf(busiest), TslDisplayTable::maxDisplaysPerSender - 1);
+    EXPECT_EQ(table.sizeOf(busy), TslDisplayTable::maxDisplaysPerSender - 1);
     const ShotList shots = table.shots();
-    EXPECT_EQ(shots.size(), TslDisplayTable::maxDisplays);
     ASSERT_EQ(shots.front()->shotId, QStringLiteral("5"));
     EXPECT_TRUE(shots.front()->isLive);
-    // The room came from the oldest of the rest: 1000 to 1175 went when the
-    // table filled, 1176 for index 5.
-    EXPECT_EQ(shots.at(1)->shotId, QStringLiteral("1177"));
+    // The busiest sender's display heard least recently went.
+    EXPECT_EQ(shots.at(2)->shotId, QStringLiteral("1001"));
 }
 
 TEST(TslDisplayTableTest, ADisplayHeardAgainIsKeptOverOnesHeardOnlyOnce)
 {
     TslDisplayTable table;
     table.apply(display(5, TslUmd50::Colour::red, TslUmd50::Colour::off, QStringLiteral("Cam 5")));
-    for (int index = 1000; index < 1000 + TslDisplayTable::maxDisplays - 1; ++index) {
+    for (int index = 1000; index < 1000 + TslDisplayTable::maxDisplaysPerSender - 1; ++index) {
         table.apply(display(index, TslUmd50::Colour::off, TslUmd50::Colour::off, QString()));
     }
-    // The switcher repeats its display; then one more junk index arrives.
+    // The sender repeats display 5; then one more new index arrives.
     table.apply(display(5, TslUmd50::Colour::red, TslUmd50::Colour::off, QStringLiteral("Cam 5")));
     table.apply(display(5000, TslUmd50::Colour::off, TslUmd50::Colour::off, QString()));
     const ShotList shots = table.shots();
-    ASSERT_EQ(shots.size(), TslDisplayTable::maxDisplays);
+    ASSERT_EQ(shots.size(), TslDisplayTable::maxDisplaysPerSender);
     EXPECT_EQ(shots.front()->shotId, QStringLiteral("5"));
     EXPECT_EQ(shots.at(1)->shotId, QStringLiteral("1001"));
+}
+
+TEST(TslDisplayTableTest, ASenderFloodingNewIndexesEvictsOnlyItsOwnDisplays)
+{
+    TslDisplayTable table;
+    const QString switcher = QStringLiteral("10.0.0.2");
+    const QString router = QStringLiteral("10.0.0.30");
+    // The switcher says camera 1 is on air every half second; the router
+    // names 40 new displays in each of 2,000 datagrams a second, indexes 100
+    // to 9999 over and over: 40,000 displays between two of the switcher's.
+    const TslUmd50::Display camera1
+        = display(1, TslUmd50::Colour::red, TslUmd50::Colour::off, QStringLiteral("Camera 1"));
+    table.apply(camera1, switcher);
+    int next = 100;
+    int camera1Missing = 0;
+    for (int datagram = 0; datagram < 4000; ++datagram) {
+        for (int shown = 0; shown < 40; ++shown) {
+            table.apply(display(next, TslUmd50::Colour::off, TslUmd50::Colour::off, QStringLiteral("Box")), router);
+            next = next == 9999 ? 100 : next + 1;
+        }
+        // What the lights would read; every 50th datagram keeps the test quick.
+        if (datagram % 50 == 0) {
+            const ShotList shots = table.shots();
+            if (shots.isEmpty() || shots.front()->shotId != QStringLiteral("1") || !shots.front()->isLive) {
+                ++camera1Missing;
+            }
+        }
+        if (datagram % 1000 == 999) {
+            table.apply(camera1, switcher);
+        }
+    }
+    EXPECT_EQ(camera1Missing, 0);
+    EXPECT_EQ(table.sizeOf(switcher), 1);
+    EXPECT_EQ(table.sizeOf(router), TslDisplayTable::maxDisplaysPerSender);
+    EXPECT_EQ(table.size(), TslDisplayTable::maxDisplaysPerSender + 1);
+}
+
+TEST(TslDisplayTableTest, ADisplayAnotherSenderRefreshesIsNeverEvicted)
+{
+    TslDisplayTable table;
+    const QString switcher = QStringLiteral("10.0.0.2");
+    const QStringList flooders { QStringLiteral("10.0.0.66"), QStringLiteral("10.0.0.67"),
+        QStringLiteral("10.0.0.68") };
+    // The switcher's twenty displays, then three senders flooding new
+    // indexes by turns, so the whole table fills and stays full; the
+    // switcher repeats its displays now and then.
+    const auto switcherSpeaks = [&] {
+        for (int index = 1; index <= 20; ++index) {
+            table.apply(display(index, index == 1 ? TslUmd50::Colour::red : TslUmd50::Colour::off,
+                            TslUmd50::Colour::off, QStringLiteral("Cam %1").arg(index)),
+                switcher);
+        }
+    };
+    switcherSpeaks();
+    for (int round = 0; round < 3000; ++round) {
+        for (qsizetype flooder = 0; flooder < flooders.size(); ++flooder) {
+            const int index = 100 + int(flooder) * 20000 + round;
+            table.apply(
+                display(index, TslUmd50::Colour::red, TslUmd50::Colour::off, QStringLiteral("x")), flooders[flooder]);
+        }
+        ASSERT_EQ(table.sizeOf(switcher), 20) << "round " << round;
+        if (round % 500 == 0) {
+            switcherSpeaks();
+        }
+    }
+    EXPECT_EQ(table.size(), TslDisplayTable::maxDisplays);
+    EXPECT_TRUE(table.shots().front()->isLive);
+}
+
+TEST(TslDisplayTableTest, ALimitedSenderIsNamedOnceUntilItIsForgotten)
+{
+    TslDisplayTable table;
+    const QString router = QStringLiteral("10.0.0.30");
+    QStringList named;
+    const auto flood = [&](int from) {
+        for (int index = from; index < from + TslDisplayTable::maxDisplaysPerSender + 50; ++index) {
+            const TslDisplayTable::Outcome outcome
+                = table.take(display(index, TslUmd50::Colour::off, TslUmd50::Colour::off, QString()), router);
+            if (!outcome.newlyLimitedSender.isEmpty()) {
+                named.append(outcome.newlyLimitedSender);
+            }
+        }
+    };
+    flood(100);
+    EXPECT_EQ(named, QStringList { router });
+    flood(5000);
+    EXPECT_EQ(named, QStringList { router }) << "still limited: not named again";
+    EXPECT_TRUE(table.forgetSender(router));
+    flood(100);
+    EXPECT_EQ(named, (QStringList { router, router }));
 }
 
 TEST(TslDisplayTableTest, ForgettingASenderTakesAwayTheDisplaysItSpokeForLast)
@@ -162,13 +279,16 @@ TEST(TslDisplayTableTest, ForgettingASenderTakesAwayTheDisplaysItSpokeForLast)
     EXPECT_EQ(shots[1]->shotId, QStringLiteral("2"));
     EXPECT_TRUE(shots[1]->isPreview);
     EXPECT_FALSE(table.forgetSender(stranger));
-    // Forgotten entries leave no hole in the order of hearing: the table
-    // still fills and evicts as before.
+    // Forgotten entries leave no hole in the order of hearing: the stranger
+    // comes back and fills its share as before, and only its own displays
+    // make room.
     for (int index = 100; index < 100 + TslDisplayTable::maxDisplays; ++index) {
         table.apply(display(index, TslUmd50::Colour::off, TslUmd50::Colour::off, QString()), stranger);
     }
-    EXPECT_EQ(table.size(), TslDisplayTable::maxDisplays);
-    EXPECT_EQ(table.shots().front()->shotId, QStringLiteral("100"));
+    EXPECT_EQ(table.sizeOf(stranger), TslDisplayTable::maxDisplaysPerSender);
+    EXPECT_EQ(table.size(), TslDisplayTable::maxDisplaysPerSender + 2);
+    EXPECT_EQ(table.shots().front()->shotId, QStringLiteral("1"));
+    EXPECT_EQ(table.shots().at(2)->shotId, QString::number(100 + TslDisplayTable::maxDisplaysPerSender));
 }
 
 TEST(TslDisplayTableTest, AMessageSaysWhetherItRefreshedADisplayThatShowsATally)

@@ -647,3 +647,65 @@ TEST(TslShotSourceTest, UnchosenTheSilenceLimitFollowsTheAllowList)
     source.setAllowedSenders(*SenderAllowList::parse({ QStringLiteral("10.0.0.5") }, nullptr));
     EXPECT_EQ(source.silenceLimit(), std::chrono::milliseconds(12'000));
 }
+
+TEST(TslShotSourceTest, ASenderFloodingNewIndexesIsNamedOnceAndTheSwitchersLightStays)
+{
+    TslShotSource source(listenOn(TslTallyEncoding::Version::v50, TslShotSource::Transport::udp));
+    ASSERT_TRUE(source.start(nullptr));
+    QSignalSpy statuses(&source, &ShotSource::statusChanged);
+    sendDatagram(packet50(1, TslUmd50::Colour::red, QStringLiteral("Camera 1")), source.localPort());
+    ASSERT_TRUE(eventually([&] { return isLive(source, QStringLiteral("Camera 1")); }, 5000));
+    // Another device names 40 new displays a datagram, more than one
+    // sender's share in all, and goes on.
+    QUdpSocket router;
+    ASSERT_TRUE(router.bind(stranger, 0));
+    constexpr int perDatagram = 40;
+    const int datagrams = int(TslDisplayTable::maxDisplaysPerSender) / perDatagram + 10;
+    for (int datagram = 0; datagram < datagrams; ++datagram) {
+        TslUmd50::Packet packet;
+        for (int shown = 0; shown < perDatagram; ++shown) {
+            TslUmd50::Display display;
+            display.index = 100 + datagram * perDatagram + shown;
+            display.text = QStringLiteral("Box");
+            packet.displays.append(display);
+        }
+        router.writeDatagram(TslUmd50::encode(packet), QHostAddress::LocalHost, source.localPort());
+    }
+    EXPECT_TRUE(
+        eventually([&] { return source.queryShots().size() == TslDisplayTable::maxDisplaysPerSender + 1; }, 5000))
+        << source.queryShots().size();
+    EXPECT_TRUE(isLive(source, QStringLiteral("Camera 1")));
+    const QString limited = QStringLiteral(
+        "TSL messages from 127.0.0.66 name more displays than there is room for; its oldest are forgotten");
+    int named = 0;
+    for (const QList<QVariant>& status : statuses) {
+        named += status.at(0).toString() == limited ? 1 : 0;
+    }
+    EXPECT_EQ(named, 1);
+}
+
+TEST(TslShotSourceTest, DatagramsForgedFromManyAddressesDoNotPushOutTheSwitchersDisplays)
+{
+    ManualClock clock;
+    TslShotSource source(listenOn(TslTallyEncoding::Version::v50, TslShotSource::Transport::udp), clock.function());
+    ASSERT_TRUE(source.start(nullptr));
+    sendDatagram(packet50(1, TslUmd50::Colour::red, QStringLiteral("Camera 1")), source.localPort());
+    ASSERT_TRUE(eventually([&] { return isLive(source, QStringLiteral("Camera 1")); }, 5000));
+    // A tenth of a second later, one datagram from each of more addresses
+    // than there are places for senders: the switcher is now the one heard
+    // least recently.
+    clock.now += 100;
+    const int forgers = int(TslShotSource::maxSenders);
+    for (int forger = 1; forger <= forgers; ++forger) {
+        sendDatagramFrom(QHostAddress(QStringLiteral("127.0.1.%1").arg(forger)),
+            packet50(100 + forger, TslUmd50::Colour::off, QStringLiteral("Box")), source.localPort());
+    }
+    EXPECT_TRUE(eventually([&] { return source.queryShots().size() == forgers; }, 5000)) << source.queryShots().size();
+    EXPECT_TRUE(isLive(source, QStringLiteral("Camera 1")));
+    EXPECT_EQ(source.refusedCount(), 1);
+    // Once the senders have been quiet for the silence limit their places
+    // are free again.
+    clock.now += TslShotSource::silenceLimit.count();
+    sendDatagramFrom(stranger, packet50(9, TslUmd50::Colour::off, QStringLiteral("Nine")), source.localPort());
+    EXPECT_TRUE(eventually([&] { return hasShot(source, QStringLiteral("Nine")); }, 5000));
+}
