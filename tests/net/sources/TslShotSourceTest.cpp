@@ -705,7 +705,7 @@ TEST(TslShotSourceTest, DatagramsForgedFromManyAddressesDoNotPushOutTheSwitchers
     EXPECT_EQ(source.refusedCount(), 1);
     // Once the senders have been quiet for the silence limit their places
     // are free again.
-    clock.now += TslShotSource::silenceLimit.count();
+    clock.now += TslShotSource::defaultSilenceLimit.count();
     sendDatagramFrom(stranger, packet50(9, TslUmd50::Colour::off, QStringLiteral("Nine")), source.localPort());
     EXPECT_TRUE(eventually([&] { return hasShot(source, QStringLiteral("Nine")); }, 5000));
 }
