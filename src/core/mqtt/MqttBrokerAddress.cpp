@@ -1,6 +1,8 @@
 #include "mqtt/MqttBrokerAddress.h"
 
 #include "base/Problem.h"
+#include "model/LightCount.h"
+#include "mqtt/MqttTallyTopics.h"
 
 #include <QUrl>
 
@@ -14,12 +16,44 @@ std::optional<MqttBrokerAddress> refuse(const QString& text, const QString& why,
     return std::nullopt;
 }
 
-// A topic prefix may not hold an empty level, which would make the topics
-// differ from what the operator reads in it.
+// What a topic may hold at most, in UTF-8 bytes: its length goes in two.
+constexpr qsizetype topicLimit = 65535;
+
+// The prefix as the broker will see it, read after the percent-escapes are
+// decoded: %23 is as much a wildcard as #, and %00 would end the topic where
+// the library reads it as a C string. An empty level would make the topics
+// differ from what the operator reads in it; a leading $ names the broker's
+// own topics, which take no publishing.
 std::optional<QString> prefixProblem(const QString& prefix)
 {
+    if (prefix.contains(QLatin1Char('+')) || prefix.contains(QLatin1Char('#'))) {
+        return QStringLiteral("the topic prefix may not contain + or #");
+    }
+    if (prefix.contains(QChar(0))) {
+        return QStringLiteral("the topic prefix may not contain a NUL character (%00)");
+    }
+    if (prefix.startsWith(QLatin1Char('$'))) {
+        return QStringLiteral("the topic prefix may not start with $, which marks the broker's own topics");
+    }
     if (prefix.split(QLatin1Char('/')).contains(QString())) {
         return QStringLiteral("the topic prefix has an empty level (//)");
+    }
+    // The longest topic under the prefix is the last light's state word.
+    const qsizetype suffix = MqttTallyTopics::lightState(QString(), static_cast<int>(tallyLightCount)).toUtf8().size();
+    const qsizetype bytes = prefix.toUtf8().size();
+    if (bytes + suffix > topicLimit) {
+        return QStringLiteral("the topic prefix is %1 bytes long; it may be at most %2")
+            .arg(QString::number(bytes), QString::number(topicLimit - suffix));
+    }
+    return std::nullopt;
+}
+
+// The user name is no topic, so + and # are its own business; a NUL would
+// cut it short where the library reads it.
+std::optional<QString> userProblem(const QString& user)
+{
+    if (user.contains(QChar(0))) {
+        return QStringLiteral("the user name may not contain a NUL character (%00)");
     }
     return std::nullopt;
 }
@@ -38,7 +72,7 @@ std::optional<MqttBrokerAddress> MqttBrokerAddress::parse(const QString& text, Q
     }
     // Before the URL is read: '#' would end it, and what follows would be
     // taken for a fragment rather than seen as a wildcard in the prefix.
-    if (text.contains(QLatin1Char('#')) || text.contains(QLatin1Char('+'))) {
+    if (text.contains(QLatin1Char('#'))) {
         return refuse(text, QStringLiteral("the topic prefix may not contain + or #"), problem);
     }
     const QUrl url(text, QUrl::StrictMode);
@@ -57,7 +91,10 @@ std::optional<MqttBrokerAddress> MqttBrokerAddress::parse(const QString& text, Q
     }
     MqttBrokerAddress address;
     address.tls = url.scheme() == QLatin1String("mqtts");
-    address.user = url.userName();
+    address.user = url.userName(QUrl::FullyDecoded);
+    if (const std::optional<QString> bad = userProblem(address.user)) {
+        return refuse(text, *bad, problem);
+    }
     address.host = url.host();
     const int port = url.port(address.tls ? tlsPort : plainPort);
     if (port <= 0) {
