@@ -1,6 +1,7 @@
 #include "launch/RunBuilder.h"
 
 #include "base/Problem.h"
+#include "base/StandardOutput.h"
 #include "model/LightCount.h"
 #include "mqtt/MqttTallyTopics.h"
 #include "outputs/MosquittoClient.h"
@@ -71,6 +72,34 @@ std::optional<QString> firstLineOf(const QString& path, QString* problem)
         line.chop(1);
     }
     return QString::fromUtf8(line);
+}
+
+// Whether a password file is said to be readable by others when it is read.
+enum class SharedFileWarning { quiet, said };
+
+// The broker's password from its file: an empty one is a mistake (the
+// login would go without one and be refused for a reason the operator
+// cannot see). A file others may read is used, but said, as ssh says of a
+// key: the password is as safe as the file.
+std::optional<QString> mqttPasswordFrom(const QString& path, SharedFileWarning warning, QString* problem)
+{
+    const std::optional<QString> password = firstLineOf(path, problem);
+    if (!password) {
+        return std::nullopt;
+    }
+    if (password->isEmpty()) {
+        reportProblem(problem,
+            QStringLiteral("the MQTT password file '%1' is empty; write the password on its first line").arg(path));
+        return std::nullopt;
+    }
+    const QFileDevice::Permissions readableByOthers = QFileDevice::ReadGroup | QFileDevice::ReadOther;
+    if (warning == SharedFileWarning::said && (QFile::permissions(path) & readableByOthers)) {
+        printErrorLine(
+            QStringLiteral("warning: the MQTT password file '%1' is readable by others; keep it to yourself: "
+                           "chmod 600 %1")
+                .arg(path));
+    }
+    return password;
 }
 
 } // namespace
@@ -218,9 +247,10 @@ struct MqttSettings {
     QString password;
 };
 
-// Nothing, with the problem, when an address is bad or the password or CA
-// file cannot be read.
-std::optional<MqttSettings> mqttSettings(const RunOptions& options, QString* problem)
+// Nothing, with the problem, when an address is bad, the password or CA
+// file cannot be read or the password file is empty. warning: whether a
+// password file others can read is said (once, when the outputs start).
+std::optional<MqttSettings> mqttSettings(const RunOptions& options, SharedFileWarning warning, QString* problem)
 {
     MqttSettings settings;
     bool anyUser = false;
@@ -236,7 +266,7 @@ std::optional<MqttSettings> mqttSettings(const RunOptions& options, QString* pro
         return settings;
     }
     if (!options.mqttPasswordFile.isEmpty()) {
-        const std::optional<QString> fromFile = firstLineOf(options.mqttPasswordFile, problem);
+        const std::optional<QString> fromFile = mqttPasswordFrom(options.mqttPasswordFile, warning, problem);
         if (!fromFile) {
             return std::nullopt;
         }
@@ -298,7 +328,7 @@ std::vector<std::unique_ptr<MqttPublisher>> mqttPublishersFor(const MqttSettings
 
 bool checkOutputs(const RunOptions& options, QString* problem)
 {
-    return tslDestinations(options, problem) && mqttSettings(options, problem);
+    return tslDestinations(options, problem) && mqttSettings(options, SharedFileWarning::quiet, problem);
 }
 
 std::unique_ptr<TslSender> makeTslSender(const RunOptions& options, QString* problem)
@@ -309,7 +339,7 @@ std::unique_ptr<TslSender> makeTslSender(const RunOptions& options, QString* pro
 
 std::vector<std::unique_ptr<MqttPublisher>> makeMqttPublishers(const RunOptions& options, QString* problem)
 {
-    const std::optional<MqttSettings> shared = mqttSettings(options, problem);
+    const std::optional<MqttSettings> shared = mqttSettings(options, SharedFileWarning::said, problem);
     if (!shared) {
         return {};
     }
@@ -356,7 +386,8 @@ std::optional<StartedOutputs> startOutputs(const RunOptions& options, QString* p
     // Every check first (each file read once), so that a bad choice starts
     // nothing at all.
     const std::optional<QList<TslDestination>> destinations = tslDestinations(options, problem);
-    const std::optional<MqttSettings> mqtt = destinations ? mqttSettings(options, problem) : std::nullopt;
+    const std::optional<MqttSettings> mqtt
+        = destinations ? mqttSettings(options, SharedFileWarning::said, problem) : std::nullopt;
     if (!mqtt) {
         return std::nullopt;
     }

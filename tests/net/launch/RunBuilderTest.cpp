@@ -368,3 +368,82 @@ TEST(RunBuilderTest, ABadMqttBrokerOrAnUnreadableMqttFileIsAUsageProblem)
     EXPECT_FALSE(startOutputs(noCaFile, &problem).has_value());
     EXPECT_EQ(problem, QStringLiteral("cannot read the MQTT CA file '/nonexistent/ca.pem'"));
 }
+
+namespace {
+
+// A password file holding text, with the permissions given.
+QString passwordFile(const QTemporaryDir& directory, const QByteArray& text, QFileDevice::Permissions permissions)
+{
+    const QString path = directory.filePath(QStringLiteral("mqtt-password"));
+    QFile file(path);
+    EXPECT_TRUE(file.open(QIODevice::WriteOnly | QIODevice::Truncate));
+    file.write(text);
+    file.close();
+    EXPECT_TRUE(QFile::setPermissions(path, permissions));
+    return path;
+}
+
+RunOptions withPasswordFile(const QString& path)
+{
+    RunOptions options;
+    options.mqttBrokers = { QStringLiteral("mqtt://tally@127.0.0.1:1") };
+    options.mqttPasswordFile = path;
+    return options;
+}
+
+constexpr QFileDevice::Permissions ownerOnly = QFileDevice::ReadOwner | QFileDevice::WriteOwner;
+
+} // namespace
+
+TEST(RunBuilderTest, AnEmptyMqttPasswordFileIsAUsageProblem)
+{
+    QTemporaryDir directory;
+    ASSERT_TRUE(directory.isValid());
+    for (const QByteArray& text : { QByteArray(), QByteArray("\n"), QByteArray("\r\nsecret\n") }) {
+        const RunOptions options = withPasswordFile(passwordFile(directory, text, ownerOnly));
+        QString problem;
+        EXPECT_FALSE(checkOutputs(options, &problem)) << text.toStdString();
+        EXPECT_EQ(problem,
+            QStringLiteral("the MQTT password file '%1' is empty; write the password on its first line")
+                .arg(options.mqttPasswordFile));
+        problem.clear();
+        EXPECT_FALSE(startOutputs(options, &problem).has_value());
+        EXPECT_TRUE(problem.contains(QStringLiteral("is empty"))) << problem.toStdString();
+    }
+}
+
+TEST(RunBuilderTest, AnMqttPasswordFileOthersCanReadIsUsedWithAWarning)
+{
+    QTemporaryDir directory;
+    ASSERT_TRUE(directory.isValid());
+    const RunOptions options = withPasswordFile(
+        passwordFile(directory, "secret\n", ownerOnly | QFileDevice::ReadGroup | QFileDevice::ReadOther));
+    QString problem;
+    testing::internal::CaptureStderr();
+    const bool checked = checkOutputs(options, &problem);
+    const std::string saidOnChecking = testing::internal::GetCapturedStderr();
+    EXPECT_TRUE(checked) << problem.toStdString();
+    // Checked first and started next: said once, when it is used.
+    EXPECT_EQ(saidOnChecking, std::string());
+    testing::internal::CaptureStderr();
+    const std::vector<std::unique_ptr<MqttPublisher>> publishers = makeMqttPublishers(options, &problem);
+    const QString said = QString::fromStdString(testing::internal::GetCapturedStderr());
+    EXPECT_EQ(publishers.size(), 1u) << problem.toStdString();
+    EXPECT_TRUE(said.contains(QStringLiteral("warning: the MQTT password file '%1' is readable by others; keep it to "
+                                             "yourself: chmod 600 %1")
+                                  .arg(options.mqttPasswordFile)))
+        << said.toStdString();
+}
+
+TEST(RunBuilderTest, AnMqttPasswordFileOnlyItsOwnerCanReadIsUsedWithoutAWord)
+{
+    QTemporaryDir directory;
+    ASSERT_TRUE(directory.isValid());
+    const RunOptions options = withPasswordFile(passwordFile(directory, "secret\n", ownerOnly));
+    QString problem;
+    testing::internal::CaptureStderr();
+    const std::vector<std::unique_ptr<MqttPublisher>> publishers = makeMqttPublishers(options, &problem);
+    const QString said = QString::fromStdString(testing::internal::GetCapturedStderr());
+    EXPECT_EQ(publishers.size(), 1u) << problem.toStdString();
+    EXPECT_FALSE(said.contains(QStringLiteral("readable by others"))) << said.toStdString();
+}
