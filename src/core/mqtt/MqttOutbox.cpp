@@ -17,12 +17,23 @@ QList<MqttMessage> MqttOutbox::takePending()
     // before its JSON and the whole picture last, whatever changed first.
     QList<MqttMessage> messages;
     for (const QString& topic : std::as_const(m_order)) {
-        if (m_pending.contains(topic)) {
+        if (m_pending.contains(topic) && !m_inFlight.contains(topic)) {
             messages.append(m_latest.value(topic));
+            m_pending.removeOne(topic);
+            m_inFlight.insert(topic);
         }
     }
-    m_pending.clear();
     return messages;
+}
+
+void MqttOutbox::settle(const QString& topic)
+{
+    m_inFlight.remove(topic);
+}
+
+void MqttOutbox::settleAll()
+{
+    m_inFlight.clear();
 }
 
 void MqttOutbox::markAllPending()

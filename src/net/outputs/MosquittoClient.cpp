@@ -9,6 +9,7 @@
 #include <condition_variable>
 #include <cstring>
 #include <functional>
+#include <map>
 #include <mosquitto.h>
 #include <mqtt_protocol.h>
 #include <mutex>
@@ -106,6 +107,11 @@ struct MosquittoClient::Shared {
     // The goodbye messages the broker has not acknowledged yet, under the
     // mutex.
     std::set<int> unacknowledged;
+    // The topic of each message of this connection that the broker has not
+    // acknowledged yet, by its number, under the mutex. Forgotten with each
+    // new connection: what the library sends again of the last one is not
+    // what the publisher waits for.
+    std::map<int, QString> awaitedTopics;
 
     // Written on the connection's thread only, by the library's callbacks.
     QString refusal;
@@ -181,8 +187,18 @@ void MosquittoClient::onConnect(mosquitto* /*handle*/, void* userData, int code)
 void MosquittoClient::onPublish(mosquitto* /*handle*/, void* userData, int messageId)
 {
     Shared* shared = static_cast<Shared*>(userData);
-    const std::lock_guard lock(shared->mutex);
-    shared->unacknowledged.erase(messageId);
+    QString topic;
+    {
+        const std::lock_guard lock(shared->mutex);
+        shared->unacknowledged.erase(messageId);
+        const auto awaited = shared->awaitedTopics.find(messageId);
+        if (awaited == shared->awaitedTopics.end()) {
+            return;
+        }
+        topic = awaited->second;
+        shared->awaitedTopics.erase(awaited);
+    }
+    shared->post([topic](MosquittoClient& client) { Q_EMIT client.acknowledged(topic); });
 }
 
 void MosquittoClient::onLog(mosquitto* /*handle*/, void* userData, int level, const char* text)
@@ -269,7 +285,15 @@ void MosquittoClient::connectToBroker()
 
 bool MosquittoClient::publish(const MqttMessage& message)
 {
-    return send(message, nullptr);
+    // Under the mutex: the acknowledgement may come before the number is
+    // noted otherwise.
+    const std::lock_guard lock(m_shared->mutex);
+    int messageId = 0;
+    if (!send(message, &messageId)) {
+        return false;
+    }
+    m_shared->awaitedTopics[messageId] = message.topic;
+    return true;
 }
 
 bool MosquittoClient::send(const MqttMessage& message, int* messageId)
@@ -387,6 +411,7 @@ void MosquittoClient::run(const std::shared_ptr<Shared>& shared)
             break;
         }
         shared->connectRequested = false;
+        shared->awaitedTopics.clear();
         lock.unlock();
         shared->refusal.clear();
         shared->lastLibraryError.clear();

@@ -22,6 +22,8 @@ public:
     virtual void connectToBroker() = 0;
     // Hands message over for sending while connected. False when it cannot
     // be (no connection): the caller keeps it for the next connection.
+    // acknowledged(topic) follows when the broker has taken it; the caller
+    // publishes at most one message per topic until then.
     virtual bool publish(const MqttMessage& message) = 0;
     // Ends the connection in order, the goodbye messages (if any) sent and
     // taken by the broker first: a broker sends the last will only for a
@@ -31,6 +33,9 @@ public:
 
 Q_SIGNALS:
     void connected();
+    // The broker took the message last published on topic in this
+    // connection.
+    void acknowledged(const QString& topic);
     // An attempt failed, or a connection was lost; reason in words.
     void disconnected(const QString& reason);
 };

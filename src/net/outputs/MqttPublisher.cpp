@@ -28,6 +28,10 @@ MqttPublisher::MqttPublisher(
     connect(&m_refreshTimer, &QTimer::timeout, this, &MqttPublisher::refresh);
     connect(m_client.get(), &MqttClient::connected, this, &MqttPublisher::onConnected);
     connect(m_client.get(), &MqttClient::disconnected, this, &MqttPublisher::onDisconnected);
+    connect(m_client.get(), &MqttClient::acknowledged, this, &MqttPublisher::onAcknowledged);
+    m_answerTimer.setSingleShot(true);
+    m_answerTimer.setInterval(m_settings.answerWait);
+    connect(&m_answerTimer, &QTimer::timeout, this, &MqttPublisher::onNoAnswer);
     m_condition = tr("MQTT %1: connecting").arg(m_settings.address.toString());
     attempt();
 }
@@ -63,16 +67,21 @@ void MqttPublisher::publish(const TallySnapshot& snapshot)
 
 void MqttPublisher::attempt()
 {
+    m_answerTimer.start();
     m_client->connectToBroker();
 }
 
 void MqttPublisher::onConnected()
 {
+    m_answerTimer.stop();
     m_connected = true;
     m_backoff.reset();
-    m_client->publish(statusMessage(MqttTallyTopics::online));
-    // Everything again: a broker that restarted may have lost what it kept.
+    // Everything again: a broker that restarted may have lost what it kept,
+    // and nothing of the last connection is waited for any more. Marked
+    // before online goes, whose acknowledgement may send them.
+    m_outbox.settleAll();
     m_outbox.markAllPending();
+    m_client->publish(statusMessage(MqttTallyTopics::online));
     flush();
     m_refreshTimer.start();
     setCondition(QString());
@@ -80,6 +89,7 @@ void MqttPublisher::onConnected()
 
 void MqttPublisher::onDisconnected(const QString& reason)
 {
+    m_answerTimer.stop();
     m_connected = false;
     m_refreshTimer.stop();
     const auto wait = m_backoff.next();
@@ -89,19 +99,44 @@ void MqttPublisher::onDisconnected(const QString& reason)
                      .arg(m_settings.address.toString(), reason, QString::number(seconds, 'g', 3)));
 }
 
+void MqttPublisher::onAcknowledged(const QString& topic)
+{
+    m_outbox.settle(topic);
+    if (m_connected) {
+        flush();
+    }
+}
+
+void MqttPublisher::onNoAnswer()
+{
+    setCondition(tr("MQTT %1: no answer from the broker within %2 s; still trying")
+                     .arg(m_settings.address.toString(),
+                         QString::number(std::chrono::duration<double>(m_settings.answerWait).count(), 'g', 3)));
+}
+
 void MqttPublisher::flush()
 {
-    const QList<MqttMessage> pending = m_outbox.takePending();
-    for (qsizetype index = 0; index < pending.size(); ++index) {
-        if (!m_client->publish(pending[index])) {
-            // The connection went while sending: what did not go waits for
-            // the next one, which sends everything again anyway.
-            for (qsizetype rest = index; rest < pending.size(); ++rest) {
-                m_outbox.put(pending[rest]);
+    // An acknowledgement that comes while sending frees its topic for the
+    // round that follows, not for a flush inside this one.
+    if (m_flushing) {
+        return;
+    }
+    m_flushing = true;
+    for (QList<MqttMessage> pending = m_outbox.takePending(); !pending.isEmpty(); pending = m_outbox.takePending()) {
+        for (qsizetype index = 0; index < pending.size(); ++index) {
+            if (!m_client->publish(pending[index])) {
+                // The connection went while sending: what did not go waits
+                // for the next one, which sends everything again anyway.
+                for (qsizetype rest = index; rest < pending.size(); ++rest) {
+                    m_outbox.settle(pending[rest].topic);
+                    m_outbox.put(pending[rest]);
+                }
+                m_flushing = false;
+                return;
             }
-            return;
         }
     }
+    m_flushing = false;
 }
 
 void MqttPublisher::refresh()

@@ -28,11 +28,16 @@
 //
 // The tick never waits on the broker: publish() hands the changed messages
 // to an outbox and, while connected, to the client, which only queues them.
-// While the broker is away the outbox keeps the latest message per topic,
-// and a new connection gets the whole retained state again (a restarted
-// broker may have lost it). A lost connection is tried again after a
-// back-off that grows to 30 seconds, and every change of condition is said
-// on standard error and through conditionChanged (the window's status line).
+// A topic's next message goes only once the broker has acknowledged the one
+// before: a broker that stalls with the connection still open is not sent
+// every cut meanwhile, to replay them all to the lamps when it wakes, and
+// the client's queue stays as short as the list of topics. While a message
+// is unacknowledged, or the broker is away, the outbox keeps the latest
+// message per topic, and a new connection gets the whole retained state
+// again (a restarted broker may have lost it). A lost connection is tried
+// again after a short back-off, and every change of condition is said on
+// standard error and through conditionChanged (the window's status line),
+// an attempt the broker does not answer within a few seconds too.
 class MqttPublisher : public QObject, public TallyOutput {
     Q_OBJECT
 
@@ -45,6 +50,9 @@ public:
         bool discovery = false;
         // How long the broker keeps the lights' state unless said again.
         std::chrono::seconds stateExpiry = MqttTallyState::defaultStateExpiry;
+        // How long an attempt may go unanswered before it is said; the
+        // attempt goes on.
+        std::chrono::milliseconds answerWait = std::chrono::seconds(3);
     };
     using Clock = std::function<QDateTime()>;
 
@@ -73,6 +81,8 @@ Q_SIGNALS:
 private:
     void onConnected();
     void onDisconnected(const QString& reason);
+    void onAcknowledged(const QString& topic);
+    void onNoAnswer();
     void attempt();
     void flush();
     // Says the lights' state again before it expires at the broker.
@@ -88,6 +98,8 @@ private:
     MqttOutbox m_outbox;
     QTimer m_retryTimer;
     QTimer m_refreshTimer;
+    QTimer m_answerTimer;
     bool m_connected = false;
+    bool m_flushing = false;
     QString m_condition;
 };

@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+
 using namespace std::chrono_literals;
 
 TEST(MqttBackoffTest, TheWaitDoublesUpToTheCeilingAndStartsAgainAfterASuccess)
@@ -23,4 +25,15 @@ TEST(MqttBackoffTest, ACeilingBelowTheFirstWaitIsTheFirstWait)
     MqttBackoff backoff(5s, 1s);
     EXPECT_EQ(backoff.next(), 5s);
     EXPECT_EQ(backoff.next(), 5s);
+}
+
+TEST(MqttBackoffTest, ABrokerAwayLongIsTriedAgainAtLeastEveryTwoSeconds)
+{
+    MqttBackoff backoff;
+    std::chrono::milliseconds longest {};
+    for (int attempt = 0; attempt < 100; ++attempt) {
+        longest = std::max(longest, backoff.next());
+    }
+    EXPECT_LT(longest, 2s);
+    EXPECT_GT(longest, 0ms);
 }

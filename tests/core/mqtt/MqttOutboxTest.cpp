@@ -34,6 +34,7 @@ TEST(MqttOutboxTest, PendingMessagesGoInTheOrderTheirTopicsFirstCame)
     outbox.put(message("a", "1"));
     outbox.put(message("b", "1"));
     outbox.takePending();
+    outbox.settleAll();
     outbox.put(message("b", "2"));
     outbox.put(message("a", "2"));
     const QList<MqttMessage> pending = outbox.takePending();
@@ -49,6 +50,7 @@ TEST(MqttOutboxTest, ANewConnectionGetsEveryRetainedMessageAgainButNoPassingOne)
     outbox.put(message("event", "x", false));
     outbox.put(message("b", "2"));
     outbox.takePending();
+    outbox.settleAll();
     outbox.markAllPending();
     const QList<MqttMessage> again = outbox.takePending();
     ASSERT_EQ(again.size(), 2);
@@ -63,6 +65,7 @@ TEST(MqttOutboxTest, ARefreshMarksTheExpiringMessagesAgainAndLeavesTheLastingOne
     outbox.put({ QStringLiteral("p/light/1/state"), "live", true, 15s });
     outbox.put({ QStringLiteral("p/lights"), "{}", true, 15s });
     outbox.takePending();
+    outbox.settleAll();
     outbox.markExpiringPending();
     const QList<MqttMessage> again = outbox.takePending();
     ASSERT_EQ(again.size(), 2);
@@ -72,4 +75,37 @@ TEST(MqttOutboxTest, ARefreshMarksTheExpiringMessagesAgainAndLeavesTheLastingOne
     outbox.put({ QStringLiteral("p/lights"), "{\"new\":1}", true, 15s });
     outbox.markExpiringPending();
     EXPECT_EQ(outbox.pendingCount(), 2);
+}
+
+TEST(MqttOutboxTest, WhileATopicsMessageIsInFlightOnlyItsLatestWaitsAndTheOtherTopicsGo)
+{
+    MqttOutbox outbox;
+    outbox.put(message("p/light/1/state", "live"));
+    outbox.put(message("p/light/2/state", "off"));
+    ASSERT_EQ(outbox.takePending().size(), 2);
+    EXPECT_TRUE(outbox.isInFlight(QStringLiteral("p/light/1/state")));
+    outbox.settle(QStringLiteral("p/light/2/state"));
+    for (int cut = 0; cut < 20; ++cut) {
+        outbox.put(message("p/light/1/state", cut % 2 ? "live" : "preview"));
+        outbox.put(message("p/light/2/state", cut % 2 ? "preview" : "live"));
+    }
+    // Light 2's broker took its last one: its latest goes. Light 1's waits.
+    EXPECT_EQ(outbox.takePending(), QList<MqttMessage> { message("p/light/2/state", "preview") });
+    EXPECT_TRUE(outbox.takePending().isEmpty());
+    EXPECT_EQ(outbox.pendingCount(), 1);
+    outbox.settle(QStringLiteral("p/light/1/state"));
+    EXPECT_EQ(outbox.takePending(), QList<MqttMessage> { message("p/light/1/state", "live") });
+    EXPECT_TRUE(outbox.takePending().isEmpty());
+}
+
+TEST(MqttOutboxTest, ANewConnectionForgetsWhatWasInFlight)
+{
+    MqttOutbox outbox;
+    outbox.put(message("a", "1"));
+    outbox.takePending();
+    outbox.put(message("a", "2"));
+    EXPECT_TRUE(outbox.takePending().isEmpty());
+    outbox.settleAll();
+    outbox.markAllPending();
+    EXPECT_EQ(outbox.takePending(), QList<MqttMessage> { message("a", "2") });
 }

@@ -40,7 +40,8 @@ class MqttPublisherTest : public testing::Test {
 protected:
     // A publisher whose retries come after 10 ms, 20 ms, ... instead of
     // seconds.
-    void make(bool discovery = false, std::chrono::seconds stateExpiry = MqttTallyState::defaultStateExpiry)
+    void make(bool discovery = false, std::chrono::seconds stateExpiry = MqttTallyState::defaultStateExpiry,
+        std::chrono::milliseconds answerWait = 3s)
     {
         MqttPublisher::Settings settings;
         QString problem;
@@ -48,6 +49,7 @@ protected:
         settings.instance = QStringLiteral("desk");
         settings.discovery = discovery;
         settings.stateExpiry = stateExpiry;
+        settings.answerWait = answerWait;
         auto client = std::make_unique<FakeMqttClient>(record);
         fake = client.get();
         publisher = std::make_unique<MqttPublisher>(settings, std::move(client), MqttBackoff(10ms, 40ms),
@@ -208,4 +210,80 @@ TEST_F(MqttPublisherTest, OneThatNeverConnectedLeavesTheStatusAlone)
     publisher.reset();
     EXPECT_TRUE(record.closed);
     EXPECT_TRUE(record.lastMessages.isEmpty());
+}
+
+TEST_F(MqttPublisherTest, WhileTheBrokerDoesNotAcknowledgeOnlyTheLatestStatePerTopicWaits)
+{
+    make();
+    record.acknowledgesAtOnce = false;
+    fake->accept();
+    publisher->publish(snapshot(TallyMode::live));
+    ASSERT_EQ(payloadsOn(record, "studio/light/1/state"), QList<QByteArray> { "live" });
+    // The broker stalls: twenty cuts, none of them handed to the client.
+    for (int cut = 0; cut < 20; ++cut) {
+        publisher->publish(snapshot(cut % 2 ? TallyMode::preview : TallyMode::off));
+    }
+    EXPECT_EQ(payloadsOn(record, "studio/light/1/state"), QList<QByteArray> { "live" });
+    EXPECT_EQ(payloadsOn(record, "studio/lights").size(), 1);
+    // It wakes and takes what it had: the state of now follows, once.
+    fake->acknowledgeAll();
+    EXPECT_EQ(payloadsOn(record, "studio/light/1/state"), (QList<QByteArray> { "live", "preview" }));
+    EXPECT_EQ(payloadsOn(record, "studio/lights").size(), 2);
+    fake->acknowledgeAll();
+    EXPECT_EQ(payloadsOn(record, "studio/light/1/state"), (QList<QByteArray> { "live", "preview" }));
+    EXPECT_TRUE(record.unacknowledged.isEmpty());
+}
+
+TEST_F(MqttPublisherTest, EachTopicHasAtMostOneMessageUnacknowledged)
+{
+    make();
+    record.acknowledgesAtOnce = false;
+    fake->accept();
+    for (int cut = 0; cut < 50; ++cut) {
+        publisher->publish(snapshot(cut % 2 ? TallyMode::preview : TallyMode::live));
+        if (cut % 7 == 0) {
+            fake->acknowledgeAll();
+        }
+        QList<QString> topics = record.unacknowledged;
+        std::sort(topics.begin(), topics.end());
+        EXPECT_EQ(std::adjacent_find(topics.cbegin(), topics.cend()), topics.cend()) << "after cut " << cut;
+    }
+}
+
+TEST_F(MqttPublisherTest, AfterTheStalledConnectionIsLostEachLampGetsOnlyTheCurrentState)
+{
+    make();
+    record.acknowledgesAtOnce = false;
+    fake->accept();
+    publisher->publish(snapshot(TallyMode::live));
+    for (int cut = 0; cut < 20; ++cut) {
+        publisher->publish(snapshot(cut % 2 ? TallyMode::live : TallyMode::preview));
+    }
+    fake->fail(QStringLiteral("the broker stopped answering"));
+    record.published.clear();
+    fake->accept();
+    EXPECT_EQ(payloadsOn(record, "studio/light/1/state"), QList<QByteArray> { "live" });
+    EXPECT_EQ(payloadsOn(record, "studio/light/2/state"), QList<QByteArray> { "off" });
+    EXPECT_EQ(payloadsOn(record, "studio/lights").size(), 1);
+}
+
+TEST_F(MqttPublisherTest, AnAttemptTheBrokerDoesNotAnswerIsSaidAndGoesOn)
+{
+    make(false, MqttTallyState::defaultStateExpiry, 50ms);
+    QSignalSpy said(publisher.get(), &MqttPublisher::conditionChanged);
+    ASSERT_TRUE(eventually([&] { return !said.isEmpty(); }, 2000));
+    EXPECT_EQ(publisher->condition(),
+        QStringLiteral("MQTT mqtt://broker:1883/studio: no answer from the broker within 0.05 s; still trying"));
+    EXPECT_EQ(record.attempts, 1);
+    fake->accept();
+    EXPECT_TRUE(publisher->condition().isEmpty());
+}
+
+TEST_F(MqttPublisherTest, AnAttemptAnsweredInTimeSaysNothingOfWaiting)
+{
+    make(false, MqttTallyState::defaultStateExpiry, 50ms);
+    fake->accept();
+    QSignalSpy said(publisher.get(), &MqttPublisher::conditionChanged);
+    EXPECT_FALSE(eventually([&] { return !said.isEmpty(); }, 200));
+    EXPECT_TRUE(publisher->condition().isEmpty());
 }
