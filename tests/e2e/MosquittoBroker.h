@@ -15,6 +15,7 @@
 #include <QTcpSocket>
 #include <QTemporaryDir>
 
+#include <csignal>
 #include <pwd.h>
 #include <unistd.h>
 
@@ -101,6 +102,12 @@ public:
         }
     }
 
+    // Stopped where it is (SIGSTOP), as a broker that hangs: its
+    // connections stay open and nothing it is sent is read or answered.
+    bool freeze() { return signal(SIGSTOP); }
+    // Going on from where freeze left it (SIGCONT).
+    bool thaw() { return signal(SIGCONT); }
+
     bool restart()
     {
         stop();
@@ -117,6 +124,12 @@ public:
     }
 
 private:
+    bool signal(int signalNumber)
+    {
+        return m_process.state() == QProcess::Running
+            && ::kill(static_cast<pid_t>(m_process.processId()), signalNumber) == 0;
+    }
+
     QString logPath() const { return m_folder.filePath(QStringLiteral("mosquitto.log")); }
 
     static QString program()

@@ -15,6 +15,8 @@
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
+#include <QTcpServer>
+#include <QTest>
 
 #include <gtest/gtest.h>
 
@@ -260,6 +262,64 @@ TEST_F(MqttWatchProcessTest, ABrokerThatDiesAndComesBackGetsTheWholeStateAgainWh
     })) << subscriber.everything().toStdString()
         << errors.toStdString();
     EXPECT_TRUE(said(QStringLiteral("connected, topics under studio/")));
+}
+
+TEST_F(MqttWatchProcessTest, ABrokerThatHangsIsNotSentEveryCutItMissedWhenItWakes)
+{
+    ASSERT_TRUE(mosquitto.start()) << mosquitto.output().toStdString();
+    ASSERT_TRUE(standin.start());
+    // The state is not said again during the test: each message seen is a
+    // cut's.
+    start({ QStringLiteral("--mqtt"), broker() },
+        { { QStringLiteral("MIXDESK_TALLY_MQTT_STATE_EXPIRY"), QStringLiteral("600") } });
+    ASSERT_TRUE(stateAtBroker()) << errors.toStdString();
+    ASSERT_TRUE(subscriber.start(mosquitto.port(), QStringLiteral("studio/light/1/state")));
+    ASSERT_TRUE(eventually([&] { return subscriber.saw(QStringLiteral("1 studio/light/1/state live")); }))
+        << subscriber.everything().toStdString();
+    subscriber.clear();
+
+    // Ten cuts while the broker hangs with the connection open, each seen
+    // by the box: light 1 goes preview, live, ... and ends live.
+    ASSERT_TRUE(mosquitto.freeze());
+    const int cuts = 10;
+    for (int cut = 0; cut < cuts; ++cut) {
+        const qsizetype before = capture.ticks().size();
+        standin.send("cut\n");
+        ASSERT_TRUE(eventually([&] { return capture.ticks().size() > before; })) << "cut " << cut;
+        QTest::qWait(100);
+    }
+    ASSERT_TRUE(mosquitto.thaw());
+
+    // The broker wakes to at most the one message that was on its way when
+    // it hung, then the state of now; not the ten it missed.
+    ASSERT_TRUE(eventually([&] { return subscriber.saw(QStringLiteral("0 studio/light/1/state live")); }))
+        << subscriber.everything().toStdString() << errors.toStdString();
+    QTest::qWait(1000);
+    const QStringList lines = subscriber.lines();
+    EXPECT_LE(lines.size(), 2) << subscriber.everything().toStdString();
+    ASSERT_FALSE(lines.isEmpty());
+    EXPECT_EQ(lines.last(), QStringLiteral("0 studio/light/1/state live")) << subscriber.everything().toStdString();
+}
+
+TEST_F(MqttWatchProcessTest, ABrokerThatNeverAnswersIsSaidWithinSecondsAndDoesNotHoldUpQuitting)
+{
+    // Takes the connection and never says a word, like a broker that hung.
+    QTcpServer silent;
+    ASSERT_TRUE(silent.listen(QHostAddress::LocalHost));
+    ASSERT_TRUE(standin.start());
+    QElapsedTimer since;
+    since.start();
+    start({ QStringLiteral("--mqtt"), QStringLiteral("mqtt://127.0.0.1:%1/studio").arg(silent.serverPort()) });
+    ASSERT_TRUE(
+        eventually([&] { return said(QStringLiteral("no answer from the broker within 3 s; still trying")); }, 5000))
+        << errors.toStdString();
+    EXPECT_LT(since.elapsed(), 5000);
+
+    since.restart();
+    ASSERT_EQ(::kill(static_cast<pid_t>(watch.processId()), SIGTERM), 0);
+    ASSERT_TRUE(watch.waitForFinished(5000));
+    const qint64 quitting = since.elapsed();
+    EXPECT_LT(quitting, 1500) << "quitting took " << quitting << " ms";
 }
 
 TEST_F(MqttWatchProcessTest, ALoginWithAPasswordFromAFileOrTheEnvironmentAndARefusedOneIsSaid)
