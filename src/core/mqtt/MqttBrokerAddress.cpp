@@ -10,9 +10,17 @@ namespace {
 
 const QString expected = QStringLiteral("expected mqtt://[USER@]HOST[:PORT][/PREFIX] or mqtts://...");
 
+// The address as quoted in a refusal: a long one is cut in the middle, so
+// that the reason stays on the operator's screen.
+QString quoted(const QString& text)
+{
+    constexpr qsizetype longest = 120;
+    return text.size() <= longest ? text : text.left(longest / 2) + QStringLiteral("…") + text.right(longest / 2);
+}
+
 std::optional<MqttBrokerAddress> refuse(const QString& text, const QString& why, QString* problem)
 {
-    reportProblem(problem, QStringLiteral("bad MQTT broker '%1': %2").arg(text, why));
+    reportProblem(problem, QStringLiteral("bad MQTT broker '%1': %2").arg(quoted(text), why));
     return std::nullopt;
 }
 
