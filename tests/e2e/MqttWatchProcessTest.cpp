@@ -301,6 +301,31 @@ TEST_F(MqttWatchProcessTest, ABrokerThatHangsIsNotSentEveryCutItMissedWhenItWake
     EXPECT_EQ(lines.last(), QStringLiteral("0 studio/light/1/state live")) << subscriber.everything().toStdString();
 }
 
+TEST_F(MqttWatchProcessTest, ABrokerAwayLongGetsTheStateWithinTwoSecondsOfComingBack)
+{
+    ASSERT_TRUE(mosquitto.start()) << mosquitto.output().toStdString();
+    ASSERT_TRUE(standin.start());
+    start({ QStringLiteral("--mqtt"), broker() });
+    ASSERT_TRUE(stateAtBroker()) << errors.toStdString();
+
+    // Long enough for several failed attempts, each waited for longer.
+    mosquitto.stop();
+    QTest::qWait(8000);
+    ASSERT_TRUE(mosquitto.restart()) << mosquitto.output().toStdString();
+    QElapsedTimer since;
+    since.start();
+    ASSERT_TRUE(subscriber.start(mosquitto.port(), QStringLiteral("studio/light/1/state")));
+    // Retained (1) when the state came before the subscription, else not.
+    ASSERT_TRUE(eventually(
+        [&] {
+            return subscriber.saw(QStringLiteral("1 studio/light/1/state live"))
+                || subscriber.saw(QStringLiteral("0 studio/light/1/state live"));
+        },
+        5000))
+        << subscriber.everything().toStdString() << errors.toStdString();
+    EXPECT_LT(since.elapsed(), 2000) << errors.toStdString();
+}
+
 TEST_F(MqttWatchProcessTest, ABrokerThatNeverAnswersIsSaidWithinSecondsAndDoesNotHoldUpQuitting)
 {
     // Takes the connection and never says a word, like a broker that hung.
