@@ -66,6 +66,18 @@ protected:
     int undecodable = 0;
 };
 
+// Camera 1 red on display 1, as a TSL 5.0 switcher says it.
+QByteArray cameraOneLive50()
+{
+    TslUmd50::Display display;
+    display.index = 1;
+    display.leftTally = TslUmd50::Colour::red;
+    display.text = QStringLiteral("Camera 1");
+    TslUmd50::Packet packet;
+    packet.displays.append(display);
+    return TslUmd50::encode(packet);
+}
+
 } // namespace
 
 TEST_F(TslWatchProcessTest, WatchSendsTheLightsAsTslFiveAndFollowsACut)
@@ -289,16 +301,11 @@ TEST_F(TslWatchProcessTest, WatchJsonNamesTheTslSourceInItsRunningEvents)
     ASSERT_NE(port, 0);
     start({ QStringLiteral("--json"), QStringLiteral("--source"), QStringLiteral("tsl5://127.0.0.1:%1").arg(port),
         mapPath });
-    TslUmd50::Display display;
-    display.index = 1;
-    display.leftTally = TslUmd50::Colour::red;
-    display.text = QStringLiteral("Camera 1");
-    TslUmd50::Packet packet;
-    packet.displays.append(display);
+    const QByteArray cameraOneLive = cameraOneLive50();
     QUdpSocket sender;
     QByteArray printed;
     EXPECT_TRUE(eventually([&] {
-        sender.writeDatagram(TslUmd50::encode(packet), QHostAddress::LocalHost, port);
+        sender.writeDatagram(cameraOneLive, QHostAddress::LocalHost, port);
         printed += watch.readAllStandardOutput();
         return printed.contains("{\"event\":\"tsl\",\"running\":true,");
     })) << printed.toStdString();
@@ -313,17 +320,12 @@ TEST_F(TslWatchProcessTest, WithTimestampsEveryLineOnEitherStreamIsStamped)
     // three parts of the program, on both streams.
     start({ QStringLiteral("--timestamps"), QStringLiteral("--source"), QStringLiteral("tsl5://127.0.0.1:%1").arg(port),
         QStringLiteral("--web"), QStringLiteral("127.0.0.1:%1").arg(freePort()), mapPath });
-    TslUmd50::Display display;
-    display.index = 1;
-    display.leftTally = TslUmd50::Colour::red;
-    display.text = QStringLiteral("Camera 1");
-    TslUmd50::Packet packet;
-    packet.displays.append(display);
+    const QByteArray cameraOneLive = cameraOneLive50();
     QUdpSocket sender;
     QByteArray printed;
     QByteArray errors;
     EXPECT_TRUE(eventually([&] {
-        sender.writeDatagram(TslUmd50::encode(packet), QHostAddress::LocalHost, port);
+        sender.writeDatagram(cameraOneLive, QHostAddress::LocalHost, port);
         printed += watch.readAllStandardOutput();
         errors += watch.readAllStandardError();
         return printed.contains(" Light 1: live\n") && printed.contains(" TSL messages from 127.0.0.1\n");
