@@ -66,15 +66,18 @@ protected:
     int undecodable = 0;
 };
 
-// Camera 1 red on display 1, as a TSL 5.0 switcher says it.
-QByteArray cameraOneLive50()
+// Camera 1 and Camera 2 on displays 1 and 2, as a TSL 5.0 switcher says them.
+QByteArray switcherPacket(TslUmd50::Colour camera1, TslUmd50::Colour camera2)
 {
-    TslUmd50::Display display;
-    display.index = 1;
-    display.leftTally = TslUmd50::Colour::red;
-    display.text = QStringLiteral("Camera 1");
     TslUmd50::Packet packet;
-    packet.displays.append(display);
+    for (const auto& [index, colour, name] :
+        { std::tuple { 1, camera1, "Camera 1" }, std::tuple { 2, camera2, "Camera 2" } }) {
+        TslUmd50::Display display;
+        display.index = index;
+        display.leftTally = colour;
+        display.text = QString::fromLatin1(name);
+        packet.displays.append(display);
+    }
     return TslUmd50::encode(packet);
 }
 
@@ -103,21 +106,13 @@ TEST_F(TslWatchProcessTest, WatchFollowsASwitcherSpeakingTslFive)
     const quint16 port = freeUdpPort();
     ASSERT_NE(port, 0);
     start({ QStringLiteral("--source"), QStringLiteral("tsl5://127.0.0.1:%1").arg(port), mapPath });
-    TslUmd50::Packet packet;
-    for (const auto& [index, colour, name] : { std::tuple { 1, TslUmd50::Colour::green, "Camera 1" },
-             std::tuple { 2, TslUmd50::Colour::red, "Camera 2" } }) {
-        TslUmd50::Display display;
-        display.index = index;
-        display.leftTally = colour;
-        display.text = QString::fromLatin1(name);
-        packet.displays.append(display);
-    }
+    const QByteArray cut = switcherPacket(TslUmd50::Colour::green, TslUmd50::Colour::red);
     QUdpSocket sender;
     QByteArray printed;
     // Sent again and again, as a switcher does, until watch has started
     // listening and shows it.
     EXPECT_TRUE(eventually([&] {
-        sender.writeDatagram(TslUmd50::encode(packet), QHostAddress::LocalHost, port);
+        sender.writeDatagram(cut, QHostAddress::LocalHost, port);
         printed += watch.readAllStandardOutput();
         return printed.contains("Light 1: preview\n") && printed.contains("Light 2: live\n")
             && printed.contains("Light 3: live\n");
@@ -179,24 +174,6 @@ TEST_F(TslWatchProcessTest, ATslSourcePortInUseIsAnErrorNotACrash)
     const QByteArray errors = watch.readAllStandardError();
     EXPECT_TRUE(errors.contains("cannot listen for TSL UMD 5.0 on UDP 127.0.0.1 port")) << errors.toStdString();
 }
-
-namespace {
-
-QByteArray switcherPacket(TslUmd50::Colour camera1, TslUmd50::Colour camera2)
-{
-    TslUmd50::Packet packet;
-    for (const auto& [index, colour, name] :
-        { std::tuple { 1, camera1, "Camera 1" }, std::tuple { 2, camera2, "Camera 2" } }) {
-        TslUmd50::Display display;
-        display.index = index;
-        display.leftTally = colour;
-        display.text = QString::fromLatin1(name);
-        packet.displays.append(display);
-    }
-    return TslUmd50::encode(packet);
-}
-
-} // namespace
 
 TEST_F(TslWatchProcessTest, WithTslAllowASpoofedSenderIsNamedAndIgnored)
 {
@@ -301,7 +278,7 @@ TEST_F(TslWatchProcessTest, WatchJsonNamesTheTslSourceInItsRunningEvents)
     ASSERT_NE(port, 0);
     start({ QStringLiteral("--json"), QStringLiteral("--source"), QStringLiteral("tsl5://127.0.0.1:%1").arg(port),
         mapPath });
-    const QByteArray cameraOneLive = cameraOneLive50();
+    const QByteArray cameraOneLive = switcherPacket(TslUmd50::Colour::red, TslUmd50::Colour::off);
     QUdpSocket sender;
     QByteArray printed;
     EXPECT_TRUE(eventually([&] {
@@ -320,7 +297,7 @@ TEST_F(TslWatchProcessTest, WithTimestampsEveryLineOnEitherStreamIsStamped)
     // three parts of the program, on both streams.
     start({ QStringLiteral("--timestamps"), QStringLiteral("--source"), QStringLiteral("tsl5://127.0.0.1:%1").arg(port),
         QStringLiteral("--web"), QStringLiteral("127.0.0.1:%1").arg(freePort()), mapPath });
-    const QByteArray cameraOneLive = cameraOneLive50();
+    const QByteArray cameraOneLive = switcherPacket(TslUmd50::Colour::red, TslUmd50::Colour::off);
     QUdpSocket sender;
     QByteArray printed;
     QByteArray errors;

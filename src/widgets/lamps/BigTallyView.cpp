@@ -66,10 +66,8 @@ void BigTallyView::showReport(const TallySnapshot& snapshot, qint64 nowMilliseco
     const LampMark mark = LampMarks::markFor(snapshot);
     const QString detail = mark == LampMark::lost ? LampMarks::lostFor(snapshot, nowMilliseconds) : QString();
     for (TallyState* lamp : std::as_const(m_lamps)) {
-        if (lamp != nullptr && (lamp->mark != mark || lamp->markDetail != detail)) {
-            lamp->mark = mark;
-            lamp->markDetail = detail;
-            lamp->update();
+        if (lamp != nullptr) {
+            lamp->showMark(mark, detail);
         }
     }
     const QString banner = LampMarks::banner(snapshot, nowMilliseconds);

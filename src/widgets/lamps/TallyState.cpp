@@ -119,6 +119,16 @@ void TallyState::drawGlanceableLine(QPainter& painter, const LampLabelLayout::Li
     painter.drawText(line.box, Qt::AlignCenter | Qt::TextWordWrap, text);
 }
 
+void TallyState::showMark(Mark newMark, const QString& detail)
+{
+    if (mark == newMark && markDetail == detail) {
+        return;
+    }
+    mark = newMark;
+    markDetail = detail;
+    update();
+}
+
 QString TallyState::markText() const
 {
     switch (mark) {

@@ -53,6 +53,8 @@ public:
     // drives the lights. None by default, as the plain window draws it.
     Mark mark = Mark::none;
     QString markDetail;
+    // Sets the mark and its detail, redrawing only when either changed.
+    void showMark(Mark newMark, const QString& detail);
     // The words the mark draws ("LOST 0:42", "TEST"), empty for none.
     QString markText() const;
 

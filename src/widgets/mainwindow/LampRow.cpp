@@ -160,10 +160,8 @@ void LampRow::refreshAssignmentTitles()
 void LampRow::showLightReport(const TallySnapshot& snapshot, LampMark mark, const QString& markDetail)
 {
     for (TallyState* display : std::as_const(m_displays)) {
-        if (display != nullptr && (display->mark != mark || display->markDetail != markDetail)) {
-            display->mark = mark;
-            display->markDetail = markDetail;
-            display->update();
+        if (display != nullptr) {
+            display->showMark(mark, markDetail);
         }
     }
     const qsizetype lightCount = std::min<qsizetype>(snapshot.lights.size(), m_tallyMap.shotSelections().size());
