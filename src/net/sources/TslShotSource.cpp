@@ -25,6 +25,13 @@ constexpr qint64 maxBufferedBytes = 64 * 1024;
 // Datagrams read in one go before the event loop gets its turn: a flood
 // cannot keep the program from its ticks and its other sockets.
 constexpr int maxDatagramsPerRead = 64;
+// Room in the kernel for about a quarter of a second of a busy network
+// (4,000 datagrams a second) while the event loop is busy elsewhere: with the
+// system's default of some 200 KB, a busy device nearby made the kernel drop
+// the switcher's own datagrams whenever the process was not scheduled for
+// 30 ms, and a cut waited for the switcher's next repeat. Larger would only
+// queue a flood's backlog in front of the switcher's next message.
+constexpr int receiveBufferBytes = 1024 * 1024;
 
 struct Scheme {
     const char* prefix;
@@ -239,6 +246,9 @@ bool TslShotSource::start(QString* problem)
     if (!listening) {
         const QString why = m_listen.transport == Transport::udp ? m_udp.errorString() : m_server.errorString();
         return reportProblem(problem, QStringLiteral("cannot listen for %1: %2").arg(m_listen.toString(), why));
+    }
+    if (m_listen.transport == Transport::udp) {
+        m_udp.setSocketOption(QAbstractSocket::ReceiveBufferSizeSocketOption, receiveBufferBytes);
     }
     QString status = QStringLiteral("Listening for %1").arg(m_listen.toString());
     if (!m_allowed.isEmpty()) {

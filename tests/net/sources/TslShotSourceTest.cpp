@@ -6,11 +6,17 @@
 #include "tsl/TslUmd31.h"
 #include "tsl/TslUmd50.h"
 
+#include <QDir>
+#include <QFile>
 #include <QSignalSpy>
 #include <QTcpSocket>
 #include <QUdpSocket>
 
 #include <gtest/gtest.h>
+
+#include <algorithm>
+#include <netinet/in.h>
+#include <sys/socket.h>
 
 namespace {
 
@@ -708,4 +714,50 @@ TEST(TslShotSourceTest, DatagramsForgedFromManyAddressesDoNotPushOutTheSwitchers
     clock.now += TslShotSource::defaultSilenceLimit.count();
     sendDatagramFrom(stranger, packet50(9, TslUmd50::Colour::off, QStringLiteral("Nine")), source.localPort());
     EXPECT_TRUE(eventually([&] { return hasShot(source, QStringLiteral("Nine")); }, 5000));
+}
+
+namespace {
+
+// The receive buffer the kernel gives the UDP socket of this process that
+// listens on port; 0 when there is none.
+int receiveBufferOfUdpPort(quint16 port)
+{
+    const QDir descriptors(QStringLiteral("/proc/self/fd"));
+    for (const QString& name : descriptors.entryList(QDir::NoDotAndDotDot | QDir::System | QDir::Files)) {
+        const int descriptor = name.toInt();
+        int type = 0;
+        socklen_t length = sizeof type;
+        if (getsockopt(descriptor, SOL_SOCKET, SO_TYPE, &type, &length) != 0 || type != SOCK_DGRAM) {
+            continue;
+        }
+        sockaddr_in address {};
+        length = sizeof address;
+        if (getsockname(descriptor, reinterpret_cast<sockaddr*>(&address), &length) != 0
+            || address.sin_family != AF_INET || ntohs(address.sin_port) != port) {
+            continue;
+        }
+        int bytes = 0;
+        length = sizeof bytes;
+        return getsockopt(descriptor, SOL_SOCKET, SO_RCVBUF, &bytes, &length) == 0 ? bytes : 0;
+    }
+    return 0;
+}
+
+} // namespace
+
+// A busy device nearby, and the process not scheduled for a moment: the
+// kernel holds what comes meanwhile. With the system's default of some
+// 200 KB it dropped the switcher's own datagrams behind 170 of a busy
+// device's, and a cut waited for the switcher's next repeat.
+TEST(TslShotSourceTest, TheListenerKeepsRoomForAQuarterSecondOfABusyNetwork)
+{
+    TslShotSource source(listenOn(TslTallyEncoding::Version::v50, TslShotSource::Transport::udp));
+    ASSERT_TRUE(source.start(nullptr));
+    // The kernel reports twice what was asked, and grants no more than its
+    // rmem_max allows an unprivileged socket.
+    QFile limitFile(QStringLiteral("/proc/sys/net/core/rmem_max"));
+    ASSERT_TRUE(limitFile.open(QIODevice::ReadOnly));
+    const int limit = limitFile.readAll().trimmed().toInt();
+    ASSERT_GT(limit, 0);
+    EXPECT_GE(receiveBufferOfUdpPort(source.localPort()), 2 * std::min(1024 * 1024, limit));
 }
