@@ -1,6 +1,7 @@
 #include "MapCommand.h"
 
 #include "CommandInputs.h"
+#include "MapNewCommand.h"
 #include "base/StandardOutput.h"
 
 #include <QJsonArray>
@@ -19,13 +20,20 @@ const Command& command()
 {
     static const Command definition {
         QStringLiteral("map"),
-        QStringLiteral("map show [--json] FILE"),
-        QStringLiteral("List the shot names assigned to each light of a tally map file"),
+        QStringLiteral("map show [--json] FILE | map new [--source SOURCE] [--force] FILE"),
+        QStringLiteral("List the shot names assigned to each light of a tally map file, or start a new one"),
         runMap,
-        { QStringLiteral("  --json  one line of JSON: {\"lights\":[{\"light\":1,\"index\":0,\"shots\":[...]},...]}") },
+        { QStringLiteral("  --json           (show) one line of JSON: "
+                         "{\"lights\":[{\"light\":1,\"index\":0,\"shots\":[...]},...]}"),
+            QStringLiteral("  --source SOURCE  (new) put the source's first eight shots on lights 1 to 8, one each,"),
+            QStringLiteral("                   in the switcher's order (mixdesk, obs://HOST[:PORT], atem://HOST,"),
+            QStringLiteral("                   tsl5://[ADDRESS:]PORT...; the source's own options, such as"),
+            QStringLiteral("                   --password-file, apply); without it every light is empty"),
+            QStringLiteral("  --force          (new) replace FILE if it exists") },
         {},
-        { QStringLiteral("  0  shown"),
-            QStringLiteral("  1  the file cannot be read; the message names the file and, for its contents, the line"),
+        { QStringLiteral("  0  shown, or written"),
+            QStringLiteral("  1  the file cannot be read (the message names the file and, for its contents, the"),
+            QStringLiteral("     line) or written, or the source gave no shots within 5 s"),
             QStringLiteral("  2  wrong usage") },
     };
     return definition;
@@ -99,6 +107,9 @@ int runShow(const CommandLine::ParsedArguments& parsed)
 
 int runMap(const QStringList& arguments)
 {
+    if (arguments.value(0) == QLatin1String("new")) {
+        return MapNewCommand::run(command(), arguments.mid(1));
+    }
     const CommandLine::ParsedArguments parsed = CommandLine::parse(arguments);
     if (parsed.positional.isEmpty()) {
         return CommandLine::usageError(command(), QStringLiteral("missing subcommand"));

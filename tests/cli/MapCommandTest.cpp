@@ -157,7 +157,9 @@ TEST_F(MapCommandTest, HelpPrintsTheUsage)
 {
     const TallyctlRun run = tallyctl({ QStringLiteral("map"), QStringLiteral("show"), QStringLiteral("--help") });
     EXPECT_EQ(run.exitCode, 0);
-    EXPECT_TRUE(run.out.startsWith(QStringLiteral("usage: tallyctl map show [--json] FILE\n")));
+    EXPECT_TRUE(run.out.startsWith(
+        QStringLiteral("usage: tallyctl map show [--json] FILE | map new [--source SOURCE] [--force] FILE\n")))
+        << run.out.toStdString();
 }
 
 TEST_F(MapCommandTest, ShowOfAFifoOrADeviceFailsAtOnceWithTheReadMessage)
@@ -170,4 +172,50 @@ TEST_F(MapCommandTest, ShowOfAFifoOrADeviceFailsAtOnceWithTheReadMessage)
         EXPECT_EQ(
             run.err, QStringLiteral("Read of document failed: Unable to read \"%1\": not a regular file\n").arg(path));
     }
+}
+
+TEST_F(MapCommandTest, NewWithoutASourceWritesEightEmptyLights)
+{
+    const QString path = directory.filePath(QStringLiteral("new.tlx"));
+    const TallyctlRun run = tallyctl({ QStringLiteral("map"), QStringLiteral("new"), path });
+    EXPECT_EQ(run.exitCode, 0) << run.err.toStdString();
+    EXPECT_EQ(run.err, QString());
+    QFile written(path);
+    ASSERT_TRUE(written.open(QIODevice::ReadOnly));
+    EXPECT_EQ(written.readAll(), QByteArray("0|\r\n1|\r\n2|\r\n3|\r\n4|\r\n5|\r\n6|\r\n7|\r\n"));
+    const TallyctlRun shown = tallyctl({ QStringLiteral("map"), QStringLiteral("show"), path });
+    EXPECT_EQ(shown.exitCode, 0);
+    EXPECT_TRUE(shown.out.startsWith(QStringLiteral("Light 1: (none)\n"))) << shown.out.toStdString();
+}
+
+TEST_F(MapCommandTest, NewKeepsAnExistingMapUnlessForced)
+{
+    const QString path = file(QStringLiteral("studio.tlx"), exampleMap);
+    const TallyctlRun refused = tallyctl({ QStringLiteral("map"), QStringLiteral("new"), path });
+    EXPECT_EQ(refused.exitCode, 1);
+    EXPECT_EQ(refused.err, QStringLiteral("tallyctl map new: %1 exists; give --force to replace it\n").arg(path));
+    QFile kept(path);
+    ASSERT_TRUE(kept.open(QIODevice::ReadOnly));
+    EXPECT_EQ(kept.readAll(), exampleMap);
+    kept.close();
+
+    const TallyctlRun forced
+        = tallyctl({ QStringLiteral("map"), QStringLiteral("new"), QStringLiteral("--force"), path });
+    EXPECT_EQ(forced.exitCode, 0) << forced.err.toStdString();
+    ASSERT_TRUE(kept.open(QIODevice::ReadOnly));
+    EXPECT_EQ(kept.readAll(), QByteArray("0|\r\n1|\r\n2|\r\n3|\r\n4|\r\n5|\r\n6|\r\n7|\r\n"));
+}
+
+TEST_F(MapCommandTest, NewRefusesOutputsAndASecondFile)
+{
+    const QString path = directory.filePath(QStringLiteral("new.tlx"));
+    const TallyctlRun withWeb = tallyctl(
+        { QStringLiteral("map"), QStringLiteral("new"), QStringLiteral("--web"), QStringLiteral("8080"), path });
+    EXPECT_EQ(withWeb.exitCode, 2);
+    EXPECT_TRUE(withWeb.err.contains(QStringLiteral("map new takes --source and the source's own options, no outputs")))
+        << withWeb.err.toStdString();
+    const TallyctlRun twoFiles
+        = tallyctl({ QStringLiteral("map"), QStringLiteral("new"), path, path + QLatin1Char('2') });
+    EXPECT_EQ(twoFiles.exitCode, 2);
+    EXPECT_FALSE(QFile::exists(path));
 }

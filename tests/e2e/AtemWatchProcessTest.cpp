@@ -414,3 +414,48 @@ TEST_F(AtemWatchProcessTest, ForgedIdsRunningAheadOfTheSwitcherEndInAResyncAndTh
         3000))
         << printed.toStdString();
 }
+
+namespace {
+
+struct MapNewRun {
+    int exitCode = -1;
+    QString err;
+};
+
+MapNewRun mapNew(const QStringList& arguments)
+{
+    QProcess tallyctl;
+    tallyctl.start(QStringLiteral(TALLY_BINARY_DIR "/bin/tallyctl"),
+        QStringList { QStringLiteral("map"), QStringLiteral("new") } + arguments);
+    if (!tallyctl.waitForFinished(15000)) {
+        tallyctl.kill();
+        tallyctl.waitForFinished();
+        return {};
+    }
+    return { tallyctl.exitCode(), QString::fromUtf8(tallyctl.readAllStandardError()) };
+}
+
+} // namespace
+
+TEST_F(AtemWatchProcessTest, MapNewFromTheSwitcherPutsItsShotsOnTheLightsInItsOrder)
+{
+    const QString path = folder.filePath(QStringLiteral("from-the-switcher.tlx"));
+    const MapNewRun run = mapNew({ QStringLiteral("--source"), atem.address(), path });
+    ASSERT_EQ(run.exitCode, 0) << run.err.toStdString();
+    QFile written(path);
+    ASSERT_TRUE(written.open(QIODevice::ReadOnly));
+    EXPECT_EQ(written.readAll(), QByteArray("0|Camera 1\r\n1|Camera 2\r\n2|Wide\r\n3|\r\n4|\r\n5|\r\n6|\r\n7|\r\n"));
+}
+
+TEST_F(AtemWatchProcessTest, MapNewFromASwitcherThatDoesNotAnswerWritesNothingAndSaysWhy)
+{
+    const quint16 port = freeUdpPort();
+    ASSERT_NE(port, 0);
+    const QString path = folder.filePath(QStringLiteral("nothing.tlx"));
+    const MapNewRun run = mapNew({ QStringLiteral("--source"), QStringLiteral("atem://127.0.0.1:%1").arg(port), path });
+    EXPECT_EQ(run.exitCode, 1);
+    EXPECT_TRUE(run.err.startsWith(
+        QStringLiteral("tallyctl map new: no shots from atem://127.0.0.1:%1 within 5 s: ").arg(port)))
+        << run.err.toStdString();
+    EXPECT_FALSE(QFile::exists(path));
+}

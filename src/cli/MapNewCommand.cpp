@@ -1,0 +1,125 @@
+#include "MapNewCommand.h"
+
+#include "base/StandardOutput.h"
+#include "launch/RunBuilder.h"
+#include "launch/RunOptions.h"
+#include "tallymap/TallyMapFile.h"
+
+#include <QCoreApplication>
+#include <QDeadlineTimer>
+#include <QEventLoop>
+#include <QFileInfo>
+#include <QThread>
+
+#include <algorithm>
+
+namespace {
+
+// Long enough for a network switcher to answer its first connection (OBS
+// identifies and lists its scenes in well under a second on a LAN), short
+// enough that a wrong address is soon said.
+constexpr int shotsWaitMs = 5000;
+
+int failed(const QString& message)
+{
+    printErrorLine(QStringLiteral("tallyctl map new: ") + message);
+    return CommandLine::exitFailure;
+}
+
+// Whether the run options name anything besides where the shots come from:
+// outputs and lost-source choices mean nothing to a map.
+bool onlyChoosesASource(const RunOptions& options)
+{
+    return options.tsl31Destinations.isEmpty() && options.tsl50Destinations.isEmpty() && !options.tslGiven
+        && options.mqttBrokers.isEmpty() && !options.mqttGiven && !options.web && !options.whenSourceLost
+        && !options.blinkAfterSeconds && !options.lightsOffAtQuit;
+}
+
+// The source's shots once it runs and has any, waiting while its
+// connection is made; nothing when it has none in time, with the source's
+// last word on why.
+std::optional<ShotList> firstShots(ShotSource& source, QString* why)
+{
+    QString lastStatus;
+    QObject::connect(
+        &source, &ShotSource::statusChanged, [&lastStatus](const QString& status) { lastStatus = status; });
+    const QDeadlineTimer deadline(shotsWaitMs);
+    while (!deadline.hasExpired()) {
+        if (source.isRunning()) {
+            ShotList shots = source.queryShots();
+            if (!shots.isEmpty()) {
+                return shots;
+            }
+        }
+        QCoreApplication::processEvents(QEventLoop::AllEvents, 50);
+        QThread::msleep(20);
+    }
+    *why = source.isRunning() ? QStringLiteral("%1 has no shots").arg(source.displayName())
+                              : (lastStatus.isEmpty() ? source.notRunningWarning() : lastStatus);
+    return std::nullopt;
+}
+
+TallyMap mapOf(const ShotList& shots)
+{
+    TallyMap map;
+    const qsizetype lights = std::min(shots.size(), TallyMap::numberOfLights);
+    for (qsizetype light = 0; light < lights; ++light) {
+        // A record of its own: the map keeps names, not the source's state.
+        auto record = std::make_shared<Shot>(shots[light]->name);
+        record->shotId = shots[light]->shotId;
+        map.setShotSelection(light, { record });
+    }
+    return map;
+}
+
+} // namespace
+
+namespace MapNewCommand {
+
+int run(const CommandLine::Command& command, QStringList arguments)
+{
+    RunOptions options;
+    QString problem;
+    if (!RunOptions::takeFrom(arguments, &options, &problem)) {
+        return CommandLine::usageError(command, problem);
+    }
+    if (!onlyChoosesASource(options)) {
+        return CommandLine::usageError(
+            command, QStringLiteral("map new takes --source and the source's own options, no outputs"));
+    }
+    const CommandLine::ParsedArguments parsed = CommandLine::parse(arguments);
+    if (const std::optional<int> unknown
+        = CommandLine::rejectUnknownFlags(command, parsed, { QStringLiteral("--force") })) {
+        return *unknown;
+    }
+    if (parsed.positional.size() != 1) {
+        return CommandLine::usageError(command, QStringLiteral("expected one FILE"));
+    }
+    const QString path = parsed.positional.first();
+    if (QFileInfo::exists(path) && !parsed.flags.contains(QStringLiteral("--force"))) {
+        return failed(QStringLiteral("%1 exists; give --force to replace it").arg(path));
+    }
+
+    TallyMap map;
+    if (options.sourceGiven) {
+        std::unique_ptr<ShotSource> source = makeShotSource(options, &problem);
+        if (!source) {
+            return CommandLine::usageError(command, problem);
+        }
+        const std::optional<ShotList> shots = firstShots(*source, &problem);
+        if (!shots) {
+            return failed(QStringLiteral("no shots from %1 within %2 s: %3")
+                              .arg(options.source)
+                              .arg(shotsWaitMs / 1000)
+                              .arg(problem));
+        }
+        map = mapOf(*shots);
+    }
+    Error error;
+    if (!TallyMapFile::write(map, path, TallyMapFile::documentType, &error)) {
+        return failed(QStringLiteral("cannot write %1: %2").arg(path, error.localizedDescription));
+    }
+    return CommandLine::exitOk;
+}
+
+} // namespace MapNewCommand
