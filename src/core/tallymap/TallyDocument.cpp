@@ -62,6 +62,16 @@ bool TallyDocument::save(const QUrl& url)
     return true;
 }
 
+void TallyDocument::startNew()
+{
+    m_tallyMap = TallyMap();
+    setEdited(false);
+    Q_EMIT assignmentsChanged();
+    // Not an Open Recent entry: there is no file to go back to.
+    m_currentDocumentUrl = QUrl(QStringLiteral("file://"));
+    Q_EMIT fileChanged(m_currentDocumentUrl);
+}
+
 void TallyDocument::adoptFile(const QUrl& url)
 {
     m_currentDocumentUrl = url;

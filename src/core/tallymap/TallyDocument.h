@@ -50,6 +50,9 @@ public:
     // map came from changes nothing else; to another file it becomes the
     // current one.
     bool save(const QUrl& url);
+    // File ▸ New: every light empty, no file, nothing pending. Asking
+    // whether to save first is the window's business.
+    void startNew();
 
     // Gives a light its new assignment in one step, so a tick sees either
     // the old list or the new one. While changes are tracked, a list with

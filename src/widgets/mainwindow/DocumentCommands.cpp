@@ -59,6 +59,14 @@ bool DocumentCommands::canDiscardChanges()
     return false;
 }
 
+void DocumentCommands::newDocument()
+{
+    if (!canDiscardChanges()) {
+        return;
+    }
+    m_document.startNew();
+}
+
 void DocumentCommands::openDocument()
 {
     if (!canDiscardChanges()) {
@@ -128,6 +136,10 @@ void DocumentCommands::showUntitledWhileNoFile()
 
 void DocumentCommands::showDocument(const QUrl& url)
 {
+    if (QFileInfo(url.path()).fileName().isEmpty()) {
+        showUntitledWhileNoFile();
+        return;
+    }
     // The represented file first: a title set afterwards takes precedence
     // over the one Qt derives from it.
     window()->setWindowFilePath(url.toLocalFile());

@@ -14,7 +14,7 @@ class SaveChangesPrompt;
 class TallyDocument;
 class QWidget;
 
-// The File menu's commands on the tally map: Open, Save and Save As with
+// The File menu's commands on the tally map: New, Open, Save and Save As with
 // their panels, the window's title and represented file, and the question
 // whether to save changes before they would be lost. What a file holds and
 // where the map lives is the document's business; this only chooses files
@@ -32,6 +32,9 @@ public:
         std::unique_ptr<DocumentPanels> panels, std::unique_ptr<SaveChangesPrompt> prompt, QObject* parent = nullptr);
     ~DocumentCommands() override;
 
+    // File ▸ New: an empty map with no file, once any unsaved changes are
+    // saved or given up (asked only while the user wants to be asked).
+    void newDocument();
     void openDocument();
     // Back to the file the map came from, or asks for one while there is
     // none.

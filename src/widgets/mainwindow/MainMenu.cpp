@@ -341,6 +341,9 @@ bool MainMenu::chooseNetworkOutputs(const NetworkOutputChoices& choices, QString
 void MainMenu::buildFileMenu(QMenuBar& menuBar)
 {
     m_fileMenu = menuBar.addMenu(tr("&File"));
+    QAction* newMap = m_fileMenu->addAction(tr("&New"));
+    newMap->setShortcut(QKeySequence::New);
+    connect(newMap, &QAction::triggered, &m_controller, [this, newMap] { m_controller.newDocument(newMap); });
     QAction* open = m_fileMenu->addAction(tr("&Open…"));
     open->setShortcut(QKeySequence::Open);
     connect(open, &QAction::triggered, &m_controller, [this, open] { m_controller.openDocument(open); });

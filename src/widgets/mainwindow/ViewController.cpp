@@ -210,6 +210,11 @@ void ViewController::showLightMode(qsizetype lightIndex, TallyMode mode)
     m_lampRow->showLightMode(lightIndex, mode);
 }
 
+void ViewController::newDocument(QObject* /*sender*/)
+{
+    m_documentCommands->newDocument();
+}
+
 void ViewController::openDocument(QObject* /*sender*/)
 {
     m_documentCommands->openDocument();

@@ -133,6 +133,7 @@ public:
 public Q_SLOTS:
     void queryMixdeskWithTimer(QTimer* timer);
     void toggleAlwaysOnTopWithSender(QObject* sender);
+    void newDocument(QObject* sender);
     void openDocument(QObject* sender);
     void saveDocument(QObject* sender);
     void saveDocumentAs(QObject* sender);

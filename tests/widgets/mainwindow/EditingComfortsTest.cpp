@@ -346,3 +346,57 @@ TEST_F(EditingComfortsByDefaultTest, ChoosingCancelInShotEditorGivesTheNextEdito
     ASSERT_NE(editor, nullptr);
     EXPECT_FALSE(editor->cancelButton->isHidden());
 }
+
+TEST_F(EditingComfortsTest, NewWithChangesAsksFirstAndCancelKeepsTheMap)
+{
+    assignFirstShotToLightOne();
+    prompt->answers = { SaveChangesPrompt::Answer::cancel };
+    controller->newDocument(nullptr);
+    EXPECT_EQ(prompt->askedAbout, QStringList { QStringLiteral("Untitled.tlx") });
+    EXPECT_TRUE(controller->document().isEdited());
+    EXPECT_EQ(controller->document().tallyMap().shotSelection(0).size(), 1);
+}
+
+TEST_F(EditingComfortsTest, NewAfterDiscardingEmptiesEveryLightAndForgetsTheFile)
+{
+    const QString path = writeFile(QStringLiteral("studio.tlx"), "0|Cam 1\r\n1|Cam 2\r\n");
+    controller->loadTallyMap(QUrl::fromLocalFile(path));
+    ASSERT_EQ(main.window->windowTitle(), QStringLiteral("studio.tlx"));
+    assignFirstShotToLightOne();
+    prompt->answers = { SaveChangesPrompt::Answer::discard };
+    controller->newDocument(nullptr);
+    for (qsizetype light = 0; light < TallyMap::numberOfLights; ++light) {
+        EXPECT_TRUE(controller->document().tallyMap().shotSelection(light).isEmpty()) << light;
+    }
+    EXPECT_FALSE(controller->document().hasFile());
+    EXPECT_FALSE(controller->document().isEdited());
+    EXPECT_EQ(main.window->windowTitle(), QStringLiteral("Untitled.tlx"));
+    // The file on disk is as it was: nothing was saved.
+    EXPECT_EQ(readFile(path), QByteArray("0|Cam 1\r\n1|Cam 2\r\n"));
+    // The next save asks where to put the new map.
+    const QString other = directory.filePath(QStringLiteral("new.tlx"));
+    panels->saveAnswers = { QUrl::fromLocalFile(other) };
+    controller->saveDocument(nullptr);
+    EXPECT_EQ(panels->saveRuns, 1);
+    EXPECT_EQ(readFile(other), QByteArray("0|\r\n1|\r\n2|\r\n3|\r\n4|\r\n5|\r\n6|\r\n7|\r\n"));
+}
+
+TEST_F(EditingComfortsByDefaultTest, NewAsksNothingAndTheLightsGoOffAtTheNextTick)
+{
+    assignFirstShotToLightOne();
+    tick();
+    ASSERT_EQ(controller->tallyStateDisplays().at(0)->mode, TallyMode::live);
+    controller->newDocument(nullptr);
+    EXPECT_TRUE(prompt->askedAbout.isEmpty());
+    EXPECT_TRUE(controller->document().tallyMap().shotSelection(0).isEmpty());
+    tick();
+    EXPECT_EQ(controller->tallyStateDisplays().at(0)->mode, TallyMode::off);
+}
+
+TEST_F(EditingComfortsByDefaultTest, NewIsTheFirstEntryOfTheFileMenuWithTheNewKey)
+{
+    const QList<QAction*> items = main.menu->fileMenu()->actions();
+    ASSERT_FALSE(items.isEmpty());
+    EXPECT_EQ(items.first()->text(), QStringLiteral("&New"));
+    EXPECT_EQ(items.first()->shortcut(), QKeySequence(QKeySequence::New));
+}
