@@ -29,6 +29,9 @@ packages=(
   # QR codes of the web page's addresses; zbarimg reads them back in tests.
   libqrencode-dev zbar-tools
   chromium
+  # Receivers of the DMX output written by others: olad (read back with
+  # curl) and tshark, which decodes Art-Net and sACN.
+  ola tshark curl
   # Tests fill a small mounted file system and run the query as another user.
   mount util-linux
 )

@@ -31,7 +31,8 @@ const Command& command()
         QStringLiteral("watch [--ticks N] [--json] [--timestamps|--no-timestamps] [--source SOURCE] "
                        "[--tsl-allow LIST]... [--tsl-silence SECONDS] [--password-file FILE] [--tsl URL]... "
                        "[--tsl5 URL]... [--tsl-offset N] [--web [ADDRESS:]PORT] [--mqtt URL]... "
-                       "[--mqtt-password-file FILE] [--mqtt-ca-file FILE] [--mqtt-discovery] [--when-lost "
+                       "[--mqtt-password-file FILE] [--mqtt-ca-file FILE] [--mqtt-discovery] [--dmx URL]... "
+                       "[--dmx-start N] [--dmx-layout rgb|single] [--when-lost "
                        "keep|off|blink] [--blink-after SECONDS] "
                        "[--lights-off-at-quit] MAP"),
         QStringLiteral("Run the update cycle on a tally map without a window, printing each change, until "

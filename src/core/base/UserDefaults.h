@@ -97,6 +97,15 @@ inline const QString mqttBrokers = QStringLiteral("MqttBrokers");
 inline const QString mqttDiscovery = QStringLiteral("MqttDiscovery");
 inline const QString mqttPasswordFile = QStringLiteral("MqttPasswordFile");
 inline const QString mqttCaFile = QStringLiteral("MqttCaFile");
+// DMX outputs: "artnet://HOST[:PORT][/UNIVERSE]" or
+// "sacn://[HOST][:PORT][/UNIVERSE]", the first channel (default 1) and the
+// layout, "rgb" (default) or "single".
+inline const QString dmxDestinations = QStringLiteral("DmxDestinations");
+inline const QString dmxStartChannel = QStringLiteral("DmxStartChannel");
+inline const QString dmxLayout = QStringLiteral("DmxLayout");
+// The CID the program sends sACN under, made on first use and kept, so that
+// receivers see one source across restarts.
+inline const QString sacnSourceId = QStringLiteral("SacnSourceId");
 // The main window's lamps in the large style: number and shots inside the
 // lamp, text sized by the lamp, a frame that tells live from preview besides
 // the colour. Never registered: unset reads false, the small LIVE/PREVIEW

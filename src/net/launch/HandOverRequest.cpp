@@ -33,6 +33,10 @@ const QString brokers = QStringLiteral("brokers");
 const QString discovery = QStringLiteral("discovery");
 const QString passwordFile = QStringLiteral("passwordFile");
 const QString caFile = QStringLiteral("caFile");
+const QString dmx = QStringLiteral("dmx");
+const QString destinations = QStringLiteral("destinations");
+const QString startChannel = QStringLiteral("startChannel");
+const QString layout = QStringLiteral("layout");
 const QString whenLost = QStringLiteral("whenLost");
 const QString blinkAfter = QStringLiteral("blinkAfter");
 const QString lightsOffAtQuit = QStringLiteral("lightsOffAtQuit");
@@ -72,6 +76,10 @@ bool checkHandedOptions(const RunOptions& options, QString* problem)
         return reportProblem(problem,
             QStringLiteral("--mqtt-password-file, --mqtt-ca-file and --mqtt-discovery go with --mqtt when handed to "
                            "the running window"));
+    }
+    if (options.dmxGiven && options.dmxDestinations.isEmpty()) {
+        return reportProblem(
+            problem, QStringLiteral("--dmx-start and --dmx-layout go with --dmx when handed to the running window"));
     }
     return true;
 }
@@ -129,6 +137,7 @@ bool takeOutputs(const RunOptions& options, HandOverRequest* request, QString* p
     request->webGiven = options.web.has_value();
     request->tslGiven = options.tslGiven;
     request->mqttGiven = options.mqttGiven;
+    request->dmxGiven = options.dmxGiven;
     return true;
 }
 
@@ -270,6 +279,16 @@ void readOutputs(FieldReader& fields, HandOverRequest* request)
         outputs.mqttCaFile = mqtt.text(Key::caFile);
         fields.fail(mqtt.problem());
     }
+    if (fields.has(Key::dmx)) {
+        request->dmxGiven = true;
+        const QJsonObject object = fields.object(Key::dmx);
+        FieldReader dmx(object);
+        outputs.dmxDestinations = dmx.texts(Key::destinations);
+        outputs.dmxStartChannel = dmx.number(Key::startChannel, 1).value_or(1);
+        const QString layout = dmx.text(Key::layout);
+        outputs.dmxLayout = layout.isEmpty() ? QStringLiteral("rgb") : layout;
+        fields.fail(dmx.problem());
+    }
 }
 
 void readLostSourceChoices(FieldReader& fields, HandOverRequest* request)
@@ -331,6 +350,14 @@ void putOutputs(const HandOverRequest& request, QJsonObject* root)
                 { Key::discovery, outputs.mqttDiscovery },
                 { Key::passwordFile, outputs.mqttPasswordFile },
                 { Key::caFile, outputs.mqttCaFile },
+            });
+    }
+    if (request.dmxGiven) {
+        root->insert(Key::dmx,
+            QJsonObject {
+                { Key::destinations, QJsonArray::fromStringList(outputs.dmxDestinations) },
+                { Key::startChannel, outputs.dmxStartChannel },
+                { Key::layout, outputs.dmxLayout },
             });
     }
 }
@@ -398,6 +425,9 @@ NetworkOutputChoices HandOverRequest::outputsOver(const NetworkOutputChoices& cu
     if (mqttGiven) {
         next.takeMqttFrom(outputs);
     }
+    if (dmxGiven) {
+        next.takeDmxFrom(outputs);
+    }
     return next;
 }
 
@@ -421,6 +451,9 @@ QStringList HandOverRequest::summary() const
     }
     if (mqttGiven) {
         parts.append(QStringLiteral("MQTT to ") + outputs.mqttBrokers.join(QStringLiteral(", ")));
+    }
+    if (dmxGiven) {
+        parts.append(QStringLiteral("DMX to ") + outputs.dmxDestinations.join(QStringLiteral(", ")));
     }
     if (whenSourceLost) {
         parts.append(QStringLiteral("when lost: ") + LostSourcePolicy::nameOf(*whenSourceLost));

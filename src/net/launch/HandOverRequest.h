@@ -45,6 +45,7 @@ struct HandOverRequest {
     bool webGiven = false;
     bool tslGiven = false;
     bool mqttGiven = false;
+    bool dmxGiven = false;
     std::optional<LostSourcePolicy::Action> whenSourceLost;
     std::optional<int> blinkAfterSeconds;
     bool lightsOffAtQuit = false;
@@ -63,7 +64,7 @@ struct HandOverRequest {
     static std::optional<HandOverRequest> fromLaunch(
         const RunOptions& options, const QStringList& files, const QString& folder, QString* problem);
 
-    bool changesOutputs() const { return webGiven || tslGiven || mqttGiven; }
+    bool changesOutputs() const { return webGiven || tslGiven || mqttGiven || dmxGiven; }
     // current with the given parts put over it.
     NetworkOutputChoices outputsOver(const NetworkOutputChoices& current) const;
     bool changesLostSourcePolicy() const { return whenSourceLost || blinkAfterSeconds || lightsOffAtQuit; }

@@ -2,6 +2,8 @@
 
 #include "base/Problem.h"
 #include "base/UserDefaults.h"
+#include "dmx/DmxAddress.h"
+#include "dmx/DmxLayout.h"
 #include "launch/RunOptions.h"
 #include "model/LightCount.h"
 #include "mqtt/MqttBrokerAddress.h"
@@ -86,6 +88,19 @@ bool NetworkOutputChoices::sameMqttAs(const NetworkOutputChoices& other) const
         && mqttPasswordFile == other.mqttPasswordFile && mqttCaFile == other.mqttCaFile;
 }
 
+void NetworkOutputChoices::takeDmxFrom(const NetworkOutputChoices& other)
+{
+    dmxDestinations = other.dmxDestinations;
+    dmxStartChannel = other.dmxStartChannel;
+    dmxLayout = other.dmxLayout;
+}
+
+bool NetworkOutputChoices::sameDmxAs(const NetworkOutputChoices& other) const
+{
+    return dmxDestinations == other.dmxDestinations && dmxStartChannel == other.dmxStartChannel
+        && dmxLayout == other.dmxLayout;
+}
+
 bool NetworkOutputChoices::check(QString* problem) const
 {
     if (web && !checkWeb(*web, problem)) {
@@ -110,6 +125,27 @@ bool NetworkOutputChoices::check(QString* problem) const
             return reportProblem(problem, QStringLiteral("MQTT: ") + why);
         }
     }
+    return checkDmx(problem);
+}
+
+bool NetworkOutputChoices::checkDmx(QString* problem) const
+{
+    for (const QString& destination : dmxDestinations) {
+        QString why;
+        if (!DmxAddress::parse(destination, &why)) {
+            return reportProblem(problem, QStringLiteral("DMX: ") + why);
+        }
+    }
+    const std::optional<DmxLayout::Kind> kind = DmxLayout::kindNamed(dmxLayout);
+    if (!kind) {
+        return reportProblem(problem,
+            QStringLiteral("DMX: the layout is %1, not '%2'")
+                .arg(DmxLayout::kindNames().join(QStringLiteral(" or ")), dmxLayout));
+    }
+    QString why;
+    if (!dmxDestinations.isEmpty() && !DmxLayout::make(*kind, dmxStartChannel, int(tallyLightCount), &why)) {
+        return reportProblem(problem, QStringLiteral("DMX: ") + why);
+    }
     return true;
 }
 
@@ -129,6 +165,10 @@ RunOptions NetworkOutputChoices::runOptions() const
     options.mqttPasswordFile = mqttPasswordFile;
     options.mqttCaFile = mqttCaFile;
     options.mqttGiven = !mqttBrokers.isEmpty();
+    options.dmxDestinations = dmxDestinations;
+    options.dmxStartChannel = dmxStartChannel;
+    options.dmxLayout = dmxLayout;
+    options.dmxGiven = !dmxDestinations.isEmpty();
     return options;
 }
 
@@ -145,6 +185,9 @@ NetworkOutputChoices NetworkOutputChoices::of(const RunOptions& options)
     choices.mqttDiscovery = options.mqttDiscovery;
     choices.mqttPasswordFile = options.mqttPasswordFile;
     choices.mqttCaFile = options.mqttCaFile;
+    choices.dmxDestinations = options.dmxDestinations;
+    choices.dmxStartChannel = options.dmxStartChannel;
+    choices.dmxLayout = options.dmxLayout;
     return choices;
 }
 
@@ -162,6 +205,11 @@ NetworkOutputChoices NetworkOutputChoices::saved(const UserDefaults& defaults)
     choices.mqttDiscovery = defaults.objectForKey(Preferences::mqttDiscovery).toBool();
     choices.mqttPasswordFile = defaults.objectForKey(Preferences::mqttPasswordFile).toString().trimmed();
     choices.mqttCaFile = defaults.objectForKey(Preferences::mqttCaFile).toString().trimmed();
+    choices.dmxDestinations = storedList(defaults, Preferences::dmxDestinations);
+    const QVariant start = defaults.objectForKey(Preferences::dmxStartChannel);
+    choices.dmxStartChannel = start.isValid() ? start.toInt() : 1;
+    const QString layout = defaults.objectForKey(Preferences::dmxLayout).toString().trimmed();
+    choices.dmxLayout = layout.isEmpty() ? QStringLiteral("rgb") : layout;
     return choices;
 }
 
@@ -175,4 +223,7 @@ void NetworkOutputChoices::save(UserDefaults& defaults) const
     defaults.setObject(Preferences::mqttDiscovery, mqttDiscovery);
     defaults.setObject(Preferences::mqttPasswordFile, mqttPasswordFile);
     defaults.setObject(Preferences::mqttCaFile, mqttCaFile);
+    defaults.setObject(Preferences::dmxDestinations, dmxDestinations);
+    defaults.setObject(Preferences::dmxStartChannel, dmxStartChannel);
+    defaults.setObject(Preferences::dmxLayout, dmxLayout);
 }

@@ -10,7 +10,8 @@ class UserDefaults;
 
 // The outputs besides the window and the tally box, as the operator writes
 // them: where the web tally page listens, the TSL UMD destinations and the
-// display index offset, the MQTT brokers and what goes with them. Kept as text, so that the settings hold and the
+// display index offset, the MQTT brokers and what goes with them, the DMX
+// destinations, start channel and layout. Kept as text, so that the settings hold and the
 // dialog shows again what was typed; checked only when used. Everything is
 // off by default.
 struct NetworkOutputChoices {
@@ -30,6 +31,12 @@ struct NetworkOutputChoices {
     QString mqttPasswordFile;
     // For mqtts: a CA certificate to trust besides the system's.
     QString mqttCaFile;
+    // "artnet://HOST[:PORT][/UNIVERSE]" or "sacn://[HOST][:PORT][/UNIVERSE]".
+    QStringList dmxDestinations;
+    // Light 1's first channel, from 1.
+    int dmxStartChannel = 1;
+    // "rgb" or "single".
+    QString dmxLayout = QStringLiteral("rgb");
 
     // The TSL part (both destination lists and the offset) taken from other:
     // the part goes together, since the offset numbers both lists' displays.
@@ -39,6 +46,12 @@ struct NetworkOutputChoices {
     void takeMqttFrom(const NetworkOutputChoices& other);
     // Whether both ask for the same MQTT publishers.
     bool sameMqttAs(const NetworkOutputChoices& other) const;
+
+    // The DMX part (the destinations, the start channel and the layout)
+    // taken from other: the part goes together, as the channels are the
+    // same in every universe.
+    void takeDmxFrom(const NetworkOutputChoices& other);
+    bool sameDmxAs(const NetworkOutputChoices& other) const;
 
     // Whether these choices can be used; when not, why, in words for the
     // operator (no command-line option names).
@@ -54,4 +67,7 @@ struct NetworkOutputChoices {
     void save(UserDefaults& defaults) const;
 
     friend bool operator==(const NetworkOutputChoices&, const NetworkOutputChoices&) = default;
+
+private:
+    bool checkDmx(QString* problem) const;
 };

@@ -1,5 +1,6 @@
 #include "launch/NetworkOutputs.h"
 
+#include "outputs/DmxSender.h"
 #include "outputs/MqttPublisher.h"
 #include "outputs/TslSender.h"
 #include "outputs/WebTallyServer.h"
@@ -48,6 +49,11 @@ bool NetworkOutputs::startAtLaunch(const RunOptions& commandLine, const NetworkO
         NetworkOutputChoices next = m_current;
         next.takeMqttFrom(saved);
         startSaved(next, tr("The saved MQTT outputs"), &problems);
+    }
+    if (!commandLine.dmxGiven) {
+        NetworkOutputChoices next = m_current;
+        next.takeDmxFrom(saved);
+        startSaved(next, tr("The saved DMX outputs"), &problems);
     }
     setProblem(problems.join(QStringLiteral(" · ")));
     return true;
@@ -111,6 +117,7 @@ bool NetworkOutputs::replace(const NetworkOutputChoices& choices, QString* probl
         return false;
     }
     next.tsl = senderFor(choices);
+    next.dmx = dmxSenderFor(choices);
     install(choices, std::move(next));
     return true;
 }
@@ -123,6 +130,17 @@ std::unique_ptr<TslSender> NetworkOutputs::senderFor(const NetworkOutputChoices&
     }
     QString ignored; // checked before: every destination parses
     return makeTslSender(choices.runOptions(), &ignored);
+}
+
+std::unique_ptr<DmxSender> NetworkOutputs::dmxSenderFor(const NetworkOutputChoices& choices)
+{
+    // An unchanged sender goes on: its streams keep their sequence, and an
+    // sACN receiver never sees them end and start again.
+    if (m_running.dmx && choices.sameDmxAs(m_current)) {
+        return std::move(m_running.dmx);
+    }
+    QString ignored; // checked before: every destination and the layout
+    return makeDmxSender(choices.runOptions(), &ignored);
 }
 
 bool NetworkOutputs::mqttFor(const NetworkOutputChoices& choices, StartedOutputs* next, bool* reused, QString* problem)

@@ -14,7 +14,8 @@ class TallyCycle;
 class UserDefaults;
 
 // The outputs besides the window and the tally box while the program runs:
-// the web tally page, the TSL UMD sender and the MQTT publishers, added to the update cycle and
+// the web tally page, the TSL UMD sender, the MQTT publishers and the DMX
+// sender, added to the update cycle and
 // replaced at once when the operator chooses others, without a restart. A
 // change either happens whole or not at all: a bad choice or a port that
 // cannot be listened on leaves the running outputs as they were.
@@ -27,7 +28,7 @@ public:
     ~NetworkOutputs() override;
 
     // At launch: what the command line asks for, then what the settings
-    // saved for the kinds it left alone (the web page; TSL; MQTT). False, with the
+    // saved for the kinds it left alone (the web page; TSL; MQTT; DMX). False, with the
     // problem, when the command line's own outputs cannot start: the program
     // ends, as it always has. A saved choice that cannot start stays off and
     // is reported through problemChanged, so that the window still opens.
@@ -43,6 +44,7 @@ public:
     const NetworkOutputChoices& current() const { return m_current; }
     WebTallyServer* webServer() const { return m_running.web.get(); }
     TslSender* tslSender() const { return m_running.tsl.get(); }
+    DmxSender* dmxSender() const { return m_running.dmx.get(); }
     const std::vector<std::unique_ptr<MqttPublisher>>& mqttPublishers() const { return m_running.mqtt; }
     // Where phones open the running page, each of lightCount lights' pages
     // included; none while no page is served.
@@ -62,6 +64,7 @@ private:
     // Starts the part a launch left to the settings, noting a failure.
     void startSaved(const NetworkOutputChoices& next, const QString& what, QStringList* problems);
     std::unique_ptr<TslSender> senderFor(const NetworkOutputChoices& choices);
+    std::unique_ptr<DmxSender> dmxSenderFor(const NetworkOutputChoices& choices);
     // The publishers the choices ask for: the running ones when the MQTT
     // choices did not change (reused says so), else new ones. False, with
     // the reason, when a password or CA file cannot be read.

@@ -2,8 +2,11 @@
 
 #include "base/Problem.h"
 #include "base/StandardOutput.h"
+#include "base/UserDefaults.h"
+#include "dmx/SacnSourceId.h"
 #include "model/LightCount.h"
 #include "mqtt/MqttTallyTopics.h"
+#include "outputs/DmxSender.h"
 #include "outputs/MosquittoClient.h"
 #include "outputs/MqttPublisher.h"
 #include "outputs/TslSender.h"
@@ -20,6 +23,8 @@
 #include <QFileInfo>
 #include <QProcessEnvironment>
 #include <QSysInfo>
+
+#include <algorithm>
 
 namespace {
 
@@ -324,11 +329,65 @@ std::vector<std::unique_ptr<MqttPublisher>> mqttPublishersFor(const MqttSettings
     return publishers;
 }
 
+// What a DMX sender needs, checked: the destinations and the layout.
+struct DmxSettings {
+    QList<DmxAddress> destinations;
+    std::optional<DmxLayout> layout;
+};
+
+std::optional<DmxSettings> dmxSettings(const RunOptions& options, QString* problem)
+{
+    DmxSettings settings;
+    for (const QString& text : options.dmxDestinations) {
+        const std::optional<DmxAddress> address = DmxAddress::parse(text, problem);
+        if (!address) {
+            return std::nullopt;
+        }
+        settings.destinations.append(*address);
+    }
+    const std::optional<DmxLayout::Kind> kind = DmxLayout::kindNamed(options.dmxLayout);
+    if (!kind) {
+        reportProblem(problem,
+            QStringLiteral("--dmx-layout takes %1, not '%2'")
+                .arg(DmxLayout::kindNames().join(QStringLiteral(" or ")), options.dmxLayout));
+        return std::nullopt;
+    }
+    QString why;
+    settings.layout = DmxLayout::make(*kind, options.dmxStartChannel, int(tallyLightCount), &why);
+    if (!settings.layout) {
+        reportProblem(problem, QStringLiteral("--dmx-start: ") + why);
+        return std::nullopt;
+    }
+    return settings;
+}
+
+// The sender for checked settings; none when there is no destination.
+std::unique_ptr<DmxSender> dmxSenderFor(const DmxSettings& settings)
+{
+    if (settings.destinations.isEmpty()) {
+        return nullptr;
+    }
+    E131Packet::Source source;
+    const bool anySacn = std::any_of(settings.destinations.begin(), settings.destinations.end(),
+        [](const DmxAddress& address) { return address.protocol == DmxAddress::Protocol::sacn; });
+    if (anySacn) {
+        source.cid = sacnSourceId(UserDefaults::standardUserDefaults());
+    }
+    return std::make_unique<DmxSender>(settings.destinations, *settings.layout, source);
+}
+
 } // namespace
 
 bool checkOutputs(const RunOptions& options, QString* problem)
 {
-    return tslDestinations(options, problem) && mqttSettings(options, SharedFileWarning::quiet, problem);
+    return tslDestinations(options, problem) && mqttSettings(options, SharedFileWarning::quiet, problem)
+        && dmxSettings(options, problem);
+}
+
+std::unique_ptr<DmxSender> makeDmxSender(const RunOptions& options, QString* problem)
+{
+    const std::optional<DmxSettings> settings = dmxSettings(options, problem);
+    return settings ? dmxSenderFor(*settings) : nullptr;
 }
 
 std::unique_ptr<TslSender> makeTslSender(const RunOptions& options, QString* problem)
@@ -370,6 +429,7 @@ void StartedOutputs::addTo(TallyCycle& cycle) const
     for (const std::unique_ptr<MqttPublisher>& publisher : mqtt) {
         cycle.addOutput(publisher.get());
     }
+    cycle.addOutput(dmx.get());
 }
 
 void StartedOutputs::removeFrom(TallyCycle& cycle) const
@@ -379,6 +439,7 @@ void StartedOutputs::removeFrom(TallyCycle& cycle) const
     for (const std::unique_ptr<MqttPublisher>& publisher : mqtt) {
         cycle.removeOutput(publisher.get());
     }
+    cycle.removeOutput(dmx.get());
 }
 
 std::optional<StartedOutputs> startOutputs(const RunOptions& options, QString* problem)
@@ -388,11 +449,13 @@ std::optional<StartedOutputs> startOutputs(const RunOptions& options, QString* p
     const std::optional<QList<TslDestination>> destinations = tslDestinations(options, problem);
     const std::optional<MqttSettings> mqtt
         = destinations ? mqttSettings(options, SharedFileWarning::said, problem) : std::nullopt;
-    if (!mqtt) {
+    const std::optional<DmxSettings> dmx = mqtt ? dmxSettings(options, problem) : std::nullopt;
+    if (!dmx) {
         return std::nullopt;
     }
     StartedOutputs outputs;
     outputs.tsl = tslSenderFor(*destinations, options);
+    outputs.dmx = dmxSenderFor(*dmx);
     outputs.mqtt = mqttPublishersFor(*mqtt, options);
     outputs.web = startWebTally(options, problem);
     if (options.web && !outputs.web) {

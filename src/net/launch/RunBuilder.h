@@ -63,6 +63,14 @@ class MqttPublisher;
 // cannot be read.
 std::vector<std::unique_ptr<MqttPublisher>> makeMqttPublishers(const RunOptions& options, QString* problem);
 
+class DmxSender;
+
+// The DMX sender the options ask for: nothing and no problem when they name
+// no destination, nothing and the reason in problem when a destination, the
+// layout or the start channel is bad. An sACN destination takes this
+// installation's CID from the settings (made there on first use).
+std::unique_ptr<DmxSender> makeDmxSender(const RunOptions& options, QString* problem);
+
 class WebTallyServer;
 
 // The web tally page, listening where the options say. Nothing, and no
@@ -79,6 +87,7 @@ struct StartedOutputs {
     std::unique_ptr<TslSender> tsl;
     std::unique_ptr<WebTallyServer> web;
     std::vector<std::unique_ptr<MqttPublisher>> mqtt;
+    std::unique_ptr<DmxSender> dmx;
 
     StartedOutputs();
     StartedOutputs(StartedOutputs&&) noexcept;
@@ -91,7 +100,7 @@ struct StartedOutputs {
 
 // Whether the outputs the options ask for could start as far as the options
 // go: every TSL destination and the offset, every MQTT broker, the MQTT
-// password and CA files. False, with the problem, on a usage mistake; a
+// password and CA files, every DMX destination and the DMX layout. False, with the problem, on a usage mistake; a
 // port in use is found only by starting.
 bool checkOutputs(const RunOptions& options, QString* problem);
 

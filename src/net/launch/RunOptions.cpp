@@ -1,6 +1,7 @@
 #include "launch/RunOptions.h"
 
 #include "base/Problem.h"
+#include "dmx/DmxLayout.h"
 #include "sources/SenderAllowList.h"
 
 #include <functional>
@@ -52,6 +53,7 @@ const RepeatableOption repeatableOptions[] = {
     { QStringLiteral("--tsl"), &RunOptions::tsl31Destinations, &RunOptions::tslGiven },
     { QStringLiteral("--tsl5"), &RunOptions::tsl50Destinations, &RunOptions::tslGiven },
     { QStringLiteral("--mqtt"), &RunOptions::mqttBrokers, &RunOptions::mqttGiven },
+    { QStringLiteral("--dmx"), &RunOptions::dmxDestinations, &RunOptions::dmxGiven },
 };
 
 // Whole-number options and the smallest value each takes.
@@ -64,6 +66,7 @@ struct NumberOption {
 const NumberOption numberOptions[] = {
     { QStringLiteral("--tsl-offset"), &RunOptions::tslIndexOffset, 0 },
     { QStringLiteral("--atem-me"), &RunOptions::atemMixEffect, 1 },
+    { QStringLiteral("--dmx-start"), &RunOptions::dmxStartChannel, 1 },
 };
 
 // An option whose value is checked as it is taken, so that a bad one is a
@@ -152,6 +155,9 @@ bool takeNumberOption(QStringList& arguments, qsizetype index, RunOptions* optio
         if (option.field == &RunOptions::tslIndexOffset) {
             options->tslGiven = true;
         }
+        if (option.field == &RunOptions::dmxStartChannel) {
+            options->dmxGiven = true;
+        }
         if (valueGiven && (!isNumber || number < option.minimum)) {
             return reportProblem(problem,
                 QStringLiteral("%1 needs a whole number of at least %2, not '%3'")
@@ -162,6 +168,22 @@ bool takeNumberOption(QStringList& arguments, qsizetype index, RunOptions* optio
         return valueGiven;
     }
     return true;
+}
+
+// --dmx-layout: how the lights sit in the universe.
+bool takeDmxLayoutOption(QStringList& arguments, qsizetype index, RunOptions* options, bool* matched, QString* problem)
+{
+    return takeCheckedOption(arguments, index, QStringLiteral("--dmx-layout"), matched, problem,
+        [options](const QString& value, QString* why) {
+            if (!DmxLayout::kindNamed(value)) {
+                return reportProblem(why,
+                    QStringLiteral("takes %1, not '%2'")
+                        .arg(DmxLayout::kindNames().join(QStringLiteral(" or ")), value));
+            }
+            options->dmxLayout = value;
+            options->dmxGiven = true;
+            return true;
+        });
 }
 
 bool takeWebOption(QStringList& arguments, qsizetype index, RunOptions* options, bool* matched, QString* problem)
@@ -255,7 +277,7 @@ bool takeOption(QStringList& arguments, qsizetype index, RunOptions* options, bo
 {
     using Take = bool (*)(QStringList&, qsizetype, RunOptions*, bool*, QString*);
     for (const Take take : { takeFlag, takeTextOption, takeWebOption, takeTslAllowOption, takeTslSilenceOption,
-             takeRepeatableOption, takeNumberOption }) {
+             takeDmxLayoutOption, takeRepeatableOption, takeNumberOption }) {
         if (!take(arguments, index, options, matched, problem)) {
             return false;
         }
@@ -323,6 +345,12 @@ QStringList RunOptions::helpLines()
         QStringLiteral("                        (else from MIXDESK_TALLY_MQTT_PASSWORD)"),
         QStringLiteral("  --mqtt-ca-file FILE   for mqtts://: a CA certificate to trust besides the system's"),
         QStringLiteral("  --mqtt-discovery      announce every light to Home Assistant (MQTT discovery)"),
+        QStringLiteral("  --dmx URL             send the lights as DMX levels: artnet://HOST[:PORT][/UNIVERSE]"),
+        QStringLiteral("                        (Art-Net, port 6454, universe 0) or sacn://[HOST][:PORT][/UNIVERSE]"),
+        QStringLiteral("                        (sACN, port 5568, universe 1, multicast without HOST); repeatable"),
+        QStringLiteral("  --dmx-start N         the first DMX channel, light 1's (default 1)"),
+        QStringLiteral("  --dmx-layout LAYOUT   rgb: three channels a light, live 255,0,0, preview 0,255,0"),
+        QStringLiteral("                        (the default); single: one channel, live 255, preview 128"),
         QStringLiteral("  --when-lost ACTION    while the switcher is lost: keep the lights (keep, the"),
         QStringLiteral("                        default), turn them off (off), or blink them (blink)"),
         QStringLiteral("  --blink-after N       with --when-lost blink: N seconds of keeping the lights"),

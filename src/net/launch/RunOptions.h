@@ -58,6 +58,16 @@ struct RunOptions {
     // Whether the command line gave any MQTT option: then it decides the
     // MQTT outputs whole, and none saved in the window's settings are added.
     bool mqttGiven = false;
+    // DMX outputs (--dmx, repeatable), as written:
+    // "artnet://HOST[:PORT][/UNIVERSE]" or "sacn://[HOST][:PORT][/UNIVERSE]";
+    // light 1 from channel dmxStartChannel (--dmx-start), laid out as
+    // dmxLayout (--dmx-layout: "rgb" or "single").
+    QStringList dmxDestinations;
+    int dmxStartChannel = 1;
+    QString dmxLayout = QStringLiteral("rgb");
+    // Whether the command line gave any DMX option: then it decides the DMX
+    // outputs whole, and none saved in the window's settings are added.
+    bool dmxGiven = false;
     // The web tally page: off unless --web [ADDRESS:]PORT is given.
     std::optional<WebListenAddress> web;
     // What the lights do while the source is lost, and at quit; unset

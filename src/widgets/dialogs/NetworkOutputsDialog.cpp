@@ -3,6 +3,7 @@
 #include "dialogs/PhoneLinksView.h"
 
 #include <QCheckBox>
+#include <QComboBox>
 #include <QDialogButtonBox>
 #include <QFormLayout>
 #include <QLabel>
@@ -48,6 +49,7 @@ NetworkOutputsDialog::NetworkOutputsDialog(const NetworkOutputChoices& current, 
     addWebRows(current);
     addTslRows(current);
     addMqttRows(current);
+    addDmxRows(current);
     problemLabel = new QLabel(this);
     problemLabel->setObjectName(QStringLiteral("networkOutputsProblem"));
     problemLabel->setWordWrap(true);
@@ -125,6 +127,29 @@ void NetworkOutputsDialog::addMqttRows(const NetworkOutputChoices& current)
     form->addRow(tr("MQTT CA file:"), mqttCaFileField);
 }
 
+void NetworkOutputsDialog::addDmxRows(const NetworkOutputChoices& current)
+{
+    auto* form = static_cast<QFormLayout*>(layout());
+    dmxField = destinationField(QStringLiteral("dmxDestinations"), current.dmxDestinations,
+        tr("artnet://HOST[:PORT][/UNIVERSE] or sacn://[HOST][:PORT][/UNIVERSE], one a line"), this);
+    dmxStartField = new QSpinBox(this);
+    dmxStartField->setObjectName(QStringLiteral("dmxStartChannel"));
+    // Every channel of the universe; a start the lights do not fit after
+    // is said when the choices are tried.
+    dmxStartField->setRange(1, 512);
+    dmxStartField->setValue(current.dmxStartChannel);
+    dmxStartField->setToolTip(tr("Light 1's first channel; each light takes the channels after it"));
+    dmxLayoutField = new QComboBox(this);
+    dmxLayoutField->setObjectName(QStringLiteral("dmxLayout"));
+    dmxLayoutField->addItem(tr("RGB: three channels a light (live red, preview green)"), QStringLiteral("rgb"));
+    dmxLayoutField->addItem(tr("Single: one channel a light (live 255, preview 128)"), QStringLiteral("single"));
+    const int chosen = dmxLayoutField->findData(current.dmxLayout);
+    dmxLayoutField->setCurrentIndex(chosen < 0 ? 0 : chosen);
+    form->addRow(tr("DMX destinations:"), dmxField);
+    form->addRow(tr("First DMX channel:"), dmxStartField);
+    form->addRow(tr("DMX layout:"), dmxLayoutField);
+}
+
 NetworkOutputChoices NetworkOutputsDialog::choices() const
 {
     NetworkOutputChoices chosen;
@@ -138,6 +163,9 @@ NetworkOutputChoices NetworkOutputsDialog::choices() const
     chosen.mqttDiscovery = mqttDiscoveryCheckBox->isChecked();
     chosen.mqttPasswordFile = mqttPasswordFileField->text().trimmed();
     chosen.mqttCaFile = mqttCaFileField->text().trimmed();
+    chosen.dmxDestinations = destinationLines(*dmxField);
+    chosen.dmxStartChannel = dmxStartField->value();
+    chosen.dmxLayout = dmxLayoutField->currentData().toString();
     return chosen;
 }
 

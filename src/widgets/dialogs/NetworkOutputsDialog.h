@@ -10,6 +10,7 @@
 #include <optional>
 
 class QCheckBox;
+class QComboBox;
 class QDialogButtonBox;
 class QLabel;
 class QLineEdit;
@@ -21,7 +22,8 @@ class PhoneLinksView;
 // listens, the TSL UMD 3.1 and 5.0 destinations and the display index
 // offset, the MQTT brokers with Home Assistant discovery, the password file
 // and the CA file (the password itself is never typed here: it would be
-// stored in the settings in the clear). It only shows and collects: OK hands the choices to whoever opened
+// stored in the settings in the clear), the Art-Net and sACN destinations
+// with the first channel and the layout. It only shows and collects: OK hands the choices to whoever opened
 // it, which starts them at once. Choices that are refused leave the dialog
 // open with the reason, and nothing typed is lost.
 class NetworkOutputsDialog : public QDialog {
@@ -52,6 +54,9 @@ public:
     QPointer<QCheckBox> mqttDiscoveryCheckBox;
     QPointer<QLineEdit> mqttPasswordFileField;
     QPointer<QLineEdit> mqttCaFileField;
+    QPointer<QPlainTextEdit> dmxField;
+    QPointer<QSpinBox> dmxStartField;
+    QPointer<QComboBox> dmxLayoutField;
     // Why the last choices were refused; hidden while there is no reason.
     QPointer<QLabel> problemLabel;
     QPointer<QDialogButtonBox> buttons;
@@ -60,6 +65,7 @@ private:
     void addWebRows(const NetworkOutputChoices& current);
     void addTslRows(const NetworkOutputChoices& current);
     void addMqttRows(const NetworkOutputChoices& current);
+    void addDmxRows(const NetworkOutputChoices& current);
     void showProblem(const QString& problem);
 
     Apply m_apply;

@@ -65,6 +65,10 @@ HandOverRequest everyChoice()
     request.outputs.mqttDiscovery = true;
     request.outputs.mqttPasswordFile = "/run/secrets/mqtt";
     request.outputs.mqttCaFile = "/etc/ca.pem";
+    request.dmxGiven = true;
+    request.outputs.dmxDestinations = QStringList { "artnet://10.0.0.20/3", "sacn://" };
+    request.outputs.dmxStartChannel = 101;
+    request.outputs.dmxLayout = "single";
     request.whenSourceLost = LostSourcePolicy::Action::blink;
     request.blinkAfterSeconds = 30;
     request.lightsOffAtQuit = true;
@@ -300,6 +304,30 @@ TEST(HandOverRequestTest, TslAndMqttEachReplaceTheirWholePart)
     expected.tslIndexOffset = 2;
     expected.mqttBrokers = QStringList { "mqtt://other-broker" };
     EXPECT_EQ(launch.request->outputsOver(running), expected);
+}
+
+TEST(HandOverRequestTest, DmxReplacesItsWholePartAndNothingElse)
+{
+    const Launch launch = secondLaunch({ "--dmx", "sacn:///2", "--dmx-layout", "single" });
+    ASSERT_TRUE(launch.request) << launch.problem.toStdString();
+    EXPECT_TRUE(launch.request->changesOutputs());
+    NetworkOutputChoices running;
+    running.mqttBrokers = QStringList { "mqtt://broker" };
+    running.dmxDestinations = QStringList { "artnet://10.0.0.20" };
+    running.dmxStartChannel = 40;
+    NetworkOutputChoices expected;
+    expected.mqttBrokers = QStringList { "mqtt://broker" };
+    expected.dmxDestinations = QStringList { "sacn:///2" };
+    expected.dmxLayout = QStringLiteral("single");
+    EXPECT_EQ(launch.request->outputsOver(running), expected);
+    EXPECT_TRUE(launch.request->summary().contains(QStringLiteral("DMX to sacn:///2")));
+}
+
+TEST(HandOverRequestTest, DmxStartOrLayoutWithoutDmxIsRefusedAndABadDmxAddressToo)
+{
+    EXPECT_EQ(refusalOf({ "--dmx-start", "5" }),
+        QStringLiteral("--dmx-start and --dmx-layout go with --dmx when handed to the running window"));
+    EXPECT_TRUE(refusalOf({ "--dmx", "artnet://" }).startsWith(QStringLiteral("bad Art-Net address")));
 }
 
 TEST(HandOverRequestTest, TheMqttFilesAreHandedOverWithAbsolutePaths)

@@ -8,6 +8,7 @@
 #include "base/UserDefaults.h"
 #include "net/launch/TakingOptions.h"
 #include "net/outputs/WebTallyClient.h"
+#include "outputs/DmxSender.h"
 #include "outputs/MqttPublisher.h"
 #include "outputs/TslSender.h"
 #include "outputs/WebTallyServer.h"
@@ -232,6 +233,55 @@ TEST_F(NetworkOutputsTest, ApplyingTslChoicesSendsThreeOneAndFiveBytesAtOnce)
     EXPECT_EQ(receiver50.waitFor(TallyMap::numberOfLights),
         TslTallyEncoding::packets(TslTallyEncoding::Version::v50, lightsAfterTick(), 2));
     EXPECT_EQ(outputs.current(), choices);
+}
+
+TEST_F(NetworkOutputsTest, SavedDmxChoicesStartAtLaunchAndSendTheLightsAsArtNet)
+{
+    Receiver receiver;
+    NetworkOutputChoices chosen;
+    chosen.dmxDestinations = { receiver.url().replace(QStringLiteral("udp://"), QStringLiteral("artnet://")) + "/5" };
+    chosen.dmxStartChannel = 3;
+    chosen.dmxLayout = QStringLiteral("single");
+    chosen.save(defaults);
+    EXPECT_EQ(NetworkOutputChoices::saved(defaults), chosen);
+
+    QString problem;
+    ASSERT_TRUE(outputs.startAtLaunch(RunOptions {}, NetworkOutputChoices::saved(defaults), &problem))
+        << problem.toStdString();
+    ASSERT_NE(outputs.dmxSender(), nullptr);
+    tick();
+    const QList<QByteArray> datagrams = receiver.waitFor(1);
+    ASSERT_FALSE(datagrams.isEmpty());
+    EXPECT_EQ(quint8(datagrams[0][14]), 5);
+    // Light 1 (live) on channel 3, the others off.
+    EXPECT_EQ(datagrams[0].mid(18, 4), QByteArray("\x00\x00\xff\x00", 4));
+}
+
+TEST_F(NetworkOutputsTest, UnchangedDmxChoicesKeepTheRunningSenderAndBadOnesAreRefusedInTheOperatorsWords)
+{
+    NetworkOutputChoices choices;
+    choices.dmxDestinations = { QStringLiteral("artnet://127.0.0.1:9/0") };
+    QString problem;
+    ASSERT_TRUE(outputs.apply(choices, &problem)) << problem.toStdString();
+    DmxSender* running = outputs.dmxSender();
+    ASSERT_NE(running, nullptr);
+    choices.web = QStringLiteral("127.0.0.1:%1").arg(freePort());
+    ASSERT_TRUE(outputs.apply(choices, &problem)) << problem.toStdString();
+    EXPECT_EQ(outputs.dmxSender(), running);
+
+    NetworkOutputChoices bad = choices;
+    bad.dmxStartChannel = 490;
+    EXPECT_EQ(problemWith(bad),
+        QStringLiteral("DMX: the 8 lights take 24 channels in the rgb layout, so the first channel must be between 1 "
+                       "and 489, not 490"));
+    EXPECT_FALSE(outputs.apply(bad, &problem));
+    EXPECT_EQ(outputs.dmxSender(), running);
+    bad = choices;
+    bad.dmxDestinations = { QStringLiteral("sacn:///0") };
+    EXPECT_TRUE(problemWith(bad).value_or(QString()).startsWith(QStringLiteral("DMX: bad sACN address 'sacn:///0'")));
+    bad = choices;
+    bad.dmxLayout = QStringLiteral("rgbw");
+    EXPECT_EQ(problemWith(bad), QStringLiteral("DMX: the layout is rgb or single, not 'rgbw'"));
 }
 
 TEST_F(NetworkOutputsTest, TurningTheWebPageOffStopsItsServer)

@@ -3,6 +3,7 @@
 #include "launch/RunBuilder.h"
 
 #include "net/launch/TakingOptions.h"
+#include "outputs/DmxSender.h"
 #include "outputs/MqttPublisher.h"
 #include "outputs/TslSender.h"
 #include "outputs/WebTallyServer.h"
@@ -446,4 +447,43 @@ TEST(RunBuilderTest, AnMqttPasswordFileOnlyItsOwnerCanReadIsUsedWithoutAWord)
     const QString said = QString::fromStdString(testing::internal::GetCapturedStderr());
     EXPECT_EQ(publishers.size(), 1u) << problem.toStdString();
     EXPECT_FALSE(said.contains(QStringLiteral("readable by others"))) << said.toStdString();
+}
+
+TEST(RunBuilderTest, WithoutDmxOptionsThereIsNoDmxSenderAndNoProblem)
+{
+    QString problem;
+    EXPECT_EQ(makeDmxSender(RunOptions {}, &problem), nullptr);
+    EXPECT_TRUE(problem.isEmpty()) << problem.toStdString();
+}
+
+TEST(RunBuilderTest, DmxOptionsMakeOneSenderForEveryDestinationWithTheLayout)
+{
+    RunOptions options;
+    options.dmxDestinations = { QStringLiteral("artnet://127.0.0.1:6999/4") };
+    options.dmxStartChannel = 5;
+    options.dmxLayout = QStringLiteral("single");
+    QString problem;
+    const std::unique_ptr<DmxSender> sender = makeDmxSender(options, &problem);
+    ASSERT_NE(sender, nullptr) << problem.toStdString();
+    ASSERT_EQ(sender->destinations().size(), 1);
+    EXPECT_EQ(sender->destinations()[0].toString(), QStringLiteral("artnet://127.0.0.1:6999/4"));
+    EXPECT_EQ(sender->layout().kind(), DmxLayout::Kind::single);
+    EXPECT_EQ(sender->layout().startChannel(), 5);
+}
+
+TEST(RunBuilderTest, ABadDmxDestinationOrAStartTheLightsDoNotFitAfterIsAUsageProblem)
+{
+    RunOptions options;
+    options.dmxDestinations = { QStringLiteral("artnet:///1") };
+    QString problem;
+    EXPECT_FALSE(checkOutputs(options, &problem));
+    EXPECT_TRUE(problem.startsWith(QStringLiteral("bad Art-Net address 'artnet:///1': no host")))
+        << problem.toStdString();
+    options.dmxDestinations = { QStringLiteral("artnet://127.0.0.1") };
+    options.dmxStartChannel = 500;
+    EXPECT_FALSE(checkOutputs(options, &problem));
+    EXPECT_EQ(problem,
+        QStringLiteral("--dmx-start: the 8 lights take 24 channels in the rgb layout, so the first channel must be "
+                       "between 1 and 489, not 500"));
+    EXPECT_EQ(makeDmxSender(options, &problem), nullptr);
 }

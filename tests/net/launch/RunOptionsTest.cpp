@@ -262,3 +262,41 @@ TEST(RunOptionsTest, MqttBrokersMayBeGivenMoreThanOnceWithTheirFilesAndDiscovery
     EXPECT_FALSE(options.tslGiven);
     EXPECT_EQ(arguments, QStringList { QStringLiteral("map.tlx") });
 }
+
+TEST(RunOptionsTest, DmxDestinationsMayBeGivenMoreThanOnceWithTheStartAndTheLayout)
+{
+    QStringList arguments { QStringLiteral("--dmx"), QStringLiteral("artnet://10.0.0.5/2"), QStringLiteral("map.tlx"),
+        QStringLiteral("--dmx=sacn://"), QStringLiteral("--dmx-start"), QStringLiteral("17"),
+        QStringLiteral("--dmx-layout=single") };
+    RunOptions options;
+    EXPECT_EQ(takingOptions(arguments, &options), std::nullopt);
+    EXPECT_EQ(
+        options.dmxDestinations, (QStringList { QStringLiteral("artnet://10.0.0.5/2"), QStringLiteral("sacn://") }));
+    EXPECT_EQ(options.dmxStartChannel, 17);
+    EXPECT_EQ(options.dmxLayout, QStringLiteral("single"));
+    EXPECT_TRUE(options.dmxGiven);
+    EXPECT_FALSE(options.mqttGiven);
+    EXPECT_FALSE(options.tslGiven);
+    EXPECT_EQ(arguments, QStringList { QStringLiteral("map.tlx") });
+}
+
+TEST(RunOptionsTest, WithoutDmxOptionsTheLayoutIsRgbFromChannelOne)
+{
+    QStringList arguments { QStringLiteral("map.tlx") };
+    RunOptions options;
+    EXPECT_EQ(takingOptions(arguments, &options), std::nullopt);
+    EXPECT_TRUE(options.dmxDestinations.isEmpty());
+    EXPECT_EQ(options.dmxStartChannel, 1);
+    EXPECT_EQ(options.dmxLayout, QStringLiteral("rgb"));
+    EXPECT_FALSE(options.dmxGiven);
+}
+
+TEST(RunOptionsTest, AnUnknownDmxLayoutOrAStartBelowOneIsAUsageProblem)
+{
+    QStringList arguments { QStringLiteral("--dmx-layout"), QStringLiteral("rgbw") };
+    RunOptions options;
+    EXPECT_EQ(takingOptions(arguments, &options), QStringLiteral("--dmx-layout: takes rgb or single, not 'rgbw'"));
+    QStringList start { QStringLiteral("--dmx-start=0") };
+    EXPECT_EQ(
+        takingOptions(start, &options), QStringLiteral("--dmx-start needs a whole number of at least 1, not '0'"));
+}

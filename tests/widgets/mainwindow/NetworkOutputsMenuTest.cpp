@@ -13,6 +13,7 @@
 
 #include <QApplication>
 #include <QCheckBox>
+#include <QComboBox>
 #include <QDialogButtonBox>
 #include <QLabel>
 #include <QLineEdit>
@@ -331,5 +332,27 @@ TEST(NetworkOutputsDialogTest, ShowsAndGivesTheMqttChoices)
     expected.mqttBrokers = { QStringLiteral("mqtt://other") };
     expected.mqttDiscovery = false;
     expected.mqttCaFile = QStringLiteral("ca.pem");
+    EXPECT_EQ(dialog.choices(), expected);
+}
+
+TEST(NetworkOutputsDialogTest, ShowsAndGivesTheDmxChoices)
+{
+    NetworkOutputChoices current;
+    current.dmxDestinations = { QStringLiteral("artnet://10.0.0.20/3"), QStringLiteral("sacn://") };
+    current.dmxStartChannel = 101;
+    current.dmxLayout = QStringLiteral("single");
+    NetworkOutputsDialog dialog(current, [](const NetworkOutputChoices&, QString*) { return true; });
+    EXPECT_EQ(dialog.dmxField->toPlainText(), QStringLiteral("artnet://10.0.0.20/3\nsacn://"));
+    EXPECT_EQ(dialog.dmxStartField->value(), 101);
+    EXPECT_EQ(dialog.dmxLayoutField->currentData().toString(), QStringLiteral("single"));
+    EXPECT_EQ(dialog.choices(), current);
+
+    dialog.dmxField->setPlainText(QStringLiteral(" sacn:///7 \n\n"));
+    dialog.dmxStartField->setValue(1);
+    dialog.dmxLayoutField->setCurrentIndex(dialog.dmxLayoutField->findData(QStringLiteral("rgb")));
+    NetworkOutputChoices expected = current;
+    expected.dmxDestinations = { QStringLiteral("sacn:///7") };
+    expected.dmxStartChannel = 1;
+    expected.dmxLayout = QStringLiteral("rgb");
     EXPECT_EQ(dialog.choices(), expected);
 }
