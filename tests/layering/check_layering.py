@@ -159,7 +159,7 @@ COMPONENTS = (
 # link, tsl, atem, mqtt and hardware talk to the world outside and know nothing
 # of each other; lock, lamps and tallymap are the rules the screens and tallyctl
 # work with; sources and tally put those pieces together.
-CORE_LAYERS = ("base", "model", "link", "tsl", "atem", "mqtt", "hardware", "lock", "lamps", "tallymap", "sources", "tally")
+CORE_LAYERS = ("base", "model", "link", "tsl", "atem", "vmix", "mqtt", "hardware", "lock", "lamps", "tallymap", "sources", "tally")
 
 # Offences known today, each with the reason it stands and what removes it.
 # An entry names the including file and the include as written; delete the
