@@ -40,6 +40,9 @@ std::optional<Document> parseXml(const QByteArray& xml, QString* problem)
         reportProblem(problem, QStringLiteral("the XML state was refused: %1").arg(why));
         return std::nullopt;
     };
+    if (xml.trimmed().isEmpty()) {
+        return fail(QStringLiteral("it is empty"));
+    }
     QXmlStreamReader reader(xml);
     Document document;
     // Names of the open elements, the root first.

@@ -321,6 +321,24 @@ TEST(RunBuilderTest, ABadAtemAddressIsRefusedWithWhatIsExpected)
     EXPECT_TRUE(problem.contains(QStringLiteral("only a host and a port"))) << problem.toStdString();
 }
 
+TEST(RunBuilderTest, AVmixAddressMakesAVmixSourceOnItsTcpApiPort8099UnlessAnotherIsGiven)
+{
+    RunOptions options;
+    options.source = QStringLiteral("vmix://127.0.0.1");
+    QString problem;
+    const std::unique_ptr<ShotSource> source = makeShotSource(options, &problem);
+    ASSERT_NE(source, nullptr) << problem.toStdString();
+    EXPECT_EQ(source->kind(), ShotSource::Kind::vmix);
+    EXPECT_EQ(source->notRunningWarning(), QStringLiteral("vMix is not connected"));
+    EXPECT_FALSE(source->isRunning());
+    EXPECT_EQ(source->details().followed, QStringLiteral("vMix at 127.0.0.1:8099"));
+    options.source = QStringLiteral("VMIX://studio:8088/api");
+    EXPECT_EQ(makeShotSource(options, &problem), nullptr);
+    EXPECT_EQ(problem,
+        QStringLiteral("bad vMix address 'VMIX://studio:8088/api': only a host and a port may follow vmix:// "
+                       "(expected vmix://HOST or vmix://HOST:PORT)"));
+}
+
 TEST(RunBuilderTest, WithoutMqttOptionsNothingIsPublishedAndNothingCountsAsGiven)
 {
     QStringList arguments { QStringLiteral("--tsl"), QStringLiteral("udp://127.0.0.1:4003") };
