@@ -56,8 +56,8 @@ VmixStandinCommands::Outcome VmixStandinCommands::inputCommand(
     bool isNumber = false;
     const int input = numberText.toInt(&isNumber);
     if (!isNumber || !m_model.hasInput(input)) {
-        return refuse(problem,
-            QStringLiteral("%1 takes an input number from 1 to %2").arg(verb).arg(m_model.inputs().size()));
+        return refuse(
+            problem, QStringLiteral("%1 takes an input number from 1 to %2").arg(verb).arg(m_model.inputs().size()));
     }
     if (verb == QLatin1String("rename")) {
         if (space < 0) {

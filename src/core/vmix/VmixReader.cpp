@@ -15,6 +15,19 @@ bool isLength(const QByteArray& status)
     return true;
 }
 
+// vMix's commands are capital letters alone (XML, XMLTEXT, TALLY); a first
+// word with anything else (an HTTP status line's "HTTP/1.1") announces no
+// data, whatever number follows it.
+bool isCommandWord(const QByteArray& word)
+{
+    for (const char c : word) {
+        if (c < 'A' || c > 'Z') {
+            return false;
+        }
+    }
+    return !word.isEmpty();
+}
+
 } // namespace
 
 void VmixReader::reset()
@@ -57,16 +70,16 @@ QList<VmixReader::Item> VmixReader::feed(QByteArrayView bytes)
         if (end < 0) {
             if (m_buffer.size() > maxLineBytes) {
                 // Said now, not at the line's end, which may never come.
-                items.append(Item { std::nullopt,
-                    QStringLiteral("a line longer than %1 KB was dropped").arg(maxLineBytes / 1024) });
+                items.append(Item {
+                    std::nullopt, QStringLiteral("a line longer than %1 KB was dropped").arg(maxLineBytes / 1024) });
                 m_buffer.clear();
                 m_skippingLine = true;
             }
             return items;
         }
         if (end > maxLineBytes) {
-            items.append(Item { std::nullopt,
-                QStringLiteral("a line longer than %1 KB was dropped").arg(maxLineBytes / 1024) });
+            items.append(
+                Item { std::nullopt, QStringLiteral("a line longer than %1 KB was dropped").arg(maxLineBytes / 1024) });
             m_buffer.remove(0, end + 1);
             continue;
         }
@@ -97,7 +110,7 @@ void VmixReader::takeLine(const QByteArray& line, QList<Item>& items)
         message.status = secondSpace < 0 ? rest : rest.left(secondSpace);
         message.text = secondSpace < 0 ? QByteArray() : rest.mid(secondSpace + 1);
     }
-    if (!isLength(message.status)) {
+    if (!isCommandWord(message.command) || !isLength(message.status)) {
         items.append(Item { std::move(message), {} });
         return;
     }

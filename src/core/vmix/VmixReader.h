@@ -9,8 +9,8 @@
 
 // Cuts what vMix's TCP API sends into messages. Every message is one line,
 // "COMMAND STATUS [text]" ended by CR LF (a bare LF is taken too); when the
-// status is a number, that many bytes of data follow the line ("XML 37"
-// then the document). Bytes may come in any pieces: what is not yet a
+// status is a number and the command is capital letters, that many bytes of
+// data follow the line ("XML 37" then the document). Bytes may come in any pieces: what is not yet a
 // whole message waits for the next feed.
 //
 // The reader is bounded so that a broken or hostile server costs neither

@@ -96,17 +96,26 @@ void VmixSession::receive(QByteArrayView bytes, qint64 now)
         }
         if (item.message) {
             take(*item.message, now);
+            if (!m_open) {
+                return;
+            }
         } else {
             m_handlers.dropped(item.problem);
         }
     }
     if (m_open && m_reader.broken()) {
-        m_handlers.lost(QStringLiteral("vMix sent more than can be read"));
+        giveUp(QStringLiteral("vMix sent more than can be read"));
     }
 }
 
 void VmixSession::take(const VmixReader::Message& message, qint64 now)
 {
+    if (message.command.startsWith("HTTP/")) {
+        // The most common mistake: the web interface's port for the API's.
+        giveUp(QStringLiteral("the server answered in HTTP, as vMix's web interface (port 8088) does; "
+                              "the TCP API listens on port 8099"));
+        return;
+    }
     if (m_out && message.command == *m_out) {
         m_out.reset();
     }
@@ -179,6 +188,18 @@ void VmixSession::notifyChange(bool wasReady)
     }
 }
 
+void VmixSession::giveUp(const QString& why)
+{
+    const bool wasReady = isReady();
+    // Nothing more is read or sent on this connection, whatever arrives
+    // before the owner has closed it.
+    m_open = false;
+    m_handlers.lost(why);
+    if (wasReady) {
+        m_handlers.changed();
+    }
+}
+
 void VmixSession::tick(qint64 now)
 {
     if (!m_open) {
@@ -186,9 +207,9 @@ void VmixSession::tick(qint64 now)
     }
     if (m_out) {
         if (now - m_outSince >= m_timing.answerTimeoutMs) {
-            m_handlers.lost(QStringLiteral("vMix did not answer %1 within %2 ms")
-                                .arg(QString::fromLatin1(*m_out))
-                                .arg(m_timing.answerTimeoutMs));
+            giveUp(QStringLiteral("vMix did not answer %1 within %2 ms")
+                       .arg(QString::fromLatin1(*m_out))
+                       .arg(m_timing.answerTimeoutMs));
         }
         return;
     }

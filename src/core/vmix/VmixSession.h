@@ -46,7 +46,8 @@ public:
         std::function<void()> changed;
         // Something was dropped, and why: one line for the status.
         std::function<void(const QString&)> dropped;
-        // The connection cannot go on, and why: the owner closes it.
+        // The connection cannot go on, and why: the owner closes it. The
+        // session is no longer ready from then on.
         std::function<void(const QString&)> lost;
     };
 
@@ -78,6 +79,7 @@ private:
     void takeXml(const VmixReader::Message& message);
     bool isQueuedOrOut(const QByteArray& command) const;
     void notifyChange(bool wasReady);
+    void giveUp(const QString& why);
 
     Handlers m_handlers;
     Timing m_timing;

@@ -9,11 +9,11 @@
 #include "outputs/TslSender.h"
 #include "outputs/WebTallyServer.h"
 #include "sources/AtemShotSource.h"
-#include "sources/VmixShotSource.h"
 #include "sources/MixdeskShotSource.h"
 #include "sources/ObsShotSource.h"
 #include "sources/SenderAllowList.h"
 #include "sources/TslShotSource.h"
+#include "sources/VmixShotSource.h"
 #include "tally/TallyCycle.h"
 
 #include <QCoreApplication>

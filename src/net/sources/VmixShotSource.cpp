@@ -5,22 +5,20 @@
 VmixShotSource::VmixShotSource(Settings settings, QObject* parent)
     : ShotSource(parent)
     , m_settings(std::move(settings))
-    , m_session(
-          VmixSession::Handlers {
-              [this](const QByteArray& bytes) { m_socket.write(bytes); },
-              [this] {
-                  if (m_session.isReady()) {
-                      m_retryDelayMs = m_settings.firstRetryDelayMs;
-                      setStatus(QStringLiteral("vMix at %1: connected").arg(m_settings.address.display()));
-                  }
-                  Q_EMIT shotsChanged();
-              },
-              [this](const QString& why) {
-                  setStatus(QStringLiteral("vMix at %1: %2").arg(m_settings.address.display(), why));
-              },
-              // Called from inside the session's reading: the socket is let go
-              // of once that has returned.
-              [this](const QString& why) { QTimer::singleShot(0, this, [this, why] { dropConnection(why); }); } },
+    , m_session(VmixSession::Handlers { [this](const QByteArray& bytes) { m_socket.write(bytes); },
+                    [this] {
+                        if (m_session.isReady()) {
+                            m_retryDelayMs = m_settings.firstRetryDelayMs;
+                            setStatus(QStringLiteral("vMix at %1: connected").arg(m_settings.address.display()));
+                        }
+                        Q_EMIT shotsChanged();
+                    },
+                    [this](const QString& why) {
+                        setStatus(QStringLiteral("vMix at %1: %2").arg(m_settings.address.display(), why));
+                    },
+                    // Called from inside the session's reading: the socket is let go
+                    // of once that has returned.
+                    [this](const QString& why) { QTimer::singleShot(0, this, [this, why] { dropConnection(why); }); } },
           m_settings.timing)
     , m_retryDelayMs(m_settings.firstRetryDelayMs)
 {

@@ -4,10 +4,10 @@
 #include "base/Text.h"
 #include "base/UserDefaults.h"
 #include "dialogs/AtemSourceDialog.h"
-#include "dialogs/VmixSourceDialog.h"
 #include "dialogs/NetworkOutputsDialog.h"
 #include "dialogs/ObsSourceDialog.h"
 #include "dialogs/TslSourceDialog.h"
+#include "dialogs/VmixSourceDialog.h"
 #include "dialogs/WindowModalMessage.h"
 #include "lamps/TallyState.h"
 #include "launch/RunBuilder.h"
@@ -15,11 +15,11 @@
 #include "mainwindow/LostSourceMenu.h"
 #include "mainwindow/ViewController.h"
 #include "sources/AtemShotSource.h"
-#include "sources/VmixShotSource.h"
 #include "sources/MixdeskShotSource.h"
 #include "sources/ObsShotSource.h"
 #include "sources/SenderAllowList.h"
 #include "sources/TslShotSource.h"
+#include "sources/VmixShotSource.h"
 #include "tallymap/RecentDocuments.h"
 
 #include <QActionGroup>
@@ -53,8 +53,8 @@ void MainMenu::buildSourceMenu(QMenuBar& menuBar)
     m_tslSource = m_sourceMenu->addAction(tr("TSL UMD Listener…"));
     m_atemSource = m_sourceMenu->addAction(tr("Blackmagic ATEM…"));
     m_vmixSource = m_sourceMenu->addAction(tr("vMix…"));
-    for (QAction* item : { m_mixdeskSource.data(), m_obsSource.data(), m_tslSource.data(), m_atemSource.data(),
-             m_vmixSource.data() }) {
+    for (QAction* item :
+        { m_mixdeskSource.data(), m_obsSource.data(), m_tslSource.data(), m_atemSource.data(), m_vmixSource.data() }) {
         item->setCheckable(true);
         group->addAction(item);
     }

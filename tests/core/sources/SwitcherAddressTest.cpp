@@ -82,5 +82,6 @@ TEST(SwitcherAddressTest, AVmixAddressTakesTheTcpApiPortUnlessAnotherIsGiven)
     EXPECT_FALSE(VmixAddress::looksLikeAddress(QStringLiteral("atem://x")));
     QString problem;
     EXPECT_FALSE(VmixAddress::parse(QStringLiteral("vmix://"), &problem).has_value());
-    EXPECT_EQ(problem, QStringLiteral("bad vMix address 'vmix://': no host (expected vmix://HOST or vmix://HOST:PORT)"));
+    EXPECT_EQ(
+        problem, QStringLiteral("bad vMix address 'vmix://': no host (expected vmix://HOST or vmix://HOST:PORT)"));
 }

@@ -53,8 +53,8 @@ TEST(VmixReaderTest, ALengthIsFollowedByThatManyBytesWhateverTheyHold)
 {
     VmixReader reader;
     const QByteArray document = "<vmix>\r\nTALLY OK 1\r\n</vmix>\r\n";
-    const QList<VmixReader::Message> messages = messagesOf(
-        reader.feed("XML " + QByteArray::number(document.size()) + "\r\n" + document + "TALLY OK 21\r\n"));
+    const QList<VmixReader::Message> messages
+        = messagesOf(reader.feed("XML " + QByteArray::number(document.size()) + "\r\n" + document + "TALLY OK 21\r\n"));
     ASSERT_EQ(messages.size(), 2);
     EXPECT_EQ(messages[0].command, "XML");
     EXPECT_EQ(messages[0].data, document);
@@ -106,7 +106,8 @@ TEST(VmixReaderTest, DataLongerThanTheLimitBreaksTheStream)
     VmixReader reader;
     const QList<VmixReader::Item> items = reader.feed("XML 999999999999\r\nTALLY OK 1\r\n");
     ASSERT_EQ(problemsOf(items).size(), 1);
-    EXPECT_TRUE(problemsOf(items).constFirst().contains(QStringLiteral("more than the 32 MB"))) << items[0].problem.toStdString();
+    EXPECT_TRUE(problemsOf(items).constFirst().contains(QStringLiteral("more than the 32 MB")))
+        << items[0].problem.toStdString();
     EXPECT_TRUE(messagesOf(items).isEmpty());
     EXPECT_TRUE(reader.broken());
     EXPECT_TRUE(reader.feed("TALLY OK 1\r\n").isEmpty());
@@ -122,4 +123,15 @@ TEST(VmixReaderTest, EmptyLinesAndALoneCommandAreTaken)
     ASSERT_EQ(messages.size(), 1);
     EXPECT_EQ(messages[0].command, "QUIT");
     EXPECT_TRUE(messages[0].status.isEmpty());
+}
+
+TEST(VmixReaderTest, OnlyACommandOfCapitalLettersAnnouncesData)
+{
+    VmixReader reader;
+    const QList<VmixReader::Message> messages = messagesOf(reader.feed("HTTP/1.1 400 Bad Request\r\nTALLY OK 1\r\n"));
+    ASSERT_EQ(messages.size(), 2);
+    EXPECT_EQ(messages[0].command, "HTTP/1.1");
+    EXPECT_EQ(messages[0].status, "400");
+    EXPECT_TRUE(messages[0].data.isEmpty());
+    EXPECT_EQ(messages[1].command, "TALLY");
 }

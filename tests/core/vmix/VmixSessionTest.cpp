@@ -32,9 +32,9 @@ QByteArray xmlAnswer(const QByteArray& xml)
 class VmixSessionTest : public testing::Test {
 protected:
     VmixSessionTest()
-        : session(VmixSession::Handlers { [this](const QByteArray& bytes) { sent.append(bytes); },
-                      [this] { ++changes; }, [this](const QString& why) { dropped.append(why); },
-                      [this](const QString& why) { lost.append(why); } },
+        : session(
+            VmixSession::Handlers { [this](const QByteArray& bytes) { sent.append(bytes); }, [this] { ++changes; },
+                [this](const QString& why) { dropped.append(why); }, [this](const QString& why) { lost.append(why); } },
             VmixSession::Timing {})
     {
     }
@@ -159,8 +159,8 @@ TEST_F(VmixSessionTest, ATallyWithADifferentNumberOfDigitsThanInputsReadsTheXmlA
     open({ QStringLiteral("Camera 1"), QStringLiteral("Camera 2") }, "12");
     session.receive("TALLY OK 120\r\n", now);
     EXPECT_EQ(takeSent(), QList<QByteArray> { "XML" });
-    session.receive(xmlAnswer(xmlOf({ QStringLiteral("Camera 1"), QStringLiteral("Camera 2"), QStringLiteral("Wide") })),
-        now);
+    session.receive(
+        xmlAnswer(xmlOf({ QStringLiteral("Camera 1"), QStringLiteral("Camera 2"), QStringLiteral("Wide") })), now);
     EXPECT_EQ(session.shots().size(), 3);
 }
 
@@ -260,4 +260,13 @@ TEST_F(VmixSessionTest, StoppingForgetsThePictureAndAnswersNothingMore)
     session.tick(now);
     EXPECT_TRUE(takeSent().isEmpty());
     EXPECT_TRUE(lost.isEmpty());
+}
+
+TEST_F(VmixSessionTest, AnHttpAnswerSaysThePortIsTheWebInterfacesNotTheApis)
+{
+    session.start(now);
+    session.receive("HTTP/1.1 400 Bad Request\r\nContent-Length: 0\r\n\r\n", now);
+    EXPECT_EQ(lost,
+        QStringList { QStringLiteral("the server answered in HTTP, as vMix's web interface (port 8088) does; the TCP "
+                                     "API listens on port 8099") });
 }

@@ -46,8 +46,8 @@ TEST(VmixStateTest, TheXmlGivesEveryInputsNumberKeyAndTitleAndTheOutputs)
 
 TEST(VmixStateTest, ADocumentWithoutRecordingOrStreamingOffersNeither)
 {
-    const std::optional<VmixState::Document> document = VmixState::parseXml(
-        "<vmix><inputs><input key=\"k1\" number=\"1\" title=\"One\"/></inputs></vmix>", nullptr);
+    const std::optional<VmixState::Document> document
+        = VmixState::parseXml("<vmix><inputs><input key=\"k1\" number=\"1\" title=\"One\"/></inputs></vmix>", nullptr);
     ASSERT_TRUE(document.has_value());
     EXPECT_FALSE(document->recording.has_value());
     EXPECT_FALSE(document->streaming.has_value());
@@ -72,8 +72,7 @@ TEST(VmixStateTest, ShotsAreTheInputsByKeyAndTitleThenTheOutputsLiveWhileActive)
 {
     const std::optional<VmixState::Document> document = VmixState::parseXml(twoCameras, nullptr);
     ASSERT_TRUE(document.has_value());
-    const ShotList shots
-        = VmixState::shots(*document, { VmixState::Tally::preview, VmixState::Tally::program });
+    const ShotList shots = VmixState::shots(*document, { VmixState::Tally::preview, VmixState::Tally::program });
     ASSERT_EQ(shots.size(), 4);
     EXPECT_EQ(shots[0]->shotId, QStringLiteral("a7767969-4493-428e-a9c2-b647158b4288"));
     EXPECT_EQ(shots[0]->name, QStringLiteral("Camera 1"));
