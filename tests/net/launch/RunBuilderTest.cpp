@@ -32,10 +32,11 @@ TEST(RunBuilderTest, TheDefaultSourceIsMixdesksQuery)
 TEST(RunBuilderTest, AnUnknownSourceIsRefusedWithItsName)
 {
     RunOptions options;
-    options.source = QStringLiteral("vmix://studio");
+    options.source = QStringLiteral("ndi://studio");
     QString problem;
     EXPECT_EQ(makeShotSource(options, &problem), nullptr);
-    EXPECT_TRUE(problem.contains(QStringLiteral("vmix://studio"))) << problem.toStdString();
+    EXPECT_TRUE(problem.startsWith(QStringLiteral("unknown source 'ndi://studio'"))) << problem.toStdString();
+    EXPECT_TRUE(problem.contains(QStringLiteral("vmix://HOST[:PORT]"))) << problem.toStdString();
 }
 
 TEST(RunBuilderTest, WithoutTslOptionsThereIsNoTslSenderAndNoProblem)
