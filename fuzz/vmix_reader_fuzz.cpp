@@ -10,6 +10,7 @@
 #include "vmix/VmixSession.h"
 #include "vmix/VmixState.h"
 
+#include <algorithm>
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
@@ -61,7 +62,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
     const qsizetype piece = size > 0 ? qsizetype(data[0] % 64) + 1 : 1;
     VmixReader reader;
     for (qsizetype at = 0; at < input.size(); at += piece) {
-        for (const VmixReader::Item& item : reader.feed(input.mid(at, piece))) {
+        for (const VmixReader::Item& item : reader.feed(input.sliced(at, std::min(piece, input.size() - at)))) {
             if (!item.message) {
                 if (item.problem.isEmpty()) {
                     fail("a drop without a reason");
@@ -88,7 +89,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
     session.start(now);
     for (qsizetype at = 0; at < input.size(); at += piece) {
         now += 50;
-        session.receive(input.mid(at, piece), now);
+        session.receive(input.sliced(at, std::min(piece, input.size() - at)), now);
         session.tick(now);
     }
     if (!session.isReady() && !session.shots().isEmpty()) {
