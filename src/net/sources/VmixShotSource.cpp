@@ -17,8 +17,12 @@ VmixShotSource::VmixShotSource(Settings settings, QObject* parent)
                         setStatus(QStringLiteral("vMix at %1: %2").arg(m_settings.address.display(), why));
                     },
                     // Called from inside the session's reading: the socket is let go
-                    // of once that has returned.
-                    [this](const QString& why) { QTimer::singleShot(0, this, [this, why] { dropConnection(why); }); } },
+                    // of once that has returned, but the status says why at once,
+                    // as the source stops running at once.
+                    [this](const QString& why) {
+                        setStatus(notConnectedStatus(why));
+                        QTimer::singleShot(0, this, [this, why] { dropConnection(why); });
+                    } },
           m_settings.timing)
     , m_retryDelayMs(m_settings.firstRetryDelayMs)
 {
@@ -89,13 +93,18 @@ void VmixShotSource::onClosed(const QString& why)
     m_notConnectedWhy = reason;
     const int delay = m_retryDelayMs;
     m_retryDelayMs = std::min(m_retryDelayMs * 2, m_settings.longestRetryDelayMs);
-    setStatus(QStringLiteral("vMix at %1: not connected (%2); reconnecting").arg(m_settings.address.display(), reason));
+    setStatus(notConnectedStatus(reason));
     m_retryTimer.start(delay);
     if (wasReady) {
         // The lights freeze and the warning shows at once, not at the next
         // tick.
         Q_EMIT shotsChanged();
     }
+}
+
+QString VmixShotSource::notConnectedStatus(const QString& why) const
+{
+    return QStringLiteral("vMix at %1: not connected (%2); reconnecting").arg(m_settings.address.display(), why);
 }
 
 bool VmixShotSource::isRunning()

@@ -55,6 +55,7 @@ private:
     void onClosed(const QString& why);
     void dropConnection(const QString& why);
     void setStatus(const QString& status);
+    QString notConnectedStatus(const QString& why) const;
     qint64 now() const { return m_clock.elapsed(); }
 
     Settings m_settings;
