@@ -23,7 +23,7 @@ function(tally_compressed_document source name out_var)
   set(${out_var} ${doc_build_dir}/${name}.gz PARENT_SCOPE)
 endfunction()
 
-foreach(page mixdesk-tally tallyctl mixdesk-standin atem-standin)
+foreach(page mixdesk-tally tallyctl mixdesk-standin atem-standin vmix-standin)
   tally_compressed_document(${doc_source_dir}/man/${page}.1 ${page}.1 page_gz)
   list(APPEND doc_outputs ${page_gz})
   install(FILES ${page_gz} DESTINATION ${CMAKE_INSTALL_MANDIR}/man1)

@@ -19,6 +19,8 @@ QString runningEventName(ShotSource::Kind kind)
         return QStringLiteral("tsl");
     case ShotSource::Kind::atem:
         return QStringLiteral("atem");
+    case ShotSource::Kind::vmix:
+        return QStringLiteral("vmix");
     }
     return QStringLiteral("mixdesk");
 }

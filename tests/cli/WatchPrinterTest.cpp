@@ -132,7 +132,7 @@ TEST_F(WatchPrinterTest, AJsonRunningEventNamesTheKindOfSwitcherFollowed)
 {
     const QList<std::pair<ShotSource::Kind, QString>> kinds { { ShotSource::Kind::atem, QStringLiteral("atem") },
         { ShotSource::Kind::obsStudio, QStringLiteral("obs") }, { ShotSource::Kind::tslUmd, QStringLiteral("tsl") },
-        { ShotSource::Kind::mixdesk, QStringLiteral("mixdesk") } };
+        { ShotSource::Kind::mixdesk, QStringLiteral("mixdesk") }, { ShotSource::Kind::vmix, QStringLiteral("vmix") } };
     for (const auto& [kind, event] : kinds) {
         lines.clear();
         WatchPrinter json = printer(WatchPrinter::Style::Json);

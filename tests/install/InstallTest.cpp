@@ -278,6 +278,14 @@ TEST_F(InstallTest, TheAtemStandInIsOnTheCommandPath)
     EXPECT_TRUE(run.out.startsWith(QStringLiteral("usage: atem-standin "))) << run.out.toStdString();
 }
 
+TEST_F(InstallTest, TheVmixStandInIsOnTheCommandPath)
+{
+    const ProgramRun run
+        = runProgram(installed(QStringLiteral("bin/vmix-standin")), { QStringLiteral("--help") }, options());
+    EXPECT_EQ(run.exitCode, 0) << run.describe().toStdString();
+    EXPECT_TRUE(run.out.startsWith(QStringLiteral("usage: vmix-standin "))) << run.out.toStdString();
+}
+
 TEST_F(InstallTest, TheStandInLauncherHandsOnItsArguments)
 {
     const ProgramRun run
@@ -288,7 +296,7 @@ TEST_F(InstallTest, TheStandInLauncherHandsOnItsArguments)
 
 TEST_F(InstallTest, EveryProgramHasACompressedManualPageThatFormatsWithoutWarnings)
 {
-    for (const char* page : { "mixdesk-tally", "tallyctl", "mixdesk-standin", "atem-standin" }) {
+    for (const char* page : { "mixdesk-tally", "tallyctl", "mixdesk-standin", "atem-standin", "vmix-standin" }) {
         const QString path = installed(QStringLiteral("share/man/man1/%1.1.gz").arg(QString::fromLatin1(page)));
         ASSERT_TRUE(QFileInfo::exists(path)) << path.toStdString();
         const ProgramRun text = runProgram(QStringLiteral("gzip"), { QStringLiteral("-dc"), path });

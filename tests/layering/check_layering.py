@@ -113,8 +113,8 @@ COMPONENTS = (
     Component(
         "tests/tools",
         "the stand-ins' tests",
-        ("tools/mixdesk", "tools/atem-standin", "tests", "src/core"),
-        ("tests/tools", "tests/support", "tools/mixdesk", "tools/atem-standin", "src/core"),
+        ("tools/mixdesk", "tools/atem-standin", "tools/vmix-standin", "tests", "src/core"),
+        ("tests/tools", "tests/support", "tools/mixdesk", "tools/atem-standin", "tools/vmix-standin", "src/core"),
     ),
     Component(
         "tests/install",
@@ -136,6 +136,12 @@ COMPONENTS = (
         ("tools/atem-standin", "src/core"),
         ("tools/atem-standin", "src/core"),
     ),
+    Component(
+        "tools/vmix-standin",
+        "the vMix stand-in",
+        ("tools/vmix-standin",),
+        ("tools/vmix-standin",),
+    ),
 )
 
 # The layers of tallycore, lowest first. A layer includes its own headers and
@@ -148,6 +154,7 @@ COMPONENTS = (
 #   tsl       the TSL UMD 3.1 and 5.0 codecs
 #   atem      the ATEM switcher protocol: packets, commands, the client's
 #             session and the switcher's picture
+#   vmix      vMix's TCP API: its reader, XML and tally, the client's session
 #   mqtt      the MQTT topics, payloads, discovery documents, outbox, back-off
 #   hardware  the USB tally box and its light command bytes
 #   lock      the editing lock and its password
@@ -156,10 +163,10 @@ COMPONENTS = (
 #   sources   where the shots come from (Mixdesk through link, a TSL table)
 #   tally     the update cycle, which ties the lights to all of the above
 #
-# link, tsl, atem, mqtt and hardware talk to the world outside and know nothing
+# link, tsl, atem, vmix, mqtt and hardware talk to the world outside and know nothing
 # of each other; lock, lamps and tallymap are the rules the screens and tallyctl
 # work with; sources and tally put those pieces together.
-CORE_LAYERS = ("base", "model", "link", "tsl", "atem", "mqtt", "hardware", "lock", "lamps", "tallymap", "sources", "tally")
+CORE_LAYERS = ("base", "model", "link", "tsl", "atem", "vmix", "mqtt", "hardware", "lock", "lamps", "tallymap", "sources", "tally")
 
 # Offences known today, each with the reason it stands and what removes it.
 # An entry names the including file and the include as written; delete the

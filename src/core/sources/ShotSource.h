@@ -10,7 +10,7 @@
 // Where the lights' shots come from. The update cycle asks the two questions
 // it has always asked of Mixdesk: is the production application there, and
 // which shots does it have now. Mixdesk's own query is the default source;
-// network switchers (OBS Studio, TSL UMD, ATEM) keep their state from events and
+// network switchers (OBS Studio, TSL UMD, ATEM, vMix) keep their state from events and
 // answer both at once, so a tick never waits on a network.
 class ShotSource : public QObject {
     Q_OBJECT
@@ -23,6 +23,7 @@ public:
         obsStudio,
         tslUmd,
         atem,
+        vmix,
     };
 
     // What the status line says of a source besides whether it runs and how

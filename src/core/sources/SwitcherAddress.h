@@ -6,7 +6,8 @@
 
 // The host and port of a switcher reached over the network, written as
 // "SCHEME://HOST" or "SCHEME://HOST:PORT" (IPv6 hosts in brackets). OBS
-// Studio (obs://) and ATEM switchers (atem://) are written this way; each
+// Studio (obs://), ATEM switchers (atem://) and vMix (vmix://) are written
+// this way; each
 // address type adds its own scheme, default port and name for messages.
 namespace SwitcherAddress {
 

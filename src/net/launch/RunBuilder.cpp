@@ -16,6 +16,7 @@
 #include "sources/ObsShotSource.h"
 #include "sources/SenderAllowList.h"
 #include "sources/TslShotSource.h"
+#include "sources/VmixShotSource.h"
 #include "tally/TallyCycle.h"
 
 #include <QCoreApplication>
@@ -137,6 +138,9 @@ std::optional<ShotSource::Kind> shotSourceKindOf(const QString& source)
     if (AtemAddress::looksLikeAddress(source)) {
         return ShotSource::Kind::atem;
     }
+    if (VmixAddress::looksLikeAddress(source)) {
+        return ShotSource::Kind::vmix;
+    }
     if (ObsAddress::looksLikeAddress(source)) {
         return ShotSource::Kind::obsStudio;
     }
@@ -160,7 +164,7 @@ bool checkShotSource(const RunOptions& options, QString* problem)
     if (!kind) {
         return reportProblem(problem,
             QStringLiteral("unknown source '%1' (expected mixdesk, obs://HOST[:PORT], atem://HOST[:PORT], "
-                           "tsl://[ADDRESS:]PORT or tsl5://[ADDRESS:]PORT)")
+                           "vmix://HOST[:PORT], tsl://[ADDRESS:]PORT or tsl5://[ADDRESS:]PORT)")
                 .arg(options.source));
     }
     switch (*kind) {
@@ -170,6 +174,8 @@ bool checkShotSource(const RunOptions& options, QString* problem)
         return TslShotSource::parseAddress(options.source, problem) && allowedTslSenders(options, problem);
     case ShotSource::Kind::atem:
         return AtemAddress::parse(options.source, problem).has_value();
+    case ShotSource::Kind::vmix:
+        return VmixAddress::parse(options.source, problem).has_value();
     case ShotSource::Kind::obsStudio:
         return ObsAddress::parse(options.source, problem).has_value();
     }
@@ -191,6 +197,11 @@ std::unique_ptr<ShotSource> makeShotSource(const RunOptions& options, QString* p
         settings.address = *AtemAddress::parse(options.source, problem);
         settings.mixEffect = options.atemMixEffect - 1;
         return std::make_unique<AtemShotSource>(settings);
+    }
+    case ShotSource::Kind::vmix: {
+        VmixShotSource::Settings settings;
+        settings.address = *VmixAddress::parse(options.source, problem);
+        return std::make_unique<VmixShotSource>(settings);
     }
     case ShotSource::Kind::obsStudio: {
         const std::optional<QString> password = readSwitcherPassword(options, problem);

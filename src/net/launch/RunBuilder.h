@@ -33,7 +33,7 @@ inline const QString mqttStateExpiryVariable = QStringLiteral("MIXDESK_TALLY_MQT
 std::optional<QString> readSwitcherPassword(const RunOptions& options, QString* problem);
 
 // The kind of source an address names by its scheme ("mixdesk",
-// "obs://…", "tsl://…" and the other TSL forms, "atem://…"); nothing for any
+// "obs://…", "tsl://…" and the other TSL forms, "atem://…", "vmix://…"); nothing for any
 // other text.
 std::optional<ShotSource::Kind> shotSourceKindOf(const QString& source);
 

@@ -15,7 +15,7 @@
 // and the tally box only.
 struct RunOptions {
     // "mixdesk" (the default), or a switcher's address such as
-    // "obs://HOST:PORT" or "atem://HOST".
+    // "obs://HOST:PORT", "atem://HOST" or "vmix://HOST".
     QString source = QStringLiteral("mixdesk");
     // Whether the command line named the source (else a saved choice may).
     bool sourceGiven = false;

@@ -7,6 +7,7 @@
 #include "dialogs/NetworkOutputsDialog.h"
 #include "dialogs/ObsSourceDialog.h"
 #include "dialogs/TslSourceDialog.h"
+#include "dialogs/VmixSourceDialog.h"
 #include "dialogs/WindowModalMessage.h"
 #include "lamps/TallyState.h"
 #include "launch/RunBuilder.h"
@@ -18,6 +19,7 @@
 #include "sources/ObsShotSource.h"
 #include "sources/SenderAllowList.h"
 #include "sources/TslShotSource.h"
+#include "sources/VmixShotSource.h"
 #include "tallymap/RecentDocuments.h"
 
 #include <QActionGroup>
@@ -50,7 +52,9 @@ void MainMenu::buildSourceMenu(QMenuBar& menuBar)
     m_obsSource = m_sourceMenu->addAction(tr("OBS Studio…"));
     m_tslSource = m_sourceMenu->addAction(tr("TSL UMD Listener…"));
     m_atemSource = m_sourceMenu->addAction(tr("Blackmagic ATEM…"));
-    for (QAction* item : { m_mixdeskSource.data(), m_obsSource.data(), m_tslSource.data(), m_atemSource.data() }) {
+    m_vmixSource = m_sourceMenu->addAction(tr("vMix…"));
+    for (QAction* item :
+        { m_mixdeskSource.data(), m_obsSource.data(), m_tslSource.data(), m_atemSource.data(), m_vmixSource.data() }) {
         item->setCheckable(true);
         group->addAction(item);
     }
@@ -59,6 +63,7 @@ void MainMenu::buildSourceMenu(QMenuBar& menuBar)
     connect(m_obsSource, &QAction::triggered, this, &MainMenu::askForObsSource);
     connect(m_tslSource, &QAction::triggered, this, &MainMenu::askForTslSource);
     connect(m_atemSource, &QAction::triggered, this, &MainMenu::askForAtemSource);
+    connect(m_vmixSource, &QAction::triggered, this, &MainMenu::askForVmixSource);
 }
 
 void MainMenu::checkCurrentSource()
@@ -70,6 +75,7 @@ void MainMenu::checkCurrentSource()
     m_obsSource->setChecked(kind == ShotSource::Kind::obsStudio);
     m_tslSource->setChecked(kind == ShotSource::Kind::tslUmd);
     m_atemSource->setChecked(kind == ShotSource::Kind::atem);
+    m_vmixSource->setChecked(kind == ShotSource::Kind::vmix);
     m_mixdeskSource->setChecked(kind == ShotSource::Kind::mixdesk);
 }
 
@@ -223,6 +229,24 @@ bool MainMenu::chooseAtemSource(const QString& address, QString* problem)
     return true;
 }
 
+void MainMenu::askForVmixSource()
+{
+    VmixSourceDialog dialog(rememberedSource(), m_controller.window());
+    runSourceDialog(dialog, tr("vMix"), [&](QString* problem) { return chooseVmixSource(dialog.address(), problem); });
+}
+
+bool MainMenu::chooseVmixSource(const QString& address, QString* problem)
+{
+    const std::optional<VmixAddress> parsed = VmixAddress::parse(address, problem);
+    if (!parsed) {
+        return false;
+    }
+    VmixShotSource::Settings settings;
+    settings.address = *parsed;
+    followAndRemember(std::make_unique<VmixShotSource>(settings), parsed->toString());
+    return true;
+}
+
 bool MainMenu::startInPlaceOfCurrentListener(TslShotSource& source, QString* problem)
 {
     // The listener the window follows may hold the port (the operator
@@ -312,6 +336,8 @@ bool MainMenu::chooseHandedSource(const HandOverRequest::Source& source, QString
         return chooseTslSource(source.address, source.allowedSenders, problem);
     case ShotSource::Kind::atem:
         return chooseAtemSource(source.address, problem);
+    case ShotSource::Kind::vmix:
+        return chooseVmixSource(source.address, problem);
     }
     return false;
 }

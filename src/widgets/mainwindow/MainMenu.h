@@ -63,6 +63,7 @@ public:
     QAction* obsSourceAction() const { return m_obsSource; }
     QAction* tslSourceAction() const { return m_tslSource; }
     QAction* atemSourceAction() const { return m_atemSource; }
+    QAction* vmixSourceAction() const { return m_vmixSource; }
 
     // Follow Mixdesk, or OBS Studio at address ("obs://HOST:PORT") with
     // password, from now on and at the next start (unless the command line
@@ -85,6 +86,9 @@ public:
     // and at the next start. False, with the reason, for an unusable
     // address.
     bool chooseAtemSource(const QString& address, QString* problem = nullptr);
+    // Follow vMix at address ("vmix://HOST:PORT") from now on and at the
+    // next start. False, with the reason, for an unusable address.
+    bool chooseVmixSource(const QString& address, QString* problem = nullptr);
     LostSourceMenu* lostSourceMenu() const { return m_lostSourceMenu; }
     QMenu* outputsMenu() const { return m_outputsMenu; }
     QAction* networkOutputsAction() const { return m_networkOutputs; }
@@ -119,6 +123,7 @@ private:
     bool startInPlaceOfCurrentListener(TslShotSource& source, QString* problem);
     void showObsSourceDialog(const QString& password);
     void askForAtemSource();
+    void askForVmixSource();
     // The source the settings remember, as the source dialogs start from it.
     static QString rememberedSource();
     // The OBS dialog starts from the OBS Studio the window follows (chosen
@@ -176,6 +181,7 @@ private:
     QPointer<QAction> m_obsSource;
     QPointer<QAction> m_tslSource;
     QPointer<QAction> m_atemSource;
+    QPointer<QAction> m_vmixSource;
     QPointer<LostSourceMenu> m_lostSourceMenu;
     QPointer<QMenu> m_outputsMenu;
     QPointer<QAction> m_networkOutputs;

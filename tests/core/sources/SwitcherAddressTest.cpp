@@ -4,6 +4,7 @@
 
 #include "sources/AtemAddress.h"
 #include "sources/ObsAddress.h"
+#include "sources/VmixAddress.h"
 #include "support/QtPrinters.h"
 
 #include <gtest/gtest.h>
@@ -65,4 +66,22 @@ TEST(SwitcherAddressTest, WhatIsNoAddressStaysRefusedForItsOwnReason)
 {
     EXPECT_TRUE(refusal(QStringLiteral("atem://")).contains(QStringLiteral("no host")));
     EXPECT_TRUE(refusal(QStringLiteral("atem://host/path")).contains(QStringLiteral("only a host and a port")));
+}
+
+TEST(SwitcherAddressTest, AVmixAddressTakesTheTcpApiPortUnlessAnotherIsGiven)
+{
+    std::optional<VmixAddress> address = VmixAddress::parse(QStringLiteral("vmix://production-pc"), nullptr);
+    ASSERT_TRUE(address.has_value());
+    EXPECT_EQ(address->host, QStringLiteral("production-pc"));
+    EXPECT_EQ(address->port, 8099);
+    EXPECT_EQ(address->toString(), QStringLiteral("vmix://production-pc:8099"));
+    address = VmixAddress::parse(QStringLiteral("vmix://[::1]:9000"), nullptr);
+    ASSERT_TRUE(address.has_value());
+    EXPECT_EQ(address->display(), QStringLiteral("[::1]:9000"));
+    EXPECT_TRUE(VmixAddress::looksLikeAddress(QStringLiteral("VMix://x")));
+    EXPECT_FALSE(VmixAddress::looksLikeAddress(QStringLiteral("atem://x")));
+    QString problem;
+    EXPECT_FALSE(VmixAddress::parse(QStringLiteral("vmix://"), &problem).has_value());
+    EXPECT_EQ(
+        problem, QStringLiteral("bad vMix address 'vmix://': no host (expected vmix://HOST or vmix://HOST:PORT)"));
 }

@@ -33,10 +33,11 @@ TEST(RunBuilderTest, TheDefaultSourceIsMixdesksQuery)
 TEST(RunBuilderTest, AnUnknownSourceIsRefusedWithItsName)
 {
     RunOptions options;
-    options.source = QStringLiteral("vmix://studio");
+    options.source = QStringLiteral("ndi://studio");
     QString problem;
     EXPECT_EQ(makeShotSource(options, &problem), nullptr);
-    EXPECT_TRUE(problem.contains(QStringLiteral("vmix://studio"))) << problem.toStdString();
+    EXPECT_TRUE(problem.startsWith(QStringLiteral("unknown source 'ndi://studio'"))) << problem.toStdString();
+    EXPECT_TRUE(problem.contains(QStringLiteral("vmix://HOST[:PORT]"))) << problem.toStdString();
 }
 
 TEST(RunBuilderTest, WithoutTslOptionsThereIsNoTslSenderAndNoProblem)
@@ -320,6 +321,24 @@ TEST(RunBuilderTest, ABadAtemAddressIsRefusedWithWhatIsExpected)
     options.source = QStringLiteral("atem://studio/path");
     EXPECT_EQ(makeShotSource(options, &problem), nullptr);
     EXPECT_TRUE(problem.contains(QStringLiteral("only a host and a port"))) << problem.toStdString();
+}
+
+TEST(RunBuilderTest, AVmixAddressMakesAVmixSourceOnItsTcpApiPort8099UnlessAnotherIsGiven)
+{
+    RunOptions options;
+    options.source = QStringLiteral("vmix://127.0.0.1");
+    QString problem;
+    const std::unique_ptr<ShotSource> source = makeShotSource(options, &problem);
+    ASSERT_NE(source, nullptr) << problem.toStdString();
+    EXPECT_EQ(source->kind(), ShotSource::Kind::vmix);
+    EXPECT_EQ(source->notRunningWarning(), QStringLiteral("vMix is not connected"));
+    EXPECT_FALSE(source->isRunning());
+    EXPECT_EQ(source->details().followed, QStringLiteral("vMix at 127.0.0.1:8099"));
+    options.source = QStringLiteral("VMIX://studio:8088/api");
+    EXPECT_EQ(makeShotSource(options, &problem), nullptr);
+    EXPECT_EQ(problem,
+        QStringLiteral("bad vMix address 'VMIX://studio:8088/api': only a host and a port may follow vmix:// "
+                       "(expected vmix://HOST or vmix://HOST:PORT)"));
 }
 
 TEST(RunBuilderTest, WithoutMqttOptionsNothingIsPublishedAndNothingCountsAsGiven)

@@ -6,6 +6,7 @@
 #include "dialogs/AtemSourceDialog.h"
 #include "dialogs/ObsSourceDialog.h"
 #include "dialogs/TslSourceDialog.h"
+#include "dialogs/VmixSourceDialog.h"
 #include "mainwindow/StatusLine.h"
 #include "sources/ObsShotSource.h"
 #include "sources/TslShotSource.h"
@@ -447,4 +448,55 @@ TEST_F(SourceMenuTest, TheOBSDialogStartsFromTheOBSStudioTheWindowFollows)
     EXPECT_TRUE(eventually([&] { return port != 0; }, 5000));
     EXPECT_EQ(host, QStringLiteral("127.0.0.1"));
     EXPECT_EQ(port, 4465);
+}
+
+TEST_F(SourceMenuTest, ChoosingVmixFollowsItAndRemembersTheChoice)
+{
+    makeWindow();
+    EXPECT_EQ(main.menu->vmixSourceAction()->text(), QStringLiteral("vMix…"));
+    QString problem;
+    ASSERT_TRUE(main.menu->chooseVmixSource(QStringLiteral("vmix://127.0.0.1:1"), &problem)) << problem.toStdString();
+    EXPECT_EQ(controller->shotSource().kind(), ShotSource::Kind::vmix);
+    EXPECT_EQ(controller->mixdeskWarning()->text(), QStringLiteral("vMix is not connected"));
+    EXPECT_TRUE(main.menu->vmixSourceAction()->isChecked());
+    EXPECT_FALSE(main.menu->atemSourceAction()->isChecked());
+    EXPECT_EQ(UserDefaults::standardUserDefaults().objectForKey(Preferences::shotSource).toString(),
+        QStringLiteral("vmix://127.0.0.1:1"));
+    EXPECT_FALSE(main.menu->chooseVmixSource(QStringLiteral("vmix://host:http"), &problem));
+    EXPECT_TRUE(problem.contains(QStringLiteral("the port 'http' is not a number"))) << problem.toStdString();
+    EXPECT_TRUE(main.menu->vmixSourceAction()->isChecked()) << "an unusable address changes nothing";
+}
+
+TEST_F(SourceMenuTest, AVmixAddressAcceptedInItsDialogIsFollowedOnPort8099AndTicked)
+{
+    makeWindow();
+    main.window->show();
+    QTimer::singleShot(0, [] {
+        auto* dialog = qobject_cast<VmixSourceDialog*>(QApplication::activeModalWidget());
+        ASSERT_NE(dialog, nullptr);
+        dialog->hostField->setText(QStringLiteral("127.0.0.1"));
+        dialog->accept();
+    });
+    main.menu->vmixSourceAction()->trigger();
+    EXPECT_EQ(controller->shotSource().kind(), ShotSource::Kind::vmix);
+    EXPECT_TRUE(main.menu->vmixSourceAction()->isChecked());
+    EXPECT_EQ(UserDefaults::standardUserDefaults().objectForKey(Preferences::shotSource).toString(),
+        QStringLiteral("vmix://127.0.0.1:8099"));
+}
+
+TEST(VmixSourceDialogTest, StartsFromThePreviousVmixAddressOrFromPort8099)
+{
+    VmixSourceDialog known(QStringLiteral("vmix://10.0.0.7:9000"));
+    EXPECT_EQ(known.hostField->text(), QStringLiteral("10.0.0.7"));
+    EXPECT_EQ(known.portField->value(), 9000);
+    known.hostField->setText(QStringLiteral(" production-pc "));
+    known.portField->setValue(8099);
+    EXPECT_EQ(known.address(), QStringLiteral("vmix://production-pc:8099"));
+
+    VmixSourceDialog fresh(QStringLiteral("atem://10.0.0.9:9910"));
+    EXPECT_TRUE(fresh.hostField->text().isEmpty());
+    EXPECT_EQ(fresh.portField->value(), 8099);
+    const QDialogButtonBox* buttons = fresh.findChild<QDialogButtonBox*>();
+    ASSERT_NE(buttons, nullptr);
+    EXPECT_FALSE(buttons->button(QDialogButtonBox::Ok)->isEnabled());
 }
