@@ -26,7 +26,8 @@ const Command& command()
         { QStringLiteral("  --json           (show) one line of JSON: "
                          "{\"lights\":[{\"light\":1,\"index\":0,\"shots\":[...]},...]}"),
             QStringLiteral("  --source SOURCE  (new) put the source's first eight shots on lights 1 to 8, one each,"),
-            QStringLiteral("                   in the switcher's order (mixdesk, obs://HOST[:PORT], atem://HOST,"),
+            QStringLiteral(
+                "                   in the switcher's order (mixdesk, obs://HOST[:PORT], atem://HOST, vmix://HOST,"),
             QStringLiteral("                   tsl5://[ADDRESS:]PORT...; the source's own options, such as"),
             QStringLiteral("                   --password-file, apply); without it every light is empty"),
             QStringLiteral("  --force          (new) replace FILE if it exists") },
