@@ -3,9 +3,12 @@
 # the web tally page and MQTT), one following the ATEM stand-in, for a while
 # under a bounded mix of hostile load, with a real headless Chromium showing
 # /light/1 and a real mosquitto_sub as an MQTT lamp throughout. Not part of
-# the test run: it takes minutes. Build tallyctl and atem-standin first.
+# the test run: it takes minutes. Build tallyctl and atem-standin first, as
+# users run them: cmake --preset package && cmake --build --preset package
+# (a debug build spends three times the CPU on a busy TSL network and cannot
+# keep up on a loaded two-core machine).
 #
-# Usage: scripts/soak.sh [SECONDS] [PRESET]    (default: 600, default)
+# Usage: scripts/soak.sh [SECONDS] [PRESET]    (default: 600, package)
 #
 # The load, all on this computer (each part of scripts/soak_load.py is a
 # process of its own):
@@ -45,7 +48,7 @@
 set -euo pipefail
 cd "$(dirname "$0")/.."
 seconds=${1:-600}
-preset=${2:-default}
+preset=${2:-package}
 bin=build/$preset/bin
 load="python3 scripts/soak_load.py"
 tsl_rate=${SOAK_TSL_RATE:-2000}
