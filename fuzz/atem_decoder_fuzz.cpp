@@ -47,6 +47,20 @@ void checkCommands(QByteArrayView payload, AtemSwitcherState& state)
                 fail("tally by source does not read back the same");
             }
         }
+        if (const std::optional<AtemCommands::RecordingStatus> recorder = AtemCommands::readRecordingStatus(command)) {
+            const std::optional<AtemCommands::RecordingStatus> again
+                = AtemCommands::readRecordingStatus(AtemCommands::recordingStatus(*recorder));
+            if (!again || again->flags != recorder->flags || again->secondsAvailable != recorder->secondsAvailable) {
+                fail("the recorder's status does not read back the same");
+            }
+        }
+        if (const std::optional<AtemCommands::StreamingStatus> stream = AtemCommands::readStreamingStatus(command)) {
+            const std::optional<AtemCommands::StreamingStatus> again
+                = AtemCommands::readStreamingStatus(AtemCommands::streamingStatus(*stream));
+            if (!again || again->flags != stream->flags) {
+                fail("the stream's status does not read back the same");
+            }
+        }
     }
 }
 
@@ -94,7 +108,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
         checkCommands(packet->payload, state);
     }
     checkCommands(input, state);
-    if (state.shots(0).size() > AtemSwitcherState::maxInputs) {
+    // Every input, and at most the recorder and the stream besides.
+    if (state.shots(0).size() > AtemSwitcherState::maxInputs + 2) {
         fail("the input table grew past its limit");
     }
     checkSession(input);

@@ -203,6 +203,49 @@ TEST_F(AtemWatchProcessTest, WatchFollowsTheStandinThroughACutAndARename)
     })) << printed.toStdString();
 }
 
+TEST_F(AtemWatchProcessTest, TheRecordersAndTheStreamsLightsFollowTheStandin)
+{
+    // Light 4 is the REC lamp over the door, light 5 the on-air sign.
+    QFile map(mapPath);
+    ASSERT_TRUE(map.open(QIODevice::WriteOnly));
+    map.write("0|Camera 1\r\n3|Recording\r\n4|Streaming\r\n");
+    map.close();
+    start({ mapPath });
+    ASSERT_TRUE(eventually([&] {
+        return printedAll({ QStringLiteral("Blackmagic ATEM running"), QStringLiteral("Light 1: live") });
+    })) << printed.toStdString();
+    // Both idle: neither lamp lit, and neither shot is missing.
+    ASSERT_TRUE(eventually([&] { return lastTick(capture).startsWith("b1 21 02 22 03 23 04 24 05 25"); }))
+        << lastTick(capture).toStdString();
+    EXPECT_FALSE(printed.contains(QStringLiteral("missing"))) << printed.toStdString();
+
+    printed.clear();
+    atem.send("record on");
+    EXPECT_TRUE(eventually([&] { return printedAll({ QStringLiteral("Light 4: live") }); })) << printed.toStdString();
+    EXPECT_TRUE(eventually([&] { return lastTick(capture).startsWith("b1 21 02 22 03 23 b4 24 05 25"); }))
+        << lastTick(capture).toStdString();
+
+    atem.send("stream on");
+    EXPECT_TRUE(eventually([&] { return printedAll({ QStringLiteral("Light 5: live") }); })) << printed.toStdString();
+    EXPECT_TRUE(eventually([&] { return lastTick(capture).startsWith("b1 21 02 22 03 23 b4 24 b5 25"); }))
+        << lastTick(capture).toStdString();
+
+    printed.clear();
+    atem.send("record off");
+    EXPECT_TRUE(eventually([&] { return printedAll({ QStringLiteral("Light 4: off") }); })) << printed.toStdString();
+    EXPECT_TRUE(eventually([&] { return lastTick(capture).startsWith("b1 21 02 22 03 23 04 24 b5 25"); }))
+        << lastTick(capture).toStdString();
+    atem.send("stream off");
+    EXPECT_TRUE(eventually([&] { return printedAll({ QStringLiteral("Light 5: off") }); })) << printed.toStdString();
+    EXPECT_TRUE(eventually([&] { return lastTick(capture).startsWith("b1 21 02 22 03 23 04 24 05 25"); }))
+        << lastTick(capture).toStdString();
+    // A cut meanwhile moves the cameras' lights, not the recorder's.
+    atem.send("record on");
+    atem.send("cut");
+    EXPECT_TRUE(eventually([&] { return lastTick(capture).startsWith("01 d1 02 22 03 23 b4 24 05 25"); }))
+        << lastTick(capture).toStdString();
+}
+
 TEST_F(AtemWatchProcessTest, WithoutTallyBySourceTheChosenMixEffectsBusesLightTheLights)
 {
     atem.stop();

@@ -117,12 +117,14 @@ private:
         if (!file.open(QIODevice::WriteOnly)) {
             return false;
         }
-        const QString text
-            = QStringLiteral("[General]\nFirstRun=false\nEnableAutoUpdates=false\nConfirmOnExit=false\n\n"
-                             "[OBSWebSocket]\nFirstLoad=false\nServerEnabled=true\nServerPort=%1\n"
-                             "AlertsEnabled=false\nAuthRequired=true\nServerPassword=%2\n")
-                  .arg(m_port)
-                  .arg(password());
+        // FirstRun=true is what OBS itself writes once it has run: with
+        // false, a first start in a new home leaves recording and streaming
+        // silently refused (StartRecord answers yes and nothing starts).
+        const QString text = QStringLiteral("[General]\nFirstRun=true\nEnableAutoUpdates=false\nConfirmOnExit=false\n\n"
+                                            "[OBSWebSocket]\nFirstLoad=false\nServerEnabled=true\nServerPort=%1\n"
+                                            "AlertsEnabled=false\nAuthRequired=true\nServerPassword=%2\n")
+                                 .arg(m_port)
+                                 .arg(password());
         return file.write(text.toUtf8()) > 0;
     }
 

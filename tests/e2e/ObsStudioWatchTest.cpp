@@ -6,13 +6,22 @@
 #include "WindowHome.h"
 #include "net/secrets/PrivateSecretService.h"
 #include "support/Eventually.h"
+#include "support/FreePort.h"
 #include "support/ObsTestClient.h"
 #include "support/QtPrinters.h"
 
 #include <QDir>
+#include <QFileInfo>
+#include <QJsonDocument>
+#include <QJsonObject>
 #include <QProcess>
+#include <QStandardPaths>
+#include <QTcpSocket>
+#include <QThread>
 
 #include <gtest/gtest.h>
+
+#include <optional>
 
 namespace {
 
@@ -167,7 +176,7 @@ TEST_F(ObsStudioWatchTest, WatchFollowsProgramAndPreviewThroughCutsAndTransition
     ASSERT_NO_FATAL_FAILURE(buildStudio());
     ASSERT_NO_FATAL_FAILURE(startWatch(obs.password()));
     ASSERT_TRUE(printed(QStringLiteral("OBS Studio running"))) << output.toStdString();
-    ASSERT_TRUE(printed(QStringLiteral("Light 1: live"))) << output.toStdString();
+    ASSERT_TRUE(printed(QStringLiteral("Light 1: live"))) << output.toStdString() << obs.logTail().toStdString();
     ASSERT_TRUE(boxShows(wideLiveCloseInPreview)) << lastTick().toStdString();
     EXPECT_TRUE(printed(QStringLiteral("Light 2: preview"))) << output.toStdString();
     EXPECT_TRUE(printed(QStringLiteral("Light 3: live"))) << output.toStdString();
@@ -304,4 +313,214 @@ TEST_F(ObsStudioWatchTest, TheWindowKeepsThePasswordInTheSecretServiceAndStartsF
     QFile::remove(capture.path);
     ASSERT_NO_FATAL_FAILURE(startWindow({ mapPath }, QString()));
     EXPECT_TRUE(boxShows(wideLiveCloseInPreview, 20000)) << lastTick().toStdString();
+}
+
+namespace {
+
+// OBS Studio's outputs as lights: light 1 "Recording", light 2 "Streaming",
+// light 3 "Virtual Camera". The canvas is small and slow so that the
+// encoder costs little.
+class ObsStudioOnAirTest : public ObsStudioWatchTest {
+protected:
+    void SetUp() override
+    {
+        ObsStudioWatchTest::SetUp();
+        if (IsSkipped() || HasFatalFailure()) {
+            return;
+        }
+        mapPath = folder.write(QStringLiteral("on-air.tlx"), "0|Recording\r\n1|Streaming\r\n2|Virtual Camera\r\n");
+        call(QStringLiteral("SetVideoSettings"),
+            { { QStringLiteral("baseWidth"), 320 }, { QStringLiteral("baseHeight"), 180 },
+                { QStringLiteral("outputWidth"), 320 }, { QStringLiteral("outputHeight"), 180 },
+                { QStringLiteral("fpsNumerator"), 10 }, { QStringLiteral("fpsDenominator"), 1 } });
+        call(QStringLiteral("CreateInput"),
+            { { QStringLiteral("sceneName"), QStringLiteral("Scene") },
+                { QStringLiteral("inputName"), QStringLiteral("Camera 1") },
+                { QStringLiteral("inputKind"), QStringLiteral("color_source_v3") } });
+    }
+
+    void TearDown() override
+    {
+        if (rtmp.state() != QProcess::NotRunning) {
+            rtmp.terminate();
+            if (!rtmp.waitForFinished(5000)) {
+                rtmp.kill();
+                rtmp.waitForFinished();
+            }
+        }
+        ObsStudioWatchTest::TearDown();
+    }
+
+    // Starts watch and waits until it follows OBS with every light off.
+    void watchWithLightsOff()
+    {
+        ASSERT_NO_FATAL_FAILURE(startWatch(obs.password()));
+        ASSERT_TRUE(printed(QStringLiteral("OBS Studio running"), 20000)) << output.toStdString();
+        ASSERT_TRUE(boxShows(allOff)) << lastTick().toStdString();
+        EXPECT_FALSE(output.contains(QStringLiteral("missing"))) << output.toStdString();
+    }
+
+    // Why node-media-server cannot run here, or nothing once it listens on
+    // rtmpPort.
+    std::optional<QString> startRtmpReceiver()
+    {
+        const QString modules = QStringLiteral(TALLY_BINARY_DIR "/npm/node_modules");
+        if (QStandardPaths::findExecutable(QStringLiteral("node")).isEmpty()) {
+            return QStringLiteral("node is not installed, so node-media-server cannot receive the stream");
+        }
+        if (!QFileInfo::exists(modules + QStringLiteral("/node-media-server/package.json"))) {
+            return QStringLiteral("the build could not install node-media-server with npm into ") + modules;
+        }
+        rtmpPort = freePort();
+        // Its own folders, loopback only, no admin page; the secure ports
+        // its sample configuration opens are left out.
+        const QJsonObject config {
+            { QStringLiteral("bind"), QStringLiteral("127.0.0.1") },
+            { QStringLiteral("notify"), QJsonObject { { QStringLiteral("url"), QString() } } },
+            { QStringLiteral("store"),
+                QJsonObject { { QStringLiteral("path"), folder.filePath(QStringLiteral("rtmp-data")) },
+                    { QStringLiteral("maxHistory"), 10 } } },
+            { QStringLiteral("auth"),
+                QJsonObject { { QStringLiteral("play"), false }, { QStringLiteral("publish"), false },
+                    { QStringLiteral("secret"), QString() } } },
+            { QStringLiteral("rtmp"), QJsonObject { { QStringLiteral("port"), rtmpPort } } },
+            { QStringLiteral("http"), QJsonObject { { QStringLiteral("port"), freePort() } } },
+            { QStringLiteral("webadmin"), QJsonObject { { QStringLiteral("enable"), false } } },
+            { QStringLiteral("record"),
+                QJsonObject { { QStringLiteral("auto"), false },
+                    { QStringLiteral("path"), folder.filePath(QStringLiteral("rtmp-record")) } } },
+        };
+        const QString configPath
+            = folder.write(QStringLiteral("node-media-server.json"), QJsonDocument(config).toJson());
+        rtmp.setProcessChannelMode(QProcess::MergedChannels);
+        rtmp.start(QStringLiteral("node"),
+            { modules + QStringLiteral("/node-media-server/bin/app.js"), QStringLiteral("-c"), configPath });
+        if (!rtmp.waitForStarted(10000)) {
+            return QStringLiteral("node did not start: ") + rtmp.errorString();
+        }
+        const bool listening = eventually(
+            [&] {
+                QTcpSocket socket;
+                socket.connectToHost(QHostAddress::LocalHost, rtmpPort);
+                return socket.waitForConnected(200);
+            },
+            15000);
+        if (!listening) {
+            ADD_FAILURE() << "node-media-server did not listen: " << rtmp.readAll().toStdString();
+        }
+        return std::nullopt;
+    }
+
+    // Waits until watch has printed line after its last earlier line, so
+    // that "Light 1: off" from before recording is not taken for the one
+    // after it.
+    bool printedAfter(const QString& earlier, const QString& line, int patienceMs = 10000)
+    {
+        return eventually(
+            [&] {
+                output += QString::fromUtf8(watch.readAllStandardOutput());
+                const QStringList lines = output.split(QLatin1Char('\n'));
+                const qsizetype from = lines.lastIndexOf(earlier);
+                return from >= 0 && lines.indexOf(line, from + 1) > from;
+            },
+            patienceMs);
+    }
+
+    // Waits until OBS says the output runs: it refuses to stop one that is
+    // still starting.
+    bool outputActive(const QString& statusRequest)
+    {
+        return eventually(
+            [&] { return operatorDesk.call(statusRequest).data.value(QLatin1String("outputActive")).toBool(); });
+    }
+
+    static inline const QByteArray allOff = "01 21 02 22 03 23 04 24 05 25 06 26 07 27 08 28";
+    QProcess rtmp;
+    quint16 rtmpPort = 0;
+};
+
+} // namespace
+
+TEST_F(ObsStudioOnAirTest, RecordingToAFileLightsTheRecordingLightUntilItStops)
+{
+    const QString recordings = folder.filePath(QStringLiteral("recordings"));
+    ASSERT_TRUE(QDir().mkpath(recordings));
+    call(QStringLiteral("SetProfileParameter"),
+        { { QStringLiteral("parameterCategory"), QStringLiteral("SimpleOutput") },
+            { QStringLiteral("parameterName"), QStringLiteral("FilePath") },
+            { QStringLiteral("parameterValue"), recordings } });
+    ASSERT_NO_FATAL_FAILURE(watchWithLightsOff());
+
+    call(QStringLiteral("StartRecord"));
+    ASSERT_TRUE(printed(QStringLiteral("Light 1: live"))) << output.toStdString() << obs.logTail().toStdString();
+    ASSERT_TRUE(boxShows("b1 21 02 22 03 23 04 24 05 25 06 26 07 27 08 28")) << lastTick().toStdString();
+    ASSERT_TRUE(outputActive(QStringLiteral("GetRecordStatus"))) << obs.logTail().toStdString();
+    QThread::msleep(2000);
+    call(QStringLiteral("StopRecord"));
+    ASSERT_TRUE(printedAfter(QStringLiteral("Light 1: live"), QStringLiteral("Light 1: off"))) << output.toStdString();
+    EXPECT_TRUE(boxShows(allOff)) << lastTick().toStdString();
+    // OBS did record: the file is there, with something in it.
+    EXPECT_TRUE(eventually([&] {
+        const QFileInfoList files = QDir(recordings).entryInfoList(QDir::Files);
+        return !files.isEmpty() && files.first().size() > 0;
+    })) << "nothing recorded in "
+        << recordings.toStdString();
+    EXPECT_FALSE(output.contains(QStringLiteral("Light 2: live"))) << output.toStdString();
+}
+
+TEST_F(ObsStudioOnAirTest, StreamingToALocalReceiverLightsTheStreamingLightUntilItStops)
+{
+    const std::optional<QString> missing = startRtmpReceiver();
+    if (missing) {
+        GTEST_SKIP() << missing->toStdString();
+    }
+    ASSERT_FALSE(HasFailure());
+    call(QStringLiteral("SetStreamServiceSettings"),
+        { { QStringLiteral("streamServiceType"), QStringLiteral("rtmp_custom") },
+            { QStringLiteral("streamServiceSettings"),
+                QJsonObject { { QStringLiteral("server"), QStringLiteral("rtmp://127.0.0.1:%1/live").arg(rtmpPort) },
+                    { QStringLiteral("key"), QStringLiteral("stage") } } } });
+    ASSERT_NO_FATAL_FAILURE(watchWithLightsOff());
+
+    call(QStringLiteral("StartStream"));
+    ASSERT_TRUE(printed(QStringLiteral("Light 2: live"))) << output.toStdString() << obs.logTail().toStdString();
+    ASSERT_TRUE(boxShows("01 21 b2 22 03 23 04 24 05 25 06 26 07 27 08 28")) << lastTick().toStdString();
+    // OBS does stream: the receiver took the connection.
+    ASSERT_TRUE(outputActive(QStringLiteral("GetStreamStatus"))) << obs.logTail().toStdString();
+    QThread::msleep(1000);
+    call(QStringLiteral("StopStream"));
+    ASSERT_TRUE(printedAfter(QStringLiteral("Light 2: live"), QStringLiteral("Light 2: off"))) << output.toStdString();
+    EXPECT_TRUE(boxShows(allOff)) << lastTick().toStdString();
+}
+
+TEST_F(ObsStudioOnAirTest, AVirtualCameraOBSRefusesLeavesItsLightOff)
+{
+    ASSERT_NO_FATAL_FAILURE(watchWithLightsOff());
+    const ObsTestClient::Answer started = operatorDesk.call(QStringLiteral("StartVirtualCam"));
+    if (started.ok) {
+        // A machine with the virtual camera's driver: then it must light.
+        EXPECT_TRUE(printed(QStringLiteral("Light 3: live"))) << output.toStdString();
+        operatorDesk.call(QStringLiteral("StopVirtualCam"));
+        EXPECT_TRUE(printedAfter(QStringLiteral("Light 3: live"), QStringLiteral("Light 3: off")))
+            << output.toStdString();
+        return;
+    }
+    EXPECT_FALSE(started.comment.isEmpty()) << "OBS refused without saying why";
+    // Recording meanwhile shows that watch is still following OBS's outputs.
+    const QString recordings = folder.filePath(QStringLiteral("recordings"));
+    ASSERT_TRUE(QDir().mkpath(recordings));
+    call(QStringLiteral("SetProfileParameter"),
+        { { QStringLiteral("parameterCategory"), QStringLiteral("SimpleOutput") },
+            { QStringLiteral("parameterName"), QStringLiteral("FilePath") },
+            { QStringLiteral("parameterValue"), recordings } });
+    call(QStringLiteral("StartRecord"));
+    ASSERT_TRUE(printed(QStringLiteral("Light 1: live"))) << output.toStdString() << obs.logTail().toStdString();
+    EXPECT_TRUE(boxShows("b1 21 02 22 03 23 04 24 05 25 06 26 07 27 08 28")) << lastTick().toStdString();
+    ASSERT_TRUE(outputActive(QStringLiteral("GetRecordStatus"))) << obs.logTail().toStdString();
+    call(QStringLiteral("StopRecord"));
+    ASSERT_TRUE(printedAfter(QStringLiteral("Light 1: live"), QStringLiteral("Light 1: off"))) << output.toStdString();
+    EXPECT_FALSE(output.contains(QStringLiteral("Light 3: live"))) << output.toStdString();
+    for (const QByteArray& tick : capture.ticks()) {
+        EXPECT_TRUE(tick.startsWith("01 21 02 22 03 23") || tick.startsWith("b1 21 02 22 03 23")) << tick.toStdString();
+    }
 }

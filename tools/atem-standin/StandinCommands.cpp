@@ -112,6 +112,17 @@ StandinCommands::Outcome StandinCommands::execute(const QString& line, QString* 
         }
         return Outcome::done;
     }
+    if (verb == QLatin1String("record") || verb == QLatin1String("stream")) {
+        const bool on = words.size() == 2 && words[1] == QLatin1String("on");
+        if (words.size() != 2 || (!on && words[1] != QLatin1String("off"))) {
+            return refuse(QStringLiteral("%1 takes 'on' or 'off'").arg(verb));
+        }
+        const bool changed = verb == QLatin1String("record") ? m_model.setRecording(on) : m_model.setStreaming(on);
+        if (changed) {
+            announce();
+        }
+        return Outcome::done;
+    }
     if (verb == QLatin1String("drop") || verb == QLatin1String("reorder")) {
         bool isNumber = false;
         const int percent = words.size() == 2 ? words[1].toInt(&isNumber) : -1;

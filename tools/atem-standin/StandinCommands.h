@@ -13,6 +13,8 @@
 //   auto [MILLISECONDS]      mix preview into program over a while (500 ms)
 //   rename N NAME            give input N a new long name (none: empty)
 //   keyer on N | keyer off   the upstream keyer with input N on air, or off
+//   record on | record off   the recorder recording, or idle
+//   stream on | stream off   the live stream on air, or idle
 //   drop PERCENT             lose that share of the datagrams sent
 //   reorder PERCENT          send that share after the datagram that follows
 //   quit

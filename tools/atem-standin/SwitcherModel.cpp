@@ -5,6 +5,9 @@ namespace {
 // The protocol version the stand-in speaks, that of current switchers.
 constexpr AtemCommands::Version protocolVersion { 2, 30 };
 
+// What its recorder says of the disk: an hour left.
+constexpr qint32 recordingSecondsLeft = 3600;
+
 QString shortNameFor(quint16 number)
 {
     return QStringLiteral("IN%1").arg(number);
@@ -105,6 +108,24 @@ bool SwitcherModel::setKeyer(std::optional<quint16> fill)
     return true;
 }
 
+bool SwitcherModel::setRecording(bool recording)
+{
+    if (recording == m_recording) {
+        return false;
+    }
+    m_recording = recording;
+    return true;
+}
+
+bool SwitcherModel::setStreaming(bool streaming)
+{
+    if (streaming == m_streaming) {
+        return false;
+    }
+    m_streaming = streaming;
+    return true;
+}
+
 AtemCommands::TallyBySource SwitcherModel::tally() const
 {
     AtemCommands::TallyBySource tally;
@@ -135,6 +156,9 @@ QList<AtemCommand> SwitcherModel::stateCommands() const
     if (m_sendsTallyBySource) {
         commands.append(tallyBySource(tally()));
     }
+    const quint16 recorder = RecordingStatus::noFault | (m_recording ? RecordingStatus::recording : quint16(0));
+    commands.append(recordingStatus({ recorder, recordingSecondsLeft }));
+    commands.append(streamingStatus({ m_streaming ? StreamingStatus::onAir : StreamingStatus::idle }));
     return commands;
 }
 
@@ -146,6 +170,10 @@ QList<AtemCommand> SwitcherModel::connectionCommands() const
     for (int mixEffect = 0; mixEffect < m_mixEffects; ++mixEffect) {
         commands.append(AtemCommands::mixEffectConfig(static_cast<quint8>(mixEffect), 1));
     }
+    // The recorder's and the stream's settings come before their states.
+    commands.append(AtemCommands::recordingSettings(QStringLiteral("Stand-in")));
+    commands.append(
+        AtemCommands::streamingService(QStringLiteral("Stand-in"), QStringLiteral("rtmp://127.0.0.1/live")));
     commands.append(stateCommands());
     commands.append(AtemCommands::initComplete());
     return commands;

@@ -17,7 +17,9 @@
 // first. Its tally by source is
 // what a switcher's own tally outputs would show: program for the program
 // input, the keyer's fill while it is on air and, during a transition, the
-// preview input too; preview for the preview input.
+// preview input too; preview for the preview input. It has a recorder and a
+// live stream, both off until switched on, and states both whole with the
+// rest of its picture.
 class SwitcherModel {
 public:
     struct Input {
@@ -52,12 +54,17 @@ public:
     bool finishAuto();
     bool rename(quint16 input, const QString& longName);
     bool setKeyer(std::optional<quint16> fill);
+    bool setRecording(bool recording);
+    bool setStreaming(bool streaming);
+    bool isRecording() const { return m_recording; }
+    bool isStreaming() const { return m_streaming; }
 
     bool hasInput(quint16 input) const;
     AtemCommands::TallyBySource tally() const;
 
     // The commands that state the switching picture whole: every input's
-    // names, the buses, the transition, the keyer and the tally.
+    // names, the buses, the transition, the keyer, the tally, the recorder
+    // and the stream.
     QList<AtemCommand> stateCommands() const;
     // What a client gets when it connects: the protocol version and the
     // product first, the picture, and the end-of-picture marker.
@@ -71,4 +78,6 @@ private:
     std::optional<quint16> m_keyerFill;
     bool m_sendsTallyBySource = true;
     int m_mixEffects = 1;
+    bool m_recording = false;
+    bool m_streaming = false;
 };

@@ -24,7 +24,8 @@ const char usage[] = "usage: atem-standin [--port N] [--inputs \"Camera 1,Camera
                      "its program on preview; --no-tally-by-source: like older switchers, it states\n"
                      "no tally by source, only the buses):\n"
                      "  program N | preview N | cut | auto [MILLISECONDS] | rename N NAME\n"
-                     "  keyer on N | keyer off | drop PERCENT | reorder PERCENT | quit\n";
+                     "  keyer on N | keyer off | record on|off | stream on|off\n"
+                     "  drop PERCENT | reorder PERCENT | quit\n";
 
 void printLine(FILE* stream, const QString& text)
 {

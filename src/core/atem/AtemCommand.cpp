@@ -9,6 +9,10 @@ constexpr int shortNameSize = 4;
 constexpr int inputPropertiesSize = 36;
 constexpr int productNameSize = 44;
 constexpr int tallyEntrySize = 3;
+constexpr int serviceNameSize = 64;
+constexpr int serviceUrlSize = 512;
+constexpr int serviceKeySize = 512;
+constexpr int recordingFileNameSize = 128;
 
 quint16 wordAt(const QByteArray& bytes, qsizetype at)
 {
@@ -185,6 +189,24 @@ std::optional<TransitionPosition> readTransitionPosition(const AtemCommand& comm
         wordAt(command.body, 4) };
 }
 
+std::optional<StreamingStatus> readStreamingStatus(const AtemCommand& command)
+{
+    if (!isCommand(command, streamingStatusName, 4)) {
+        return std::nullopt;
+    }
+    return StreamingStatus { wordAt(command.body, 0) };
+}
+
+std::optional<RecordingStatus> readRecordingStatus(const AtemCommand& command)
+{
+    // Older switchers send the flags alone, without the time left.
+    if (!isCommand(command, recordingStatusName, 4)) {
+        return std::nullopt;
+    }
+    const qint32 seconds = command.body.size() >= 8 ? qFromBigEndian<qint32>(command.body.constData() + 4) : qint32(-1);
+    return RecordingStatus { wordAt(command.body, 0), seconds };
+}
+
 AtemCommand version(Version version)
 {
     QByteArray body;
@@ -281,6 +303,42 @@ AtemCommand transitionPosition(TransitionPosition transition)
     appendWord(body, transition.position);
     appendWord(body, 0);
     return make(transitionPositionName, body);
+}
+
+AtemCommand streamingStatus(StreamingStatus status)
+{
+    QByteArray body;
+    appendWord(body, status.flags);
+    appendWord(body, 0);
+    return make(streamingStatusName, body);
+}
+
+AtemCommand recordingStatus(RecordingStatus status)
+{
+    QByteArray body;
+    appendWord(body, status.flags);
+    appendWord(body, 0);
+    const quint32 seconds = static_cast<quint32>(status.secondsAvailable);
+    appendWord(body, static_cast<quint16>(seconds >> 16));
+    appendWord(body, static_cast<quint16>(seconds & 0xffff));
+    return make(recordingStatusName, body);
+}
+
+AtemCommand streamingService(const QString& serviceName, const QString& url)
+{
+    QByteArray body = textField(serviceName, serviceNameSize);
+    body.append(textField(url, serviceUrlSize));
+    body.append(QByteArray(serviceKeySize, '\0'));
+    body.append(QByteArray(8, '\0')); // the lowest and highest bitrate
+    return make(streamingServiceName, body);
+}
+
+AtemCommand recordingSettings(const QString& fileName)
+{
+    QByteArray body = textField(fileName, recordingFileNameSize);
+    // No disk in either slot (-1), no recording in the cameras, padding.
+    body.append(QByteArray("\xff\xff\xff\xff\xff\xff\xff\xff\x00\x00\x00\x00", 12));
+    return make(recordingSettingsName, body);
 }
 
 AtemCommand initComplete()

@@ -90,6 +90,37 @@ struct TransitionPosition {
     quint16 position = 0;
 };
 
+// StRS: the state of the switcher's live stream, as flags of one word; the
+// word also carries error flags, which leave the state as it is.
+struct StreamingStatus {
+    static constexpr quint16 idle = 0x0001;
+    static constexpr quint16 connecting = 0x0002;
+    static constexpr quint16 onAir = 0x0004;
+    static constexpr quint16 stopping = 0x0020;
+
+    quint16 flags = idle;
+
+    // Connecting counts: the light comes on as the operator starts the
+    // stream, and goes off as soon as it is stopping.
+    bool isLive() const { return (flags & (connecting | onAir)) != 0 && (flags & stopping) == 0; }
+};
+
+// RTMS: the state of the switcher's recorder, as flags of one word (the
+// others say a disk is full, missing or unformatted, or frames were
+// dropped), and the recording time the disk has left, in seconds (-1: not
+// known).
+struct RecordingStatus {
+    static constexpr quint16 recording = 0x0001;
+    // Set while nothing is wrong: a disk is there and has room.
+    static constexpr quint16 noFault = 0x0002;
+    static constexpr quint16 stopping = 0x0080;
+
+    quint16 flags = 0;
+    qint32 secondsAvailable = -1;
+
+    bool isLive() const { return (flags & recording) != 0 && (flags & stopping) == 0; }
+};
+
 inline const QByteArray versionName = QByteArrayLiteral("_ver");
 inline const QByteArray productName = QByteArrayLiteral("_pin");
 inline const QByteArray topologyName = QByteArrayLiteral("_top");
@@ -100,6 +131,10 @@ inline const QByteArray previewInputName = QByteArrayLiteral("PrvI");
 inline const QByteArray tallyBySourceName = QByteArrayLiteral("TlSr");
 inline const QByteArray keyerOnAirName = QByteArrayLiteral("KeOn");
 inline const QByteArray transitionPositionName = QByteArrayLiteral("TrPs");
+inline const QByteArray streamingStatusName = QByteArrayLiteral("StRS");
+inline const QByteArray recordingStatusName = QByteArrayLiteral("RTMS");
+inline const QByteArray streamingServiceName = QByteArrayLiteral("SRSU");
+inline const QByteArray recordingSettingsName = QByteArrayLiteral("RMSu");
 // The end of the state a switcher sends when a client connects.
 inline const QByteArray initCompleteName = QByteArrayLiteral("InCm");
 
@@ -113,6 +148,8 @@ std::optional<BusInput> readPreviewInput(const AtemCommand& command);
 std::optional<TallyBySource> readTallyBySource(const AtemCommand& command);
 std::optional<KeyerOnAir> readKeyerOnAir(const AtemCommand& command);
 std::optional<TransitionPosition> readTransitionPosition(const AtemCommand& command);
+std::optional<StreamingStatus> readStreamingStatus(const AtemCommand& command);
+std::optional<RecordingStatus> readRecordingStatus(const AtemCommand& command);
 
 AtemCommand version(Version version);
 AtemCommand product(const QString& name);
@@ -128,6 +165,14 @@ AtemCommand previewInput(BusInput bus, bool inProgram = false);
 AtemCommand tallyBySource(const TallyBySource& tally);
 AtemCommand keyerOnAir(KeyerOnAir keyer);
 AtemCommand transitionPosition(TransitionPosition transition);
+AtemCommand streamingStatus(StreamingStatus status);
+AtemCommand recordingStatus(RecordingStatus status);
+// SRSU and RMSu: the stream's service (its name and server, no key, no
+// bitrates) and the recorder's settings (the file name, no disks). A
+// switcher with a stream or recorder states them before their status;
+// clients keep the status as part of them.
+AtemCommand streamingService(const QString& serviceName, const QString& url);
+AtemCommand recordingSettings(const QString& fileName);
 AtemCommand initComplete();
 
 } // namespace AtemCommands

@@ -1,5 +1,7 @@
 #include "atem/AtemSwitcherState.h"
 
+#include "model/OnAirShot.h"
+
 #include <QCoreApplication>
 
 namespace {
@@ -61,7 +63,22 @@ bool AtemSwitcherState::apply(const AtemCommand& command)
         m_tally = std::move(tally);
         return true;
     }
+    if (const std::optional<StreamingStatus> stream = readStreamingStatus(command)) {
+        return setOutput(m_streaming, stream->isLive());
+    }
+    if (const std::optional<RecordingStatus> recorder = readRecordingStatus(command)) {
+        return setOutput(m_recording, recorder->isLive());
+    }
     return false;
+}
+
+bool AtemSwitcherState::setOutput(std::optional<bool>& slot, bool live)
+{
+    if (slot == live) {
+        return false;
+    }
+    slot = live;
+    return true;
 }
 
 void AtemSwitcherState::clear()
@@ -70,6 +87,8 @@ void AtemSwitcherState::clear()
     m_buses.clear();
     m_tally.reset();
     m_mixEffects.reset();
+    m_recording.reset();
+    m_streaming.reset();
 }
 
 bool AtemSwitcherState::hasMixEffect(int mixEffect) const
@@ -102,7 +121,7 @@ ShotList AtemSwitcherState::shots(int mixEffect) const
 {
     const Buses buses = m_buses.value(static_cast<quint8>(mixEffect));
     ShotList shots;
-    shots.reserve(m_inputs.size());
+    shots.reserve(m_inputs.size() + 2);
     for (auto input = m_inputs.cbegin(); input != m_inputs.cend(); ++input) {
         const QString name = !input->longName.isEmpty() ? input->longName
             : !input->shortName.isEmpty()               ? input->shortName
@@ -118,6 +137,12 @@ ShotList AtemSwitcherState::shots(int mixEffect) const
             shot->isPreview = buses.preview == input.key();
         }
         shots.append(shot);
+    }
+    if (m_recording) {
+        shots.append(OnAirShot::make(OnAirShot::Output::recording, *m_recording));
+    }
+    if (m_streaming) {
+        shots.append(OnAirShot::make(OnAirShot::Output::streaming, *m_streaming));
     }
     return shots;
 }

@@ -18,6 +18,11 @@
 // SuperSource as the switcher's tally outputs do; a switcher that never
 // sends it is read from the program and preview inputs of one mix effect.
 //
+// A switcher with a recorder or a live stream states them too: then
+// "Recording" and "Streaming" (OnAirShot) follow the inputs, live while
+// recording or streaming (connecting included, stopping not). A switcher
+// without them offers neither.
+//
 // The switcher also says how many mix effects it has, so that asking for one
 // it does not have is found at once instead of reading as nothing on air.
 class AtemSwitcherState {
@@ -37,6 +42,9 @@ public:
     ShotList shots(int mixEffect) const;
 
     bool hasTallyBySource() const { return m_tally.has_value(); }
+    // Nothing until the switcher states its recorder or stream.
+    std::optional<bool> isRecording() const { return m_recording; }
+    std::optional<bool> isStreaming() const { return m_streaming; }
 
     // How many mix effects the switcher said it has; nothing before it says.
     std::optional<int> mixEffectCount() const { return m_mixEffects; }
@@ -61,9 +69,12 @@ private:
     };
 
     bool setBus(const AtemCommands::BusInput& bus, bool program);
+    static bool setOutput(std::optional<bool>& slot, bool live);
 
     QMap<quint16, Names> m_inputs;
     QMap<quint8, Buses> m_buses;
     std::optional<AtemCommands::TallyBySource> m_tally;
     std::optional<int> m_mixEffects;
+    std::optional<bool> m_recording;
+    std::optional<bool> m_streaming;
 };

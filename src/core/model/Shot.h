@@ -27,6 +27,10 @@ public:
     QString name;
     bool isPreview = false;
     bool isLive = false;
+    // The shot is one of the switcher's outputs (recording, streaming), not
+    // a picture source: the shot editor marks it where a camera or scene has
+    // the same name (see OnAirShot).
+    bool isOnAirState = false;
 };
 
 using ShotPtr = std::shared_ptr<Shot>;

@@ -76,12 +76,40 @@ void ObsSceneGraph::clearContents()
     m_items.clear();
 }
 
+void ObsSceneGraph::setOutputActive(OnAirShot::Output output, bool active)
+{
+    switch (output) {
+    case OnAirShot::Output::recording:
+        m_recording = active;
+        break;
+    case OnAirShot::Output::streaming:
+        m_streaming = active;
+        break;
+    case OnAirShot::Output::virtualCamera:
+        m_virtualCamera = active;
+        break;
+    }
+}
+
+bool ObsSceneGraph::isOutputActive(OnAirShot::Output output) const
+{
+    switch (output) {
+    case OnAirShot::Output::recording:
+        return m_recording;
+    case OnAirShot::Output::streaming:
+        return m_streaming;
+    case OnAirShot::Output::virtualCamera:
+        return m_virtualCamera;
+    }
+    return false;
+}
+
 QString ObsSceneGraph::idFor(const QString& name, const QString& uuid) const
 {
-    if (!uuid.isEmpty()) {
-        return uuid;
-    }
-    return m_carriedIds.value(name, name);
+    const QString id = !uuid.isEmpty() ? uuid : m_carriedIds.value(name, name);
+    // A scene called "@recording" must not take the recording's id: every
+    // id that opens with the mark gets one more, which no output's id has.
+    return id.startsWith(OnAirShot::idMark) ? OnAirShot::idMark + id : id;
 }
 
 ShotList ObsSceneGraph::shots() const
@@ -91,7 +119,7 @@ ShotList ObsSceneGraph::shots() const
     const QSet<QString> inPreview = hasPreview ? visibleSources(m_previewScene) : QSet<QString>();
 
     ShotList shots;
-    shots.reserve(m_scenes.size() + m_inputs.size());
+    shots.reserve(m_scenes.size() + m_inputs.size() + 3);
     for (const Scene& scene : m_scenes) {
         auto shot = std::make_shared<Shot>(scene.name);
         shot->shotId = idFor(scene.name, scene.uuid);
@@ -105,6 +133,10 @@ ShotList ObsSceneGraph::shots() const
         shot->isLive = onProgram.contains(input.name);
         shot->isPreview = inPreview.contains(input.name);
         shots.append(shot);
+    }
+    for (const OnAirShot::Output output :
+        { OnAirShot::Output::recording, OnAirShot::Output::streaming, OnAirShot::Output::virtualCamera }) {
+        shots.append(OnAirShot::make(output, isOutputActive(output)));
     }
     return shots;
 }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "model/OnAirShot.h"
 #include "model/Shot.h"
 
 #include <QHash>
@@ -19,7 +20,13 @@
 //
 // Shots keep their id through renames: the id is the UUID the server reports
 // or, without one, the first name this graph knew the scene or input by, so
-// a light assigned to "Camera 2" stays with it when it becomes "Cam 2".
+// a light assigned to "Camera 2" stays with it when it becomes "Cam 2". An
+// id that would open with OnAirShot::idMark gets a second one in front, so
+// no scene or input shares an id with an output.
+//
+// After the scenes and inputs come OBS's three outputs, "Recording",
+// "Streaming" and "Virtual Camera" (OnAirShot), each live while it is
+// active, starting included.
 class ObsSceneGraph {
 public:
     struct Scene {
@@ -53,15 +60,20 @@ public:
     const QString& previewScene() const { return m_previewScene; }
     bool studioMode() const { return m_studioMode; }
 
+    // Whether an output is active; all are off until set.
+    void setOutputActive(OnAirShot::Output output, bool active);
+    bool isOutputActive(OnAirShot::Output output) const;
+
     // A scene, input or group was renamed: everything that names it follows
     // and its shot keeps its id.
     void renameSource(const QString& oldName, const QString& newName);
 
-    // Drops scenes, inputs and items, but keeps the ids that renames have
+    // Drops scenes, inputs and items, but keeps the outputs' states and the ids that renames have
     // carried, so a re-read of the same OBS session gives the same ids.
     void clearContents();
 
-    // Scenes first, then inputs, each in the switcher's order.
+    // Scenes first, then inputs, each in the switcher's order, then the
+    // outputs.
     ShotList shots() const;
 
     // The names of the sources seen through sceneName: the scene's enabled
@@ -80,4 +92,7 @@ private:
     QString m_programScene;
     QString m_previewScene;
     bool m_studioMode = false;
+    bool m_recording = false;
+    bool m_streaming = false;
+    bool m_virtualCamera = false;
 };

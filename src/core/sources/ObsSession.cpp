@@ -20,17 +20,63 @@ enum OpCode {
 };
 
 // The event groups the picture needs: scenes (program, preview, names, the
-// scene list), inputs (names, added, removed), scene items (shown, hidden,
-// added, removed) and the UI (studio mode).
+// scene list), inputs (names, added, removed), outputs (recording,
+// streaming, virtual camera), scene items (shown, hidden, added, removed)
+// and the UI (studio mode).
 constexpr int scenesEvents = 1 << 2;
 constexpr int inputsEvents = 1 << 3;
+constexpr int outputsEvents = 1 << 6;
 constexpr int sceneItemsEvents = 1 << 7;
 constexpr int uiEvents = 1 << 10;
-constexpr int subscribedEvents = scenesEvents | inputsEvents | sceneItemsEvents | uiEvents;
+constexpr int subscribedEvents = scenesEvents | inputsEvents | outputsEvents | sceneItemsEvents | uiEvents;
+
+struct OutputMessages {
+    OnAirShot::Output output;
+    const char* stateEvent;
+    const char* statusRequest;
+};
+
+constexpr OutputMessages outputMessages[] = {
+    { OnAirShot::Output::recording, "RecordStateChanged", "GetRecordStatus" },
+    { OnAirShot::Output::streaming, "StreamStateChanged", "GetStreamStatus" },
+    { OnAirShot::Output::virtualCamera, "VirtualcamStateChanged", "GetVirtualCamStatus" },
+};
+
+// Whether an output's state event leaves it on air. Starting counts, so the
+// light is on before the first frame goes out; stopping does not, so it goes
+// off as soon as the operator stops. A state this list does not know is
+// taken from OBS's own outputActive.
+bool isOnAir(const QJsonObject& data)
+{
+    const QString state = data.value(QLatin1String("outputState")).toString();
+    if (state == QLatin1String("OBS_WEBSOCKET_OUTPUT_STARTING")
+        || state == QLatin1String("OBS_WEBSOCKET_OUTPUT_STARTED")
+        || state == QLatin1String("OBS_WEBSOCKET_OUTPUT_RECONNECTING")
+        || state == QLatin1String("OBS_WEBSOCKET_OUTPUT_RECONNECTED")
+        || state == QLatin1String("OBS_WEBSOCKET_OUTPUT_PAUSED")
+        || state == QLatin1String("OBS_WEBSOCKET_OUTPUT_RESUMED")) {
+        return true;
+    }
+    if (state == QLatin1String("OBS_WEBSOCKET_OUTPUT_STOPPING")
+        || state == QLatin1String("OBS_WEBSOCKET_OUTPUT_STOPPED")) {
+        return false;
+    }
+    return data.value(QLatin1String("outputActive")).toBool();
+}
 
 QString textOf(const QJsonObject& data, const char* key)
 {
     return data.value(QLatin1String(key)).toString();
+}
+
+const OutputMessages* outputMessagesFor(const QString& eventType)
+{
+    for (const OutputMessages& messages : outputMessages) {
+        if (eventType == QLatin1String(messages.stateEvent)) {
+            return &messages;
+        }
+    }
+    return nullptr;
 }
 
 } // namespace
@@ -167,6 +213,9 @@ void ObsSession::onEvent(const QString& type, const QJsonObject& data)
         const QString newName = textOf(data, isScene ? "sceneName" : "inputName");
         applyToBoth([&](ObsSceneGraph& graph) { graph.renameSource(oldName, newName); });
         requestReadingIfIdle();
+    } else if (const OutputMessages* messages = outputMessagesFor(type)) {
+        const bool onAir = isOnAir(data);
+        applyToBoth([&](ObsSceneGraph& graph) { graph.setOutputActive(messages->output, onAir); });
     } else if (type == QLatin1String("SceneCreated") || type == QLatin1String("SceneRemoved")
         || type == QLatin1String("SceneListChanged") || type == QLatin1String("InputCreated")
         || type == QLatin1String("InputRemoved") || type == QLatin1String("SceneItemCreated")
@@ -264,6 +313,14 @@ void ObsSession::beginReading()
         }
         m_reading.setInputs(inputs);
     });
+    // An output OBS cannot run here (a virtual camera without its driver)
+    // answers with a failure and no data: off.
+    for (const OutputMessages& messages : outputMessages) {
+        const OnAirShot::Output output = messages.output;
+        request(QLatin1String(messages.statusRequest), {}, [this, output](const QJsonObject& data) {
+            m_reading.setOutputActive(output, data.value(QLatin1String("outputActive")).toBool());
+        });
+    }
 }
 
 void ObsSession::readSceneList(const QJsonObject& data)

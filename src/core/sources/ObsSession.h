@@ -13,7 +13,9 @@
 // One conversation with OBS Studio's websocket server (protocol version 5,
 // RPC version 1), without the socket: it takes each text message the server
 // sends, answers the greeting, reads the scenes, inputs and items by
-// requests, and keeps an ObsSceneGraph current from the events in between.
+// requests, and keeps an ObsSceneGraph current from the events in between;
+// the state of OBS's outputs (recording, streaming, virtual camera) is read
+// with the picture and followed by their events.
 // What it sends and what the connection must do (arm or disarm the answer
 // deadline, end the connection, tell the lights) goes to its Connection.
 //

@@ -31,6 +31,15 @@ ShotList usableShots(const ShotList& allShots, bool showEmptyLayers)
     return usable;
 }
 
+bool needsOutputMark(const ShotList& listed, const Shot& shot)
+{
+    if (!shot.isOnAirState) {
+        return false;
+    }
+    return std::any_of(listed.cbegin(), listed.cend(),
+        [&shot](const ShotPtr& other) { return !other->isOnAirState && Text::equal(other->name, shot.name); });
+}
+
 bool isAssigned(const ShotList& assigned, const Shot& shot)
 {
     return std::any_of(assigned.cbegin(), assigned.cend(), sameShotIdAs(shot));

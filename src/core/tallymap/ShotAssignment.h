@@ -17,6 +17,12 @@ bool isEmptyLayer(const Shot& shot);
 // their order.
 ShotList usableShots(const ShotList& allShots, bool showEmptyLayers);
 
+// Whether the shot is one of the switcher's outputs (recording, streaming)
+// and another listed shot, a camera or scene, has the same name. Both light
+// a light given that name; the editor marks the output's row so that the
+// user can tell which of the two a tick is for.
+bool needsOutputMark(const ShotList& listed, const Shot& shot);
+
 // Whether the light's list holds a record with the shot's shotId.
 bool isAssigned(const ShotList& assigned, const Shot& shot);
 

@@ -152,8 +152,18 @@ QCheckBox* EditViewController::tableViewViewForTableColumnRow(QTableWidget* tabl
         fatalError(QStringLiteral("row %1 outside the shot editor's %2 rows").arg(row).arg(usableShotList.size()));
     }
     const Shot& shot = *usableShotList.at(row);
-    auto* checkBox = new QCheckBox(Text::literalMnemonicText(shot.name));
+    // An output that shares its name with a camera or scene reads "Recording
+    // (output)", so that the two rows differ; the name itself is unchanged,
+    // and a light given it follows both.
+    const QString title = ShotAssignment::needsOutputMark(usableShotList, shot)
+        ? tr("%1 (output)", "a switcher's recording or stream beside an input of the same name").arg(shot.name)
+        : shot.name;
+    auto* checkBox = new QCheckBox(Text::literalMnemonicText(title));
     checkBox->setObjectName(QStringLiteral("shotCheckBox"));
+    if (shot.isOnAirState) {
+        checkBox->setToolTip(
+            tr("Live while the switcher's %1 output is active; not a camera or scene.").arg(shot.name.toLower()));
+    }
     checkBox->setProperty(tagProperty, row);
     checkBox->setChecked(ShotAssignment::isAssigned(assignedShots(), shot));
     connect(checkBox, &QCheckBox::clicked, this, [this, checkBox] { checkBoxToggleWithSender(checkBox); });

@@ -131,3 +131,55 @@ TEST(AtemCommandTest, TheTopologyTellsHowManyMixEffectsAndSources)
     EXPECT_FALSE(readTopology({ topologyName, QByteArray::fromHex("01") }));
     EXPECT_FALSE(readTopology(mixEffectConfig(0, 1))) << "another command";
 }
+
+TEST(AtemCommandTest, TheStreamsStateIsOneWordOfFlagsThenTwoUnusedBytes)
+{
+    const AtemCommand command { streamingStatusName, QByteArray("\x00\x04\x00\x00", 4) };
+    const std::optional<StreamingStatus> status = readStreamingStatus(command);
+    ASSERT_TRUE(status.has_value());
+    EXPECT_EQ(status->flags, StreamingStatus::onAir);
+    EXPECT_EQ(
+        streamingStatus({ StreamingStatus::onAir }).encode(), QByteArray("\x00\x0c\x00\x00StRS\x00\x04\x00\x00", 12));
+    EXPECT_FALSE(readStreamingStatus({ streamingStatusName, QByteArray("\x00", 1) }).has_value());
+}
+
+TEST(AtemCommandTest, TheStreamIsLiveWhileConnectingOrOnAirAndNotWhileStopping)
+{
+    EXPECT_FALSE(StreamingStatus { StreamingStatus::idle }.isLive());
+    EXPECT_TRUE(StreamingStatus { StreamingStatus::connecting }.isLive());
+    EXPECT_TRUE(StreamingStatus { StreamingStatus::onAir }.isLive());
+    EXPECT_FALSE(StreamingStatus { StreamingStatus::stopping }.isLive());
+    EXPECT_FALSE(StreamingStatus { quint16(StreamingStatus::onAir | StreamingStatus::stopping) }.isLive());
+    // An error flag beside the state leaves the state as it is.
+    EXPECT_TRUE(StreamingStatus { quint16(StreamingStatus::onAir | 0x8000) }.isLive());
+    EXPECT_FALSE(StreamingStatus { quint16(StreamingStatus::idle | 0x0010) }.isLive());
+}
+
+TEST(AtemCommandTest, TheRecordersStateIsAWordOfFlagsAndTheSecondsLeft)
+{
+    const AtemCommand written = recordingStatus({ RecordingStatus::recording, 3600 });
+    EXPECT_EQ(written.encode(), QByteArray("\x00\x10\x00\x00RTMS\x00\x01\x00\x00\x00\x00\x0e\x10", 16));
+    const std::optional<RecordingStatus> read = readRecordingStatus(written);
+    ASSERT_TRUE(read.has_value());
+    EXPECT_EQ(read->flags, RecordingStatus::recording);
+    EXPECT_EQ(read->secondsAvailable, 3600);
+    // Without the time left, as older switchers send it.
+    const std::optional<RecordingStatus> short4
+        = readRecordingStatus({ recordingStatusName, QByteArray("\x00\x01\x00\x00", 4) });
+    ASSERT_TRUE(short4.has_value());
+    EXPECT_EQ(short4->secondsAvailable, -1);
+    EXPECT_TRUE(short4->isLive());
+    EXPECT_FALSE(readRecordingStatus({ recordingStatusName, QByteArray("\x00\x01", 2) }).has_value());
+    EXPECT_FALSE(readRecordingStatus({ streamingStatusName, QByteArray("\x00\x01\x00\x00", 4) }).has_value());
+}
+
+TEST(AtemCommandTest, TheRecorderIsLiveWhileRecordingAndNotWhileStoppingOrIdle)
+{
+    EXPECT_FALSE(RecordingStatus { 0 }.isLive());
+    EXPECT_TRUE(RecordingStatus { RecordingStatus::recording }.isLive());
+    EXPECT_FALSE(RecordingStatus { RecordingStatus::stopping }.isLive());
+    EXPECT_FALSE(RecordingStatus { quint16(RecordingStatus::recording | RecordingStatus::stopping) }.isLive());
+    // A full disk is said beside the state.
+    EXPECT_TRUE(RecordingStatus { quint16(RecordingStatus::recording | 0x0004) }.isLive());
+    EXPECT_FALSE(RecordingStatus { 0x0004 }.isLive());
+}

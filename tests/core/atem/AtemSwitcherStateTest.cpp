@@ -132,3 +132,79 @@ TEST(AtemSwitcherStateTest, AMissingMixEffectIsNamedWithTheOnesTheSwitcherHas)
     state.apply(topology(0, 8));
     EXPECT_EQ(state.missingMixEffect(0), QStringLiteral("has no mix effect 1; it has no mix effect at all"));
 }
+
+TEST(AtemSwitcherStateTest, ASwitcherThatNeverStatesItsRecorderOrStreamOffersNeither)
+{
+    const AtemSwitcherState state = threeInputs();
+    EXPECT_EQ(state.shots(0).size(), 3);
+    EXPECT_FALSE(state.isRecording().has_value());
+    EXPECT_FALSE(state.isStreaming().has_value());
+}
+
+TEST(AtemSwitcherStateTest, RecordingAndStreamingFollowTheInputsOnceStated)
+{
+    AtemSwitcherState state = threeInputs();
+    EXPECT_TRUE(state.apply(recordingStatus({ 0, 3600 })));
+    EXPECT_TRUE(state.apply(streamingStatus({ StreamingStatus::idle })));
+    EXPECT_EQ(seen(state),
+        (std::vector<Seen> { { "1", "Camera 1", false, false }, { "2", "Camera 2", false, false },
+            { "3", "WIDE", false, false }, { "@recording", "Recording", false, false },
+            { "@streaming", "Streaming", false, false } }));
+    EXPECT_TRUE(state.shots(0).at(3)->isOnAirState);
+    EXPECT_FALSE(state.shots(0).at(0)->isOnAirState);
+}
+
+TEST(AtemSwitcherStateTest, TheRecordingShotIsLiveWhileRecordingAndOffOnceStopping)
+{
+    AtemSwitcherState state = threeInputs();
+    state.apply(recordingStatus({ 0, 3600 }));
+    EXPECT_TRUE(state.apply(recordingStatus({ RecordingStatus::recording, 3600 })));
+    EXPECT_EQ(state.isRecording(), true);
+    EXPECT_EQ(seen(state).back(), (Seen { "@recording", "Recording", true, false }));
+    // The time left counting down changes no light.
+    EXPECT_FALSE(state.apply(recordingStatus({ RecordingStatus::recording, 3599 })));
+    EXPECT_TRUE(
+        state.apply(recordingStatus({ quint16(RecordingStatus::recording | RecordingStatus::stopping), 3599 })));
+    EXPECT_EQ(seen(state).back(), (Seen { "@recording", "Recording", false, false }));
+    EXPECT_FALSE(state.apply(recordingStatus({ 0, 3599 })));
+    EXPECT_EQ(state.isRecording(), false);
+}
+
+TEST(AtemSwitcherStateTest, TheStreamingShotIsLiveFromConnectingAndOffOnceStopping)
+{
+    AtemSwitcherState state = threeInputs();
+    EXPECT_TRUE(state.apply(streamingStatus({ StreamingStatus::idle })));
+    EXPECT_EQ(seen(state).back(), (Seen { "@streaming", "Streaming", false, false }));
+    EXPECT_TRUE(state.apply(streamingStatus({ StreamingStatus::connecting })));
+    EXPECT_EQ(seen(state).back(), (Seen { "@streaming", "Streaming", true, false }));
+    EXPECT_FALSE(state.apply(streamingStatus({ StreamingStatus::onAir })));
+    EXPECT_EQ(seen(state).back(), (Seen { "@streaming", "Streaming", true, false }));
+    EXPECT_TRUE(state.apply(streamingStatus({ StreamingStatus::stopping })));
+    EXPECT_EQ(seen(state).back(), (Seen { "@streaming", "Streaming", false, false }));
+    EXPECT_FALSE(state.apply(streamingStatus({ StreamingStatus::idle })));
+    EXPECT_EQ(state.isStreaming(), false);
+}
+
+TEST(AtemSwitcherStateTest, AnInputNamedRecordingKeepsItsOwnIdBesideTheRecorder)
+{
+    AtemSwitcherState state = threeInputs();
+    state.apply(inputProperties({ 4, QStringLiteral("Recording"), QStringLiteral("REC") }));
+    state.apply(recordingStatus({ RecordingStatus::recording, 60 }));
+    const ShotList shots = state.shots(0);
+    ASSERT_EQ(shots.size(), 5);
+    EXPECT_EQ(shots[3]->name, shots[4]->name);
+    EXPECT_NE(shots[3]->shotId, shots[4]->shotId);
+    EXPECT_FALSE(shots[3]->isLive);
+    EXPECT_TRUE(shots[4]->isLive);
+}
+
+TEST(AtemSwitcherStateTest, ANewConnectionForgetsTheRecorderAndStream)
+{
+    AtemSwitcherState state = threeInputs();
+    state.apply(recordingStatus({ RecordingStatus::recording, 60 }));
+    state.apply(streamingStatus({ StreamingStatus::onAir }));
+    state.clear();
+    EXPECT_FALSE(state.isRecording().has_value());
+    EXPECT_FALSE(state.isStreaming().has_value());
+    EXPECT_TRUE(state.shots(0).isEmpty());
+}

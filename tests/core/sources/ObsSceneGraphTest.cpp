@@ -5,6 +5,8 @@
 
 #include "support/ShotSummary.h"
 
+#include <QSet>
+
 #include <gtest/gtest.h>
 
 namespace {
@@ -41,16 +43,22 @@ ObsSceneGraph studio()
 TEST(ObsSceneGraphTest, EveryScene_ThenEveryInputIsAShotInTheSwitchersOrder)
 {
     ObsSceneGraph graph = studio();
-    EXPECT_EQ(shotSummary(graph.shots()), QStringList({ "Wide:L", "Close:", "Camera 1:L", "Camera 2:", "Music:" }));
+    EXPECT_EQ(shotSummary(graph.shots()),
+        QStringList({ "Wide:L", "Close:", "Camera 1:L",
+            "Camera 2:", "Music:", "Recording:", "Streaming:", "Virtual Camera:" }));
 }
 
 TEST(ObsSceneGraphTest, PreviewShowsOnlyWhileStudioModeIsOn)
 {
     ObsSceneGraph graph = studio();
     graph.setStudioMode(true);
-    EXPECT_EQ(shotSummary(graph.shots()), QStringList({ "Wide:L", "Close:P", "Camera 1:L", "Camera 2:P", "Music:" }));
+    EXPECT_EQ(shotSummary(graph.shots()),
+        QStringList({ "Wide:L", "Close:P", "Camera 1:L", "Camera 2:P",
+            "Music:", "Recording:", "Streaming:", "Virtual Camera:" }));
     graph.setStudioMode(false);
-    EXPECT_EQ(shotSummary(graph.shots()), QStringList({ "Wide:L", "Close:", "Camera 1:L", "Camera 2:", "Music:" }));
+    EXPECT_EQ(shotSummary(graph.shots()),
+        QStringList({ "Wide:L", "Close:", "Camera 1:L",
+            "Camera 2:", "Music:", "Recording:", "Streaming:", "Virtual Camera:" }));
 }
 
 TEST(ObsSceneGraphTest, AnInputIsLiveThroughANestedSceneAndAGroup)
@@ -64,8 +72,9 @@ TEST(ObsSceneGraphTest, AnInputIsLiveThroughANestedSceneAndAGroup)
     graph.setItems(QStringLiteral("Guests"), { Item { 1, QStringLiteral("Camera 1"), true } });
     graph.setItems(QStringLiteral("Desk"), { Item { 1, QStringLiteral("Camera 2"), true } }); // a group
     graph.setProgramScene(QStringLiteral("Show"));
-    EXPECT_EQ(
-        shotSummary(graph.shots()), QStringList({ "Show:L", "Guests:", "Camera 1:L", "Camera 2:L", "Camera 3:" }));
+    EXPECT_EQ(shotSummary(graph.shots()),
+        QStringList({ "Show:L", "Guests:", "Camera 1:L", "Camera 2:L",
+            "Camera 3:", "Recording:", "Streaming:", "Virtual Camera:" }));
 }
 
 TEST(ObsSceneGraphTest, AHiddenItemHidesEverythingUnderIt)
@@ -77,10 +86,12 @@ TEST(ObsSceneGraphTest, AHiddenItemHidesEverythingUnderIt)
         { Item { 1, QStringLiteral("Guests"), false }, Item { 2, QStringLiteral("Camera 2"), false } });
     graph.setItems(QStringLiteral("Guests"), { Item { 1, QStringLiteral("Camera 1"), true } });
     graph.setProgramScene(QStringLiteral("Show"));
-    EXPECT_EQ(shotSummary(graph.shots()), QStringList({ "Show:L", "Guests:", "Camera 1:", "Camera 2:" }));
+    EXPECT_EQ(shotSummary(graph.shots()),
+        QStringList({ "Show:L", "Guests:", "Camera 1:", "Camera 2:", "Recording:", "Streaming:", "Virtual Camera:" }));
 
     EXPECT_TRUE(graph.setItemEnabled(QStringLiteral("Show"), 1, true));
-    EXPECT_EQ(shotSummary(graph.shots()), QStringList({ "Show:L", "Guests:", "Camera 1:L", "Camera 2:" }));
+    EXPECT_EQ(shotSummary(graph.shots()),
+        QStringList({ "Show:L", "Guests:", "Camera 1:L", "Camera 2:", "Recording:", "Streaming:", "Virtual Camera:" }));
 }
 
 TEST(ObsSceneGraphTest, SettingAnItemToTheStateItHasChangesNothing)
@@ -108,7 +119,8 @@ TEST(ObsSceneGraphTest, ScenesThatHoldEachOtherAreWalkedOnce)
     graph.setItems(
         QStringLiteral("B"), { Item { 1, QStringLiteral("A"), true }, Item { 2, QStringLiteral("Camera 1"), true } });
     graph.setProgramScene(QStringLiteral("A"));
-    EXPECT_EQ(shotSummary(graph.shots()), QStringList({ "A:L", "B:", "Camera 1:L" }));
+    EXPECT_EQ(shotSummary(graph.shots()),
+        QStringList({ "A:L", "B:", "Camera 1:L", "Recording:", "Streaming:", "Virtual Camera:" }));
 }
 
 TEST(ObsSceneGraphTest, TheIdIsTheUuidWhereReportedElseTheName)
@@ -118,7 +130,7 @@ TEST(ObsSceneGraphTest, TheIdIsTheUuidWhereReportedElseTheName)
     graph.setInputs(
         { { QStringLiteral("Camera 1"), QStringLiteral("9f00-uuid") }, { QStringLiteral("Camera 2"), {} } });
     const ShotList shots = graph.shots();
-    ASSERT_EQ(shots.size(), 4);
+    ASSERT_EQ(shots.size(), 7);
     EXPECT_EQ(shots[0]->shotId, QStringLiteral("1b5c-uuid"));
     EXPECT_EQ(shots[1]->shotId, QStringLiteral("Close"));
     EXPECT_EQ(shots[2]->shotId, QStringLiteral("9f00-uuid"));
@@ -162,7 +174,9 @@ TEST(ObsSceneGraphTest, NoProgramSceneMeansNothingIsLive)
 {
     ObsSceneGraph graph = studio();
     graph.setProgramScene({});
-    EXPECT_EQ(shotSummary(graph.shots()), QStringList({ "Wide:", "Close:", "Camera 1:", "Camera 2:", "Music:" }));
+    EXPECT_EQ(shotSummary(graph.shots()),
+        QStringList(
+            { "Wide:", "Close:", "Camera 1:", "Camera 2:", "Music:", "Recording:", "Streaming:", "Virtual Camera:" }));
 }
 
 TEST(ObsSceneGraphTest, AHundredThousandLevelsOfNestingAreWalkedWithoutEndingTheProgram)
@@ -185,4 +199,61 @@ TEST(ObsSceneGraphTest, AHundredThousandLevelsOfNestingAreWalkedWithoutEndingThe
     const ShotPtr camera = shotNamed(graph.shots(), QStringLiteral("Camera 1"));
     ASSERT_NE(camera, nullptr);
     EXPECT_TRUE(camera->isLive);
+}
+
+TEST(ObsSceneGraphTest, TheOutputsFollowTheInputsAndAreOffUntilSet)
+{
+    ObsSceneGraph graph = studio();
+    const ShotList shots = graph.shots();
+    ASSERT_EQ(shots.size(), 8);
+    EXPECT_EQ(shots[5]->shotId, QStringLiteral("@recording"));
+    EXPECT_EQ(shots[6]->shotId, QStringLiteral("@streaming"));
+    EXPECT_EQ(shots[7]->shotId, QStringLiteral("@virtual-camera"));
+    for (qsizetype index = 0; index < shots.size(); ++index) {
+        EXPECT_EQ(shots[index]->isOnAirState, index >= 5) << index;
+    }
+}
+
+TEST(ObsSceneGraphTest, EachOutputIsLiveWhileActiveOnItsOwn)
+{
+    ObsSceneGraph graph = studio();
+    graph.setOutputActive(OnAirShot::Output::streaming, true);
+    EXPECT_EQ(shotSummary(graph.shots()),
+        QStringList({ "Wide:L", "Close:", "Camera 1:L", "Camera 2:", "Music:", "Recording:", "Streaming:L",
+            "Virtual Camera:" }));
+    graph.setOutputActive(OnAirShot::Output::recording, true);
+    graph.setOutputActive(OnAirShot::Output::virtualCamera, true);
+    graph.setOutputActive(OnAirShot::Output::streaming, false);
+    EXPECT_EQ(shotSummary(graph.shots()),
+        QStringList({ "Wide:L", "Close:", "Camera 1:L", "Camera 2:", "Music:", "Recording:L",
+            "Streaming:", "Virtual Camera:L" }));
+}
+
+TEST(ObsSceneGraphTest, TheOutputsStatesOutlastClearingTheContents)
+{
+    ObsSceneGraph graph = studio();
+    graph.setOutputActive(OnAirShot::Output::recording, true);
+    graph.clearContents();
+    EXPECT_TRUE(graph.isOutputActive(OnAirShot::Output::recording));
+    EXPECT_EQ(shotSummary(graph.shots()), QStringList({ "Recording:L", "Streaming:", "Virtual Camera:" }));
+}
+
+TEST(ObsSceneGraphTest, AScenesOrInputsIdNeverTakesAnOutputsId)
+{
+    ObsSceneGraph graph;
+    graph.setScenes({ { QStringLiteral("Recording"), {} }, { QStringLiteral("@recording"), {} },
+        { QStringLiteral("@@recording"), {} } });
+    graph.setInputs({ { QStringLiteral("Streaming"), QStringLiteral("@streaming") } });
+    const ShotList shots = graph.shots();
+    ASSERT_EQ(shots.size(), 7);
+    QSet<QString> ids;
+    for (const ShotPtr& shot : shots) {
+        ids.insert(shot->shotId);
+    }
+    EXPECT_EQ(ids.size(), 7) << "every shot has an id of its own";
+    EXPECT_EQ(shots[0]->shotId, QStringLiteral("Recording"));
+    EXPECT_EQ(shots[1]->shotId, QStringLiteral("@@recording"));
+    EXPECT_EQ(shots[2]->shotId, QStringLiteral("@@@recording"));
+    EXPECT_EQ(shots[3]->shotId, QStringLiteral("@@streaming"));
+    EXPECT_EQ(shots[4]->shotId, QStringLiteral("@recording"));
 }

@@ -6,8 +6,10 @@
 #include "sources/ObsAuthentication.h"
 #include "support/ShotSummary.h"
 
+#include <QHash>
 #include <QJsonArray>
 #include <QJsonDocument>
+#include <QSet>
 
 #include <gtest/gtest.h>
 
@@ -73,6 +75,17 @@ protected:
                 data = { { QStringLiteral("sceneItems"),
                     QJsonArray { QJsonObject { { QStringLiteral("sceneItemId"), 1 },
                         { QStringLiteral("sourceName"), QStringLiteral("Camera 1") } } } } };
+            } else if (refusedRequests.contains(type)) {
+                // As OBS answers a request it cannot carry out: a failed
+                // status and no data.
+                session.receive(message(7,
+                    { { QStringLiteral("requestType"), type },
+                        { QStringLiteral("requestId"), request.value("requestId") },
+                        { QStringLiteral("requestStatus"),
+                            QJsonObject { { QStringLiteral("result"), false }, { QStringLiteral("code"), 604 } } } }));
+                continue;
+            } else if (activeOutputs.contains(type)) {
+                data = { { QStringLiteral("outputActive"), activeOutputs.value(type) } };
             }
             session.receive(message(7,
                 { { QStringLiteral("requestType"), type }, { QStringLiteral("requestId"), request.value("requestId") },
@@ -80,8 +93,52 @@ protected:
         }
     }
 
+    // Greets, is accepted and answers the first reading.
+    void connectAndRead()
+    {
+        session.receive(message(0, {}));
+        session.receive(message(2, { { QStringLiteral("negotiatedRpcVersion"), 1 } }));
+        answerRequests();
+        ASSERT_TRUE(session.isReady());
+    }
+
+    void outputEvent(const QString& type, const QString& state, bool active)
+    {
+        session.receive(message(5,
+            { { QStringLiteral("eventType"), type }, { QStringLiteral("eventIntent"), 64 },
+                { QStringLiteral("eventData"),
+                    QJsonObject {
+                        { QStringLiteral("outputActive"), active }, { QStringLiteral("outputState"), state } } } }));
+    }
+
+    bool isLive(const QString& name) const
+    {
+        for (const ShotPtr& shot : session.shots()) {
+            if (shot->name == name) {
+                return shot->isLive;
+            }
+        }
+        ADD_FAILURE() << "no shot named " << name.toStdString();
+        return false;
+    }
+
+    QStringList requestTypes() const
+    {
+        QStringList types;
+        for (const QJsonObject& envelope : connection.sent) {
+            if (envelope.value(QLatin1String("op")).toInt() == 6) {
+                types.append(
+                    envelope.value(QLatin1String("d")).toObject().value(QLatin1String("requestType")).toString());
+            }
+        }
+        return types;
+    }
+
     RecordingConnection connection;
     ObsSession session { connection, QString() };
+    // Status request -> outputActive in its answer.
+    QHash<QString, bool> activeOutputs;
+    QSet<QString> refusedRequests;
 
 private:
     qsizetype m_answered = 0;
@@ -110,7 +167,8 @@ TEST_F(ObsSessionTest, ReadsThePictureAfterBeingAcceptedAndIsReadyWhenTheLastAns
     EXPECT_TRUE(session.isReady());
     EXPECT_EQ(connection.readies, 1);
     EXPECT_EQ(connection.readingsFinished, 1);
-    EXPECT_EQ(shotSummary(session.shots()), (QStringList { "Wide:L", "Camera 1:L" }));
+    EXPECT_EQ(shotSummary(session.shots()),
+        (QStringList { "Wide:L", "Camera 1:L", "Recording:", "Streaming:", "Virtual Camera:" }));
 }
 
 TEST_F(ObsSessionTest, AnAnswerToARequestNeverMadeChangesNothing)
@@ -193,4 +251,117 @@ TEST(ObsSessionPasswordTest, AGreetingThatWaitedIsForgottenWhenTheConnectionEnds
     session.restart();
     session.setPassword(QStringLiteral("stage door"));
     EXPECT_TRUE(connection.sent.isEmpty()) << "the greeting belonged to a connection that is gone";
+}
+
+TEST_F(ObsSessionTest, TheIdentifySubscribesToTheOutputsEvents)
+{
+    session.receive(message(0, {}));
+    ASSERT_EQ(connection.sent.size(), 1);
+    const int subscriptions = connection.sent[0].value("d").toObject().value("eventSubscriptions").toInt();
+    EXPECT_NE(subscriptions & (1 << 6), 0) << subscriptions;
+    // The groups the picture already needed are still there.
+    EXPECT_EQ(subscriptions & ((1 << 2) | (1 << 3) | (1 << 7) | (1 << 10)), (1 << 2) | (1 << 3) | (1 << 7) | (1 << 10));
+}
+
+TEST_F(ObsSessionTest, TheReadingAsksEachOutputsStatusAndOffersThemAsShots)
+{
+    activeOutputs = { { QStringLiteral("GetRecordStatus"), true }, { QStringLiteral("GetStreamStatus"), false },
+        { QStringLiteral("GetVirtualCamStatus"), true } };
+    connectAndRead();
+    const QStringList types = requestTypes();
+    EXPECT_TRUE(types.contains(QLatin1String("GetRecordStatus"))) << types.join(QLatin1Char(' ')).toStdString();
+    EXPECT_TRUE(types.contains(QLatin1String("GetStreamStatus")));
+    EXPECT_TRUE(types.contains(QLatin1String("GetVirtualCamStatus")));
+    EXPECT_EQ(shotSummary(session.shots()),
+        (QStringList { "Wide:L", "Camera 1:L", "Recording:L", "Streaming:", "Virtual Camera:L" }));
+}
+
+TEST_F(ObsSessionTest, AVirtualCameraOBSCannotRunAnswersWithAFailureAndStaysOff)
+{
+    activeOutputs = { { QStringLiteral("GetRecordStatus"), true } };
+    refusedRequests = { QStringLiteral("GetVirtualCamStatus") };
+    connectAndRead();
+    EXPECT_TRUE(isLive(QStringLiteral("Recording")));
+    EXPECT_FALSE(isLive(QStringLiteral("Virtual Camera")));
+}
+
+TEST_F(ObsSessionTest, RecordingIsLiveFromStartingToStartedAndOffFromStopping)
+{
+    connectAndRead();
+    const int changesBefore = connection.changes;
+    const QString event = QStringLiteral("RecordStateChanged");
+    EXPECT_FALSE(isLive(QStringLiteral("Recording")));
+    outputEvent(event, QStringLiteral("OBS_WEBSOCKET_OUTPUT_STARTING"), false);
+    EXPECT_TRUE(isLive(QStringLiteral("Recording")));
+    outputEvent(event, QStringLiteral("OBS_WEBSOCKET_OUTPUT_STARTED"), true);
+    EXPECT_TRUE(isLive(QStringLiteral("Recording")));
+    outputEvent(event, QStringLiteral("OBS_WEBSOCKET_OUTPUT_PAUSED"), true);
+    EXPECT_TRUE(isLive(QStringLiteral("Recording")));
+    outputEvent(event, QStringLiteral("OBS_WEBSOCKET_OUTPUT_RESUMED"), true);
+    EXPECT_TRUE(isLive(QStringLiteral("Recording")));
+    outputEvent(event, QStringLiteral("OBS_WEBSOCKET_OUTPUT_STOPPING"), true);
+    EXPECT_FALSE(isLive(QStringLiteral("Recording")));
+    outputEvent(event, QStringLiteral("OBS_WEBSOCKET_OUTPUT_STOPPED"), false);
+    EXPECT_FALSE(isLive(QStringLiteral("Recording")));
+    EXPECT_FALSE(isLive(QStringLiteral("Streaming")));
+    EXPECT_FALSE(isLive(QStringLiteral("Virtual Camera")));
+    EXPECT_EQ(connection.changes, changesBefore + 6) << "every event tells the lights";
+}
+
+TEST_F(ObsSessionTest, StreamingIsLiveFromStartingThroughReconnectingAndOffFromStopping)
+{
+    connectAndRead();
+    const QString event = QStringLiteral("StreamStateChanged");
+    outputEvent(event, QStringLiteral("OBS_WEBSOCKET_OUTPUT_STARTING"), false);
+    EXPECT_TRUE(isLive(QStringLiteral("Streaming")));
+    outputEvent(event, QStringLiteral("OBS_WEBSOCKET_OUTPUT_STARTED"), true);
+    EXPECT_TRUE(isLive(QStringLiteral("Streaming")));
+    outputEvent(event, QStringLiteral("OBS_WEBSOCKET_OUTPUT_RECONNECTING"), true);
+    EXPECT_TRUE(isLive(QStringLiteral("Streaming")));
+    outputEvent(event, QStringLiteral("OBS_WEBSOCKET_OUTPUT_RECONNECTED"), true);
+    EXPECT_TRUE(isLive(QStringLiteral("Streaming")));
+    outputEvent(event, QStringLiteral("OBS_WEBSOCKET_OUTPUT_STOPPING"), true);
+    EXPECT_FALSE(isLive(QStringLiteral("Streaming")));
+    outputEvent(event, QStringLiteral("OBS_WEBSOCKET_OUTPUT_STOPPED"), false);
+    EXPECT_FALSE(isLive(QStringLiteral("Streaming")));
+    EXPECT_FALSE(isLive(QStringLiteral("Recording")));
+}
+
+TEST_F(ObsSessionTest, TheVirtualCameraFollowsItsOwnEvent)
+{
+    connectAndRead();
+    const QString event = QStringLiteral("VirtualcamStateChanged");
+    outputEvent(event, QStringLiteral("OBS_WEBSOCKET_OUTPUT_STARTING"), false);
+    EXPECT_TRUE(isLive(QStringLiteral("Virtual Camera")));
+    outputEvent(event, QStringLiteral("OBS_WEBSOCKET_OUTPUT_STARTED"), true);
+    EXPECT_TRUE(isLive(QStringLiteral("Virtual Camera")));
+    outputEvent(event, QStringLiteral("OBS_WEBSOCKET_OUTPUT_STOPPING"), true);
+    EXPECT_FALSE(isLive(QStringLiteral("Virtual Camera")));
+    outputEvent(event, QStringLiteral("OBS_WEBSOCKET_OUTPUT_STOPPED"), false);
+    EXPECT_FALSE(isLive(QStringLiteral("Virtual Camera")));
+}
+
+TEST_F(ObsSessionTest, AnOutputStateNotKnownIsTakenFromOutputActive)
+{
+    connectAndRead();
+    outputEvent(QStringLiteral("RecordStateChanged"), QStringLiteral("OBS_WEBSOCKET_OUTPUT_SOMETHING_NEW"), true);
+    EXPECT_TRUE(isLive(QStringLiteral("Recording")));
+    outputEvent(QStringLiteral("RecordStateChanged"), QStringLiteral("OBS_WEBSOCKET_OUTPUT_UNKNOWN"), false);
+    EXPECT_FALSE(isLive(QStringLiteral("Recording")));
+}
+
+TEST_F(ObsSessionTest, AnOutputsStateOutlastsAReadingOfTheScenes)
+{
+    activeOutputs = { { QStringLiteral("GetRecordStatus"), false } };
+    connectAndRead();
+    outputEvent(QStringLiteral("RecordStateChanged"), QStringLiteral("OBS_WEBSOCKET_OUTPUT_STARTED"), true);
+    // A new scene makes the session read the picture again, outputs too:
+    // OBS now answers that it records.
+    activeOutputs = { { QStringLiteral("GetRecordStatus"), true } };
+    session.receive(message(5,
+        { { QStringLiteral("eventType"), QStringLiteral("SceneCreated") },
+            { QStringLiteral("eventData"), QJsonObject { { QStringLiteral("sceneName"), QStringLiteral("New") } } } }));
+    answerRequests();
+    EXPECT_TRUE(isLive(QStringLiteral("Recording")));
+    EXPECT_EQ(requestTypes().count(QStringLiteral("GetRecordStatus")), 2);
 }

@@ -22,6 +22,23 @@ QStringList names(const ShotList& shots)
     return result;
 }
 
+TEST(ShotAssignmentTest, AnOutputIsMarkedOnlyWhereACameraOrSceneHasItsName)
+{
+    auto recording = makeShot("@recording", "Recording");
+    recording->isOnAirState = true;
+    auto streaming = makeShot("@streaming", "Streaming");
+    streaming->isOnAirState = true;
+    const ShotPtr scene = makeShot("Recording", "Recording");
+    const ShotList listed { scene, makeShot("Wide", "Wide"), recording, streaming };
+
+    EXPECT_TRUE(ShotAssignment::needsOutputMark(listed, *recording));
+    EXPECT_FALSE(ShotAssignment::needsOutputMark(listed, *streaming));
+    EXPECT_FALSE(ShotAssignment::needsOutputMark(listed, *scene)) << "the camera or scene keeps its name";
+    EXPECT_FALSE(ShotAssignment::needsOutputMark({ recording, streaming }, *recording));
+    // Names compare as the lights match them: case counts.
+    EXPECT_FALSE(ShotAssignment::needsOutputMark({ makeShot("rec", "recording"), recording }, *recording));
+}
+
 TEST(ShotAssignmentTest, ShowEmptyLayersOffHidesClearLayerNamesButNotBareClearLayer)
 {
     const ShotList all {

@@ -36,6 +36,8 @@ public:
     QString program;
     QString preview;
     bool studioMode = false;
+    // Answered to GetRecordStatus; the other outputs are always off.
+    bool recording = false;
 
     // What it expects and how it behaves.
     QString password; // empty: no authentication
@@ -189,6 +191,8 @@ private:
             response.insert(QStringLiteral("scenes"), list);
             response.insert(QStringLiteral("currentProgramSceneName"), program);
             response.insert(QStringLiteral("currentPreviewSceneName"), studioMode ? QJsonValue(preview) : QJsonValue());
+        } else if (type == QLatin1String("GetRecordStatus") || type == QLatin1String("GetStreamStatus")) {
+            response.insert(QStringLiteral("outputActive"), type == QLatin1String("GetRecordStatus") && recording);
         } else if (type == QLatin1String("GetStudioModeEnabled")) {
             response.insert(QStringLiteral("studioModeEnabled"), studioMode);
         } else if (type == QLatin1String("GetInputList")) {

@@ -93,7 +93,8 @@ TEST_F(ObsShotSourceTest, ConnectsIdentifiesWithVersion1AndReadsScenesThenInputs
 {
     start(settings());
     ASSERT_TRUE(running());
-    EXPECT_EQ(shots(), QStringList({ "Wide:L", "Close:", "Camera 1:L", "Camera 2:" }));
+    EXPECT_EQ(shots(),
+        QStringList({ "Wide:L", "Close:", "Camera 1:L", "Camera 2:", "Recording:", "Streaming:", "Virtual Camera:" }));
     ASSERT_EQ(server.identifies.size(), 1);
     EXPECT_EQ(server.identifies.first().value(QLatin1String("rpcVersion")).toInt(), 1);
     EXPECT_FALSE(server.identifies.first().contains(QLatin1String("authentication")));
@@ -219,7 +220,8 @@ TEST_F(ObsShotSourceTest, ACutReachesTheShotsAtOnceAndAnnouncesIt)
     const qsizetype requestsBefore = server.requestTypes.size();
     server.cut(QStringLiteral("Close"));
     ASSERT_TRUE(eventually([&] { return changes->size() > changesBefore; }, 5000));
-    EXPECT_EQ(shots(), QStringList({ "Wide:", "Close:L", "Camera 1:", "Camera 2:L" }));
+    EXPECT_EQ(shots(),
+        QStringList({ "Wide:", "Close:L", "Camera 1:", "Camera 2:L", "Recording:", "Streaming:", "Virtual Camera:" }));
     // Straight from the event, without asking OBS again.
     EXPECT_EQ(server.requestTypes.size(), requestsBefore);
 }
@@ -229,12 +231,36 @@ TEST_F(ObsShotSourceTest, PreviewShowsWhileStudioModeIsOnAndGoesWhenItIsTurnedOf
     server.studioMode = true;
     start(settings());
     ASSERT_TRUE(running());
-    EXPECT_EQ(shots(), QStringList({ "Wide:L", "Close:P", "Camera 1:L", "Camera 2:P" }));
+    EXPECT_EQ(shots(),
+        QStringList(
+            { "Wide:L", "Close:P", "Camera 1:L", "Camera 2:P", "Recording:", "Streaming:", "Virtual Camera:" }));
     server.putInPreview(QStringLiteral("Wide"));
-    ASSERT_TRUE(shotsBecome({ "Wide:LP", "Close:", "Camera 1:LP", "Camera 2:" }));
+    ASSERT_TRUE(shotsBecome(
+        { "Wide:LP", "Close:", "Camera 1:LP", "Camera 2:", "Recording:", "Streaming:", "Virtual Camera:" }));
     server.studioMode = false;
     server.sendEvent(QStringLiteral("StudioModeStateChanged"), { { QStringLiteral("studioModeEnabled"), false } });
-    ASSERT_TRUE(shotsBecome({ "Wide:L", "Close:", "Camera 1:L", "Camera 2:" }));
+    ASSERT_TRUE(
+        shotsBecome({ "Wide:L", "Close:", "Camera 1:L", "Camera 2:", "Recording:", "Streaming:", "Virtual Camera:" }));
+}
+
+TEST_F(ObsShotSourceTest, TheRecordingFollowsOBSFromItsStatusAndItsEvents)
+{
+    server.recording = true;
+    start(settings());
+    ASSERT_TRUE(running());
+    // GetVirtualCamStatus is refused by this server: that output stays off.
+    EXPECT_EQ(shots(),
+        QStringList({ "Wide:L", "Close:", "Camera 1:L", "Camera 2:", "Recording:L", "Streaming:", "Virtual Camera:" }));
+    server.sendEvent(QStringLiteral("RecordStateChanged"),
+        { { QStringLiteral("outputActive"), false },
+            { QStringLiteral("outputState"), QStringLiteral("OBS_WEBSOCKET_OUTPUT_STOPPING") } });
+    ASSERT_TRUE(
+        shotsBecome({ "Wide:L", "Close:", "Camera 1:L", "Camera 2:", "Recording:", "Streaming:", "Virtual Camera:" }));
+    server.sendEvent(QStringLiteral("StreamStateChanged"),
+        { { QStringLiteral("outputActive"), false },
+            { QStringLiteral("outputState"), QStringLiteral("OBS_WEBSOCKET_OUTPUT_STARTING") } });
+    ASSERT_TRUE(
+        shotsBecome({ "Wide:L", "Close:", "Camera 1:L", "Camera 2:", "Recording:", "Streaming:L", "Virtual Camera:" }));
 }
 
 TEST_F(ObsShotSourceTest, TurningStudioModeOnReadsWhichSceneIsInPreview)
@@ -243,7 +269,8 @@ TEST_F(ObsShotSourceTest, TurningStudioModeOnReadsWhichSceneIsInPreview)
     ASSERT_TRUE(running());
     server.studioMode = true;
     server.sendEvent(QStringLiteral("StudioModeStateChanged"), { { QStringLiteral("studioModeEnabled"), true } });
-    ASSERT_TRUE(shotsBecome({ "Wide:L", "Close:P", "Camera 1:L", "Camera 2:P" }));
+    ASSERT_TRUE(shotsBecome(
+        { "Wide:L", "Close:P", "Camera 1:L", "Camera 2:P", "Recording:", "Streaming:", "Virtual Camera:" }));
 }
 
 TEST_F(ObsShotSourceTest, AnInputIsLiveThroughANestedSceneAndAGroup)
@@ -258,7 +285,9 @@ TEST_F(ObsShotSourceTest, AnInputIsLiveThroughANestedSceneAndAGroup)
     server.program = QStringLiteral("Show");
     start(settings());
     ASSERT_TRUE(running());
-    EXPECT_EQ(shots(), QStringList({ "Show:L", "Guests:", "Camera 1:L", "Camera 2:L", "Camera 3:" }));
+    EXPECT_EQ(shots(),
+        QStringList({ "Show:L", "Guests:", "Camera 1:L", "Camera 2:L",
+            "Camera 3:", "Recording:", "Streaming:", "Virtual Camera:" }));
     EXPECT_EQ(server.requestTypes.count(QStringLiteral("GetGroupSceneItemList")), 1);
 }
 
@@ -269,7 +298,8 @@ TEST_F(ObsShotSourceTest, HidingAnItemOnProgramTakesItsInputOffAir)
     server.sendEvent(QStringLiteral("SceneItemEnableStateChanged"),
         { { QStringLiteral("sceneName"), QStringLiteral("Wide") }, { QStringLiteral("sceneItemId"), 1 },
             { QStringLiteral("sceneItemEnabled"), false } });
-    ASSERT_TRUE(shotsBecome({ "Wide:L", "Close:", "Camera 1:", "Camera 2:" }));
+    ASSERT_TRUE(
+        shotsBecome({ "Wide:L", "Close:", "Camera 1:", "Camera 2:", "Recording:", "Streaming:", "Virtual Camera:" }));
 }
 
 TEST_F(ObsShotSourceTest, ARenamedInputKeepsItsIdAndItsLight)
@@ -281,7 +311,8 @@ TEST_F(ObsShotSourceTest, ARenamedInputKeepsItsIdAndItsLight)
     server.sendEvent(QStringLiteral("InputNameChanged"),
         { { QStringLiteral("oldInputName"), QStringLiteral("Camera 1") },
             { QStringLiteral("inputName"), QStringLiteral("Cam 1") } });
-    ASSERT_TRUE(shotsBecome({ "Wide:L", "Close:", "Cam 1:L", "Camera 2:" }));
+    ASSERT_TRUE(
+        shotsBecome({ "Wide:L", "Close:", "Cam 1:L", "Camera 2:", "Recording:", "Streaming:", "Virtual Camera:" }));
     EXPECT_EQ(source->queryShots()[2]->shotId, QStringLiteral("Camera 1"));
 }
 
@@ -298,7 +329,8 @@ TEST_F(ObsShotSourceTest, ARenamedSceneKeepsItsUuidAsId)
     server.sendEvent(QStringLiteral("SceneNameChanged"),
         { { QStringLiteral("oldSceneName"), QStringLiteral("Wide") },
             { QStringLiteral("sceneName"), QStringLiteral("Total") } });
-    ASSERT_TRUE(shotsBecome({ "Total:L", "Close:", "Camera 1:L", "Camera 2:" }));
+    ASSERT_TRUE(
+        shotsBecome({ "Total:L", "Close:", "Camera 1:L", "Camera 2:", "Recording:", "Streaming:", "Virtual Camera:" }));
     EXPECT_EQ(source->queryShots()[0]->shotId, QStringLiteral("6a1e-wide"));
 }
 
@@ -308,7 +340,8 @@ TEST_F(ObsShotSourceTest, ANewSceneIsReadAfterOBSAnnouncesIt)
     ASSERT_TRUE(running());
     server.scenes.append(QStringLiteral("Titles"));
     server.sendEvent(QStringLiteral("SceneCreated"), { { QStringLiteral("sceneName"), QStringLiteral("Titles") } });
-    ASSERT_TRUE(shotsBecome({ "Wide:L", "Close:", "Titles:", "Camera 1:L", "Camera 2:" }));
+    ASSERT_TRUE(shotsBecome(
+        { "Wide:L", "Close:", "Titles:", "Camera 1:L", "Camera 2:", "Recording:", "Streaming:", "Virtual Camera:" }));
 }
 
 TEST_F(ObsShotSourceTest, ALostConnectionStopsRunningAtOnceAndReconnectsByItself)
@@ -323,7 +356,8 @@ TEST_F(ObsShotSourceTest, ALostConnectionStopsRunningAtOnceAndReconnectsByItself
     EXPECT_TRUE(source->status().contains(QStringLiteral("reconnecting"))) << source->status().toStdString();
     ASSERT_TRUE(running());
     EXPECT_EQ(server.connections, 2);
-    EXPECT_EQ(shots(), QStringList({ "Wide:L", "Close:", "Camera 1:L", "Camera 2:" }));
+    EXPECT_EQ(shots(),
+        QStringList({ "Wide:L", "Close:", "Camera 1:L", "Camera 2:", "Recording:", "Streaming:", "Virtual Camera:" }));
 }
 
 TEST_F(ObsShotSourceTest, GarbageFramesAreIgnoredAndEventsStillFollow)
@@ -339,7 +373,8 @@ TEST_F(ObsShotSourceTest, GarbageFramesAreIgnoredAndEventsStillFollow)
     server.sendRaw(QStringLiteral("{\"op\": 5, \"d\": {\"eventType\": 12, \"eventData\": []}}"));
     server.sendBinary(QByteArray("\x00\xff\x13", 3));
     server.cut(QStringLiteral("Close"));
-    ASSERT_TRUE(shotsBecome({ "Wide:", "Close:L", "Camera 1:", "Camera 2:L" }));
+    ASSERT_TRUE(
+        shotsBecome({ "Wide:", "Close:L", "Camera 1:", "Camera 2:L", "Recording:", "Streaming:", "Virtual Camera:" }));
     EXPECT_TRUE(source->isRunning());
     EXPECT_EQ(server.connections, 1) << "garbage is no reason to start again";
 }
@@ -354,7 +389,8 @@ TEST_F(ObsShotSourceTest, AnOversizedMessageEndsTheConnectionAndAFreshOneFollows
     server.sendRaw(QStringLiteral("{\"op\": 5, \"d\": {\"eventType\": \"CurrentProgramSceneChanged\", \"pad\": \"")
         + QString(8000, QLatin1Char('x')) + QStringLiteral("\"}}"));
     ASSERT_TRUE(eventually([&] { return server.connections == 2 && source->isRunning(); }, 5000));
-    EXPECT_EQ(shots(), QStringList({ "Wide:", "Close:L", "Camera 1:", "Camera 2:L" }));
+    EXPECT_EQ(shots(),
+        QStringList({ "Wide:", "Close:L", "Camera 1:", "Camera 2:L", "Recording:", "Streaming:", "Virtual Camera:" }));
 }
 
 TEST_F(ObsShotSourceTest, AServerThatNeverAnswersNeverCountsAsRunning)

@@ -175,5 +175,22 @@ TEST_P(AtemStandinInteropTest, TheClientKeepsUpThroughPacketLossAndAStandinResta
     expectPicture({ { "program", 2 }, { "tally", tally("preview", "program", "off") } });
 }
 
+TEST_P(AtemStandinInteropTest, TheClientReadsTheRecorderAndTheStreamTheStandinSet)
+{
+    // Both idle from the start: stated, not merely unknown.
+    expectPicture({ { "connected", true }, { "recording", false }, { "streaming", false } });
+    standin.send("record on");
+    expectPicture({ { "recording", true }, { "streaming", false } });
+    standin.send("stream on");
+    expectPicture({ { "recording", true }, { "streaming", true } });
+    standin.send("record off");
+    expectPicture({ { "recording", false }, { "streaming", true } });
+    // A cut restates the whole picture; the stream stays on air.
+    standin.send("cut");
+    expectPicture({ { "program", 2 }, { "recording", false }, { "streaming", true } });
+    standin.send("stream off");
+    expectPicture({ { "recording", false }, { "streaming", false } });
+}
+
 INSTANTIATE_TEST_SUITE_P(
     Clients, AtemStandinInteropTest, testing::Values(Client::atemConnection, Client::pyatem), clientName);

@@ -2,10 +2,13 @@
 
 #include "StandinCommands.h"
 #include "StandinServer.h"
+#include "atem/AtemSwitcherState.h"
 
 #include <gtest/gtest.h>
 
 #include <map>
+#include <optional>
+#include <utility>
 
 using AtemCommands::SourceTally;
 
@@ -121,4 +124,59 @@ TEST(StandinCommandsTest, EachLineChangesTheModelOrSaysWhyNot)
     EXPECT_EQ(commands.execute(QStringLiteral("fade"), &problem), StandinCommands::Outcome::refused);
     EXPECT_EQ(problem, QStringLiteral("unknown command 'fade'"));
     EXPECT_EQ(commands.execute(QStringLiteral("quit"), &problem), StandinCommands::Outcome::quit);
+}
+
+TEST(SwitcherModelTest, TheRecorderAndTheStreamAreStatedWithThePictureAfterTheirSettings)
+{
+    SwitcherModel model = studio();
+    const auto states = [&model] {
+        AtemSwitcherState state;
+        for (const AtemCommand& command : model.connectionCommands()) {
+            state.apply(command);
+        }
+        return std::pair { state.isRecording(), state.isStreaming() };
+    };
+    EXPECT_EQ(states(), (std::pair { std::optional<bool>(false), std::optional<bool>(false) }));
+    EXPECT_TRUE(model.setRecording(true));
+    EXPECT_FALSE(model.setRecording(true));
+    EXPECT_EQ(states(), (std::pair { std::optional<bool>(true), std::optional<bool>(false) }));
+    EXPECT_TRUE(model.setStreaming(true));
+    EXPECT_TRUE(model.setRecording(false));
+    EXPECT_EQ(states(), (std::pair { std::optional<bool>(false), std::optional<bool>(true) }));
+
+    // Clients keep the states inside the settings: those come first.
+    QList<QByteArray> names;
+    for (const AtemCommand& command : model.connectionCommands()) {
+        names.append(command.name);
+    }
+    EXPECT_LT(names.indexOf(AtemCommands::recordingSettingsName), names.indexOf(AtemCommands::recordingStatusName));
+    EXPECT_LT(names.indexOf(AtemCommands::streamingServiceName), names.indexOf(AtemCommands::streamingStatusName));
+    EXPECT_GE(names.indexOf(AtemCommands::recordingSettingsName), 0);
+    // Every change restates both.
+    QList<QByteArray> restated;
+    for (const AtemCommand& command : model.stateCommands()) {
+        restated.append(command.name);
+    }
+    EXPECT_TRUE(restated.contains(AtemCommands::recordingStatusName));
+    EXPECT_TRUE(restated.contains(AtemCommands::streamingStatusName));
+}
+
+TEST(StandinCommandsTest, RecordAndStreamTakeOnOrOff)
+{
+    SwitcherModel model = studio();
+    StandinServer server([&model] { return model.connectionCommands(); }, StandinServer::Timing {});
+    StandinCommands commands(model, server);
+    QString problem;
+    EXPECT_EQ(commands.execute(QStringLiteral("record on"), &problem), StandinCommands::Outcome::done);
+    EXPECT_TRUE(model.isRecording());
+    EXPECT_EQ(commands.execute(QStringLiteral("stream  on "), &problem), StandinCommands::Outcome::done);
+    EXPECT_TRUE(model.isStreaming());
+    EXPECT_EQ(commands.execute(QStringLiteral("record off"), &problem), StandinCommands::Outcome::done);
+    EXPECT_FALSE(model.isRecording());
+    EXPECT_TRUE(model.isStreaming());
+    EXPECT_EQ(commands.execute(QStringLiteral("stream"), &problem), StandinCommands::Outcome::refused);
+    EXPECT_EQ(problem, QStringLiteral("stream takes 'on' or 'off'"));
+    EXPECT_EQ(commands.execute(QStringLiteral("record maybe"), &problem), StandinCommands::Outcome::refused);
+    EXPECT_EQ(problem, QStringLiteral("record takes 'on' or 'off'"));
+    EXPECT_TRUE(model.isStreaming());
 }

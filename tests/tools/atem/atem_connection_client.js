@@ -1,13 +1,15 @@
 // Follows an ATEM switcher with the npm package atem-connection and prints
 // what it reads as one JSON line whenever that changes:
 //   {"connected":true,"inputs":{"1":"Camera 1",...},"program":1,"preview":2,
-//    "tally":{"1":"program","2":"preview","3":"off",...}}
+//    "tally":{"1":"program","2":"preview","3":"off",...},
+//    "recording":false,"streaming":true}
+// ("recording" and "streaming" are null until the switcher states them.)
 // The stand-in's interop tests compare these lines with what they told the
 // stand-in to do.
 //
 //   node atem_connection_client.js HOST PORT
 
-const { Atem, Commands } = require('atem-connection');
+const { Atem, Commands, Enums } = require('atem-connection');
 
 const [host, port] = process.argv.slice(2);
 const atem = new Atem({ disableMultithreaded: true });
@@ -33,12 +35,16 @@ function report() {
         }
     }
     const me = state && state.video && state.video.mixEffects[0];
+    const recorder = state && state.recording && state.recording.status;
+    const stream = state && state.streaming && state.streaming.status;
     const line = JSON.stringify({
         connected,
         inputs,
         program: me ? me.programInput : null,
         preview: me ? me.previewInput : null,
         tally,
+        recording: recorder ? recorder.state === Enums.RecordingStatus.Recording : null,
+        streaming: stream ? stream.state === Enums.StreamingStatus.Streaming : null,
     });
     if (line !== lastLine) {
         lastLine = line;

@@ -4,7 +4,10 @@ reads as one JSON line whenever that changes, in the same form as
 atem_connection_client.js:
 
     {"connected": true, "inputs": {"1": "Camera 1", ...}, "program": 1,
-     "preview": 2, "tally": {"1": "program", "2": "preview", ...}}
+     "preview": 2, "tally": {"1": "program", "2": "preview", ...},
+     "recording": false, "streaming": true}
+
+("recording" and "streaming" are null until the switcher states them.)
 
 pyatem does not notice a switcher that went away, so this client does what
 an application using it has to: after two seconds without a packet it
@@ -21,6 +24,7 @@ import time
 from pyatem.protocol import AtemProtocol
 
 SILENCE_LIMIT = 2.0
+STREAM_ON_AIR = 4
 
 
 def tally_word(program, preview):
@@ -47,6 +51,8 @@ class Follower:
         tally = {}
         if tally_field is not None:
             tally = {str(source): tally_word(*bits) for source, bits in tally_field.tally.items()}
+        recorder = state.get("recording-status")
+        stream = state.get("streaming-status")
         line = json.dumps(
             {
                 "connected": self.connected,
@@ -54,6 +60,9 @@ class Follower:
                 "program": program.source if program else None,
                 "preview": preview.source if preview else None,
                 "tally": tally,
+                "recording": (recorder.is_recording and not recorder.is_stopping) if recorder else None,
+                # pyatem keeps the stream's state word as it came: 4 is on air.
+                "streaming": (stream.status == STREAM_ON_AIR) if stream else None,
             },
             separators=(",", ":"),
         )

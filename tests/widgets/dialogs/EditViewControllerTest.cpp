@@ -3,6 +3,7 @@
 #include "base/ModalSession.h"
 #include "base/UserDefaults.h"
 #include "mainwindow/ModalPanelProbe.h"
+#include "model/OnAirShot.h"
 #include "support/QtPrinters.h"
 #include "support/ShownText.h"
 
@@ -112,6 +113,29 @@ TEST_F(EditViewControllerTest, RowsAreCheckBoxesTitledWithNamesAndTaggedWithRows
         EXPECT_EQ(row(index)->property("tag").toInt(), index);
     }
     EXPECT_EQ(editor->usableShotList, (ShotList { wide, close, stage }));
+}
+
+TEST_F(EditViewControllerTest, AnOutputNamedLikeAnInputIsMarkedAndEachRowTicksItsOwnShot)
+{
+    const ShotPtr scene = makeShot("Recording", "Recording");
+    const ShotPtr wide = makeShot("Wide", "Wide");
+    const ShotPtr recording = OnAirShot::make(OnAirShot::Output::recording, false);
+    const ShotPtr streaming = OnAirShot::make(OnAirShot::Output::streaming, false);
+    makeEditor({ scene, wide, recording, streaming }, {});
+
+    // Only the output whose name a scene also has is marked.
+    EXPECT_EQ(rowTitles(), (QStringList { "Recording", "Wide", "Recording (output)", "Streaming" }));
+    EXPECT_TRUE(row(0)->toolTip().isEmpty());
+    EXPECT_TRUE(row(2)->toolTip().contains(QLatin1String("recording")));
+    EXPECT_TRUE(row(3)->toolTip().contains(QLatin1String("streaming")));
+
+    row(2)->click();
+    EXPECT_EQ(lightsList(), (ShotList { recording }));
+    EXPECT_EQ(rowTicks(), (QList<bool> { false, false, true, false }));
+    row(0)->click();
+    EXPECT_EQ(lightsList(), (ShotList { recording, scene }));
+    row(2)->click();
+    EXPECT_EQ(lightsList(), (ShotList { scene }));
 }
 
 TEST_F(EditViewControllerTest, AnAmpersandInAShotNameIsPaintedAsItIsAndMakesNoShortcut)
