@@ -10,7 +10,7 @@
 //
 // Their ids open with idMark followed by a letter. No source gives a picture
 // source such an id (ATEM inputs are numbers; OBS Studio doubles a leading
-// idMark, see ObsSceneGraph), so a scene or input of the same name is still a
+// idMark, see pictureId), so a scene or input of the same name is still a
 // shot of its own in the editor. Lights still match by name: a light given
 // "Recording" is live while either is.
 namespace OnAirShot {
@@ -48,6 +48,14 @@ inline QString idOf(Output output)
         return QStringLiteral("@virtual-camera");
     }
     return QString();
+}
+
+// The id a camera, scene or input keeps beside the outputs: one that opens
+// with the mark gets one more, which no output's id has, so a scene called
+// "@recording" never takes the recording's id.
+inline QString pictureId(const QString& id)
+{
+    return id.startsWith(idMark) ? idMark + id : id;
 }
 
 // A new record for the output, live while it is active. An output is never

@@ -106,10 +106,7 @@ bool ObsSceneGraph::isOutputActive(OnAirShot::Output output) const
 
 QString ObsSceneGraph::idFor(const QString& name, const QString& uuid) const
 {
-    const QString id = !uuid.isEmpty() ? uuid : m_carriedIds.value(name, name);
-    // A scene called "@recording" must not take the recording's id: every
-    // id that opens with the mark gets one more, which no output's id has.
-    return id.startsWith(OnAirShot::idMark) ? OnAirShot::idMark + id : id;
+    return OnAirShot::pictureId(!uuid.isEmpty() ? uuid : m_carriedIds.value(name, name));
 }
 
 ShotList ObsSceneGraph::shots() const

@@ -1,6 +1,7 @@
 #include "vmix/VmixState.h"
 
 #include "base/Problem.h"
+#include "model/OnAirShot.h"
 
 #include <QXmlStreamReader>
 
@@ -140,40 +141,24 @@ std::optional<QList<Tally>> parseTally(const QByteArray& digits, QString* proble
     return tally;
 }
 
-QString recordingShotId()
-{
-    return QStringLiteral("recording");
-}
-
-QString streamingShotId()
-{
-    return QStringLiteral("streaming");
-}
-
 ShotList shots(const Document& document, const QList<Tally>& tally)
 {
     ShotList shots;
     shots.reserve(document.inputs.size() + 2);
     for (const Input& input : document.inputs) {
         auto shot = std::make_shared<Shot>(input.title);
-        shot->shotId = input.key;
+        shot->shotId = OnAirShot::pictureId(input.key);
         const qsizetype index = input.number - 1;
         const Tally state = index < tally.size() ? tally[index] : Tally::off;
         shot->isLive = state == Tally::program;
         shot->isPreview = state == Tally::preview;
         shots.append(shot);
     }
-    const auto addOutput = [&shots](const QString& name, const QString& id, bool active) {
-        auto shot = std::make_shared<Shot>(name);
-        shot->shotId = id;
-        shot->isLive = active;
-        shots.append(shot);
-    };
     if (document.recording) {
-        addOutput(QStringLiteral("Recording"), recordingShotId(), *document.recording);
+        shots.append(OnAirShot::make(OnAirShot::Output::recording, *document.recording));
     }
     if (document.streaming) {
-        addOutput(QStringLiteral("Streaming"), streamingShotId(), *document.streaming);
+        shots.append(OnAirShot::make(OnAirShot::Output::streaming, *document.streaming));
     }
     return shots;
 }

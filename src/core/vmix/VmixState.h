@@ -55,15 +55,11 @@ std::optional<Document> parseXml(const QByteArray& xml, QString* problem);
 // and 2.
 std::optional<QList<Tally>> parseTally(const QByteArray& digits, QString* problem);
 
-// The shot ids of the output shots; an input's key is a GUID and never
-// one of these.
-QString recordingShotId();
-QString streamingShotId();
-
 // The shots, as new records: every input in number order, its key the id
-// and its title the name, live or preview from its tally digit (an input
-// beyond the digits is off); then "Recording" and "Streaming" where the
-// document tells of them, live while active.
+// (kept apart from the on-air ids) and its title the name, live or preview
+// from its tally digit (an input beyond the digits is off); then the on-air
+// "Recording" and "Streaming" where the document tells of them, live while
+// active.
 ShotList shots(const Document& document, const QList<Tally>& tally);
 
 } // namespace VmixState

@@ -3,6 +3,7 @@
 
 #include "vmix/VmixState.h"
 
+#include "model/OnAirShot.h"
 #include "support/QtPrinters.h"
 
 #include <gtest/gtest.h>
@@ -80,7 +81,8 @@ TEST(VmixStateTest, ShotsAreTheInputsByKeyAndTitleThenTheOutputsLiveWhileActive)
     EXPECT_FALSE(shots[0]->isLive);
     EXPECT_TRUE(shots[1]->isLive);
     EXPECT_EQ(shots[2]->name, QStringLiteral("Recording"));
-    EXPECT_EQ(shots[2]->shotId, VmixState::recordingShotId());
+    EXPECT_EQ(shots[2]->shotId, OnAirShot::idOf(OnAirShot::Output::recording));
+    EXPECT_TRUE(shots[2]->isOnAirState);
     EXPECT_TRUE(shots[2]->isLive);
     EXPECT_EQ(shots[3]->name, QStringLiteral("Streaming"));
     EXPECT_FALSE(shots[3]->isLive);
@@ -159,4 +161,22 @@ TEST(VmixStateTest, ATallyOfTheWrongLengthOrFormIsDroppedWithTheReason)
         EXPECT_FALSE(VmixState::parseTally(bad, &problem).has_value()) << bad.toStdString();
         EXPECT_EQ(problem, QStringLiteral("a TALLY with a character other than 0, 1 and 2 was dropped"));
     }
+}
+
+TEST(VmixStateTest, AnInputKeyedLikeAnOutputNeverTakesTheOutputsId)
+{
+    const std::optional<VmixState::Document> document
+        = VmixState::parseXml("<vmix><inputs><input key=\"@recording\" number=\"1\" title=\"Recording\"/></inputs>"
+                              "<recording>False</recording></vmix>",
+            nullptr);
+    ASSERT_TRUE(document.has_value());
+    const ShotList shots = VmixState::shots(*document, { VmixState::Tally::program });
+    ASSERT_EQ(shots.size(), 2);
+    // The camera called Recording is live, the recorder is not: two shots.
+    EXPECT_EQ(shots[0]->shotId, QStringLiteral("@@recording"));
+    EXPECT_TRUE(shots[0]->isLive);
+    EXPECT_FALSE(shots[0]->isOnAirState);
+    EXPECT_EQ(shots[1]->shotId, OnAirShot::idOf(OnAirShot::Output::recording));
+    EXPECT_FALSE(shots[1]->isLive);
+    EXPECT_NE(shots[0]->shotId, shots[1]->shotId);
 }
