@@ -1,12 +1,14 @@
-// A slow tally box must not hold up the phones: tallyctl watch beside the
-// built stand-in, serving the web tally page, with a capture file as tally
-// box that takes 40 ms a report (sixteen reports a tick would be 640 ms of a
-// frozen program if the box were written inside the tick).
+// A slow tally box must not hold up the phones: tallyctl watch following a
+// TSL 5.0 switcher (which announces each cut, so the tick runs at once),
+// serving the web tally page, with a capture file as tally box that takes
+// 40 ms a report (sixteen reports a tick would be 640 ms of a frozen program
+// if the box were written inside the tick).
 
 #include "CaptureFile.h"
 #include "hardware/LightCommand.h"
+#include "support/Eventually.h"
 #include "support/FreePort.h"
-#include "tools/StandinProcess.h"
+#include "tsl/TslUmd50.h"
 
 #include <QElapsedTimer>
 #include <QJsonArray>
@@ -16,12 +18,14 @@
 #include <QRandomGenerator>
 #include <QTemporaryDir>
 #include <QTimer>
+#include <QUdpSocket>
 #include <QWebSocket>
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
 #include <functional>
+#include <tuple>
 
 namespace {
 
@@ -39,6 +43,22 @@ bool runUntil(const std::function<bool()>& condition, int patienceMilliseconds)
         QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
     }
     return true;
+}
+
+// Camera 1 and Camera 2 on displays 1 and 2, as a TSL 5.0 switcher says them:
+// red is on air, green in preview.
+QByteArray switcherPacket(TslUmd50::Colour camera1, TslUmd50::Colour camera2)
+{
+    TslUmd50::Packet packet;
+    for (const auto& [index, colour, name] :
+        { std::tuple { 1, camera1, "Camera 1" }, std::tuple { 2, camera2, "Camera 2" } }) {
+        TslUmd50::Display display;
+        display.index = index;
+        display.leftTally = colour;
+        display.text = QString::fromLatin1(name);
+        packet.displays.append(display);
+    }
+    return TslUmd50::encode(packet);
 }
 
 // Light 1's mode in a state message of the page's WebSocket.
@@ -89,8 +109,6 @@ TEST(SlowTallyBoxProcessTest, ACutReachesThePageWithinFiftyMillisecondsAndTheBox
 {
     QTemporaryDir folder;
     ASSERT_TRUE(folder.isValid());
-    StandinProcess standin;
-    ASSERT_TRUE(standin.start());
     const QString mapPath = folder.filePath(QStringLiteral("studio.tlx"));
     {
         QFile map(mapPath);
@@ -99,15 +117,21 @@ TEST(SlowTallyBoxProcessTest, ACutReachesThePageWithinFiftyMillisecondsAndTheBox
     }
     const CaptureFile capture { folder.filePath(QStringLiteral("capture.hex")) };
     const quint16 port = freePort();
+    const quint16 tslPort = freeUdpPort();
     ASSERT_NE(port, 0);
+    ASSERT_NE(tslPort, 0);
+    const QByteArray cameraOneLive = switcherPacket(TslUmd50::Colour::red, TslUmd50::Colour::green);
+    const QByteArray cameraTwoLive = switcherPacket(TslUmd50::Colour::green, TslUmd50::Colour::red);
+    QUdpSocket switcher;
 
     QProcess watch;
-    QProcessEnvironment environment = standin.environment();
+    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
     environment.insert(QStringLiteral("MIXDESK_TALLY_HID_CAPTURE"), capture.path);
     environment.insert(QStringLiteral("MIXDESK_TALLY_HID_CAPTURE_DELAY_MS"), QStringLiteral("40"));
     watch.setProcessEnvironment(environment);
     watch.start(QStringLiteral(TALLY_BINARY_DIR "/bin/tallyctl"),
-        { QStringLiteral("watch"), QStringLiteral("--web"), QStringLiteral("127.0.0.1:%1").arg(port), mapPath });
+        { QStringLiteral("watch"), QStringLiteral("--source"), QStringLiteral("tsl5://127.0.0.1:%1").arg(tslPort),
+            QStringLiteral("--web"), QStringLiteral("127.0.0.1:%1").arg(port), mapPath });
     ASSERT_TRUE(watch.waitForStarted(10000));
 
     QElapsedTimer clock;
@@ -127,6 +151,8 @@ TEST(SlowTallyBoxProcessTest, ACutReachesThePageWithinFiftyMillisecondsAndTheBox
             if (socket.state() == QAbstractSocket::UnconnectedState) {
                 socket.open(QUrl(QStringLiteral("ws://127.0.0.1:%1/ws").arg(port)));
             }
+            // Again and again, as a switcher does, until watch listens.
+            switcher.writeDatagram(cameraOneLive, QHostAddress::LocalHost, tslPort);
             return mode == QLatin1String("live");
         },
         30000))
@@ -136,10 +162,11 @@ TEST(SlowTallyBoxProcessTest, ACutReachesThePageWithinFiftyMillisecondsAndTheBox
     for (int cut = 0; cut < 21; ++cut) {
         const QString expected = cut % 2 == 0 ? QStringLiteral("preview") : QStringLiteral("live");
         const qint64 cutAt = clock.elapsed();
-        standin.send("cut\n");
+        switcher.writeDatagram(cut % 2 == 0 ? cameraTwoLive : cameraOneLive, QHostAddress::LocalHost, tslPort);
         ASSERT_TRUE(runUntil([&] { return mode == expected; }, 5000)) << "cut " << cut + 1;
         latencies.append(modeAt - cutAt);
-        // The next cut at another point of the quarter-second tick.
+        // The next cut at another point of the quarter-second tick, and far
+        // enough from the last for the tick not to merge them.
         const qint64 pauseUntil = clock.elapsed() + 100 + QRandomGenerator::global()->bounded(250);
         runUntil([&] { return clock.elapsed() >= pauseUntil; }, 1000);
     }

@@ -359,9 +359,9 @@ TEST_F(TestViewControllerTest, DeletingAnIdlePanelKeepsNothingBehind)
     QPointer<TestSequenceRunner> runner;
     QPointer<TestSequenceRunner> finishedRunner;
     {
-        TestViewController idle;
+        TestViewController idle { sendToSharedBox };
         runner = idle.runner();
-        TestViewController finished;
+        TestViewController finished { sendToSharedBox };
         showModal(finished);
         finished.testButton->click();
         for (int ticks = 0; ticks < 21; ++ticks) {
