@@ -250,6 +250,8 @@ int runWatch(const QStringList& arguments)
     });
     ticker.start();
     const int exitCode = QCoreApplication::exec();
+    // The last tick whole on the box, then the lights at quit after it.
+    boxWriter.waitUntilWritten();
     ticker.finish();
     boxWriter.waitUntilWritten();
     return exitCode;

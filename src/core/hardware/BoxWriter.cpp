@@ -33,15 +33,21 @@ void BoxWriter::sendLight(qsizetype lightIndex, LightCommand::BytePair bytes)
         const std::lock_guard lock(m_mutex);
         // Back to front, up to the first single byte: a pair never moves
         // past a byte handed in after it.
-        bool replaced = false;
+        Pending* latest = nullptr;
+        int waiting = 0;
         for (auto it = m_pending.rbegin(); it != m_pending.rend() && it->lightIndex >= 0; ++it) {
             if (it->lightIndex == lightIndex) {
-                *it = pending;
-                replaced = true;
-                break;
+                latest = latest != nullptr ? latest : &*it;
+                ++waiting;
             }
         }
-        if (!replaced) {
+        // The device is behind when it is still in a write, or when two of
+        // this light's pairs already wait. A writer merely not yet woken (a
+        // busy machine) is not behind: the pair goes after the others, so
+        // that a box that keeps up gets every tick whole.
+        if (latest != nullptr && (m_writing || waiting >= 2)) {
+            *latest = pending;
+        } else {
             m_pending.push_back(pending);
         }
     }

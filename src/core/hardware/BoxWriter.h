@@ -17,12 +17,13 @@
 //
 // What waits to be written is kept per light: the latest pair of bytes
 // (program, then preview) of each light, in the order the lights were
-// handed in. A light handed in again before its earlier pair went out
-// replaces that pair where it stands, so a box that falls behind is brought
-// to the latest state and never replays a backlog of old ones: it gets the
-// lights in turn, each with its latest pair, and none waits more than one
-// round of the others. A box that keeps up sees exactly the bytes, in
-// exactly the order, they were handed in.
+// handed in. While the box is behind (still in a write, or two pairs of the
+// light already waiting), a light handed in again replaces its latest
+// waiting pair where it stands, so the box is brought to the latest state
+// and never replays a backlog of old ones: it gets the lights in turn, each
+// with its latest pair, and none waits more than a round or two of the
+// others. A box that keeps up sees exactly the bytes, in exactly the order,
+// they were handed in, even when the writer's thread is slow to wake.
 // Single bytes (the test panel's) are never merged; they go in order, and a
 // light's pair never moves past a single byte handed in after it.
 //

@@ -201,8 +201,12 @@ void ViewController::updateTallyLights()
 
 void ViewController::applicationWillQuit()
 {
+    // The last tick whole on the box, then the lights-off bytes after it,
+    // written before the program goes on to end.
+    if (m_boxWriter) {
+        m_boxWriter->waitUntilWritten();
+    }
     m_ticker.finish();
-    // The lights-off bytes reach the box before the program goes on to end.
     if (m_boxWriter) {
         m_boxWriter->waitUntilWritten();
     }
