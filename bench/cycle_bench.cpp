@@ -59,7 +59,7 @@ void BM_TickWithoutQuery(benchmark::State& state)
     QuietObserver observer;
     Mixdesk mixdesk { makeHostMixdeskPlatform() };
     MixdeskShotSource source { mixdesk };
-    TallyCycle cycle { source, observer, [&device](quint8 byte) { device.sendControl(byte); } };
+    TallyCycle cycle { source, observer, TallyCycle::byteByByte([&device](quint8 byte) { device.sendControl(byte); }) };
     const ShotList shots = answer(shotCount);
     const TallyMap map = mapFor(shotCount);
     for (auto _ : state) {
@@ -76,7 +76,7 @@ void BM_TickLogicOnly(benchmark::State& state)
     QuietObserver observer;
     Mixdesk mixdesk { makeHostMixdeskPlatform() };
     MixdeskShotSource source { mixdesk };
-    TallyCycle cycle { source, observer, [](quint8 byte) { benchmark::DoNotOptimize(byte); } };
+    TallyCycle cycle { source, observer, TallyCycle::byteByByte([](quint8 byte) { benchmark::DoNotOptimize(byte); }) };
     const ShotList shots = answer(shotCount);
     const TallyMap map = mapFor(shotCount);
     for (auto _ : state) {

@@ -1,7 +1,11 @@
 // The cost of the sixteen writes of one update tick (two bytes for each of
 // eight lights), through the capture file and through the hidapi back end on
 // a library whose write does nothing. The tick sends all sixteen every 0.25 s.
+// Then what a tick costs the caller when the box is written through a
+// BoxWriter: the eight pairs handed to a writer whose box (the capture file)
+// takes 0 or 40 ms a report; the tick must not wait for the box.
 
+#include "hardware/BoxWriter.h"
 #include "hardware/CaptureBackend.h"
 #include "hardware/HidapiBackend.h"
 #include "hardware/LightCommand.h"
@@ -74,5 +78,24 @@ void BM_TickThroughHidapiWithStubWrite(benchmark::State& state)
     sendTick(delegate, state);
 }
 BENCHMARK(BM_TickThroughHidapiWithStubWrite);
+
+// range(0): milliseconds a report takes.
+void BM_TickHandedToABoxWriter(benchmark::State& state)
+{
+    QTemporaryDir dir;
+    USBHIDAppDelegate delegate { std::make_unique<CaptureBackend>(
+        dir.filePath(QStringLiteral("reports.txt")), std::chrono::milliseconds(state.range(0))) };
+    const std::array<quint8, 16> bytes = tickBytes();
+    {
+        BoxWriter writer([&delegate](quint8 byte) { delegate.sendControl(byte); });
+        for (auto _ : state) {
+            for (qsizetype light = 0; light < 8; ++light) {
+                writer.sendLight(light, { bytes[std::size_t(2 * light)], bytes[std::size_t(2 * light + 1)] });
+            }
+        }
+    } // the last round of the box is written here, after the timed loop
+    state.SetItemsProcessed(state.iterations() * 8);
+}
+BENCHMARK(BM_TickHandedToABoxWriter)->Arg(0)->Arg(40)->Unit(benchmark::kMicrosecond);
 
 } // namespace

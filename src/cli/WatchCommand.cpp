@@ -5,6 +5,7 @@
 #include "WatchPrinter.h"
 #include "base/Problem.h"
 #include "base/StandardOutput.h"
+#include "hardware/BoxWriter.h"
 #include "hardware/USBHIDAppDelegate.h"
 #include "launch/RunBuilder.h"
 #include "outputs/WebTallyServer.h"
@@ -216,7 +217,12 @@ int runWatch(const QStringList& arguments)
     if (auto* tsl = qobject_cast<TslShotSource*>(source.get())) {
         tsl->setNamesSendersOnStandardError(false);
     }
-    TallyTicker ticker(std::move(source), *tallyMap, printer);
+    // The box is written on a thread of its own: a slow one never holds up
+    // the outputs. Made before the ticker, it outlives it and writes the
+    // lights at quit before the command returns.
+    BoxWriter boxWriter([&tallyBox](quint8 byte) { tallyBox.sendControl(byte); });
+    TallyTicker ticker(std::move(source), *tallyMap, printer,
+        [&boxWriter](qsizetype lightIndex, LightCommand::BytePair bytes) { boxWriter.sendLight(lightIndex, bytes); });
     ticker.cycle().addOutput(&printer);
     outputs->addTo(ticker.cycle());
     ticker.setLostSourcePolicy(options.run.lostSourcePolicy());
@@ -245,7 +251,10 @@ int runWatch(const QStringList& arguments)
     });
     ticker.start();
     const int exitCode = QCoreApplication::exec();
+    // The last tick whole on the box, then the lights at quit after it.
+    boxWriter.waitUntilWritten();
     ticker.finish();
+    boxWriter.waitUntilWritten();
     return exitCode;
 }
 

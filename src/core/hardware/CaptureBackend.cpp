@@ -4,12 +4,15 @@
 
 #include <QFile>
 
+#include <thread>
+
 namespace {
 
 class CaptureDevice : public HidDevice {
 public:
-    explicit CaptureDevice(std::unique_ptr<QFile> file)
+    CaptureDevice(std::unique_ptr<QFile> file, std::chrono::milliseconds delay)
         : m_file(std::move(file))
+        , m_delay(delay)
     {
     }
 
@@ -18,6 +21,9 @@ public:
     // The report ID is byte 0 of the report, so the line already shows it.
     qint32 setReport(quint8, const HidReport& report) override
     {
+        if (m_delay.count() > 0) {
+            std::this_thread::sleep_for(m_delay);
+        }
         QByteArray line = QByteArray::fromRawData(reinterpret_cast<const char*>(report.data()), report.size()).toHex();
         line.append('\n');
         if (m_file->write(line) != line.size() || !m_file->flush()) {
@@ -33,12 +39,14 @@ public:
 
 private:
     std::unique_ptr<QFile> m_file;
+    std::chrono::milliseconds m_delay;
 };
 
 } // namespace
 
-CaptureBackend::CaptureBackend(QString path)
+CaptureBackend::CaptureBackend(QString path, std::chrono::milliseconds delay)
     : m_path(std::move(path))
+    , m_delay(delay)
 {
 }
 
@@ -50,7 +58,7 @@ bool CaptureBackend::start(DeviceHandler matched, DeviceHandler)
                       .arg(m_path, file->errorString()));
         return true;
     }
-    m_device = std::make_shared<CaptureDevice>(std::move(file));
+    m_device = std::make_shared<CaptureDevice>(std::move(file), m_delay);
     matched(m_device);
     return true;
 }

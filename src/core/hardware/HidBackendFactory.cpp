@@ -14,7 +14,10 @@ std::unique_ptr<HidBackend> makeHidBackendFromEnvironment()
 {
     const QString capturePath = qEnvironmentVariable(hidCaptureEnvironmentVariable);
     if (!capturePath.isEmpty()) {
-        return std::make_unique<CaptureBackend>(capturePath);
+        bool isNumber = false;
+        const int delay = qEnvironmentVariableIntValue(hidCaptureDelayEnvironmentVariable, &isNumber);
+        return std::make_unique<CaptureBackend>(
+            capturePath, std::chrono::milliseconds(isNumber && delay > 0 ? delay : 0));
     }
 #ifdef Q_OS_MACOS
     return makeMacHidBackend();

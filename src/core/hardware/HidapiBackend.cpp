@@ -3,11 +3,15 @@
 #include <QSet>
 #include <QTimer>
 
+#include <atomic>
+
 namespace {
 
 // One tally box found by enumeration. It opens its path when the delegate
 // takes it and closes it when the last holder lets go: by then the box was
-// unplugged, or replaced and no longer in anyone's hands.
+// unplugged, or replaced and no longer in anyone's hands. Opening happens on
+// the main thread and writing on the box writer's, so the handle is atomic;
+// it is closed only once no one holds the device, a write included.
 class HidapiDevice : public HidDevice {
 public:
     HidapiDevice(std::shared_ptr<HidApi> api, HidDeviceDescription description)
@@ -18,8 +22,8 @@ public:
 
     ~HidapiDevice() override
     {
-        if (m_handle != nullptr) {
-            m_api->close(m_handle);
+        if (HidApi::Handle handle = m_handle.load(); handle != nullptr) {
+            m_api->close(handle);
         }
     }
 
@@ -49,10 +53,11 @@ public:
 
     qint32 setReport(quint8, const HidReport& report) override
     {
-        if (m_handle == nullptr) {
+        const HidApi::Handle handle = m_handle.load();
+        if (handle == nullptr) {
             return -1;
         }
-        return m_api->write(m_handle, report.data(), report.size()) == -1 ? -1 : 0;
+        return m_api->write(handle, report.data(), report.size()) == -1 ? -1 : 0;
     }
 
     HidDeviceDescription description() const override { return m_description; }
@@ -60,7 +65,7 @@ public:
 private:
     std::shared_ptr<HidApi> m_api;
     HidDeviceDescription m_description;
-    HidApi::Handle m_handle = nullptr;
+    std::atomic<HidApi::Handle> m_handle = nullptr;
     bool m_wanted = false;
 };
 

@@ -2,14 +2,8 @@
 
 #include "base/ModalSession.h"
 #include "hardware/LightCommand.h"
-#include "hardware/USBHIDAppDelegate.h"
 
 #include <algorithm>
-
-void TestSequenceRunner::sendToSharedDevice(quint8 byte)
-{
-    USBHIDAppDelegate::shared().sendControl(byte);
-}
 
 TestSequenceRunner::TestSequenceRunner(SendFunction send, StepPolicy policy, QObject* parent)
     : QObject(parent)

@@ -33,12 +33,10 @@ public:
 
     static constexpr std::chrono::milliseconds stepInterval { 500 };
 
-    // Sends to USBHIDAppDelegate::shared(), the default destination of every
-    // byte of the panel.
-    static void sendToSharedDevice(quint8 byte);
-
-    explicit TestSequenceRunner(SendFunction send = sendToSharedDevice,
-        StepPolicy policy = StepPolicy::whileModalSessionActive, QObject* parent = nullptr);
+    // Every byte goes to send: the tally box (through its BoxWriter in the
+    // window), or whatever the owner gives it.
+    explicit TestSequenceRunner(
+        SendFunction send, StepPolicy policy = StepPolicy::whileModalSessionActive, QObject* parent = nullptr);
 
     // Restarts the chase at its first step: a new repeating timer takes the
     // place of the stored one (which is not stopped) and the first step goes

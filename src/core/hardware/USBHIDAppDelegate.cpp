@@ -60,13 +60,21 @@ USBHIDAppDelegate::USBHIDAppDelegate(std::unique_ptr<HidBackend> backend)
 // Sends nothing: the lights keep whatever they show when the program ends.
 USBHIDAppDelegate::~USBHIDAppDelegate() = default;
 
-const HidDevicePtr& USBHIDAppDelegate::controller() const
+HidDevicePtr USBHIDAppDelegate::controller() const
 {
+    const std::lock_guard lock(m_mutex);
     return m_controller;
+}
+
+bool USBHIDAppDelegate::lastWriteFailed() const
+{
+    const std::lock_guard lock(m_mutex);
+    return m_lastWriteFailed;
 }
 
 void USBHIDAppDelegate::setController(HidDevicePtr device)
 {
+    const std::lock_guard lock(m_mutex);
     m_controller = std::move(device);
     m_lastWriteFailed = false;
 }
@@ -74,14 +82,14 @@ void USBHIDAppDelegate::setController(HidDevicePtr device)
 void USBHIDAppDelegate::handleMatch(const HidDevicePtr& device)
 {
     setController(device);
-    if (m_controller) {
-        m_controller->open();
+    if (device) {
+        device->open();
     }
 }
 
 void USBHIDAppDelegate::handleRemove(const HidDevicePtr& device)
 {
-    if (device && device == m_controller) {
+    if (device && device == controller()) {
         setController(nullptr);
     }
 }
@@ -90,11 +98,19 @@ bool USBHIDAppDelegate::sendControl(quint8 command)
 {
     HidReport report {};
     report[0] = command;
-    if (!m_controller) {
+    const HidDevicePtr device = controller();
+    if (!device) {
         return false;
     }
-    const qint32 status = m_controller->setReport(command, report);
-    m_lastWriteFailed = status != 0;
+    const qint32 status = device->setReport(command, report);
+    {
+        // A device that came while this one was written starts with no
+        // failure of its own.
+        const std::lock_guard lock(m_mutex);
+        if (device == m_controller) {
+            m_lastWriteFailed = status != 0;
+        }
+    }
     if (status != 0) {
         systemLog(QStringLiteral("set report failed status: %1").arg(status));
         return false;

@@ -5,6 +5,7 @@
 #include <QList>
 
 #include <memory>
+#include <mutex>
 
 // The connection to the USB tally box (vendor 0x04D8, product 0xF5EA). Keeps
 // at most one device, the one matched last, and writes light command bytes to
@@ -14,7 +15,15 @@
 //
 // The program reaches the one instance through shared(); it is made on first
 // use, which starts device discovery, and is never destroyed, so nothing is
-// sent when the program ends. Everything runs on the main thread.
+// sent when the program ends.
+//
+// Threading: the instance is made, and the back end reports devices, on the
+// main thread. sendControl may run on another thread (a BoxWriter's) while
+// the main thread handles matches and removals or asks for the state: the
+// driven device and the write failure are guarded by one mutex, and the
+// write itself runs outside it on a device the writer holds a reference to,
+// so a removal during a slow write neither waits for it nor frees the device
+// under it.
 class USBHIDAppDelegate {
 public:
     static USBHIDAppDelegate& shared();
@@ -37,7 +46,7 @@ public:
 
     // The driven device, or null when none is attached. A plain accessor:
     // setting it neither opens nor checks the device.
-    const HidDevicePtr& controller() const;
+    HidDevicePtr controller() const;
     void setController(HidDevicePtr device);
 
     // A newly matched device replaces the current one (which is let go, not
@@ -49,19 +58,21 @@ public:
     void handleRemove(const HidDevicePtr& device);
 
     // Writes one command byte as a 64-byte report: the byte in byte 0, 63
-    // zeros, report ID the byte itself. Blocks for the one write. True when
+    // zeros, report ID the byte itself. Blocks for the one write, which is
+    // why the window and tallyctl watch call it through a BoxWriter. True when
     // the report went out (the window ignores it; tallyctl reports it).
     bool sendControl(quint8 command);
 
     // Whether the last write to the device failed; false while none has been
     // tried since the device came.
-    bool lastWriteFailed() const { return m_lastWriteFailed; }
+    bool lastWriteFailed() const;
 
     // Every matching device the back end knows of now, driven or not.
     QList<HidDevicePtr> attachedDevices() const;
 
 private:
     std::unique_ptr<HidBackend> m_backend;
-    HidDevicePtr m_controller;
-    bool m_lastWriteFailed = false;
+    mutable std::mutex m_mutex;
+    HidDevicePtr m_controller; // guarded by m_mutex
+    bool m_lastWriteFailed = false; // guarded by m_mutex
 };

@@ -1,7 +1,6 @@
 #include "tally/TallyCycle.h"
 
 #include "base/FatalError.h"
-#include "hardware/USBHIDAppDelegate.h"
 #include "sources/ShotSource.h"
 #include "tally/TallyEvaluation.h"
 #include "tallymap/TallyMap.h"
@@ -28,9 +27,12 @@ private:
 
 } // namespace
 
-void TallyCycle::sendToSharedDevice(quint8 command)
+TallyCycle::SendLight TallyCycle::byteByByte(SendByte send)
 {
-    USBHIDAppDelegate::shared().sendControl(command);
+    return [send = std::move(send)](qsizetype, LightCommand::BytePair bytes) {
+        send(bytes.first);
+        send(bytes.second);
+    };
 }
 
 qint64 TallyCycle::monotonicMilliseconds()
@@ -42,10 +44,10 @@ qint64 TallyCycle::monotonicMilliseconds()
     return clock.elapsed();
 }
 
-TallyCycle::TallyCycle(ShotSource& source, Observer& observer, SendControl sendControl)
+TallyCycle::TallyCycle(ShotSource& source, Observer& observer, SendLight sendLight)
     : m_source(&source)
     , m_observer(observer)
-    , m_sendControl(std::move(sendControl))
+    , m_sendLight(std::move(sendLight))
 {
 }
 
@@ -182,9 +184,7 @@ void TallyCycle::showAndSend(qsizetype lightIndex, TallyMode mode)
         m_observer.showLightMode(lightIndex, mode);
     }
     noteShown(lightIndex, mode);
-    const LightCommand::BytePair bytes = TallyEvaluation::bytesForLight(lightIndex, mode);
-    m_sendControl(bytes.first);
-    m_sendControl(bytes.second);
+    m_sendLight(lightIndex, TallyEvaluation::bytesForLight(lightIndex, mode));
 }
 
 void TallyCycle::noteShown(qsizetype lightIndex, TallyMode mode)
@@ -233,8 +233,6 @@ void TallyCycle::driveLights(const QList<ShotList>& lights, const ShotList& shot
         m_observer.showLightMode(lightIndex, mode);
         m_lastModes[lightIndex] = mode;
         m_shownModes[lightIndex] = mode;
-        const LightCommand::BytePair bytes = TallyEvaluation::bytesForLight(lightIndex, mode);
-        m_sendControl(bytes.first);
-        m_sendControl(bytes.second);
+        m_sendLight(lightIndex, TallyEvaluation::bytesForLight(lightIndex, mode));
     }
 }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "hardware/LightCommand.h"
 #include "link/Mixdesk.h"
 #include "model/TallyMode.h"
 #include "tally/LostSourcePolicy.h"
@@ -54,18 +55,21 @@ public:
         virtual bool refreshShotNames(const ShotList& shots) = 0;
     };
 
-    // Where the command bytes go, one call per byte.
-    using SendControl = std::function<void(quint8)>;
+    // Where a light's two command bytes go (program byte first), one call per
+    // light, light 1 first: the tally box, through its BoxWriter, in the
+    // program; whatever the owner gives it.
+    using SendLight = std::function<void(qsizetype lightIndex, LightCommand::BytePair bytes)>;
+    // Where single bytes go, one call per byte.
+    using SendByte = std::function<void(quint8)>;
 
-    // Sends to USBHIDAppDelegate::shared(), which drops bytes while no tally
-    // box is attached.
-    static void sendToSharedDevice(quint8 command);
+    // A SendLight that hands the two bytes of each light to send, in order.
+    static SendLight byteByByte(SendByte send);
 
     // Milliseconds on a clock that never goes back.
     using Clock = std::function<qint64()>;
     static qint64 monotonicMilliseconds();
 
-    TallyCycle(ShotSource& source, Observer& observer, SendControl sendControl = sendToSharedDevice);
+    TallyCycle(ShotSource& source, Observer& observer, SendLight sendLight);
 
     // Follows another source from the next tick on (the user chose another
     // switcher). Not owned; it must outlive the cycle or be replaced first.
@@ -119,7 +123,7 @@ private:
 
     ShotSource* m_source;
     Observer& m_observer;
-    SendControl m_sendControl;
+    SendLight m_sendLight;
     QList<TallyOutput*> m_outputs;
     // The modes the last tick decided from the source, held while it is lost.
     QList<TallyMode> m_lastModes;

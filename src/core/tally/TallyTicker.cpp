@@ -7,11 +7,11 @@
 #include <QTimer>
 
 TallyTicker::TallyTicker(std::unique_ptr<ShotSource> source, TallyMap& tallyMap, TallyCycle::Observer& observer,
-    TallyCycle::SendControl sendControl, QObject* parent)
+    TallyCycle::SendLight sendLight, QObject* parent)
     : QObject(parent)
     , m_source(source ? std::move(source) : std::make_unique<MixdeskShotSource>())
     , m_tallyMap(tallyMap)
-    , m_cycle(*m_source, observer, std::move(sendControl))
+    , m_cycle(*m_source, observer, std::move(sendLight))
     , m_timer(new QTimer(this))
     , m_mergedTick(new QTimer(this))
 {

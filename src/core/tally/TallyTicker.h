@@ -44,8 +44,9 @@ public:
     static constexpr std::chrono::milliseconds mergeWindow { 40 };
 
     // Without a source, the ticker asks Mixdesk, as the program always has.
+    // The lights' bytes go to sendLight (the tally box's writer).
     TallyTicker(std::unique_ptr<ShotSource> source, TallyMap& tallyMap, TallyCycle::Observer& observer,
-        TallyCycle::SendControl sendControl = TallyCycle::sendToSharedDevice, QObject* parent = nullptr);
+        TallyCycle::SendLight sendLight, QObject* parent = nullptr);
     ~TallyTicker() override;
 
     // The first answer, then the timer. Called once.

@@ -99,17 +99,7 @@ bool TallyMap::refreshShotNames(const ShotList& shots)
 
 QByteArray TallyMap::dataOfType(const QString& /*type*/) const
 {
-    QList<QStringList> namesPerLight;
-    namesPerLight.reserve(m_shotSelections.size());
-    for (const ShotList& light : m_shotSelections) {
-        QStringList names;
-        names.reserve(light.size());
-        for (const ShotPtr& record : light) {
-            names.append(record->name);
-        }
-        namesPerLight.append(names);
-    }
-    return TallyMapFormat::write(namesPerLight);
+    return TallyMapFormat::write(m_shotSelections);
 }
 
 bool TallyMap::readFromData(const QByteArray& data, const QString& /*type*/, Error* error)

@@ -4,6 +4,7 @@
 
 #include <QStringDecoder>
 #include <QStringEncoder>
+#include <QUtf8StringView>
 
 #include <algorithm>
 #include <limits>
@@ -36,6 +37,24 @@ qsizetype afterBreak(QStringView text, qsizetype breakPosition)
     return breakPosition + 1;
 }
 
+// Room enough for a name in UTF-8: a byte per character below U+0080, two
+// below U+0800 and three for any other, a surrogate half included (a pair
+// takes four bytes, a lone half its three-byte replacement). Close to the
+// real size, where the encoder's own bound is three bytes for every
+// character: a large map then needs a third of the memory, which the
+// allocator would otherwise have to find and fault in afresh for each save.
+qsizetype utf8SpaceFor(QStringView name)
+{
+    qsizetype space = name.size();
+    for (const QChar character : name) {
+        const char16_t unit = character.unicode();
+        if (unit >= 0x80) {
+            space += unit < 0x800 ? 1 : 2;
+        }
+    }
+    return space;
+}
+
 // One line: split at every separator, drop empty pieces, the first piece is
 // the light index and the rest are names.
 bool readLine(QStringView line, const LineVisitor& visitor, bool* keepGoing, QString* problem)
@@ -57,9 +76,101 @@ bool readLine(QStringView line, const LineVisitor& visitor, bool* keepGoing, QSt
     return true;
 }
 
+// The length in bytes of the line break at position, or 0 when none starts
+// there: CR LF, a lone CR or LF, and NEXT LINE, LINE SEPARATOR and
+// PARAGRAPH SEPARATOR as UTF-8 (C2 85, E2 80 A8, E2 80 A9).
+qsizetype lineBreakAt(const char* bytes, qsizetype size, qsizetype position)
+{
+    const auto byte = [bytes](qsizetype at) { return static_cast<uchar>(bytes[at]); };
+    switch (byte(position)) {
+    case '\r':
+        return position + 1 < size && byte(position + 1) == '\n' ? 2 : 1;
+    case '\n':
+        return 1;
+    case 0xC2:
+        return position + 1 < size && byte(position + 1) == 0x85 ? 2 : 0;
+    case 0xE2:
+        return position + 2 < size && byte(position + 1) == 0x80
+                && (byte(position + 2) == 0xA8 || byte(position + 2) == 0xA9)
+            ? 3
+            : 0;
+    default:
+        return 0;
+    }
+}
+
+// One piece of valid UTF-8 as text. A byte order mark after the start of the
+// file is a character like any other, as when the whole file is decoded at
+// once; QString::fromUtf8 would drop it at the start of a piece.
+QString decodePiece(const char* bytes, qsizetype size)
+{
+    if (size >= 3 && bytes[0] == '\xEF' && bytes[1] == '\xBB' && bytes[2] == '\xBF') {
+        QStringDecoder keepingMarks(
+            QStringConverter::Utf8, QStringConverter::Flag::Stateless | QStringConverter::Flag::ConvertInitialBom);
+        return keepingMarks.decode(QByteArrayView(bytes, size));
+    }
+    return QString::fromUtf8(bytes, size);
+}
+
+// readLines on data known to be valid UTF-8, walked as bytes: no copy of the
+// whole text in UTF-16 first, only each name decoded on its own. The same
+// lines, pieces and failures as decoding first, since the separator and the
+// line breaks can only stand for themselves in valid UTF-8.
+bool readValidUtf8Lines(const QByteArray& data, const LineVisitor& visitor, QString* problem, qsizetype& line)
+{
+    // The decoder skips a byte order mark at the start of the data.
+    const qsizetype bom = data.startsWith("\xEF\xBB\xBF") ? 3 : 0;
+    const char* const bytes = data.constData();
+    const qsizetype size = data.size();
+    qsizetype start = bom;
+    qsizetype current = 0;
+    QStringList names;
+    while (start < size) {
+        ++current;
+        names.clear();
+        bool indexSeen = false;
+        std::optional<qint64> lightIndex;
+        // Empty pieces are skipped, the first one is the light index.
+        const auto takePiece = [&](qsizetype from, qsizetype to) {
+            if (to == from) {
+                return;
+            }
+            if (!indexSeen) {
+                indexSeen = true;
+                lightIndex = parseIndex(decodePiece(bytes + from, to - from));
+            } else {
+                names.append(decodePiece(bytes + from, to - from));
+            }
+        };
+        qsizetype pieceStart = start;
+        qsizetype end = start;
+        qsizetype breakLength = 0;
+        for (; end < size; ++end) {
+            const auto byte = static_cast<uchar>(bytes[end]);
+            if (byte == static_cast<uchar>(separator.unicode())) {
+                takePiece(pieceStart, end);
+                pieceStart = end + 1;
+            } else if ((byte == '\r' || byte == '\n' || byte == 0xC2 || byte == 0xE2)
+                && (breakLength = lineBreakAt(bytes, size, end)) > 0) {
+                break;
+            }
+        }
+        takePiece(pieceStart, end);
+        if (!indexSeen || !lightIndex) {
+            line = current;
+            return reportProblem(problem, indexSeen ? indexUnreadable : indexMissing);
+        }
+        if (!visitor(*lightIndex, names)) {
+            line = current;
+            return true;
+        }
+        start = end + breakLength;
+    }
+    return true;
+}
 } // namespace
 
-QByteArray write(const QList<QStringList>& namesPerLight)
+QByteArray write(const QList<ShotList>& lights)
 {
     // Encode straight into one buffer sized for the worst case, instead of
     // building the whole text first and encoding it afterwards: a map with
@@ -68,25 +179,25 @@ QByteArray write(const QList<QStringList>& namesPerLight)
     // over into the separators written between them.
     QStringEncoder encoder(QStringConverter::Utf8, QStringConverter::Flag::Stateless);
     qsizetype worstCase = 0;
-    for (const QStringList& names : namesPerLight) {
+    for (const ShotList& records : lights) {
         worstCase += indexAndBreakSpace;
-        for (const QString& name : names) {
-            worstCase += encoder.requiredSpace(name.size()) + 1;
+        for (const ShotPtr& record : records) {
+            worstCase += utf8SpaceFor(record->name) + 1;
         }
     }
     QByteArray bytes(worstCase, Qt::Uninitialized);
     char* out = bytes.data();
-    for (qsizetype lightIndex = 0; lightIndex < namesPerLight.size(); ++lightIndex) {
+    for (qsizetype lightIndex = 0; lightIndex < lights.size(); ++lightIndex) {
         const QByteArray index = QByteArray::number(lightIndex);
         out = std::copy(index.cbegin(), index.cend(), out);
         *out++ = '|';
         bool first = true;
-        for (const QString& name : namesPerLight[lightIndex]) {
+        for (const ShotPtr& record : lights[lightIndex]) {
             if (!first) {
                 *out++ = '|';
             }
             first = false;
-            out = encoder.appendToBuffer(out, name);
+            out = encoder.appendToBuffer(out, record->name);
         }
         *out++ = '\r';
         *out++ = '\n';
@@ -100,6 +211,9 @@ bool readLines(const QByteArray& data, const LineVisitor& visitor, QString* prob
     qsizetype unusedLineNumber = 0;
     qsizetype& line = lineNumber ? *lineNumber : unusedLineNumber;
     line = 0;
+    if (QUtf8StringView(data.constData(), data.size()).isValidUtf8()) {
+        return readValidUtf8Lines(data, visitor, problem, line);
+    }
     // A stateless decoder reports a sequence cut off at the end of the data
     // as an error instead of waiting for more bytes.
     QStringDecoder decoder(QStringConverter::Utf8, QStringConverter::Flag::Stateless);

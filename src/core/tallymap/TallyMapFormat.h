@@ -1,5 +1,7 @@
 #pragma once
 
+#include "model/Shot.h"
+
 #include <QByteArray>
 #include <QList>
 #include <QString>
@@ -18,8 +20,9 @@ inline const QString decodeFailure = QStringLiteral("Unable to decode utf8 data"
 inline const QString indexMissing = QStringLiteral("Shot index missing from line");
 inline const QString indexUnreadable = QStringLiteral("Unable to parse tally index");
 
-// The whole file for the given lights, in light order.
-QByteArray write(const QList<QStringList>& namesPerLight);
+// The whole file for the given lights, in light order: the names of each
+// light's records.
+QByteArray write(const QList<ShotList>& lights);
 
 // Called for each well-formed line in file order with its light index (any
 // value that fits 64 bits, unchecked) and its names. Returning false stops

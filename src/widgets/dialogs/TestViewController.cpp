@@ -32,10 +32,10 @@ void releaseRunner(TestSequenceRunner* runner)
 
 } // namespace
 
-TestViewController::TestViewController(QWidget* parent)
+TestViewController::TestViewController(TestSequenceRunner::SendFunction send, QWidget* parent)
     : QDialog(parent)
     , m_ui(std::make_unique<Ui::TestViewController>())
-    , m_runner(new TestSequenceRunner())
+    , m_runner(new TestSequenceRunner(std::move(send)))
     , m_progress(LightCommand::testSequence().size())
 {
     m_ui->setupUi(this);

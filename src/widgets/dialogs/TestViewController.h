@@ -2,6 +2,7 @@
 
 #include "hardware/ChaseProgress.h"
 #include "hardware/LightCommandMirror.h"
+#include "hardware/TestSequenceRunner.h"
 
 #include <QDialog>
 #include <QLabel>
@@ -16,7 +17,6 @@
 class QCheckBox;
 class QTimer;
 class TallyState;
-class TestSequenceRunner;
 
 namespace Ui {
 class TestViewController;
@@ -26,8 +26,8 @@ class TestViewController;
 // light, a row for the preview lamp, a button that turns every light off and
 // one that runs the 21-step chase. A box's title is its light number and the
 // only link between the box and its light. Every byte goes through a
-// TestSequenceRunner to USBHIDAppDelegate::shared(); the panel reads nothing
-// back from the device.
+// TestSequenceRunner to the send function it is given (the window's tally
+// box writer); the panel reads nothing back from the device.
 //
 // Under the boxes a row of small lamps shows what has been sent: every byte
 // the panel hands on, from a box, All Off or the chase, is applied to a
@@ -46,7 +46,7 @@ class TestViewController : public QDialog {
     Q_OBJECT
 
 public:
-    explicit TestViewController(QWidget* parent = nullptr);
+    explicit TestViewController(TestSequenceRunner::SendFunction send, QWidget* parent = nullptr);
     ~TestViewController() override;
 
     // Outlets made by the layout: the two rows of check boxes.

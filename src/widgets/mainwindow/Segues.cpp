@@ -10,13 +10,14 @@
 
 #include <QAbstractButton>
 
-Segues::Segues(
-    QWidget& presenter, TallyDocument& document, EditingLockControls& lock, KnownShots knownShots, QObject* parent)
+Segues::Segues(QWidget& presenter, TallyDocument& document, EditingLockControls& lock, KnownShots knownShots,
+    TestSequenceRunner::SendFunction sendToBox, QObject* parent)
     : QObject(parent)
     , m_presenter(presenter)
     , m_document(document)
     , m_lock(lock)
     , m_knownShots(std::move(knownShots))
+    , m_sendToBox(std::move(sendToBox))
 {
 }
 
@@ -53,7 +54,7 @@ QWidget* Segues::makeSegueDestination(const QString& identifier)
         destination = dialog;
     } else if (identifier == testSegueIdentifier) {
         // Closes itself; it never comes back through dismissViewController.
-        destination = new TestViewController(window());
+        destination = new TestViewController(m_sendToBox, window());
     } else {
         auto* editor = new EditViewController(window());
         editor->setPresentingViewController([this](QObject* viewController) { dismissViewController(viewController); });

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "hardware/TestSequenceRunner.h"
 #include "model/Shot.h"
 
 #include <QObject>
@@ -30,9 +31,10 @@ public:
     using KnownShots = std::function<const ShotList&()>;
 
     // presenter: the main screen, whose dismissViewController(QObject*)
-    // slot the password dialog hands itself back to.
+    // slot the password dialog hands itself back to. The test panel hands
+    // its bytes to sendToBox.
     Segues(QWidget& presenter, TallyDocument& document, EditingLockControls& lock, KnownShots knownShots,
-        QObject* parent = nullptr);
+        TestSequenceRunner::SendFunction sendToBox, QObject* parent = nullptr);
 
     bool shouldPerformSegueWithIdentifier(const QString& identifier, QObject* sender) const;
     void performSegueWithIdentifier(const QString& identifier, QObject* sender);
@@ -59,4 +61,5 @@ private:
     TallyDocument& m_document;
     EditingLockControls& m_lock;
     KnownShots m_knownShots;
+    TestSequenceRunner::SendFunction m_sendToBox;
 };

@@ -20,7 +20,9 @@ ViewController::ViewController(Dependencies dependencies, QWidget* parent)
     : QWidget(parent)
     , m_ui(std::make_unique<Ui::ViewController>())
     , m_document(std::move(dependencies.recentDocuments))
-    , m_ticker(std::move(dependencies.shotSource), m_document.tallyMap(), *this)
+    , m_boxWriting(dependencies.boxWriting)
+    , m_ticker(std::move(dependencies.shotSource), m_document.tallyMap(), *this,
+          [this](qsizetype lightIndex, LightCommand::BytePair bytes) { tallyBox().sendLight(lightIndex, bytes); })
     , m_networkOutputs(m_ticker.cycle())
     , m_obsPassword(UserDefaults::standardUserDefaults(), std::move(dependencies.secretStore))
 {
@@ -35,7 +37,14 @@ ViewController::ViewController(Dependencies dependencies, QWidget* parent)
         std::move(dependencies.documentPanels), std::move(dependencies.saveChangesPrompt));
     m_lockControls = std::make_unique<EditingLockControls>(
         m_ui->lockTallyCheckBox, [this] { performSegueWithIdentifier(passwordSegueIdentifier, nullptr); });
-    m_segues = std::make_unique<Segues>(*this, m_document, *m_lockControls, knownShots);
+    // The test panel's chase may outlive the window; its late bytes go
+    // nowhere then.
+    m_segues = std::make_unique<Segues>(
+        *this, m_document, *m_lockControls, knownShots, [self = QPointer<ViewController>(this)](quint8 byte) {
+            if (self) {
+                self->tallyBox().sendByte(byte);
+            }
+        });
     m_sourceReport = std::make_unique<SourceReport>(m_ticker, m_networkOutputs, m_status);
     m_lightReport = std::make_unique<WindowLightReport>(*m_lampRow, m_status);
     m_lightReport->setMarkLampsWhileLost(
@@ -118,7 +127,7 @@ void ViewController::showEvent(QShowEvent* event)
 void ViewController::viewDidAppear()
 {
     // Device discovery starts with the window, not before.
-    USBHIDAppDelegate::shared();
+    tallyBox();
     m_documentCommands->showUntitledWhileNoFile();
     applyAlwaysOnTop();
 }
@@ -192,7 +201,27 @@ void ViewController::updateTallyLights()
 
 void ViewController::applicationWillQuit()
 {
+    // The last tick whole on the box, then the lights-off bytes after it,
+    // written before the program goes on to end.
+    if (m_boxWriter) {
+        m_boxWriter->waitUntilWritten();
+    }
     m_ticker.finish();
+    if (m_boxWriter) {
+        m_boxWriter->waitUntilWritten();
+    }
+}
+
+BoxWriter& ViewController::tallyBox()
+{
+    if (!m_boxWriter) {
+        // Made here, on the main thread, so that the writer's thread only
+        // ever finds it made.
+        USBHIDAppDelegate::shared();
+        m_boxWriter = std::make_unique<BoxWriter>(
+            [](quint8 byte) { USBHIDAppDelegate::shared().sendControl(byte); }, m_boxWriting);
+    }
+    return *m_boxWriter;
 }
 
 void ViewController::setMixdeskWarningHidden(bool hidden)

@@ -2,6 +2,7 @@
 
 #include "dialogs/DocumentPanels.h"
 #include "dialogs/SaveChangesPrompt.h"
+#include "hardware/BoxWriter.h"
 #include "launch/NetworkOutputs.h"
 #include "link/Mixdesk.h"
 #include "mainwindow/EditingLockControls.h"
@@ -48,7 +49,8 @@ class ViewController : public QWidget, private TallyCycle::Observer {
 public:
     // What the controller works with besides the process-wide objects
     // (Mixdesk::shared(), USBHIDAppDelegate::shared(), the standard user
-    // defaults). Left empty, the program's own are made.
+    // defaults). Left empty, the program's own are made. The tick loop and
+    // the test panel are given the tally box through tallyBox().
     struct Dependencies {
         std::unique_ptr<DocumentPanels> documentPanels;
         std::unique_ptr<RecentDocuments> recentDocuments;
@@ -58,6 +60,10 @@ public:
         // Where the OBS password is kept; a file only the user can read,
         // beside the settings file, when left empty.
         std::unique_ptr<SecretStore> secretStore;
+        // Whether the tally box is written on a thread of its own (so that a
+        // slow box never holds up the window) or at once, inside the tick,
+        // for a test that reads the device right after one.
+        BoxWriter::Threading boxWriting = BoxWriter::Threading::ownThread;
     };
 
     static constexpr double timerInterval = 0.25;
@@ -118,6 +124,9 @@ public:
     void applyAskBeforeDiscardingChanges();
     // One tick of the update cycle, unguarded.
     void updateTallyLights();
+    // The writer of the tally box, made on first use over
+    // USBHIDAppDelegate::shared(), which starts device discovery.
+    BoxWriter& tallyBox();
 
     // The document commands.
     void loadTallyMap(const QUrl& url);
@@ -171,6 +180,10 @@ private:
 
     std::unique_ptr<Ui::ViewController> m_ui;
     TallyDocument m_document;
+    const BoxWriter::Threading m_boxWriting;
+    // Before the tick loop and the test panel's sender, so that it outlives
+    // them and writes what they handed in last.
+    std::unique_ptr<BoxWriter> m_boxWriter;
     TallyTicker m_ticker;
     TallyStatus m_status;
     // After the tick loop, so that the outputs leave its cycle before it goes.

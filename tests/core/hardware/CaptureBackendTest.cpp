@@ -9,6 +9,7 @@
 #include "support/CaptureFile.h"
 #include "support/QtPrinters.h"
 
+#include <QElapsedTimer>
 #include <QFile>
 #include <QTemporaryDir>
 
@@ -148,4 +149,22 @@ TEST_F(CaptureBackendTest, EnvironmentWithoutACaptureFileChoosesHidapi)
     qunsetenv(hidCaptureEnvironmentVariable);
     const std::unique_ptr<HidBackend> backend = makeHidBackendFromEnvironment();
     EXPECT_NE(dynamic_cast<HidapiBackend*>(backend.get()), nullptr);
+}
+
+TEST_F(CaptureBackendTest, AnEnvironmentDelayMakesEveryReportTakeAtLeastThatLong)
+{
+    qputenv(hidCaptureEnvironmentVariable, capturePath().toUtf8());
+    qputenv(hidCaptureDelayEnvironmentVariable, "30");
+    USBHIDAppDelegate delegate { makeHidBackendFromEnvironment() };
+    qunsetenv(hidCaptureEnvironmentVariable);
+    qunsetenv(hidCaptureDelayEnvironmentVariable);
+    QElapsedTimer clock;
+    clock.start();
+
+    sendMode(delegate, TallyMode::live, 1);
+    sendMode(delegate, TallyMode::preview, 2);
+
+    // A lower bound only: a busy machine makes it longer, never shorter.
+    EXPECT_GE(clock.elapsed(), 4 * 30);
+    EXPECT_EQ(CaptureFile::read(capturePath()).size(), 4);
 }

@@ -8,6 +8,7 @@
 #include "hardware/DeviceChangeWatcher.h"
 #include "hardware/HidApi.h"
 #include "hardware/HidBackend.h"
+#include "hardware/USBHIDAppDelegate.h"
 
 #include <QByteArray>
 #include <QList>
@@ -15,6 +16,14 @@
 #include <QStringList>
 
 #include <memory>
+
+// Writes to the shared tally box at once, on the caller's thread: the test
+// panel's sender in widget tests that read the fake device right after a
+// click.
+inline void sendToSharedBox(quint8 byte)
+{
+    USBHIDAppDelegate::shared().sendControl(byte);
+}
 
 struct SentReport {
     quint8 reportId;

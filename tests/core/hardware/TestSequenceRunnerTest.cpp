@@ -2,6 +2,7 @@
 
 #include "base/ModalSession.h"
 #include "core/hardware/HardwareFakes.h"
+#include "hardware/BoxWriter.h"
 #include "hardware/LightCommand.h"
 #include "hardware/USBHIDAppDelegate.h"
 #include "support/QtPrinters.h"
@@ -231,17 +232,20 @@ TEST_F(TestSequenceRunnerTest, CheckBoxTitleWithASignIsStillItsNumber)
     EXPECT_EQ(TestSequenceRunner::previewBoxByte(QStringLiteral("255"), false), 0xFF);
 }
 
-TEST_F(TestSequenceRunnerTest, BytesGoToTheSharedDeviceByDefault)
+TEST_F(TestSequenceRunnerTest, BytesGivenToABoxWriterReachTheDeviceInOrder)
 {
     auto* backend = new FakeBackend;
-    USBHIDAppDelegate::setSharedBackendForTesting(std::unique_ptr<HidBackend>(backend));
+    USBHIDAppDelegate box { std::unique_ptr<HidBackend>(backend) };
     auto device = std::make_shared<FakeDevice>();
     backend->plug(device);
+    BoxWriter writer([&box](quint8 byte) { box.sendControl(byte); });
 
-    TestSequenceRunner runner;
+    TestSequenceRunner runner([&writer](quint8 byte) { writer.sendByte(byte); });
     runner.turnOffAll();
+    runner.programBoxToggled(QStringLiteral("3"), true);
+    writer.waitUntilWritten();
 
-    EXPECT_EQ(device->commandBytes(), QList<quint8>({ 0xB0, 0xD0 }));
+    EXPECT_EQ(device->commandBytes(), QList<quint8>({ 0xB0, 0xD0, 0xB3 }));
 }
 
 using TestSequenceRunnerDeathTest = TestSequenceRunnerTest;

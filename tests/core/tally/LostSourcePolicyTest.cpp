@@ -69,7 +69,7 @@ protected:
     TwoLights lights;
     QList<quint8> bytes;
     qint64 now = 1000;
-    TallyCycle cycle { source, observer, [this](quint8 byte) { bytes.append(byte); } };
+    TallyCycle cycle { source, observer, TallyCycle::byteByByte([this](quint8 byte) { bytes.append(byte); }) };
     Shots shotList;
 };
 

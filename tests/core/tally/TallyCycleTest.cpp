@@ -53,7 +53,7 @@ protected:
     Mixdesk mixdesk { platform };
     MixdeskShotSource source { mixdesk };
     RecordingObserver observer;
-    TallyCycle cycle { source, observer, [this](quint8 byte) { observer.send(byte); } };
+    TallyCycle cycle { source, observer, TallyCycle::byteByByte([this](quint8 byte) { observer.send(byte); }) };
     TallyMap map;
     Shots shotList;
 
@@ -251,7 +251,8 @@ TEST_F(TallyCycleTest, AfterMixdeskWasAwayTheNextAnswerTakesTheRenamePath)
 TEST_F(TallyCycleTest, AMapWithNoLightsEndsTheTickAfterUpdatingShotsWarningAndEditing)
 {
     RecordingObserver noIndicators(0);
-    TallyCycle bare(source, noIndicators, [&noIndicators](quint8 byte) { noIndicators.send(byte); });
+    TallyCycle bare(
+        source, noIndicators, TallyCycle::byteByByte([&noIndicators](quint8 byte) { noIndicators.send(byte); }));
     FakeLights lights;
     answer({ { "1", "Cam 1", true, false } });
     bare.updateTallyLights(shotList, lights);
@@ -300,7 +301,7 @@ TEST_F(TallyCycleTest, LightSixteenRunsIntoTheCommandBitsUnguarded)
     lights.lights = QList<Shots>(16);
     lights.lights[15] = { record("Cam 1") };
     RecordingObserver sixteen(16);
-    TallyCycle wide(source, sixteen, [&sixteen](quint8 byte) { sixteen.send(byte); });
+    TallyCycle wide(source, sixteen, TallyCycle::byteByByte([&sixteen](quint8 byte) { sixteen.send(byte); }));
     answer({ { "1", "Cam 1", true, false } });
     wide.updateTallyLights(shotList, lights);
     // 0xB0 | 16 = 0xB0 and 0x20 | 16 = 0x30: the number spills into the
@@ -314,7 +315,7 @@ using TallyCycleDeathTest = TallyCycleTest;
 TEST_F(TallyCycleDeathTest, FewerIndicatorsThanLightsStopsTheProcess)
 {
     RecordingObserver seven(7);
-    TallyCycle shortWindow(source, seven, [&seven](quint8 byte) { seven.send(byte); });
+    TallyCycle shortWindow(source, seven, TallyCycle::byteByByte([&seven](quint8 byte) { seven.send(byte); }));
     answer({ { "1", "Cam 1", true, false } });
     EXPECT_DEATH(shortWindow.updateTallyLights(shotList, map), "fatal error: no indicator for light 8");
 }
@@ -324,7 +325,7 @@ TEST_F(TallyCycleDeathTest, ALightNumberAbove255StopsTheProcess)
     FakeLights lights;
     lights.lights = QList<Shots>(256);
     RecordingObserver many(256);
-    TallyCycle huge(source, many, [&many](quint8 byte) { many.send(byte); });
+    TallyCycle huge(source, many, TallyCycle::byteByByte([&many](quint8 byte) { many.send(byte); }));
     answer({ { "1", "Cam 1", true, false } });
     EXPECT_DEATH(huge.updateTallyLights(shotList, lights), "fatal error: ");
 }

@@ -32,7 +32,7 @@ protected:
         source->shots = { liveShot(QStringLiteral("Cam 1")) };
         map.setShotSelection(0, { std::make_shared<Shot>(QStringLiteral("Cam 1")) });
         ticker = std::make_unique<TallyTicker>(
-            std::move(owned), map, observer, [this](quint8 byte) { observer.send(byte); });
+            std::move(owned), map, observer, TallyCycle::byteByByte([this](quint8 byte) { observer.send(byte); }));
     }
 
     TallyMap map;
@@ -224,7 +224,7 @@ TEST(TallyTickerDefaultSourceTest, WithoutASourceGivenTheTickerFollowsMixdesk)
 {
     TallyMap map;
     RecordingObserver observer;
-    const TallyTicker ticker(nullptr, map, observer, [](quint8) {});
+    const TallyTicker ticker(nullptr, map, observer, TallyCycle::byteByByte([](quint8) {}));
     EXPECT_EQ(ticker.source().kind(), ShotSource::Kind::mixdesk);
 }
 

@@ -365,6 +365,48 @@ TEST(TallyMapFormatTest, AByteOrderMarkIsSkippedByTheDecoder)
     EXPECT_EQ(namesOf(map, 2), QStringList { QStringLiteral("A") });
 }
 
+TEST(TallyMapFormatTest, AByteOrderMarkAfterTheStartIsKeptAsPartOfTheNameOrIndex)
+{
+    TallyMap map;
+    ASSERT_TRUE(read(map,
+        "0|A\r\n"
+        "1|\xef\xbb\xbf\xef\xbb\xbf"
+        "B|\xef\xbb\xbf")
+                    .succeeded);
+    const QString mark(QChar(0xFEFF));
+    EXPECT_EQ(namesOf(map, 1), (QStringList { mark + mark + QStringLiteral("B"), mark }));
+
+    TallyMap other;
+    const ReadOutcome outcome = read(other,
+        "0|A\r\n"
+        "\xef\xbb\xbf"
+        "1|B");
+    EXPECT_FALSE(outcome.succeeded);
+    EXPECT_EQ(outcome.error.localizedDescription, QStringLiteral("Unable to parse tally index"));
+}
+
+TEST(TallyMapFormatTest, NamesOfTwoThreeAndFourByteCharactersAreWrittenWhole)
+{
+    // Long names of wide characters, beside a lone surrogate half, which the
+    // encoder replaces with U+FFFD: the written bytes are exactly each name
+    // in UTF-8.
+    const QString twoBytes = QString(300, QChar(0x00E9));
+    const QString threeBytes = QString(300, QChar(0x65E5));
+    const QString fourBytes = QString::fromUtf8("\xf0\x9f\x8e\xa5").repeated(300);
+    const QString loneHalf = QString(QChar(0xD800)) + QStringLiteral("x");
+    TallyMap map;
+    map.setShotSelection(0, records({ twoBytes, threeBytes }));
+    map.setShotSelection(7, records({ fourBytes, loneHalf }));
+
+    const QByteArray expected = "0|" + twoBytes.toUtf8() + "|" + threeBytes.toUtf8()
+        + "\r\n1|\r\n2|\r\n3|\r\n4|\r\n5|\r\n6|\r\n7|" + fourBytes.toUtf8() + "|\xef\xbf\xbdx\r\n";
+    EXPECT_EQ(map.dataOfType(type), expected);
+    TallyMap reread;
+    ASSERT_TRUE(read(reread, expected).succeeded);
+    EXPECT_EQ(namesOf(reread, 0), (QStringList { twoBytes, threeBytes }));
+    EXPECT_EQ(namesOf(reread, 7), (QStringList { fourBytes, QString(QChar(0xFFFD)) + QStringLiteral("x") }));
+}
+
 TEST(TallyMapFormatTest, TheIndexIsAnOptionalSignAndAsciiDigitsThatFit64Bits)
 {
     using TallyMapFormat::parseIndex;

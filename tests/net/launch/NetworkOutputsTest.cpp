@@ -128,7 +128,7 @@ protected:
     UserDefaults defaults { directory.filePath(QStringLiteral("preferences.ini")) };
     FakeShotSource source;
     UnseenWindow window;
-    TallyCycle cycle { source, window, [](quint8) {} };
+    TallyCycle cycle { source, window, TallyCycle::byteByByte([](quint8) {}) };
     TallyMap map;
     ShotList shotList;
     NetworkOutputs outputs { cycle };

@@ -78,7 +78,7 @@ protected:
 
 TEST_F(TestPanelScreenshotTest, PanelWithSomeLightsSwitchedOnByHand)
 {
-    TestViewController panel;
+    TestViewController panel { sendToSharedBox };
     panel.show();
     // Program on for light 2, preview on for lights 2 and 5, as a user
     // checking the wiring would leave them.
@@ -100,7 +100,7 @@ TEST_F(TestPanelScreenshotTest, PanelWithSomeLightsSwitchedOnByHand)
 
 TEST_F(TestPanelScreenshotTest, PanelDuringTheChaseShowsTheLampsLitAndTheStep)
 {
-    TestViewController panel;
+    TestViewController panel { sendToSharedBox };
     panel.show();
     QApplication::processEvents();
     panel.testButton->click();

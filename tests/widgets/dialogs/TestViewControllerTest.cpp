@@ -86,7 +86,7 @@ protected:
 
 TEST_F(TestViewControllerTest, EachRowHoldsEightCheckBoxesTitledOneToEight)
 {
-    TestViewController panel;
+    TestViewController panel { sendToSharedBox };
     for (QWidget* row : { panel.programStackView.data(), panel.previewStackView.data() }) {
         ASSERT_NE(row, nullptr);
         const QList<QCheckBox*> boxes = boxesOf(row);
@@ -101,7 +101,7 @@ TEST_F(TestViewControllerTest, EachRowHoldsEightCheckBoxesTitledOneToEight)
 
 TEST_F(TestViewControllerTest, RowsAreLabelledProgramAndPreview)
 {
-    TestViewController panel;
+    TestViewController panel { sendToSharedBox };
     QStringList labels;
     for (const QLabel* label : panel.findChildren<QLabel*>()) {
         labels.append(label->text());
@@ -115,7 +115,7 @@ TEST_F(TestViewControllerTest, RowsAreLabelledProgramAndPreview)
 
 TEST_F(TestViewControllerTest, StartsIdleWithATimerThatNeverRuns)
 {
-    TestViewController panel;
+    TestViewController panel { sendToSharedBox };
     EXPECT_EQ(panel.testStep(), 0);
     ASSERT_NE(panel.timer(), nullptr);
     EXPECT_FALSE(panel.timer()->isActive());
@@ -126,7 +126,7 @@ TEST_F(TestViewControllerTest, StartsIdleWithATimerThatNeverRuns)
 
 TEST_F(TestViewControllerTest, ProgramBoxOfLightOneSendsB1WhenCheckedAnd01WhenUnchecked)
 {
-    TestViewController panel;
+    TestViewController panel { sendToSharedBox };
     box(panel.programStackView, 1)->click();
     EXPECT_EQ(takeSent(), QList<quint8>({ 0xB1 }));
     box(panel.programStackView, 1)->click();
@@ -135,7 +135,7 @@ TEST_F(TestViewControllerTest, ProgramBoxOfLightOneSendsB1WhenCheckedAnd01WhenUn
 
 TEST_F(TestViewControllerTest, ProgramBoxOfLightEightSendsB8WhenCheckedAnd08WhenUnchecked)
 {
-    TestViewController panel;
+    TestViewController panel { sendToSharedBox };
     box(panel.programStackView, 8)->click();
     EXPECT_EQ(takeSent(), QList<quint8>({ 0xB8 }));
     box(panel.programStackView, 8)->click();
@@ -144,7 +144,7 @@ TEST_F(TestViewControllerTest, ProgramBoxOfLightEightSendsB8WhenCheckedAnd08When
 
 TEST_F(TestViewControllerTest, PreviewBoxOfLightOneSendsD1WhenCheckedAnd21WhenUnchecked)
 {
-    TestViewController panel;
+    TestViewController panel { sendToSharedBox };
     box(panel.previewStackView, 1)->click();
     EXPECT_EQ(takeSent(), QList<quint8>({ 0xD1 }));
     box(panel.previewStackView, 1)->click();
@@ -153,7 +153,7 @@ TEST_F(TestViewControllerTest, PreviewBoxOfLightOneSendsD1WhenCheckedAnd21WhenUn
 
 TEST_F(TestViewControllerTest, PreviewBoxOfLightEightSendsD8WhenCheckedAnd28WhenUnchecked)
 {
-    TestViewController panel;
+    TestViewController panel { sendToSharedBox };
     box(panel.previewStackView, 8)->click();
     EXPECT_EQ(takeSent(), QList<quint8>({ 0xD8 }));
     box(panel.previewStackView, 8)->click();
@@ -162,7 +162,7 @@ TEST_F(TestViewControllerTest, PreviewBoxOfLightEightSendsD8WhenCheckedAnd28When
 
 TEST_F(TestViewControllerTest, ActionsReadTheStateTheSenderHasNow)
 {
-    TestViewController panel;
+    TestViewController panel { sendToSharedBox };
     QCheckBox* third = box(panel.previewStackView, 3);
     third->setChecked(true);
     EXPECT_TRUE(takeSent().isEmpty());
@@ -173,7 +173,7 @@ TEST_F(TestViewControllerTest, ActionsReadTheStateTheSenderHasNow)
 
 TEST_F(TestViewControllerTest, BoxTitledZeroSwitchesAChannelOffOnAllLightsWhenCheckedAndSends00Or20WhenUnchecked)
 {
-    TestViewController panel;
+    TestViewController panel { sendToSharedBox };
     QCheckBox* program = box(panel.programStackView, 1);
     QCheckBox* preview = box(panel.previewStackView, 1);
     program->setText(QStringLiteral("0"));
@@ -189,7 +189,7 @@ TEST_F(TestViewControllerTest, BoxTitledZeroSwitchesAChannelOffOnAllLightsWhenCh
 
 TEST_F(TestViewControllerTest, AllOffSendsExactlyB0ThenD0AndUnchecksEveryBoxInBothRows)
 {
-    TestViewController panel;
+    TestViewController panel { sendToSharedBox };
     for (QWidget* row : { panel.programStackView.data(), panel.previewStackView.data() }) {
         for (QCheckBox* each : boxesOf(row)) {
             each->setChecked(true);
@@ -211,7 +211,7 @@ TEST_F(TestViewControllerTest, AllOffSendsExactlyB0ThenD0AndUnchecksEveryBoxInBo
 
 TEST_F(TestViewControllerTest, TestButtonClearsTheBoxesSilentlyAndSendsTheFirstStepAtOnce)
 {
-    TestViewController panel;
+    TestViewController panel { sendToSharedBox };
     box(panel.programStackView, 4)->setChecked(true);
     box(panel.previewStackView, 6)->setChecked(true);
 
@@ -225,7 +225,7 @@ TEST_F(TestViewControllerTest, TestButtonClearsTheBoxesSilentlyAndSendsTheFirstS
 
 TEST_F(TestViewControllerTest, ChaseRunsItsTwentyOneStepsEveryHalfSecondWhileThePanelIsUpThenItsTimerStops)
 {
-    TestViewController panel;
+    TestViewController panel { sendToSharedBox };
     showModal(panel);
     ASSERT_EQ(QApplication::activeModalWidget(), &panel);
 
@@ -250,7 +250,7 @@ TEST_F(TestViewControllerTest, ChaseRunsItsTwentyOneStepsEveryHalfSecondWhileThe
 
 TEST_F(TestViewControllerTest, ChaseHasNotMovedTheBoxesWhenItEnds)
 {
-    TestViewController panel;
+    TestViewController panel { sendToSharedBox };
     showModal(panel);
     panel.testButton->click();
     for (int ticks = 0; ticks < 21; ++ticks) {
@@ -265,7 +265,7 @@ TEST_F(TestViewControllerTest, ChaseHasNotMovedTheBoxesWhenItEnds)
 
 TEST_F(TestViewControllerTest, ChaseStepsOnTheEventLoopsOwnTicks)
 {
-    TestViewController panel;
+    TestViewController panel { sendToSharedBox };
     showModal(panel);
     panel.testButton->click();
     takeSent();
@@ -282,7 +282,7 @@ TEST_F(TestViewControllerTest, ChaseStepsOnTheEventLoopsOwnTicks)
 
 TEST_F(TestViewControllerTest, ChaseWaitsWhileNoModalPanelIsUpAndGoesOnWhenOneIsUpAgain)
 {
-    TestViewController panel;
+    TestViewController panel { sendToSharedBox };
     showModal(panel);
     panel.testButton->click();
     tick(panel.timer());
@@ -308,7 +308,7 @@ TEST_F(TestViewControllerTest, AWindowModalSheetDoesNotLetTheChaseStep)
 {
     QWidget mainWindow;
     mainWindow.show();
-    TestViewController panel;
+    TestViewController panel { sendToSharedBox };
     showModal(panel);
     panel.testButton->click();
     panel.close();
@@ -324,7 +324,7 @@ TEST_F(TestViewControllerTest, AWindowModalSheetDoesNotLetTheChaseStep)
 
 TEST_F(TestViewControllerTest, ChaseOutlivesADeletedPanelAndFreesItselfAfterItsLastStep)
 {
-    auto* panel = new TestViewController;
+    auto* panel = new TestViewController(sendToSharedBox);
     showModal(*panel);
     panel->testButton->click();
     QPointer<TestSequenceRunner> runner = panel->runner();
@@ -359,9 +359,9 @@ TEST_F(TestViewControllerTest, DeletingAnIdlePanelKeepsNothingBehind)
     QPointer<TestSequenceRunner> runner;
     QPointer<TestSequenceRunner> finishedRunner;
     {
-        TestViewController idle;
+        TestViewController idle { sendToSharedBox };
         runner = idle.runner();
-        TestViewController finished;
+        TestViewController finished { sendToSharedBox };
         showModal(finished);
         finished.testButton->click();
         for (int ticks = 0; ticks < 21; ++ticks) {
@@ -376,7 +376,7 @@ TEST_F(TestViewControllerTest, DeletingAnIdlePanelKeepsNothingBehind)
 
 TEST_F(TestViewControllerTest, RestartDuringAChaseDoublesThePaceAndBothTimersStopThemselves)
 {
-    TestViewController panel;
+    TestViewController panel { sendToSharedBox };
     showModal(panel);
     panel.testButton->click();
     QTimer* first = panel.timer();
@@ -418,7 +418,7 @@ TEST_F(TestViewControllerTest, RestartDuringAChaseDoublesThePaceAndBothTimersSto
 
 TEST_F(TestViewControllerTest, CheckBoxesAndAllOffMixTheirBytesWithARunningChase)
 {
-    TestViewController panel;
+    TestViewController panel { sendToSharedBox };
     showModal(panel);
     panel.testButton->click();
     takeSent();
@@ -436,7 +436,7 @@ TEST_F(TestViewControllerTest, CheckBoxesAndAllOffMixTheirBytesWithARunningChase
 
 TEST_F(TestViewControllerTest, PanelIsApplicationModal)
 {
-    TestViewController panel;
+    TestViewController panel { sendToSharedBox };
     EXPECT_EQ(panel.windowModality(), Qt::ApplicationModal);
     showModal(panel);
     EXPECT_TRUE(ModalSession::isActive());
@@ -445,7 +445,7 @@ TEST_F(TestViewControllerTest, PanelIsApplicationModal)
 TEST_F(TestViewControllerTest, CloseButtonClosesThePanelByItself)
 {
     QWidget presenter;
-    auto* panel = new TestViewController(&presenter);
+    auto* panel = new TestViewController(sendToSharedBox, &presenter);
     showModal(*panel);
 
     panel->closeButton->click();
@@ -457,7 +457,7 @@ TEST_F(TestViewControllerTest, CloseButtonClosesThePanelByItself)
 
 TEST_F(TestViewControllerTest, WindowCloseBoxClosesThePanel)
 {
-    TestViewController panel;
+    TestViewController panel { sendToSharedBox };
     showModal(panel);
     EXPECT_TRUE(panel.close());
     QApplication::processEvents();
@@ -467,7 +467,7 @@ TEST_F(TestViewControllerTest, WindowCloseBoxClosesThePanel)
 
 TEST_F(TestViewControllerTest, BytesVanishWhileNoDeviceIsAttachedAndThePanelCarriesOn)
 {
-    TestViewController panel;
+    TestViewController panel { sendToSharedBox };
     FakeBackend* bare = nullptr;
     {
         auto backend = std::make_unique<FakeBackend>();
@@ -526,7 +526,7 @@ bool anyBoxChecked(const TestViewController& panel)
 
 TEST_F(TestViewControllerTest, EightSentLampsInTheLargeStyleEachUnderItsLightsBoxesAllDarkAtFirst)
 {
-    TestViewController panel;
+    TestViewController panel { sendToSharedBox };
     showModal(panel);
     ASSERT_EQ(panel.sentLamps().size(), 8);
     EXPECT_EQ(sentModes(panel), modes({}, {}));
@@ -546,7 +546,7 @@ TEST_F(TestViewControllerTest, EightSentLampsInTheLargeStyleEachUnderItsLightsBo
 
 TEST_F(TestViewControllerTest, SentLampsFollowEveryCheckBoxClick)
 {
-    TestViewController panel;
+    TestViewController panel { sendToSharedBox };
     box(panel.programStackView, 3)->click();
     box(panel.previewStackView, 5)->click();
     EXPECT_EQ(sentModes(panel), modes({ 3 }, { 5 }));
@@ -559,7 +559,7 @@ TEST_F(TestViewControllerTest, SentLampsFollowEveryCheckBoxClick)
 
 TEST_F(TestViewControllerTest, ALitSentLampIsPaintedInItsColourWithItsNumber)
 {
-    TestViewController panel;
+    TestViewController panel { sendToSharedBox };
     showModal(panel);
     box(panel.programStackView, 1)->click();
     box(panel.previewStackView, 2)->click();
@@ -584,7 +584,7 @@ TEST_F(TestViewControllerTest, ALitSentLampIsPaintedInItsColourWithItsNumber)
 
 TEST_F(TestViewControllerTest, AllOffDarkensEverySentLampAndLeavesThemDarkWhileTheBoxesAreCleared)
 {
-    TestViewController panel;
+    TestViewController panel { sendToSharedBox };
     box(panel.programStackView, 1)->click();
     box(panel.previewStackView, 8)->click();
     panel.allOffButton->click();
@@ -595,7 +595,7 @@ TEST_F(TestViewControllerTest, AllOffDarkensEverySentLampAndLeavesThemDarkWhileT
 
 TEST_F(TestViewControllerTest, SentLampsFollowTheChaseStepByStepWhileTheBoxesStayCleared)
 {
-    TestViewController panel;
+    TestViewController panel { sendToSharedBox };
     showModal(panel);
     box(panel.programStackView, 4)->click();
     box(panel.previewStackView, 6)->click();
@@ -619,7 +619,7 @@ TEST_F(TestViewControllerTest, SentLampsFollowTheChaseStepByStepWhileTheBoxesSta
 
 TEST_F(TestViewControllerTest, SentLampsShowWhatThePanelSentEvenWithNoDeviceToReceiveIt)
 {
-    TestViewController panel;
+    TestViewController panel { sendToSharedBox };
     USBHIDAppDelegate::setSharedBackendForTesting(std::make_unique<FakeBackend>());
     box(panel.previewStackView, 7)->click();
     EXPECT_EQ(sentModes(panel), modes({}, { 7 }));
@@ -628,7 +628,7 @@ TEST_F(TestViewControllerTest, SentLampsShowWhatThePanelSentEvenWithNoDeviceToRe
 
 TEST_F(TestViewControllerTest, ChaseProgressCountsTheStepsSentAndEndsFinished)
 {
-    TestViewController panel;
+    TestViewController panel { sendToSharedBox };
     showModal(panel);
     EXPECT_EQ(panel.chaseProgressLabel->text(), QStringLiteral("Chase not running"));
     EXPECT_EQ(panel.chaseProgressBar->value(), 0);
@@ -654,7 +654,7 @@ TEST_F(TestViewControllerTest, ChaseProgressCountsTheStepsSentAndEndsFinished)
 
 TEST_F(TestViewControllerTest, StopIsEnabledOnlyWhileAChaseRuns)
 {
-    TestViewController panel;
+    TestViewController panel { sendToSharedBox };
     showModal(panel);
     EXPECT_EQ(panel.stopButton->text(), QStringLiteral("Stop"));
     EXPECT_FALSE(panel.stopButton->isEnabled());
@@ -670,7 +670,7 @@ TEST_F(TestViewControllerTest, StopIsEnabledOnlyWhileAChaseRuns)
 
 TEST_F(TestViewControllerTest, StopEndsEveryChaseTimerARestartLeftAndSendsNothingMoreWhileTheLampsStayAsTheyAre)
 {
-    TestViewController panel;
+    TestViewController panel { sendToSharedBox };
     showModal(panel);
     panel.testButton->click();
     QTimer* first = panel.timer();
@@ -705,7 +705,7 @@ TEST_F(TestViewControllerTest, StopEndsEveryChaseTimerARestartLeftAndSendsNothin
 
 TEST_F(TestViewControllerTest, TestAfterStopRunsTheChaseAgainFromItsFirstStep)
 {
-    TestViewController panel;
+    TestViewController panel { sendToSharedBox };
     showModal(panel);
     panel.testButton->click();
     tick(panel.timer());
@@ -724,7 +724,7 @@ TEST_F(TestViewControllerTest, AStoppedChaseLeavesNothingBehindWhenThePanelGoes)
 {
     QPointer<TestSequenceRunner> runner;
     {
-        TestViewController panel;
+        TestViewController panel { sendToSharedBox };
         showModal(panel);
         panel.testButton->click();
         panel.stopButton->click();
@@ -737,14 +737,14 @@ using TestViewControllerDeathTest = TestViewControllerTest;
 
 TEST_F(TestViewControllerDeathTest, ALightActionFromSomethingOtherThanACheckBoxStops)
 {
-    TestViewController panel;
+    TestViewController panel { sendToSharedBox };
     EXPECT_DEATH(panel.programOnSender(panel.testButton), "fatal error: .*QPushButton, which is not a check box");
     EXPECT_DEATH(panel.previewOnSender(nullptr), "fatal error: .*nothing, which is not a check box");
 }
 
 TEST_F(TestViewControllerDeathTest, ACheckBoxTitledWithSomethingOtherThanALightNumberStops)
 {
-    TestViewController panel;
+    TestViewController panel { sendToSharedBox };
     QCheckBox* program = box(panel.programStackView, 1);
     QCheckBox* preview = box(panel.previewStackView, 2);
     program->setText(QStringLiteral("One"));
@@ -755,7 +755,7 @@ TEST_F(TestViewControllerDeathTest, ACheckBoxTitledWithSomethingOtherThanALightN
 
 TEST_F(TestViewControllerDeathTest, ClearingARowThatHoldsSomethingOtherThanACheckBoxStops)
 {
-    TestViewController panel;
+    TestViewController panel { sendToSharedBox };
     panel.previewStackView->layout()->addWidget(new QLabel(QStringLiteral("9"), panel.previewStackView));
     EXPECT_DEATH(panel.allOffButton->click(), "fatal error: .*previewStackView holds QLabel, which is not a check box");
 }

@@ -80,6 +80,8 @@ protected:
         dependencies.documentPanels = std::move(panelsOwned);
         dependencies.shotSource = std::move(shotSource);
         dependencies.saveChangesPrompt = std::move(saveChangesPrompt);
+        // The tests read the fake device right after a tick.
+        dependencies.boxWriting = BoxWriter::Threading::callersThread;
         if (secretStoreForNextWindow) {
             secretStore = nullptr;
             dependencies.secretStore = std::move(secretStoreForNextWindow);

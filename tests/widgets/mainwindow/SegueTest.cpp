@@ -423,7 +423,7 @@ TEST_F(SegueDeathTest, AnEditorComingBackForALightOutsideTheMapStopsTheProcess)
 TEST_F(SegueDeathTest, DismissingAnythingButTheEditorOrThePasswordDialogStopsTheProcess)
 {
     openWindowWithShots();
-    auto* panel = new TestViewController(main.window.get());
+    auto* panel = new TestViewController(sendToSharedBox, main.window.get());
     EXPECT_DEATH(controller->dismissViewController(panel),
         "fatal error: TestViewController was dismissed as if it were the shot editor");
     EXPECT_DEATH(

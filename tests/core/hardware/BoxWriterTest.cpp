@@ -1,0 +1,297 @@
+#include "hardware/BoxWriter.h"
+
+#include "core/hardware/HardwareFakes.h"
+#include "hardware/USBHIDAppDelegate.h"
+
+#include <QList>
+
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <condition_variable>
+#include <mutex>
+#include <thread>
+
+namespace {
+
+using namespace std::chrono_literals;
+
+LightCommand::BytePair pair(quint8 first, quint8 second)
+{
+    return { first, second };
+}
+
+// A box that records every byte with the thread that wrote it. While held,
+// its first write waits until the test lets it go, so that the test knows
+// exactly what was handed in while the device was busy.
+class RecordingBox {
+public:
+    explicit RecordingBox(std::chrono::milliseconds perByte = 0ms)
+        : m_perByte(perByte)
+    {
+    }
+
+    BoxWriter::WriteByte writer()
+    {
+        return [this](quint8 byte) { write(byte); };
+    }
+
+    void holdFirstWrite()
+    {
+        const std::lock_guard lock(m_mutex);
+        m_holding = true;
+    }
+
+    // Waits until the first write is under way (and held).
+    void waitForFirstWrite()
+    {
+        std::unique_lock lock(m_mutex);
+        m_changed.wait(lock, [this] { return m_started > 0; });
+    }
+
+    void release()
+    {
+        {
+            const std::lock_guard lock(m_mutex);
+            m_holding = false;
+        }
+        m_changed.notify_all();
+    }
+
+    QList<quint8> bytes() const
+    {
+        const std::lock_guard lock(m_mutex);
+        return m_bytes;
+    }
+
+    QList<std::thread::id> threads() const
+    {
+        const std::lock_guard lock(m_mutex);
+        return m_threads;
+    }
+
+private:
+    void write(quint8 byte)
+    {
+        std::unique_lock lock(m_mutex);
+        ++m_started;
+        m_changed.notify_all();
+        m_changed.wait(lock, [this] { return !m_holding; });
+        lock.unlock();
+        if (m_perByte.count() > 0) {
+            std::this_thread::sleep_for(m_perByte);
+        }
+        lock.lock();
+        m_bytes.append(byte);
+        m_threads.append(std::this_thread::get_id());
+    }
+
+    const std::chrono::milliseconds m_perByte;
+    mutable std::mutex m_mutex;
+    std::condition_variable m_changed;
+    bool m_holding = false;
+    int m_started = 0;
+    QList<quint8> m_bytes;
+    QList<std::thread::id> m_threads;
+};
+
+// The bytes of one tick of eight lights, each light's pair made from the
+// tick's number so that ticks can be told apart.
+void handInTick(BoxWriter& writer, quint8 tick)
+{
+    for (qsizetype light = 0; light < 8; ++light) {
+        writer.sendLight(light, pair(quint8(tick * 16 + light), quint8(0x80 + light)));
+    }
+}
+
+QList<quint8> tickBytes(quint8 tick)
+{
+    QList<quint8> bytes;
+    for (int light = 0; light < 8; ++light) {
+        bytes << quint8(tick * 16 + light) << quint8(0x80 + light);
+    }
+    return bytes;
+}
+
+} // namespace
+
+TEST(BoxWriterTest, ABoxThatKeepsUpGetsEveryByteInTheOrderHandedIn)
+{
+    RecordingBox box;
+    BoxWriter writer(box.writer());
+
+    QList<quint8> expected;
+    for (quint8 tick = 0; tick < 3; ++tick) {
+        handInTick(writer, tick);
+        writer.waitUntilWritten();
+        expected += tickBytes(tick);
+    }
+
+    EXPECT_EQ(box.bytes(), expected);
+}
+
+TEST(BoxWriterTest, TheBytesAreWrittenOnAThreadOtherThanTheCallers)
+{
+    RecordingBox box;
+    BoxWriter writer(box.writer());
+
+    writer.sendLight(0, pair(0xB1, 0x21));
+    writer.waitUntilWritten();
+
+    ASSERT_EQ(box.threads().size(), 2);
+    EXPECT_NE(box.threads().first(), std::this_thread::get_id());
+}
+
+TEST(BoxWriterTest, HandingInNeverWaitsForABusyDevice)
+{
+    RecordingBox box;
+    box.holdFirstWrite();
+    BoxWriter writer(box.writer());
+
+    writer.sendLight(0, pair(0xB1, 0x21));
+    box.waitForFirstWrite();
+    // The device is stuck in its first write; a tick still returns.
+    for (quint8 tick = 1; tick < 100; ++tick) {
+        handInTick(writer, tick % 16);
+    }
+
+    EXPECT_TRUE(box.bytes().isEmpty());
+    box.release();
+}
+
+TEST(BoxWriterTest, ALightHandedInAgainBeforeItsPairWentOutReplacesThatPairWhereItStands)
+{
+    RecordingBox box;
+    box.holdFirstWrite();
+    BoxWriter writer(box.writer());
+
+    writer.sendLight(0, pair(0x01, 0x21));
+    box.waitForFirstWrite();
+    writer.sendLight(1, pair(0x02, 0x22));
+    writer.sendLight(2, pair(0x03, 0x23));
+    writer.sendLight(1, pair(0xB2, 0x22));
+    box.release();
+    writer.waitUntilWritten();
+
+    EXPECT_EQ(box.bytes(), QList<quint8>({ 0x01, 0x21, 0xB2, 0x22, 0x03, 0x23 }));
+}
+
+TEST(BoxWriterTest, ADeviceThatFellBehindGetsTheLatestTickNotABacklog)
+{
+    RecordingBox box;
+    box.holdFirstWrite();
+    BoxWriter writer(box.writer());
+
+    handInTick(writer, 0);
+    box.waitForFirstWrite();
+    for (quint8 tick = 1; tick < 16; ++tick) {
+        handInTick(writer, tick);
+    }
+    box.release();
+    writer.waitUntilWritten();
+
+    // Light 1 of the first tick was already on its way; then the last tick's
+    // pair of every light, the lights in turn from where the box was (light
+    // 1 again last), and nothing of the fourteen ticks between.
+    const QList<quint8> last = tickBytes(15);
+    EXPECT_EQ(box.bytes(), QList<quint8>({ 0x00, 0x80 }) + last.mid(2) + last.mid(0, 2));
+}
+
+TEST(BoxWriterTest, ASlowDeviceEndsOnTheLastStateWithFarFewerWritesThanHandedIn)
+{
+    RecordingBox box(2ms);
+    BoxWriter writer(box.writer());
+
+    constexpr int ticks = 40;
+    for (int tick = 0; tick < ticks; ++tick) {
+        handInTick(writer, quint8(tick % 16));
+        std::this_thread::sleep_for(1ms);
+    }
+    writer.waitUntilWritten();
+
+    // What each light was told last, by its preview byte (0x80 + light).
+    const QList<quint8> bytes = box.bytes();
+    ASSERT_EQ(bytes.size() % 2, 0);
+    QList<int> lastFirstByte(8, -1);
+    for (qsizetype at = 0; at < bytes.size(); at += 2) {
+        lastFirstByte[bytes[at + 1] - 0x80] = bytes[at];
+    }
+    const QList<quint8> last = tickBytes((ticks - 1) % 16);
+    for (int light = 0; light < 8; ++light) {
+        EXPECT_EQ(lastFirstByte[light], last[light * 2]) << "light " << light + 1;
+    }
+    // Every tick written whole would be 640 bytes taking 1.3 s; a writer
+    // that skips stale pairs writes a fraction of that.
+    EXPECT_LT(bytes.size(), ticks * 16 / 2);
+}
+
+TEST(BoxWriterTest, SingleBytesAreNeverMergedAndNoPairMovesPastOne)
+{
+    RecordingBox box;
+    box.holdFirstWrite();
+    BoxWriter writer(box.writer());
+
+    writer.sendLight(0, pair(0x01, 0x21));
+    box.waitForFirstWrite();
+    writer.sendByte(0xB0);
+    writer.sendLight(1, pair(0x02, 0x22));
+    writer.sendByte(0xB0);
+    writer.sendLight(1, pair(0xB2, 0x22));
+    writer.sendLight(2, pair(0x03, 0x23));
+    writer.sendLight(1, pair(0x02, 0xD2));
+    box.release();
+    writer.waitUntilWritten();
+
+    EXPECT_EQ(box.bytes(), QList<quint8>({ 0x01, 0x21, 0xB0, 0x02, 0x22, 0xB0, 0x02, 0xD2, 0x03, 0x23 }));
+}
+
+TEST(BoxWriterTest, EndingTheWriterWritesEverythingStillWaitingFirst)
+{
+    RecordingBox box(2ms);
+    {
+        BoxWriter writer(box.writer());
+        // The lights off at quit, handed in just before the program ends.
+        for (qsizetype light = 0; light < 8; ++light) {
+            writer.sendLight(light, pair(quint8(light + 1), quint8(0x20 + light + 1)));
+        }
+        writer.sendByte(0xB0);
+    }
+
+    QList<quint8> expected;
+    for (int light = 0; light < 8; ++light) {
+        expected << quint8(light + 1) << quint8(0x20 + light + 1);
+    }
+    expected << 0xB0;
+    EXPECT_EQ(box.bytes(), expected);
+}
+
+TEST(BoxWriterTest, OnTheCallersThreadEveryByteIsWrittenBeforeTheCallReturns)
+{
+    RecordingBox box;
+    BoxWriter writer(box.writer(), BoxWriter::Threading::callersThread);
+
+    writer.sendLight(3, pair(0xB4, 0x24));
+    EXPECT_EQ(box.bytes(), QList<quint8>({ 0xB4, 0x24 }));
+    writer.sendByte(0xD0);
+    EXPECT_EQ(box.bytes(), QList<quint8>({ 0xB4, 0x24, 0xD0 }));
+    EXPECT_EQ(box.threads().first(), std::this_thread::get_id());
+}
+
+TEST(BoxWriterTest, ABoxPluggedInBetweenTwoTicksGetsTheWholeStateOfTheNextOne)
+{
+    auto* backend = new FakeBackend;
+    USBHIDAppDelegate box { std::unique_ptr<HidBackend>(backend) };
+    BoxWriter writer([&box](quint8 byte) { box.sendControl(byte); });
+
+    handInTick(writer, 1); // no box yet: dropped
+    writer.waitUntilWritten();
+    auto device = std::make_shared<FakeDevice>();
+    backend->plug(device);
+    handInTick(writer, 2);
+    writer.waitUntilWritten();
+    backend->unplug(device);
+    handInTick(writer, 3); // gone again: dropped
+    writer.waitUntilWritten();
+
+    EXPECT_EQ(device->commandBytes(), tickBytes(2));
+}
