@@ -23,7 +23,7 @@ const Command& command()
         QStringLiteral("Run the 21-step light test chase, one step every 0.5 s, printing each step's bytes"),
         runChase,
         {},
-        { CommandLine::captureVariableHelp() },
+        CommandLine::captureVariablesHelp(),
     };
     return definition;
 }

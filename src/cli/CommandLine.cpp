@@ -52,10 +52,14 @@ void printSection(const QString& title, const QStringList& entries)
 
 } // namespace
 
-QString captureVariableHelp()
+QStringList captureVariablesHelp()
 {
-    return QStringLiteral("  MIXDESK_TALLY_HID_CAPTURE=FILE  use FILE as the tally box: one line of 128 hex digits "
-                          "per report");
+    return {
+        QStringLiteral("  MIXDESK_TALLY_HID_CAPTURE=FILE        use FILE as the tally box: one line of 128 hex digits "
+                       "per report"),
+        QStringLiteral("  MIXDESK_TALLY_HID_CAPTURE_DELAY_MS=N  with MIXDESK_TALLY_HID_CAPTURE, each report takes "
+                       "N ms, as a slow box would"),
+    };
 }
 
 int printHelp(const Command& command)

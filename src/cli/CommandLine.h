@@ -28,9 +28,10 @@ struct Command {
 
 bool wantsHelp(const QStringList& arguments);
 
-// The environment variable that replaces the tally box with a file, as every
-// command that drives the box explains it.
-QString captureVariableHelp();
+// The environment variables that replace the tally box with a file (and
+// make that file as slow as a real box), as every command that drives the
+// box explains them.
+QStringList captureVariablesHelp();
 
 // Prints "usage: tallyctl <usage>", the summary and the options, environment
 // variables and exit codes of the command on standard output (for --help

@@ -19,7 +19,7 @@ const Command& command()
         QStringLiteral("List the attached tally devices (USB vendor 0x04d8, product 0xf5ea)"),
         runDevices,
         {},
-        { CommandLine::captureVariableHelp() },
+        CommandLine::captureVariablesHelp(),
     };
     return definition;
 }

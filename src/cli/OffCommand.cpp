@@ -20,7 +20,7 @@ const Command& command()
         QStringLiteral("Switch every light off (sends 0xB0, then 0xD0)"),
         runOff,
         {},
-        { CommandLine::captureVariableHelp() },
+        CommandLine::captureVariablesHelp(),
     };
     return definition;
 }

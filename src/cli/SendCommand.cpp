@@ -21,7 +21,7 @@ const Command& command()
         QStringLiteral("Send each byte (0xB3 or 179, 0 to 255) to the tally device as one report"),
         runSend,
         {},
-        { CommandLine::captureVariableHelp() },
+        CommandLine::captureVariablesHelp(),
     };
     return definition;
 }

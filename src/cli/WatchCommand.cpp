@@ -47,7 +47,13 @@ const Command& command()
                            "standard output is a terminal)"),
             QStringLiteral("  --no-timestamps       plain lines, also on a terminal"),
         } + RunOptions::helpLines(),
-        { CommandLine::captureVariableHelp() },
+        CommandLine::captureVariablesHelp()
+            + QStringList {
+                QStringLiteral("  MIXDESK_TALLY_OBS_PASSWORD=PASSWORD   the OBS Studio password when no --password-file "
+                               "gives one"),
+                QStringLiteral("  MIXDESK_TALLY_MQTT_PASSWORD=PASSWORD  the MQTT brokers' password when no "
+                               "--mqtt-password-file gives one"),
+            },
         { QStringLiteral("  0  interrupted (Ctrl-C, SIGTERM) or N ticks done"),
             QStringLiteral("  1  the map cannot be read; the message names the file and, for its contents, the line"),
             QStringLiteral("  2  wrong usage") },
