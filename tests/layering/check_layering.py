@@ -133,15 +133,16 @@ COMPONENTS = (
     Component(
         "tools/atem-standin",
         "the ATEM stand-in",
-        ("tools/atem-standin", "src/core"),
-        ("tools/atem-standin", "src/core"),
+        ("tools/atem-standin", "tools/common", "src/core"),
+        ("tools/atem-standin", "tools/common", "src/core"),
     ),
     Component(
         "tools/vmix-standin",
         "the vMix stand-in",
-        ("tools/vmix-standin",),
-        ("tools/vmix-standin",),
+        ("tools/vmix-standin", "tools/common"),
+        ("tools/vmix-standin", "tools/common"),
     ),
+    Component("tools/common", "what the stand-ins share", ("tools/common",), ("tools/common",)),
 )
 
 # The layers of tallycore, lowest first. A layer includes its own headers and
@@ -156,6 +157,7 @@ COMPONENTS = (
 #             session and the switcher's picture
 #   vmix      vMix's TCP API: its reader, XML and tally, the client's session
 #   mqtt      the MQTT topics, payloads, discovery documents, outbox, back-off
+#   dmx       the lights as Art-Net and sACN levels
 #   hardware  the USB tally box and its light command bytes
 #   lock      the editing lock and its password
 #   lamps     how a lamp lays out its label
@@ -163,10 +165,10 @@ COMPONENTS = (
 #   sources   where the shots come from (Mixdesk through link, a TSL table)
 #   tally     the update cycle, which ties the lights to all of the above
 #
-# link, tsl, atem, vmix, mqtt and hardware talk to the world outside and know nothing
+# link, tsl, atem, vmix, mqtt, dmx and hardware talk to the world outside and know nothing
 # of each other; lock, lamps and tallymap are the rules the screens and tallyctl
 # work with; sources and tally put those pieces together.
-CORE_LAYERS = ("base", "model", "link", "tsl", "atem", "vmix", "mqtt", "hardware", "lock", "lamps", "tallymap", "sources", "tally")
+CORE_LAYERS = ("base", "model", "link", "tsl", "atem", "vmix", "mqtt", "dmx", "hardware", "lock", "lamps", "tallymap", "sources", "tally")
 
 # Offences known today, each with the reason it stands and what removes it.
 # An entry names the including file and the include as written; delete the

@@ -4,11 +4,11 @@
 // StandinCommands.h).
 
 #include "StandinCommands.h"
+#include "StandinInput.h"
 #include "StandinServer.h"
 #include "SwitcherModel.h"
 
 #include <QCoreApplication>
-#include <QSocketNotifier>
 #include <QStringList>
 
 #include <cstdio>
@@ -99,34 +99,6 @@ int main(int argc, char* argv[])
     StandinCommands commands(model, server);
     printLine(stdout, QStringLiteral("atem-standin: listening on UDP port %1").arg(server.port()));
 
-    QByteArray pending;
-    QSocketNotifier input(STDIN_FILENO, QSocketNotifier::Read);
-    QObject::connect(&input, &QSocketNotifier::activated, &app, [&] {
-        char buffer[4096];
-        const ssize_t count = ::read(STDIN_FILENO, buffer, sizeof buffer);
-        if (count <= 0) {
-            // The end of the script leaves the switcher running, as a real
-            // one would, until it is stopped.
-            input.setEnabled(false);
-            return;
-        }
-        pending.append(buffer, count);
-        qsizetype end = 0;
-        while ((end = pending.indexOf('\n')) >= 0) {
-            const QString line = QString::fromUtf8(pending.left(end));
-            pending.remove(0, end + 1);
-            QString why;
-            switch (commands.execute(line, &why)) {
-            case StandinCommands::Outcome::quit:
-                app.quit();
-                return;
-            case StandinCommands::Outcome::refused:
-                printLine(stderr, QStringLiteral("atem-standin: ") + why);
-                break;
-            case StandinCommands::Outcome::done:
-                break;
-            }
-        }
-    });
+    StandinInput::follow(app, commands, QStringLiteral("atem-standin"));
     return app.exec();
 }

@@ -3,12 +3,12 @@
 // recording and streaming, and reads one command per line on standard input
 // (see VmixStandinCommands.h).
 
+#include "StandinInput.h"
 #include "VmixModel.h"
 #include "VmixStandinCommands.h"
 #include "VmixStandinServer.h"
 
 #include <QCoreApplication>
-#include <QSocketNotifier>
 #include <QStringList>
 
 #include <cstdio>
@@ -106,34 +106,6 @@ int main(int argc, char* argv[])
     VmixStandinCommands commands(model, server);
     printLine(stdout, QStringLiteral("vmix-standin: listening on TCP port %1").arg(server.port()));
 
-    QByteArray pending;
-    QSocketNotifier input(STDIN_FILENO, QSocketNotifier::Read);
-    QObject::connect(&input, &QSocketNotifier::activated, &app, [&] {
-        char buffer[4096];
-        const ssize_t count = ::read(STDIN_FILENO, buffer, sizeof buffer);
-        if (count <= 0) {
-            // The end of the script leaves the stand-in serving, as vMix
-            // would, until it is stopped.
-            input.setEnabled(false);
-            return;
-        }
-        pending.append(buffer, count);
-        qsizetype end = 0;
-        while ((end = pending.indexOf('\n')) >= 0) {
-            const QString line = QString::fromUtf8(pending.left(end));
-            pending.remove(0, end + 1);
-            QString why;
-            switch (commands.execute(line, &why)) {
-            case VmixStandinCommands::Outcome::quit:
-                app.quit();
-                return;
-            case VmixStandinCommands::Outcome::refused:
-                printLine(stderr, QStringLiteral("vmix-standin: ") + why);
-                break;
-            case VmixStandinCommands::Outcome::done:
-                break;
-            }
-        }
-    });
+    StandinInput::follow(app, commands, QStringLiteral("vmix-standin"));
     return app.exec();
 }

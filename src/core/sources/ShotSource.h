@@ -66,6 +66,18 @@ public:
     // display name alone.
     virtual Details details() const { return { displayName(), false, {}, std::nullopt, {} }; }
 
+    // The last status line, as statusChanged gave it.
+    QString status() const { return m_status; }
+
+protected:
+    // Says a status line, unless it is the one said last: the same trouble
+    // again is not news.
+    void setStatus(const QString& status);
+
+    // A connecting source's link in words: "connected", "not connected
+    // (WHY), trying again" while it waits to try again, else "connecting".
+    static QString connectionInWords(bool ready, bool waitingToRetry, const QString& notConnectedWhy);
+
 Q_SIGNALS:
     // The source learned of a change (a cut, a rename, a lost connection):
     // its owner may run a tick at once instead of waiting for the next one.
@@ -73,4 +85,7 @@ Q_SIGNALS:
     // Something worth telling the operator about the source itself
     // (connected, reconnecting and why); one line, in words.
     void statusChanged(const QString& status);
+
+private:
+    QString m_status;
 };

@@ -156,12 +156,3 @@ int AtemShotSource::rejectedCount() const
 {
     return m_foreign + m_session.rejectedCount();
 }
-
-void AtemShotSource::setStatus(const QString& status)
-{
-    if (status == m_status) {
-        return;
-    }
-    m_status = status;
-    Q_EMIT statusChanged(status);
-}

@@ -50,8 +50,6 @@ public:
     QString displayName() const override;
     Details details() const override;
 
-    // The last status line, as statusChanged gave it.
-    QString status() const { return m_status; }
     // Datagrams dropped so far: from elsewhere, or not packets of the
     // connection.
     int rejectedCount() const;
@@ -62,7 +60,6 @@ private:
     void readDatagrams();
     void tick();
     void takeCommands(const QList<AtemCommand>& commands);
-    void setStatus(const QString& status);
     qint64 now() const { return m_clock.elapsed(); }
 
     Settings m_settings;
@@ -74,5 +71,4 @@ private:
     AtemSession m_session;
     AtemSwitcherState m_state;
     int m_foreign = 0;
-    QString m_status;
 };

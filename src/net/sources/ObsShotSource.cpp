@@ -194,21 +194,6 @@ ShotSource::Details ObsShotSource::details() const
 {
     Details details;
     details.followed = QStringLiteral("OBS Studio at %1").arg(m_settings.address.display());
-    if (m_session.isReady()) {
-        details.link = tr("connected");
-    } else if (m_retryTimer.isActive()) {
-        details.link = tr("not connected (%1), trying again").arg(m_notConnectedWhy);
-    } else {
-        details.link = tr("connecting");
-    }
+    details.link = connectionInWords(m_session.isReady(), m_retryTimer.isActive(), m_notConnectedWhy);
     return details;
-}
-
-void ObsShotSource::setStatus(const QString& status)
-{
-    if (status == m_status) {
-        return; // the same trouble again is not news
-    }
-    m_status = status;
-    Q_EMIT statusChanged(status);
 }

@@ -64,15 +64,11 @@ public:
     // Where OBS Studio is followed.
     const ObsAddress& address() const { return m_settings.address; }
 
-    // The last status line, as statusChanged gave it.
-    QString status() const { return m_status; }
-
 private:
     void connectToServer();
     void scheduleReconnect(const QString& why, bool longWait = false);
     void dropConnection(const QString& why);
     void onConnectionClosed();
-    void setStatus(const QString& status);
 
     // What the session asks of the socket.
     void sendText(const QString& message) override;
@@ -89,7 +85,6 @@ private:
     QTimer m_answerTimer;
     QTimer m_retryTimer;
     int m_retryDelayMs;
-    QString m_status;
     // Why the last connection ended, while a new one is awaited.
     QString m_notConnectedWhy;
 };

@@ -57,7 +57,7 @@ VmixShotSource::~VmixShotSource()
 void VmixShotSource::connectToServer()
 {
     m_closeWhy.clear();
-    if (m_status.isEmpty()) {
+    if (status().isEmpty()) {
         setStatus(QStringLiteral("Connecting to vMix at %1").arg(m_settings.address.display()));
     }
     m_connectTimer.start(m_settings.connectTimeoutMs);
@@ -131,21 +131,6 @@ ShotSource::Details VmixShotSource::details() const
 {
     Details details;
     details.followed = QStringLiteral("vMix at %1").arg(m_settings.address.display());
-    if (m_session.isReady()) {
-        details.link = tr("connected");
-    } else if (m_retryTimer.isActive()) {
-        details.link = tr("not connected (%1), trying again").arg(m_notConnectedWhy);
-    } else {
-        details.link = tr("connecting");
-    }
+    details.link = connectionInWords(m_session.isReady(), m_retryTimer.isActive(), m_notConnectedWhy);
     return details;
-}
-
-void VmixShotSource::setStatus(const QString& status)
-{
-    if (status == m_status) {
-        return; // the same trouble again is not news
-    }
-    m_status = status;
-    Q_EMIT statusChanged(status);
 }

@@ -45,8 +45,6 @@ public:
     QString displayName() const override;
     Details details() const override;
 
-    // The last status line, as statusChanged gave it.
-    QString status() const { return m_status; }
     const VmixAddress& address() const { return m_settings.address; }
 
 private:
@@ -54,7 +52,6 @@ private:
     void onConnected();
     void onClosed(const QString& why);
     void dropConnection(const QString& why);
-    void setStatus(const QString& status);
     QString notConnectedStatus(const QString& why) const;
     qint64 now() const { return m_clock.elapsed(); }
 
@@ -66,7 +63,6 @@ private:
     QTimer m_retryTimer;
     VmixSession m_session;
     int m_retryDelayMs;
-    QString m_status;
     QString m_closeWhy; // why we ended the connection ourselves, if we did
     // Why the last connection ended, while a new one is awaited.
     QString m_notConnectedWhy;
