@@ -34,40 +34,19 @@
 
 namespace {
 
-class AtemWatchProcessTest : public WatchProcessFixture {
+class AtemWatchProcessTest : public SwitcherWatchFixture {
 protected:
     void SetUp() override
     {
-        WatchProcessFixture::SetUp();
+        SwitcherWatchFixture::SetUp();
         if (HasFatalFailure()) {
             return;
         }
         ASSERT_TRUE(atem.start());
     }
 
-    void start(const QStringList& arguments)
-    {
-        QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-        environment.insert(QStringLiteral("MIXDESK_TALLY_HID_CAPTURE"), capture.path);
-        watch.setProcessEnvironment(environment);
-        watch.start(QStringLiteral(TALLY_BINARY_DIR "/bin/tallyctl"),
-            QStringList { QStringLiteral("watch"), QStringLiteral("--source"), atem.address() } + arguments);
-        ASSERT_TRUE(watch.waitForStarted(10000));
-    }
+    QString sourceAddress() const override { return atem.address(); }
 
-    // Whether watch has printed every line since the last clear().
-    bool printedAll(const QStringList& lines)
-    {
-        printed += QString::fromUtf8(watch.readAllStandardOutput());
-        for (const QString& line : lines) {
-            if (!printed.contains(line + QLatin1Char('\n'))) {
-                return false;
-            }
-        }
-        return true;
-    }
-
-    QString printed;
     AtemStandinProcess atem;
 };
 

@@ -14,11 +14,11 @@
 
 namespace {
 
-class VmixWatchProcessTest : public WatchProcessFixture {
+class VmixWatchProcessTest : public SwitcherWatchFixture {
 protected:
     void SetUp() override
     {
-        WatchProcessFixture::SetUp();
+        SwitcherWatchFixture::SetUp();
         if (HasFatalFailure()) {
             return;
         }
@@ -27,29 +27,7 @@ protected:
         ASSERT_TRUE(vmix.start());
     }
 
-    void start(const QStringList& arguments)
-    {
-        QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-        environment.insert(QStringLiteral("MIXDESK_TALLY_HID_CAPTURE"), capture.path);
-        watch.setProcessEnvironment(environment);
-        watch.start(QStringLiteral(TALLY_BINARY_DIR "/bin/tallyctl"),
-            QStringList {
-                QStringLiteral("watch"), QStringLiteral("--no-timestamps"), QStringLiteral("--source"), vmix.address() }
-                + arguments);
-        ASSERT_TRUE(watch.waitForStarted(10000));
-    }
-
-    // Whether watch has printed every line since the last clear().
-    bool printedAll(const QStringList& lines)
-    {
-        printed += QString::fromUtf8(watch.readAllStandardOutput());
-        for (const QString& line : lines) {
-            if (!printed.contains(line + QLatin1Char('\n'))) {
-                return false;
-            }
-        }
-        return true;
-    }
+    QString sourceAddress() const override { return vmix.address(); }
 
     // The light bytes of the last whole tick the box got, as "b1 21 …".
     QByteArray lastTick() const
@@ -69,7 +47,6 @@ protected:
         return clock.elapsed();
     }
 
-    QString printed;
     VmixStandinProcess vmix;
 };
 

@@ -40,3 +40,36 @@ protected:
     CaptureFile capture;
     QProcess watch;
 };
+
+// tallyctl watch following a network switcher's stand-in at sourceAddress,
+// with the capture box, and what it has printed.
+class SwitcherWatchFixture : public WatchProcessFixture {
+protected:
+    virtual QString sourceAddress() const = 0;
+
+    void start(const QStringList& arguments)
+    {
+        QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+        environment.insert(QStringLiteral("MIXDESK_TALLY_HID_CAPTURE"), capture.path);
+        watch.setProcessEnvironment(environment);
+        watch.start(QStringLiteral(TALLY_BINARY_DIR "/bin/tallyctl"),
+            QStringList { QStringLiteral("watch"), QStringLiteral("--no-timestamps"), QStringLiteral("--source"),
+                sourceAddress() }
+                + arguments);
+        ASSERT_TRUE(watch.waitForStarted(10000));
+    }
+
+    // Whether watch has printed every line since the last clear().
+    bool printedAll(const QStringList& lines)
+    {
+        printed += QString::fromUtf8(watch.readAllStandardOutput());
+        for (const QString& line : lines) {
+            if (!printed.contains(line + QLatin1Char('\n'))) {
+                return false;
+            }
+        }
+        return true;
+    }
+
+    QString printed;
+};

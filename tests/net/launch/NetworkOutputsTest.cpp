@@ -15,6 +15,7 @@
 #include "support/Eventually.h"
 #include "support/FakeShotSource.h"
 #include "support/FreePort.h"
+#include "support/UdpReceiver.h"
 #include "tally/TallyCycle.h"
 #include "tallymap/TallyMap.h"
 #include "tsl/TslTallyEncoding.h"
@@ -49,31 +50,7 @@ public:
     void showLightMode(qsizetype, TallyMode) override { }
 };
 
-// A UDP receiver on a port of the system's choosing.
-class Receiver {
-public:
-    Receiver() { m_socket.bind(QHostAddress::LocalHost, 0); }
-
-    QString url() const { return QStringLiteral("udp://127.0.0.1:%1").arg(m_socket.localPort()); }
-
-    // Every datagram that comes within the patience, once count have come.
-    QList<QByteArray> waitFor(qsizetype count, int patience = 5000)
-    {
-        QList<QByteArray> datagrams;
-        eventually(
-            [&] {
-                while (m_socket.hasPendingDatagrams()) {
-                    datagrams.append(m_socket.receiveDatagram().data());
-                }
-                return datagrams.size() >= count;
-            },
-            patience);
-        return datagrams;
-    }
-
-private:
-    QUdpSocket m_socket;
-};
+using Receiver = UdpReceiver;
 
 // Whether a connection to the port on this machine is refused outright.
 bool refused(quint16 port)

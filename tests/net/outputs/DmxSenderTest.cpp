@@ -5,6 +5,7 @@
 #include "outputs/DmxSender.h"
 
 #include "support/Eventually.h"
+#include "support/UdpReceiver.h"
 
 #include <QElapsedTimer>
 #include <QNetworkDatagram>
@@ -49,36 +50,7 @@ E131Packet::Source testSource()
     return source;
 }
 
-class Receiver {
-public:
-    Receiver() { m_socket.bind(QHostAddress::LocalHost, 0); }
-
-    quint16 port() const { return m_socket.localPort(); }
-
-    QList<QByteArray> take()
-    {
-        QList<QByteArray> datagrams;
-        while (m_socket.hasPendingDatagrams()) {
-            datagrams.append(m_socket.receiveDatagram().data());
-        }
-        return datagrams;
-    }
-
-    QList<QByteArray> waitFor(qsizetype count, int patience = 5000)
-    {
-        QList<QByteArray> datagrams;
-        eventually(
-            [&] {
-                datagrams += take();
-                return datagrams.size() >= count;
-            },
-            patience);
-        return datagrams;
-    }
-
-private:
-    QUdpSocket m_socket;
-};
+using Receiver = UdpReceiver;
 
 // The levels an ArtDmx datagram carries.
 QByteArray artNetLevels(const QByteArray& datagram)

@@ -3,6 +3,7 @@
 #include "support/Eventually.h"
 #include "support/FreePort.h"
 #include "support/QtPrinters.h"
+#include "support/UdpReceiver.h"
 #include "tsl/TslUmd50.h"
 #include "tsl/TslUmd50StreamReader.h"
 
@@ -37,39 +38,7 @@ TslDestination destination(TslTallyEncoding::Version version, TslDestination::Tr
     return built;
 }
 
-// A UDP receiver on a port of the system's choosing.
-class Receiver {
-public:
-    Receiver() { m_socket.bind(QHostAddress::LocalHost, 0); }
-
-    quint16 port() const { return m_socket.localPort(); }
-
-    // Everything received so far.
-    QList<QByteArray> take()
-    {
-        QList<QByteArray> datagrams;
-        while (m_socket.hasPendingDatagrams()) {
-            datagrams.append(m_socket.receiveDatagram().data());
-        }
-        return datagrams;
-    }
-
-    // Waits until count datagrams have come, or the patience runs out.
-    QList<QByteArray> waitFor(qsizetype count, int patience = 5000)
-    {
-        QList<QByteArray> datagrams;
-        eventually(
-            [&] {
-                datagrams += take();
-                return datagrams.size() >= count;
-            },
-            patience);
-        return datagrams;
-    }
-
-private:
-    QUdpSocket m_socket;
-};
+using Receiver = UdpReceiver;
 
 } // namespace
 
