@@ -2,9 +2,8 @@
 
 #include "base/StandardOutput.h"
 #include "dmx/ArtDmxPacket.h"
+#include "outputs/HostLookup.h"
 
-#include <QHostAddress>
-#include <QHostInfo>
 #include <QUdpSocket>
 
 // One destination, its socket and its stream's sequence.
@@ -13,21 +12,16 @@ public:
     Link(DmxAddress destination, const E131Packet::Source& source)
         : m_destination(std::move(destination))
         , m_source(source)
+        , m_host(m_destination.destinationHost(), [this](const QString& failure) { report(failure); })
     {
-        m_address = QHostAddress(m_destination.destinationHost());
-        if (m_address.isNull()) {
-            lookUp();
-        }
     }
 
     const DmxAddress& destination() const { return m_destination; }
 
     void send(const QByteArray& levels, bool streamTerminated = false)
     {
-        if (m_address.isNull()) {
-            if (!m_lookingUp) {
-                lookUp();
-            }
+        if (m_host.address().isNull()) {
+            m_host.retryIfUnknown();
             return; // the name is still being looked up
         }
         QByteArray packet;
@@ -38,7 +32,7 @@ public:
             // sACN counts from 0 and wraps; receivers compare in a window.
             packet = E131Packet::build(m_source, m_destination.universe, m_sequence++, streamTerminated, levels);
         }
-        if (m_socket.writeDatagram(packet, m_address, m_destination.port) < 0) {
+        if (m_socket.writeDatagram(packet, m_host.address(), m_destination.port) < 0) {
             report(m_socket.errorString());
         } else {
             report(QString());
@@ -46,20 +40,6 @@ public:
     }
 
 private:
-    void lookUp()
-    {
-        m_lookingUp = true;
-        QHostInfo::lookupHost(m_destination.host, this, [this](const QHostInfo& info) {
-            m_lookingUp = false;
-            if (info.error() != QHostInfo::NoError || info.addresses().isEmpty()) {
-                report(QStringLiteral("cannot find %1 (%2); trying again every second")
-                           .arg(m_destination.host, info.errorString()));
-                return;
-            }
-            m_address = info.addresses().constFirst();
-        });
-    }
-
     // One line per change of condition, not one per datagram; nothing when
     // the datagrams go again after a failure.
     void report(const QString& condition)
@@ -77,8 +57,7 @@ private:
     DmxAddress m_destination;
     const E131Packet::Source& m_source;
     QUdpSocket m_socket;
-    QHostAddress m_address;
-    bool m_lookingUp = false;
+    HostLookup m_host;
     quint8 m_sequence = 0;
     QString m_lastReport;
 };

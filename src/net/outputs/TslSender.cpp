@@ -1,10 +1,9 @@
 #include "outputs/TslSender.h"
 
 #include "base/StandardOutput.h"
+#include "outputs/HostLookup.h"
 #include "tsl/TslUmd50.h"
 
-#include <QHostAddress>
-#include <QHostInfo>
 #include <QTcpSocket>
 #include <QUdpSocket>
 
@@ -24,10 +23,8 @@ public:
         , m_owner(owner)
     {
         if (m_destination.transport == TslDestination::Transport::udp) {
-            m_address = QHostAddress(m_destination.host);
-            if (m_address.isNull()) {
-                lookUp();
-            }
+            m_host
+                = std::make_unique<HostLookup>(m_destination.host, [this](const QString& failure) { report(failure); });
         } else {
             connect(&m_tcp, &QTcpSocket::connected, this, &Link::onConnected);
             connect(&m_tcp, &QTcpSocket::errorOccurred, this, &Link::onError);
@@ -42,11 +39,11 @@ public:
     void send(const QList<QByteArray>& packets)
     {
         if (m_destination.transport == TslDestination::Transport::udp) {
-            if (m_address.isNull()) {
+            if (m_host->address().isNull()) {
                 return; // the name is still being looked up
             }
             for (const QByteArray& packet : packets) {
-                m_udp.writeDatagram(packet, m_address, m_destination.port);
+                m_udp.writeDatagram(packet, m_host->address(), m_destination.port);
             }
             return;
         }
@@ -65,29 +62,13 @@ public:
     void reconnectIfAway()
     {
         if (m_destination.transport == TslDestination::Transport::udp) {
-            if (m_address.isNull() && !m_lookingUp) {
-                lookUp();
-            }
+            m_host->retryIfUnknown();
         } else if (m_tcp.state() == QAbstractSocket::UnconnectedState) {
             m_tcp.connectToHost(m_destination.host, m_destination.port);
         }
     }
 
 private:
-    void lookUp()
-    {
-        m_lookingUp = true;
-        QHostInfo::lookupHost(m_destination.host, this, [this](const QHostInfo& info) {
-            m_lookingUp = false;
-            if (info.error() != QHostInfo::NoError || info.addresses().isEmpty()) {
-                report(QStringLiteral("cannot find %1 (%2); trying again every second")
-                           .arg(m_destination.host, info.errorString()));
-                return;
-            }
-            m_address = info.addresses().constFirst();
-        });
-    }
-
     void onConnected()
     {
         report(QStringLiteral("connected"));
@@ -113,8 +94,8 @@ private:
     TslDestination m_destination;
     TslSender& m_owner;
     QUdpSocket m_udp;
-    QHostAddress m_address;
-    bool m_lookingUp = false;
+    // Over UDP: where the datagrams go.
+    std::unique_ptr<HostLookup> m_host;
     QTcpSocket m_tcp;
     QString m_lastReport;
 };
