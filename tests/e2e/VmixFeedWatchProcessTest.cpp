@@ -55,14 +55,32 @@ std::optional<QString> missing(Client client)
     return std::nullopt;
 }
 
-QJsonObject three(const char* one, const char* two, const char* three)
+// The box's eight lights, the map's three first: the feed tells every
+// light of the box, and those without shots are off.
+QJsonObject lights(const char* one, const char* two, const char* three)
 {
-    return QJsonObject { { QStringLiteral("1"), QLatin1String(one) }, { QStringLiteral("2"), QLatin1String(two) },
+    QJsonObject modes { { QStringLiteral("1"), QLatin1String(one) }, { QStringLiteral("2"), QLatin1String(two) },
         { QStringLiteral("3"), QLatin1String(three) } };
+    for (int light = 4; light <= 8; ++light) {
+        modes.insert(QString::number(light), QStringLiteral("off"));
+    }
+    return modes;
 }
 
-// The map's lights (Camera 1; Camera 2; both) as inputs.
-const QJsonObject titles = three("Camera 1", "Camera 2", "Camera 1 + Camera 2");
+// The map's lights (Camera 1; Camera 2; both) as inputs, then the box's
+// lights without shots.
+QJsonObject inputTitles()
+{
+    QJsonObject titles { { QStringLiteral("1"), QStringLiteral("Camera 1") },
+        { QStringLiteral("2"), QStringLiteral("Camera 2") },
+        { QStringLiteral("3"), QStringLiteral("Camera 1 + Camera 2") } };
+    for (int light = 4; light <= 8; ++light) {
+        titles.insert(QString::number(light), QStringLiteral("Light %1").arg(light));
+    }
+    return titles;
+}
+
+const QJsonObject titles = inputTitles();
 
 class VmixFeedWatchTest : public WatchProcessFixture {
 protected:
@@ -179,24 +197,26 @@ TEST_P(VmixFeedClientTest, TheClientReadsTheLightsThroughCutsALostSwitcherAndRes
     startWatch({ QStringLiteral("--when-lost"), QStringLiteral("off") });
     startClient();
     // Camera 1 live and Camera 2 on preview; the third light has both.
-    expectPicture({ { "connected", true }, { "inputs", titles }, { "tally", three("program", "preview", "program") } });
+    expectPicture(
+        { { "connected", true }, { "inputs", titles }, { "tally", lights("program", "preview", "program") } });
     atem.send("cut");
-    expectPicture({ { "tally", three("preview", "program", "program") } });
+    expectPicture({ { "tally", lights("preview", "program", "program") } });
 
     // The switcher goes: the lights go off, as chosen, and so does the feed.
     atem.stop();
-    expectPicture({ { "connected", true }, { "tally", three("off", "off", "off") } }, 30000);
+    expectPicture({ { "connected", true }, { "tally", lights("off", "off", "off") } }, 30000);
     // It comes back with its own picture.
     ASSERT_TRUE(atem.restart());
-    expectPicture({ { "connected", true }, { "tally", three("program", "preview", "program") } }, 30000);
+    expectPicture({ { "connected", true }, { "tally", lights("program", "preview", "program") } }, 30000);
 
     // watch itself restarts: the client loses it and finds it again.
     quit();
     expectPicture({ { "connected", false } });
     startWatch({ QStringLiteral("--when-lost"), QStringLiteral("off") });
-    expectPicture({ { "connected", true }, { "inputs", titles }, { "tally", three("program", "preview", "program") } });
+    expectPicture(
+        { { "connected", true }, { "inputs", titles }, { "tally", lights("program", "preview", "program") } });
     atem.send("cut");
-    expectPicture({ { "tally", three("preview", "program", "program") } });
+    expectPicture({ { "tally", lights("preview", "program", "program") } });
 }
 
 TEST_P(VmixFeedClientTest, AFrozenSwitcherKeepsTheLightsTheBoxKeeps)
@@ -204,7 +224,7 @@ TEST_P(VmixFeedClientTest, AFrozenSwitcherKeepsTheLightsTheBoxKeeps)
     startWatch({ QStringLiteral("--when-lost"), QStringLiteral("keep") });
     startClient();
     atem.send("cut");
-    expectPicture({ { "connected", true }, { "tally", three("preview", "program", "program") } });
+    expectPicture({ { "connected", true }, { "tally", lights("preview", "program", "program") } });
     atem.stop();
     QString printed;
     ASSERT_TRUE(eventually(
@@ -217,7 +237,7 @@ TEST_P(VmixFeedClientTest, AFrozenSwitcherKeepsTheLightsTheBoxKeeps)
     // Lost: the box keeps the last picture, and the feed says what the box
     // shows, a while after the loss as well.
     eventually([] { return false; }, 1500);
-    expectPicture({ { "connected", true }, { "tally", three("preview", "program", "program") } });
+    expectPicture({ { "connected", true }, { "tally", lights("preview", "program", "program") } });
 }
 
 INSTANTIATE_TEST_SUITE_P(
@@ -233,7 +253,7 @@ TEST_F(VmixFeedWatchTest, ASubscriberHearsTheLightsGoOffAtQuit)
     QByteArray received;
     ASSERT_TRUE(eventually([&] {
         received += subscriber.readAll();
-        return received.contains("TALLY OK 121\r\n");
+        return received.contains("TALLY OK 12100000\r\n");
     })) << received.toStdString();
     EXPECT_TRUE(received.startsWith("SUBSCRIBE OK TALLY\r\n")) << received.toStdString();
     received.clear();
@@ -243,5 +263,5 @@ TEST_F(VmixFeedWatchTest, ASubscriberHearsTheLightsGoOffAtQuit)
         return subscriber.state() == QAbstractSocket::UnconnectedState;
     }));
     received += subscriber.readAll();
-    EXPECT_TRUE(received.endsWith("TALLY OK 000\r\n")) << received.toStdString();
+    EXPECT_TRUE(received.endsWith("TALLY OK 00000000\r\n")) << received.toStdString();
 }

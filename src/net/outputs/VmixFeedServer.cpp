@@ -140,6 +140,8 @@ void VmixFeedServer::answer(Client& client, const QByteArray& request)
         break;
     case VmixFeedProtocol::Effect::quit:
         send(client, reply.bytes);
+        // What follows QUIT in the same bytes goes unanswered.
+        client.dropped = true;
         client.socket.disconnectFromHost();
         return;
     case VmixFeedProtocol::Effect::none:
