@@ -8,6 +8,7 @@
 #include "hardware/BoxWriter.h"
 #include "hardware/USBHIDAppDelegate.h"
 #include "launch/RunBuilder.h"
+#include "outputs/VmixFeedServer.h"
 #include "outputs/WebTallyServer.h"
 #include "sources/TslShotSource.h"
 #include "tally/TallyTicker.h"
@@ -29,13 +30,14 @@ const Command& command()
 {
     static const Command definition {
         QStringLiteral("watch"),
-        QStringLiteral("watch [--ticks N] [--json] [--timestamps|--no-timestamps] [--source SOURCE] "
-                       "[--tsl-allow LIST]... [--tsl-silence SECONDS] [--password-file FILE] [--tsl URL]... "
-                       "[--tsl5 URL]... [--tsl-offset N] [--web [ADDRESS:]PORT] [--mqtt URL]... "
-                       "[--mqtt-password-file FILE] [--mqtt-ca-file FILE] [--mqtt-discovery] [--dmx URL]... "
-                       "[--dmx-start N] [--dmx-layout rgb|single] [--when-lost "
-                       "keep|off|blink] [--blink-after SECONDS] "
-                       "[--lights-off-at-quit] MAP"),
+        QStringLiteral(
+            "watch [--ticks N] [--json] [--timestamps|--no-timestamps] [--source SOURCE] "
+            "[--tsl-allow LIST]... [--tsl-silence SECONDS] [--password-file FILE] [--tsl URL]... "
+            "[--tsl5 URL]... [--tsl-offset N] [--web [ADDRESS:]PORT] [--vmix-feed [ADDRESS:]PORT] [--mqtt URL]... "
+            "[--mqtt-password-file FILE] [--mqtt-ca-file FILE] [--mqtt-discovery] [--dmx URL]... "
+            "[--dmx-start N] [--dmx-layout rgb|single] [--when-lost "
+            "keep|off|blink] [--blink-after SECONDS] "
+            "[--lights-off-at-quit] MAP"),
         QStringLiteral("Run the update cycle on a tally map without a window, printing each change, until "
                        "interrupted (or for N ticks of 0.25 s)"),
         runWatch,
@@ -213,6 +215,10 @@ int runWatch(const QStringList& arguments)
     }
     if (outputs->web) {
         announcePhoneLinks(*outputs->web, tallyMap->shotSelections().size(), options.json);
+    }
+    if (outputs->vmixFeed) {
+        const QString listening = QStringLiteral("vMix tally feed on %1").arg(outputs->vmixFeed->address().toString());
+        options.json ? printErrorLine(listening) : printLine(listening);
     }
     WatchPrinter printer(tallyMap->shotSelections().size(), printStyle(options));
     printer.setSource(source->displayName(), source->kind());

@@ -44,9 +44,11 @@ TEST(TallyctlHelpTest, HelpCommandShowsTheOptionsEnvironmentAndExitCodesOfWatch)
     const TallyctlRun run = runTallyctl({ QStringLiteral("help"), QStringLiteral("watch") });
     EXPECT_EQ(run.exitCode, 0);
     EXPECT_TRUE(run.out.startsWith(QStringLiteral("usage: tallyctl watch ")));
-    for (const char* expected : { "\noptions:\n", "  --ticks N ", "  --json ", "  --timestamps ", "  --no-timestamps ",
-             "  --source SOURCE ", "\nenvironment:\n  MIXDESK_TALLY_HID_CAPTURE=FILE ", "\nexit codes:\n  0  ",
-             "\n  1  the map cannot be read", "\n  2  wrong usage\n" }) {
+    for (const char* expected :
+        { "\noptions:\n", "  --ticks N ", "  --json ", "  --timestamps ", "  --no-timestamps ", "  --source SOURCE ",
+            " [--vmix-feed [ADDRESS:]PORT] ", "\n  --vmix-feed WHERE     answer vMix tally receivers",
+            "itself uses port 8099", "\nenvironment:\n  MIXDESK_TALLY_HID_CAPTURE=FILE ", "\nexit codes:\n  0  ",
+            "\n  1  the map cannot be read", "\n  2  wrong usage\n" }) {
         EXPECT_TRUE(run.out.contains(QString::fromLatin1(expected))) << expected << " missing from\n"
                                                                      << run.out.toStdString();
     }

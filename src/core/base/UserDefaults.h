@@ -84,6 +84,8 @@ inline const QString tslSilenceSeconds = QStringLiteral("TslSilenceSeconds");
 // output is off, so that a first start serves and sends nothing.
 // Where the web tally page listens, "[ADDRESS:]PORT"; empty: no page.
 inline const QString webTally = QStringLiteral("WebTally");
+// The vMix-compatible tally feed: "[ADDRESS:]PORT"; empty or unset: none.
+inline const QString vmixFeed = QStringLiteral("VmixFeed");
 // TSL UMD destinations, "udp://HOST:PORT" (and "tcp://HOST:PORT" for 5.0).
 inline const QString tsl31Destinations = QStringLiteral("Tsl31Destinations");
 inline const QString tsl50Destinations = QStringLiteral("Tsl50Destinations");

@@ -24,6 +24,7 @@ const QString address = QStringLiteral("address");
 const QString password = QStringLiteral("password");
 const QString allowedSenders = QStringLiteral("allowedSenders");
 const QString web = QStringLiteral("web");
+const QString vmixFeed = QStringLiteral("vmixFeed");
 const QString tsl = QStringLiteral("tsl");
 const QString tsl31 = QStringLiteral("tsl31");
 const QString tsl50 = QStringLiteral("tsl50");
@@ -135,6 +136,7 @@ bool takeOutputs(const RunOptions& options, HandOverRequest* request, QString* p
     }
     request->outputs = NetworkOutputChoices::of(options);
     request->webGiven = options.web.has_value();
+    request->vmixFeedGiven = options.vmixFeed.has_value();
     request->tslGiven = options.tslGiven;
     request->mqttGiven = options.mqttGiven;
     request->dmxGiven = options.dmxGiven;
@@ -260,6 +262,10 @@ void readOutputs(FieldReader& fields, HandOverRequest* request)
         request->webGiven = true;
         outputs.web = fields.text(Key::web);
     }
+    if (fields.has(Key::vmixFeed)) {
+        request->vmixFeedGiven = true;
+        outputs.vmixFeed = fields.text(Key::vmixFeed);
+    }
     if (fields.has(Key::tsl)) {
         request->tslGiven = true;
         const QJsonObject object = fields.object(Key::tsl);
@@ -334,6 +340,9 @@ void putOutputs(const HandOverRequest& request, QJsonObject* root)
     const NetworkOutputChoices& outputs = request.outputs;
     if (request.webGiven) {
         root->insert(Key::web, outputs.web.value_or(QString()));
+    }
+    if (request.vmixFeedGiven) {
+        root->insert(Key::vmixFeed, outputs.vmixFeed.value_or(QString()));
     }
     if (request.tslGiven) {
         root->insert(Key::tsl,
@@ -419,6 +428,9 @@ NetworkOutputChoices HandOverRequest::outputsOver(const NetworkOutputChoices& cu
     if (webGiven) {
         next.web = outputs.web;
     }
+    if (vmixFeedGiven) {
+        next.vmixFeed = outputs.vmixFeed;
+    }
     if (tslGiven) {
         next.takeTslFrom(outputs);
     }
@@ -444,6 +456,9 @@ QStringList HandOverRequest::summary() const
     }
     if (webGiven) {
         parts.append(QStringLiteral("web tally page on ") + outputs.web.value_or(QString()));
+    }
+    if (vmixFeedGiven) {
+        parts.append(QStringLiteral("vMix tally feed on ") + outputs.vmixFeed.value_or(QString()));
     }
     if (tslGiven) {
         parts.append(QStringLiteral("TSL to ")

@@ -43,6 +43,7 @@ struct HandOverRequest {
     // window's, each part whole as at start-up.
     NetworkOutputChoices outputs;
     bool webGiven = false;
+    bool vmixFeedGiven = false;
     bool tslGiven = false;
     bool mqttGiven = false;
     bool dmxGiven = false;
@@ -64,7 +65,7 @@ struct HandOverRequest {
     static std::optional<HandOverRequest> fromLaunch(
         const RunOptions& options, const QStringList& files, const QString& folder, QString* problem);
 
-    bool changesOutputs() const { return webGiven || tslGiven || mqttGiven || dmxGiven; }
+    bool changesOutputs() const { return webGiven || vmixFeedGiven || tslGiven || mqttGiven || dmxGiven; }
     // current with the given parts put over it.
     NetworkOutputChoices outputsOver(const NetworkOutputChoices& current) const;
     bool changesLostSourcePolicy() const { return whenSourceLost || blinkAfterSeconds || lightsOffAtQuit; }

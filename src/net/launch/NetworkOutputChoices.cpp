@@ -31,6 +31,20 @@ bool checkWeb(const QString& text, QString* problem)
     return true;
 }
 
+bool checkVmixFeed(const QString& text, QString* problem)
+{
+    if (text.trimmed().isEmpty()) {
+        return reportProblem(problem,
+            QStringLiteral("The vMix tally feed needs a port to listen on: [ADDRESS:]PORT, such as 8100 (vMix itself "
+                           "uses 8099)"));
+    }
+    QString why;
+    if (!WebListenAddress::parse(text.trimmed(), &why)) {
+        return reportProblem(problem, QStringLiteral("vMix tally feed: ") + why);
+    }
+    return true;
+}
+
 bool checkGroup(const DestinationGroup& group, int offset, QString* problem)
 {
     for (const QString& text : group.texts) {
@@ -106,6 +120,9 @@ bool NetworkOutputChoices::check(QString* problem) const
     if (web && !checkWeb(*web, problem)) {
         return false;
     }
+    if (vmixFeed && !checkVmixFeed(*vmixFeed, problem)) {
+        return false;
+    }
     if (tslIndexOffset < 0) {
         return reportProblem(
             problem, QStringLiteral("The display index offset must be 0 or more, not %1").arg(tslIndexOffset));
@@ -156,6 +173,10 @@ RunOptions NetworkOutputChoices::runOptions() const
         QString ignored; // problem() has said there is none
         options.web = WebListenAddress::parse(web->trimmed(), &ignored);
     }
+    if (vmixFeed) {
+        QString ignored; // problem() has said there is none
+        options.vmixFeed = WebListenAddress::parse(vmixFeed->trimmed(), &ignored);
+    }
     options.tsl31Destinations = tsl31Destinations;
     options.tsl50Destinations = tsl50Destinations;
     options.tslIndexOffset = tslIndexOffset;
@@ -178,6 +199,9 @@ NetworkOutputChoices NetworkOutputChoices::of(const RunOptions& options)
     if (options.web) {
         choices.web = options.web->toString();
     }
+    if (options.vmixFeed) {
+        choices.vmixFeed = options.vmixFeed->toString();
+    }
     choices.tsl31Destinations = options.tsl31Destinations;
     choices.tsl50Destinations = options.tsl50Destinations;
     choices.tslIndexOffset = options.tslIndexOffset;
@@ -198,6 +222,10 @@ NetworkOutputChoices NetworkOutputChoices::saved(const UserDefaults& defaults)
     if (!web.isEmpty()) {
         choices.web = web;
     }
+    const QString vmixFeed = defaults.objectForKey(Preferences::vmixFeed).toString().trimmed();
+    if (!vmixFeed.isEmpty()) {
+        choices.vmixFeed = vmixFeed;
+    }
     choices.tsl31Destinations = storedList(defaults, Preferences::tsl31Destinations);
     choices.tsl50Destinations = storedList(defaults, Preferences::tsl50Destinations);
     choices.tslIndexOffset = defaults.objectForKey(Preferences::tslIndexOffset).toInt();
@@ -216,6 +244,7 @@ NetworkOutputChoices NetworkOutputChoices::saved(const UserDefaults& defaults)
 void NetworkOutputChoices::save(UserDefaults& defaults) const
 {
     defaults.setObject(Preferences::webTally, web.value_or(QString()));
+    defaults.setObject(Preferences::vmixFeed, vmixFeed.value_or(QString()));
     defaults.setObject(Preferences::tsl31Destinations, tsl31Destinations);
     defaults.setObject(Preferences::tsl50Destinations, tsl50Destinations);
     defaults.setObject(Preferences::tslIndexOffset, tslIndexOffset);

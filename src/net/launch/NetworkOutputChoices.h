@@ -18,6 +18,9 @@ struct NetworkOutputChoices {
     // "[ADDRESS:]PORT"; nothing: no web tally page. An empty text is a page
     // wanted without a port yet, which problem() refuses.
     std::optional<QString> web;
+    // "[ADDRESS:]PORT"; nothing: no vMix tally feed. An empty text is a feed
+    // wanted without a port yet, which problem() refuses.
+    std::optional<QString> vmixFeed;
     // "udp://HOST:PORT", and also "tcp://HOST:PORT" for 5.0.
     QStringList tsl31Destinations;
     QStringList tsl50Destinations;

@@ -3,6 +3,7 @@
 #include "outputs/DmxSender.h"
 #include "outputs/MqttPublisher.h"
 #include "outputs/TslSender.h"
+#include "outputs/VmixFeedServer.h"
 #include "outputs/WebTallyServer.h"
 #include "tally/TallyCycle.h"
 
@@ -44,6 +45,11 @@ bool NetworkOutputs::startAtLaunch(const RunOptions& commandLine, const NetworkO
         NetworkOutputChoices next = m_current;
         next.web = saved.web;
         startSaved(next, tr("The saved web tally page"), &problems);
+    }
+    if (!commandLine.vmixFeed) {
+        NetworkOutputChoices next = m_current;
+        next.vmixFeed = saved.vmixFeed;
+        startSaved(next, tr("The saved vMix tally feed"), &problems);
     }
     if (!commandLine.mqttGiven) {
         NetworkOutputChoices next = m_current;
@@ -106,14 +112,25 @@ bool NetworkOutputs::replace(const NetworkOutputChoices& choices, QString* probl
     // The parts that can still fail first (the MQTT files, then the page),
     // and until they have, the running outputs stay untouched.
     StartedOutputs next;
+    bool reusedFeed = false;
+    if (!vmixFeedFor(choices, &next.vmixFeed, &reusedFeed, problem)) {
+        return false;
+    }
+    const auto keepFeed = [&] {
+        if (reusedFeed) {
+            m_running.vmixFeed = std::move(next.vmixFeed);
+        }
+    };
     bool reusedMqtt = false;
     if (!mqttFor(choices, &next, &reusedMqtt, problem)) {
+        keepFeed();
         return false;
     }
     if (!startWeb(choices.runOptions(), &next.web, problem)) {
         if (reusedMqtt) {
             m_running.mqtt = std::move(next.mqtt);
         }
+        keepFeed();
         return false;
     }
     next.tsl = senderFor(choices);
@@ -141,6 +158,24 @@ std::unique_ptr<DmxSender> NetworkOutputs::dmxSenderFor(const NetworkOutputChoic
     }
     QString ignored; // checked before: every destination and the layout
     return makeDmxSender(choices.runOptions(), &ignored);
+}
+
+bool NetworkOutputs::vmixFeedFor(
+    const NetworkOutputChoices& choices, std::unique_ptr<VmixFeedServer>* feed, bool* reused, QString* problem)
+{
+    const RunOptions options = choices.runOptions();
+    if (!options.vmixFeed) {
+        return true;
+    }
+    // The same address keeps the running feed: its receivers stay
+    // subscribed, and a new server could not take the port anyway.
+    if (m_running.vmixFeed && m_current.runOptions().vmixFeed == options.vmixFeed) {
+        *feed = std::move(m_running.vmixFeed);
+        *reused = true;
+        return true;
+    }
+    *feed = startVmixFeed(options, problem);
+    return *feed != nullptr;
 }
 
 bool NetworkOutputs::mqttFor(const NetworkOutputChoices& choices, StartedOutputs* next, bool* reused, QString* problem)

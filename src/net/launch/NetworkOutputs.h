@@ -28,7 +28,7 @@ public:
     ~NetworkOutputs() override;
 
     // At launch: what the command line asks for, then what the settings
-    // saved for the kinds it left alone (the web page; TSL; MQTT; DMX). False, with the
+    // saved for the kinds it left alone (the web page; the vMix feed; TSL; MQTT; DMX). False, with the
     // problem, when the command line's own outputs cannot start: the program
     // ends, as it always has. A saved choice that cannot start stays off and
     // is reported through problemChanged, so that the window still opens.
@@ -45,6 +45,7 @@ public:
     WebTallyServer* webServer() const { return m_running.web.get(); }
     TslSender* tslSender() const { return m_running.tsl.get(); }
     DmxSender* dmxSender() const { return m_running.dmx.get(); }
+    VmixFeedServer* vmixFeed() const { return m_running.vmixFeed.get(); }
     const std::vector<std::unique_ptr<MqttPublisher>>& mqttPublishers() const { return m_running.mqtt; }
     // Where phones open the running page, each of lightCount lights' pages
     // included; none while no page is served.
@@ -65,6 +66,11 @@ private:
     void startSaved(const NetworkOutputChoices& next, const QString& what, QStringList* problems);
     std::unique_ptr<TslSender> senderFor(const NetworkOutputChoices& choices);
     std::unique_ptr<DmxSender> dmxSenderFor(const NetworkOutputChoices& choices);
+    // The feed the choices ask for: the running one when its address did not
+    // change (reused says so), else a new one. False, with the reason, when
+    // it cannot listen.
+    bool vmixFeedFor(
+        const NetworkOutputChoices& choices, std::unique_ptr<VmixFeedServer>* feed, bool* reused, QString* problem);
     // The publishers the choices ask for: the running ones when the MQTT
     // choices did not change (reused says so), else new ones. False, with
     // the reason, when a password or CA file cannot be read.

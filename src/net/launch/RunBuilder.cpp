@@ -10,6 +10,7 @@
 #include "outputs/MosquittoClient.h"
 #include "outputs/MqttPublisher.h"
 #include "outputs/TslSender.h"
+#include "outputs/VmixFeedServer.h"
 #include "outputs/WebTallyServer.h"
 #include "sources/AtemShotSource.h"
 #include "sources/MixdeskShotSource.h"
@@ -428,6 +429,18 @@ std::unique_ptr<WebTallyServer> startWebTally(const RunOptions& options, QString
     return server;
 }
 
+std::unique_ptr<VmixFeedServer> startVmixFeed(const RunOptions& options, QString* problem)
+{
+    if (!options.vmixFeed) {
+        return nullptr;
+    }
+    auto server = std::make_unique<VmixFeedServer>();
+    if (!server->listen(*options.vmixFeed, problem)) {
+        return nullptr;
+    }
+    return server;
+}
+
 StartedOutputs::StartedOutputs() = default;
 StartedOutputs::StartedOutputs(StartedOutputs&&) noexcept = default;
 StartedOutputs& StartedOutputs::operator=(StartedOutputs&&) noexcept = default;
@@ -441,6 +454,7 @@ void StartedOutputs::addTo(TallyCycle& cycle) const
         cycle.addOutput(publisher.get());
     }
     cycle.addOutput(dmx.get());
+    cycle.addOutput(vmixFeed.get());
 }
 
 void StartedOutputs::removeFrom(TallyCycle& cycle) const
@@ -451,6 +465,7 @@ void StartedOutputs::removeFrom(TallyCycle& cycle) const
         cycle.removeOutput(publisher.get());
     }
     cycle.removeOutput(dmx.get());
+    cycle.removeOutput(vmixFeed.get());
 }
 
 std::optional<StartedOutputs> startOutputs(const RunOptions& options, QString* problem)
@@ -470,6 +485,10 @@ std::optional<StartedOutputs> startOutputs(const RunOptions& options, QString* p
     outputs.mqtt = mqttPublishersFor(*mqtt, options);
     outputs.web = startWebTally(options, problem);
     if (options.web && !outputs.web) {
+        return std::nullopt;
+    }
+    outputs.vmixFeed = startVmixFeed(options, problem);
+    if (options.vmixFeed && !outputs.vmixFeed) {
         return std::nullopt;
     }
     return outputs;

@@ -78,6 +78,13 @@ class WebTallyServer;
 // when it cannot listen there.
 std::unique_ptr<WebTallyServer> startWebTally(const RunOptions& options, QString* problem);
 
+class VmixFeedServer;
+
+// The vMix-compatible tally feed, listening where the options say. Nothing,
+// and no problem, when the options ask for none; nothing with the reason in
+// problem when it cannot listen there.
+std::unique_ptr<VmixFeedServer> startVmixFeed(const RunOptions& options, QString* problem);
+
 class TallyCycle;
 
 // Every output besides the window and the tally box that the options ask
@@ -88,6 +95,7 @@ struct StartedOutputs {
     std::unique_ptr<WebTallyServer> web;
     std::vector<std::unique_ptr<MqttPublisher>> mqtt;
     std::unique_ptr<DmxSender> dmx;
+    std::unique_ptr<VmixFeedServer> vmixFeed;
 
     StartedOutputs();
     StartedOutputs(StartedOutputs&&) noexcept;
@@ -105,5 +113,5 @@ struct StartedOutputs {
 bool checkOutputs(const RunOptions& options, QString* problem);
 
 // Every output the options ask for, started; nothing, with the problem, when
-// a check fails or the web page cannot listen.
+// a check fails or the web page or the vMix feed cannot listen.
 std::optional<StartedOutputs> startOutputs(const RunOptions& options, QString* problem);

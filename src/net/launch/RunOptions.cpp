@@ -195,6 +195,15 @@ bool takeWebOption(QStringList& arguments, qsizetype index, RunOptions* options,
         });
 }
 
+bool takeVmixFeedOption(QStringList& arguments, qsizetype index, RunOptions* options, bool* matched, QString* problem)
+{
+    return takeCheckedOption(arguments, index, QStringLiteral("--vmix-feed"), matched, problem,
+        [options](const QString& value, QString* why) {
+            options->vmixFeed = WebListenAddress::parse(value, why);
+            return options->vmixFeed.has_value();
+        });
+}
+
 // Checks and stores the values of the lost-source options.
 bool applyLostSourceValue(const QString& name, const QString& value, RunOptions* options, QString* problem)
 {
@@ -276,8 +285,8 @@ bool takeFlag(QStringList& arguments, qsizetype index, RunOptions* options, bool
 bool takeOption(QStringList& arguments, qsizetype index, RunOptions* options, bool* matched, QString* problem)
 {
     using Take = bool (*)(QStringList&, qsizetype, RunOptions*, bool*, QString*);
-    for (const Take take : { takeFlag, takeTextOption, takeWebOption, takeTslAllowOption, takeTslSilenceOption,
-             takeDmxLayoutOption, takeRepeatableOption, takeNumberOption }) {
+    for (const Take take : { takeFlag, takeTextOption, takeWebOption, takeVmixFeedOption, takeTslAllowOption,
+             takeTslSilenceOption, takeDmxLayoutOption, takeRepeatableOption, takeNumberOption }) {
         if (!take(arguments, index, options, matched, problem)) {
             return false;
         }
@@ -339,6 +348,9 @@ QStringList RunOptions::helpLines()
         QStringLiteral("                        (repeatable)"),
         QStringLiteral("  --tsl-offset N        light N is TSL display index N + offset (default 0)"),
         QStringLiteral("  --web [ADDRESS:]PORT  serve the web tally page for phones (every interface if no ADDRESS)"),
+        QStringLiteral("  --vmix-feed WHERE     answer vMix tally receivers as vMix's TCP API does, on"),
+        QStringLiteral("                        [ADDRESS:]PORT (every interface if no ADDRESS; vMix"),
+        QStringLiteral("                        itself uses port 8099)"),
         QStringLiteral("  --mqtt URL            publish the lights to an MQTT broker:"),
         QStringLiteral("                        mqtt://[USER@]HOST[:PORT][/PREFIX], mqtts:// for TLS (repeatable;"),
         QStringLiteral("                        topics under mixdesk-tally/<host name> unless PREFIX is given)"),

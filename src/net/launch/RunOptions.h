@@ -70,6 +70,9 @@ struct RunOptions {
     bool dmxGiven = false;
     // The web tally page: off unless --web [ADDRESS:]PORT is given.
     std::optional<WebListenAddress> web;
+    // The vMix-compatible tally feed: off unless --vmix-feed [ADDRESS:]PORT
+    // is given.
+    std::optional<WebListenAddress> vmixFeed;
     // What the lights do while the source is lost, and at quit; unset
     // choices leave the saved preference (or the default) in force.
     std::optional<LostSourcePolicy::Action> whenSourceLost;

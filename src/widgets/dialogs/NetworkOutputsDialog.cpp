@@ -47,6 +47,7 @@ NetworkOutputsDialog::NetworkOutputsDialog(const NetworkOutputChoices& current, 
     setWindowTitle(tr("Network Outputs"));
     auto* form = new QFormLayout(this);
     addWebRows(current);
+    addVmixFeedRows(current);
     addTslRows(current);
     addMqttRows(current);
     addDmxRows(current);
@@ -86,6 +87,21 @@ void NetworkOutputsDialog::showPhoneLinks(const QList<PhoneLink>& links)
 {
     phoneLinksView->setLinks(links);
     phoneLinksView->setVisible(!links.isEmpty());
+}
+
+void NetworkOutputsDialog::addVmixFeedRows(const NetworkOutputChoices& current)
+{
+    auto* form = static_cast<QFormLayout*>(layout());
+    vmixFeedCheckBox = new QCheckBox(tr("Tell the lights to vMix tally receivers (vMix TCP API)"), this);
+    vmixFeedCheckBox->setObjectName(QStringLiteral("vmixFeedOn"));
+    vmixFeedCheckBox->setChecked(current.vmixFeed.has_value());
+    vmixFeedAddressField = new QLineEdit(current.vmixFeed.value_or(QString()), this);
+    vmixFeedAddressField->setObjectName(QStringLiteral("vmixFeedAddress"));
+    vmixFeedAddressField->setPlaceholderText(tr("8100, or 192.168.1.20:8100; vMix itself uses 8099"));
+    vmixFeedAddressField->setEnabled(vmixFeedCheckBox->isChecked());
+    connect(vmixFeedCheckBox, &QCheckBox::toggled, vmixFeedAddressField, &QWidget::setEnabled);
+    form->addRow(vmixFeedCheckBox);
+    form->addRow(tr("vMix feed on:"), vmixFeedAddressField);
 }
 
 void NetworkOutputsDialog::addTslRows(const NetworkOutputChoices& current)
@@ -155,6 +171,9 @@ NetworkOutputChoices NetworkOutputsDialog::choices() const
     NetworkOutputChoices chosen;
     if (webCheckBox->isChecked()) {
         chosen.web = webAddressField->text().trimmed();
+    }
+    if (vmixFeedCheckBox->isChecked()) {
+        chosen.vmixFeed = vmixFeedAddressField->text().trimmed();
     }
     chosen.tsl31Destinations = destinationLines(*tsl31Field);
     chosen.tsl50Destinations = destinationLines(*tsl50Field);

@@ -19,13 +19,11 @@ class QSpinBox;
 class PhoneLinksView;
 
 // Outputs > Network Outputs: the web tally page on or off and where it
-// listens, the TSL UMD 3.1 and 5.0 destinations and the display index
-// offset, the MQTT brokers with Home Assistant discovery, the password file
-// and the CA file (the password itself is never typed here: it would be
-// stored in the settings in the clear), the Art-Net and sACN destinations
-// with the first channel and the layout. It only shows and collects: OK hands the choices to whoever opened
-// it, which starts them at once. Choices that are refused leave the dialog
-// open with the reason, and nothing typed is lost.
+// listens, the vMix tally feed on or off and where it listens, the TSL UMD 3.1 and 5.0 destinations and the display
+// index offset, the MQTT brokers with Home Assistant discovery, the password file and the CA file (the password itself
+// is never typed here: it would be stored in the settings in the clear), the Art-Net and sACN destinations with the
+// first channel and the layout. It only shows and collects: OK hands the choices to whoever opened it, which starts
+// them at once. Choices that are refused leave the dialog open with the reason, and nothing typed is lost.
 class NetworkOutputsDialog : public QDialog {
     Q_OBJECT
 
@@ -47,6 +45,8 @@ public:
     QPointer<QLineEdit> webAddressField;
     // Shown only while the page runs.
     QPointer<PhoneLinksView> phoneLinksView;
+    QPointer<QCheckBox> vmixFeedCheckBox;
+    QPointer<QLineEdit> vmixFeedAddressField;
     QPointer<QPlainTextEdit> tsl31Field;
     QPointer<QPlainTextEdit> tsl50Field;
     QPointer<QSpinBox> offsetField;
@@ -63,6 +63,7 @@ public:
 
 private:
     void addWebRows(const NetworkOutputChoices& current);
+    void addVmixFeedRows(const NetworkOutputChoices& current);
     void addTslRows(const NetworkOutputChoices& current);
     void addMqttRows(const NetworkOutputChoices& current);
     void addDmxRows(const NetworkOutputChoices& current);

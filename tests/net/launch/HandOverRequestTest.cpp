@@ -56,6 +56,8 @@ HandOverRequest everyChoice()
     request.source = HandOverRequest::Source { "tsl5://9900", "", { "10.0.0.5", "10.0.1.0/24" } };
     request.webGiven = true;
     request.outputs.web = "127.0.0.1:8090";
+    request.vmixFeedGiven = true;
+    request.outputs.vmixFeed = "127.0.0.1:8100";
     request.tslGiven = true;
     request.outputs.tsl31Destinations = QStringList { "udp://10.0.0.9:8900" };
     request.outputs.tsl50Destinations = QStringList { "tcp://10.0.0.9:9000" };
@@ -321,6 +323,21 @@ TEST(HandOverRequestTest, DmxReplacesItsWholePartAndNothingElse)
     expected.dmxLayout = QStringLiteral("single");
     EXPECT_EQ(launch.request->outputsOver(running), expected);
     EXPECT_TRUE(launch.request->summary().contains(QStringLiteral("DMX to sacn:///2")));
+}
+
+TEST(HandOverRequestTest, TheVmixFeedReplacesItsAddressAndNothingElse)
+{
+    const Launch launch = secondLaunch({ "--vmix-feed", "127.0.0.1:8100" });
+    ASSERT_TRUE(launch.request) << launch.problem.toStdString();
+    EXPECT_TRUE(launch.request->changesOutputs());
+    NetworkOutputChoices running;
+    running.web = QStringLiteral("8080");
+    running.vmixFeed = QStringLiteral("8200");
+    NetworkOutputChoices expected;
+    expected.web = QStringLiteral("8080");
+    expected.vmixFeed = QStringLiteral("127.0.0.1:8100");
+    EXPECT_EQ(launch.request->outputsOver(running), expected);
+    EXPECT_TRUE(launch.request->summary().contains(QStringLiteral("vMix tally feed on 127.0.0.1:8100")));
 }
 
 TEST(HandOverRequestTest, DmxStartOrLayoutWithoutDmxIsRefusedAndABadDmxAddressToo)

@@ -114,6 +114,27 @@ TEST(RunOptionsTest, WebTakesAnAddressAndPortOrAPortAlone)
     EXPECT_EQ(options.web->port, 9000);
 }
 
+TEST(RunOptionsTest, VmixFeedTakesAnAddressAndPortOrAPortAlone)
+{
+    QStringList arguments { QStringLiteral("--vmix-feed"), QStringLiteral("127.0.0.1:8199"),
+        QStringLiteral("map.tlx") };
+    RunOptions options;
+    EXPECT_EQ(takingOptions(arguments, &options), std::nullopt);
+    ASSERT_TRUE(options.vmixFeed);
+    EXPECT_EQ(options.vmixFeed->address, QHostAddress(QHostAddress::LocalHost));
+    EXPECT_EQ(options.vmixFeed->port, 8199);
+    EXPECT_FALSE(options.web);
+    EXPECT_EQ(arguments, QStringList { QStringLiteral("map.tlx") });
+
+    QStringList portOnly { QStringLiteral("--vmix-feed=8100") };
+    EXPECT_EQ(takingOptions(portOnly, &options), std::nullopt);
+    EXPECT_EQ(options.vmixFeed->address, QHostAddress(QHostAddress::Any));
+    EXPECT_EQ(options.vmixFeed->port, 8100);
+
+    QStringList bad { QStringLiteral("--vmix-feed"), QStringLiteral("studio:8100") };
+    EXPECT_EQ(takingOptions(bad, &options), QStringLiteral("--vmix-feed: 'studio' is not an IP address"));
+}
+
 TEST(RunOptionsTest, ABadWebAddressIsAUsageProblem)
 {
     QStringList arguments { QStringLiteral("--web"), QStringLiteral("studio:80") };

@@ -7,7 +7,9 @@
 #include "dialogs/PhoneLinksView.h"
 #include "mainwindow/StatusLine.h"
 #include "net/outputs/WebTallyClient.h"
+#include "outputs/VmixFeedServer.h"
 #include "outputs/WebTallyServer.h"
+#include "support/Eventually.h"
 #include "support/FreePort.h"
 #include "widgets/mainwindow/MainWindowFixture.h"
 
@@ -21,6 +23,7 @@
 #include <QPlainTextEdit>
 #include <QSpinBox>
 #include <QTcpServer>
+#include <QTcpSocket>
 
 namespace {
 
@@ -93,6 +96,58 @@ TEST_F(NetworkOutputsMenuTest, ChoosingTheWebPageInTheDialogServesItAtOnceAndRem
     tick();
     EXPECT_EQ(httpGet(port, QStringLiteral("/api/lights")).status, 200);
     EXPECT_EQ(UserDefaults::standardUserDefaults().objectForKey(Preferences::webTally).toString(), address);
+}
+
+TEST_F(NetworkOutputsMenuTest, ChoosingTheVmixFeedInTheDialogStartsItAtOnceAndRemembersIt)
+{
+    makeWindow();
+    const quint16 port = freePort();
+    const QString address = QStringLiteral("127.0.0.1:%1").arg(port);
+    bool accepted = false;
+    whenTheDialogOpens([&](NetworkOutputsDialog& dialog) {
+        EXPECT_FALSE(dialog.vmixFeedCheckBox->isChecked());
+        EXPECT_FALSE(dialog.vmixFeedAddressField->isEnabled());
+        dialog.vmixFeedCheckBox->setChecked(true);
+        dialog.vmixFeedAddressField->setText(address);
+        clickOk(dialog);
+        accepted = dialog.result() == QDialog::Accepted;
+    });
+    main.menu->networkOutputsAction()->trigger();
+    ASSERT_TRUE(accepted);
+    ASSERT_NE(controller->networkOutputs().vmixFeed(), nullptr);
+    answer({ { "1", "Cam 1", true, false } });
+    tick();
+    QTcpSocket receiver;
+    receiver.connectToHost(QHostAddress::LocalHost, port);
+    ASSERT_TRUE(receiver.waitForConnected(5000));
+    receiver.write("TALLY\r\n");
+    QByteArray answered;
+    EXPECT_TRUE(eventually([&] {
+        answered += receiver.readAll();
+        return answered.endsWith("\r\n");
+    }));
+    EXPECT_TRUE(answered.startsWith("TALLY OK ")) << answered.toStdString();
+    EXPECT_EQ(UserDefaults::standardUserDefaults().objectForKey(Preferences::vmixFeed).toString(), address);
+}
+
+TEST(NetworkOutputsDialogTest, ShowsAndGivesTheVmixFeedAddress)
+{
+    NetworkOutputChoices current;
+    current.vmixFeed = QStringLiteral("127.0.0.1:8100");
+    NetworkOutputsDialog dialog(current, [](const NetworkOutputChoices&, QString*) { return true; });
+    EXPECT_TRUE(dialog.vmixFeedCheckBox->isChecked());
+    EXPECT_EQ(dialog.vmixFeedAddressField->text(), QStringLiteral("127.0.0.1:8100"));
+    EXPECT_EQ(dialog.choices(), current);
+    // Off keeps the address in the field, and gives no feed.
+    dialog.vmixFeedCheckBox->setChecked(false);
+    EXPECT_FALSE(dialog.vmixFeedAddressField->isEnabled());
+    EXPECT_EQ(dialog.vmixFeedAddressField->text(), QStringLiteral("127.0.0.1:8100"));
+    EXPECT_EQ(dialog.choices(), NetworkOutputChoices {});
+    dialog.vmixFeedCheckBox->setChecked(true);
+    dialog.vmixFeedAddressField->setText(QStringLiteral(" 8200 "));
+    NetworkOutputChoices expected;
+    expected.vmixFeed = QStringLiteral("8200");
+    EXPECT_EQ(dialog.choices(), expected);
 }
 
 TEST_F(NetworkOutputsMenuTest, ABadDestinationKeepsTheDialogOpenWithTheReasonAndTheTypedChoices)

@@ -1,0 +1,179 @@
+#include "outputs/VmixFeedServer.h"
+
+#include "base/Problem.h"
+#include "vmix/VmixFeedProtocol.h"
+
+#include <QTcpSocket>
+#include <QTimer>
+
+// One client's connection and what it asked for; a child of its socket, so
+// it goes with it.
+class VmixFeedServer::Client : public QObject {
+public:
+    explicit Client(QTcpSocket& socket)
+        : QObject(&socket)
+        , socket(socket)
+    {
+    }
+
+    QTcpSocket& socket;
+    VmixFeedProtocol::LineReader reader;
+    bool subscribed = false;
+    bool dropped = false;
+};
+
+VmixFeedServer::VmixFeedServer(Limits limits, QObject* parent)
+    : QObject(parent)
+    , m_limits(limits)
+    , m_tallyLine(VmixFeedProtocol::tallyLine(m_snapshot))
+{
+}
+
+VmixFeedServer::VmixFeedServer(QObject* parent)
+    : VmixFeedServer(Limits {}, parent)
+{
+}
+
+VmixFeedServer::~VmixFeedServer()
+{
+    // The sockets go with the server. The last lines (the lights turned
+    // off at quit) are handed to the system first, as far as it takes them
+    // without waiting.
+    for (const QPointer<Client>& client : std::as_const(m_clients)) {
+        if (client) {
+            client->socket.disconnect(this);
+            client->socket.flush();
+        }
+    }
+}
+
+bool VmixFeedServer::listen(const WebListenAddress& where, QString* problem)
+{
+    auto server = std::make_unique<BoundedTcpServer>(m_limits.connections);
+    if (!server->listen(where.address, where.port)) {
+        return reportProblem(problem,
+            QStringLiteral("the vMix tally feed cannot listen on %1: %2").arg(where.toString(), server->errorString()));
+    }
+    connect(server.get(), &QTcpServer::newConnection, this, &VmixFeedServer::accept);
+    m_server = std::move(server);
+    m_where = where;
+    m_where.port = m_server->serverPort();
+    return true;
+}
+
+quint16 VmixFeedServer::port() const
+{
+    return m_server ? m_server->serverPort() : 0;
+}
+
+void VmixFeedServer::publish(const TallySnapshot& snapshot)
+{
+    m_snapshot = snapshot;
+    const QByteArray line = VmixFeedProtocol::tallyLine(snapshot);
+    if (line == m_tallyLine) {
+        return; // a title may have changed: receivers read those with XML
+    }
+    m_tallyLine = line;
+    m_clients.removeAll(nullptr);
+    const QList<QPointer<Client>> clients = m_clients;
+    for (const QPointer<Client>& client : clients) {
+        if (client && client->subscribed) {
+            send(*client, m_tallyLine);
+        }
+    }
+}
+
+void VmixFeedServer::accept()
+{
+    while (QTcpSocket* socket = m_server->nextPendingConnection()) {
+        socket->setSocketOption(QAbstractSocket::LowDelayOption, 1);
+        socket->setSocketOption(QAbstractSocket::SendBufferSizeSocketOption, m_limits.socketSendBufferBytes);
+        auto* client = new Client(*socket);
+        m_clients.removeAll(nullptr);
+        m_clients.append(client);
+        connect(socket, &QTcpSocket::readyRead, client, [this, client] {
+            const QList<QByteArray> requests = client->reader.feed(client->socket.readAll());
+            for (const QByteArray& request : requests) {
+                if (client->dropped) {
+                    return;
+                }
+                answer(*client, request);
+            }
+            if (client->reader.overflowed() && !client->dropped) {
+                // No request is that long: whatever sends it is not a
+                // receiver, and its bytes are not worth holding.
+                client->dropped = true;
+                QTimer::singleShot(0, &client->socket, [socket = &client->socket] { socket->abort(); });
+            }
+        });
+        connect(socket, &QTcpSocket::disconnected, this, [this, client] {
+            if (client->subscribed) {
+                client->subscribed = false;
+                --m_subscribers;
+            }
+            client->socket.deleteLater();
+        });
+    }
+}
+
+void VmixFeedServer::answer(Client& client, const QByteArray& request)
+{
+    VmixFeedProtocol::Answer reply = VmixFeedProtocol::answer(request, m_snapshot);
+    switch (reply.effect) {
+    case VmixFeedProtocol::Effect::subscribe:
+        if (!client.subscribed && m_subscribers >= m_limits.maxSubscribers) {
+            send(client, QByteArrayLiteral("SUBSCRIBE ER Too many subscribers\r\n"));
+            return;
+        }
+        send(client, reply.bytes);
+        if (!client.dropped) {
+            subscribe(client);
+            // vMix tells a new subscriber where things stand at once.
+            send(client, m_tallyLine);
+        }
+        return;
+    case VmixFeedProtocol::Effect::unsubscribe:
+        if (client.subscribed) {
+            client.subscribed = false;
+            --m_subscribers;
+        }
+        break;
+    case VmixFeedProtocol::Effect::quit:
+        send(client, reply.bytes);
+        // What follows QUIT in the same bytes goes unanswered.
+        client.dropped = true;
+        client.socket.disconnectFromHost();
+        return;
+    case VmixFeedProtocol::Effect::none:
+        break;
+    }
+    send(client, reply.bytes);
+}
+
+void VmixFeedServer::subscribe(Client& client)
+{
+    if (client.subscribed) {
+        return;
+    }
+    client.subscribed = true;
+    ++m_subscribers;
+    // From now on the receiver may be silent for hours between tally
+    // changes: it leaves the answer deadline and the connection count, and
+    // is bounded by maxSubscribers and by the line and unsent limits here.
+    m_server->releaseUpgradedConnection(client.socket.peerAddress(), client.socket.peerPort());
+}
+
+void VmixFeedServer::send(Client& client, const QByteArray& bytes)
+{
+    if (client.dropped) {
+        return;
+    }
+    if (client.socket.bytesToWrite() + bytes.size() > m_limits.maxUnsentBytes) {
+        // It does not read what it is sent: let it go rather than keep an
+        // ever longer queue for it.
+        client.dropped = true;
+        client.socket.abort();
+        return;
+    }
+    client.socket.write(bytes);
+}

@@ -1,0 +1,74 @@
+#pragma once
+
+#include "outputs/BoundedTcpServer.h"
+#include "outputs/WebListenAddress.h"
+#include "tally/TallyOutput.h"
+
+#include <QObject>
+#include <QPointer>
+
+#include <memory>
+
+class QTcpSocket;
+
+// The lights as vMix's TCP API tells its tally, for receivers made for vMix
+// (wireless camera lamps, little ESP32 lights): they connect, send
+// SUBSCRIBE TALLY, and light up from the TALLY OK lines that follow, one
+// digit a light (see VmixFeedProtocol for the lines and what the digits say
+// while the source is lost). Read-only: nothing a client sends changes the
+// program.
+//
+// The same limits as the web page keep a stranger from wearing the program
+// down (see BoundedTcpServer): a connection that has not subscribed must
+// send a whole request within the answer deadline, and at the connection
+// limit the quietest one makes room. A subscribed receiver stays for as long
+// as it likes (tally changes can be hours apart) and counts against
+// maxSubscribers instead. A request line over 64 KB closes its connection,
+// and so does a client that lets more than maxUnsentBytes of answers pile
+// up unread: sending never waits, so one stalled reader cannot hold back
+// the others.
+class VmixFeedServer : public QObject, public TallyOutput {
+    Q_OBJECT
+public:
+    struct Limits {
+        BoundedTcpServer::Limits connections { 64, 64 * 1024 + 2, 30000 };
+        int maxSubscribers = 64;
+        qint64 maxUnsentBytes = 256 * 1024;
+        // The system's own send buffer for each connection, kept small so
+        // that a stalled reader shows in maxUnsentBytes soon rather than
+        // after megabytes sit in the system.
+        int socketSendBufferBytes = 64 * 1024;
+    };
+
+    explicit VmixFeedServer(Limits limits, QObject* parent = nullptr);
+    explicit VmixFeedServer(QObject* parent = nullptr);
+    ~VmixFeedServer() override;
+
+    // Starts listening. False, with the reason in words, when the address
+    // cannot be bound (a port in use, an address not on this machine).
+    bool listen(const WebListenAddress& where, QString* problem);
+    // The port listened on (useful after listening on port 0).
+    quint16 port() const;
+    const WebListenAddress& address() const { return m_where; }
+
+    void publish(const TallySnapshot& snapshot) override;
+
+    int subscriberCount() const { return m_subscribers; }
+
+private:
+    class Client;
+
+    void accept();
+    void answer(Client& client, const QByteArray& request);
+    // Sends bytes, or drops the client when too much is already waiting.
+    void send(Client& client, const QByteArray& bytes);
+    void subscribe(Client& client);
+
+    Limits m_limits;
+    std::unique_ptr<BoundedTcpServer> m_server;
+    WebListenAddress m_where;
+    TallySnapshot m_snapshot;
+    QByteArray m_tallyLine;
+    QList<QPointer<Client>> m_clients;
+    int m_subscribers = 0;
+};
