@@ -25,11 +25,11 @@ const Command& command()
         runMap,
         { QStringLiteral("  --json           (show) one line of JSON: "
                          "{\"lights\":[{\"light\":1,\"index\":0,\"shots\":[...]},...]}"),
-            QStringLiteral("  --source SOURCE  (new) put the source's first eight shots on lights 1 to 8, one each,"),
-            QStringLiteral(
-                "                   in the switcher's order (mixdesk, obs://HOST[:PORT], atem://HOST, vmix://HOST,"),
-            QStringLiteral("                   tsl5://[ADDRESS:]PORT...; the source's own options, such as"),
-            QStringLiteral("                   --password-file, apply); without it every light is empty"),
+            QStringLiteral("  --source SOURCE  (new) put the source's first eight cameras or scenes on lights 1 to 8,"),
+            QStringLiteral("                   one each, in the switcher's order (mixdesk, obs://HOST[:PORT],"),
+            QStringLiteral("                   atem://HOST, vmix://HOST, tsl5://[ADDRESS:]PORT...; the source's own"),
+            QStringLiteral("                   options, such as --password-file, apply); its on-air states are left"),
+            QStringLiteral("                   out; without a source every light is empty"),
             QStringLiteral("  --force          (new) replace FILE if it exists") },
         {},
         { QStringLiteral("  0  shown, or written"),

@@ -59,15 +59,23 @@ std::optional<ShotList> firstShots(ShotSource& source, QString* why)
     return std::nullopt;
 }
 
+// The cameras and scenes, one a light; the switcher's on-air states
+// (Recording, Streaming) are left for the user to give a light of their own.
 TallyMap mapOf(const ShotList& shots)
 {
     TallyMap map;
-    const qsizetype lights = std::min(shots.size(), TallyMap::numberOfLights);
-    for (qsizetype light = 0; light < lights; ++light) {
+    qsizetype light = 0;
+    for (const ShotPtr& shot : shots) {
+        if (light == TallyMap::numberOfLights) {
+            break;
+        }
+        if (shot->isOnAirState) {
+            continue;
+        }
         // A record of its own: the map keeps names, not the source's state.
-        auto record = std::make_shared<Shot>(shots[light]->name);
-        record->shotId = shots[light]->shotId;
-        map.setShotSelection(light, { record });
+        auto record = std::make_shared<Shot>(shot->name);
+        record->shotId = shot->shotId;
+        map.setShotSelection(light++, { record });
     }
     return map;
 }

@@ -105,12 +105,14 @@ TEST_F(WatchCommandTest, WrongUsageExitsTwoWithAUsageLine)
     start({ QStringLiteral("--ticks"), QStringLiteral("zero"), mapPath });
     ASSERT_TRUE(finished());
     EXPECT_EQ(watch.exitCode(), 2);
-    EXPECT_TRUE(watch.readAllStandardError().contains(
+    const QByteArray errors = watch.readAllStandardError();
+    EXPECT_TRUE(errors.contains(
         "usage: tallyctl watch [--ticks N] [--json] [--timestamps|--no-timestamps] [--source SOURCE] "
         "[--tsl-allow LIST]... [--tsl-silence SECONDS] [--password-file FILE] [--tsl URL]... [--tsl5 URL]... "
-        "[--tsl-offset N] [--web "
-        "[ADDRESS:]PORT] [--mqtt URL]... [--mqtt-password-file FILE] [--mqtt-ca-file FILE] [--mqtt-discovery] "
-        "[--when-lost keep|off|blink] [--blink-after SECONDS] [--lights-off-at-quit] MAP"));
+        "[--tsl-offset N] [--web [ADDRESS:]PORT] [--vmix-feed [ADDRESS:]PORT] [--mqtt URL]... "
+        "[--mqtt-password-file FILE] [--mqtt-ca-file FILE] [--mqtt-discovery] [--dmx URL]... [--dmx-start N] "
+        "[--dmx-layout rgb|single] [--when-lost keep|off|blink] [--blink-after SECONDS] [--lights-off-at-quit] MAP"))
+        << errors.toStdString();
 }
 
 namespace {
