@@ -11,6 +11,7 @@
 #include "support/AtemStandinProcess.h"
 #include "support/Eventually.h"
 #include "support/FreePort.h"
+#include "support/VmixClients.h"
 
 #include <QFileInfo>
 #include <QJsonDocument>
@@ -25,35 +26,12 @@
 
 namespace {
 
-enum class Client {
-    nodeVmix,
-    vmixJsUtils,
-};
-
-std::string clientName(const testing::TestParamInfo<Client>& info)
-{
-    return info.param == Client::nodeVmix ? "NodeVmix" : "VmixJsUtils";
-}
-
-const QString scripts = QStringLiteral(TALLY_SOURCE_DIR "/tests/tools/vmix/");
-const QString nodeModules = QStringLiteral(TALLY_BINARY_DIR "/npm/node_modules");
-
-QString packageOf(Client client)
-{
-    return client == Client::nodeVmix ? QStringLiteral("node-vmix") : QStringLiteral("vmix-js-utils");
-}
-
-// Why the client cannot run here, or nothing when it can.
-std::optional<QString> missing(Client client)
-{
-    if (QStandardPaths::findExecutable(QStringLiteral("node")).isEmpty()) {
-        return QStringLiteral("node is not installed, so %1 cannot run").arg(packageOf(client));
-    }
-    if (!QFileInfo::exists(nodeModules + QLatin1Char('/') + packageOf(client) + QStringLiteral("/package.json"))) {
-        return QStringLiteral("the build could not install %1 with npm into %2").arg(packageOf(client), nodeModules);
-    }
-    return std::nullopt;
-}
+using VmixClients::Client;
+using VmixClients::clientName;
+using VmixClients::missing;
+using VmixClients::nodeModules;
+using VmixClients::packageOf;
+using VmixClients::scripts;
 
 // The box's eight lights, the map's three first: the feed tells every
 // light of the box, and those without shots are off.

@@ -1,0 +1,49 @@
+#pragma once
+
+// The two vMix clients written by others that the tests run with node: npm
+// node-vmix (a TCP API connection) and vmix-js-utils (its tally and XML
+// readers), installed into the build folder, and their scripts in
+// tests/tools/vmix.
+
+#include <QFileInfo>
+#include <QStandardPaths>
+#include <QString>
+
+#include <gtest/gtest.h>
+
+#include <optional>
+#include <string>
+
+namespace VmixClients {
+
+enum class Client {
+    nodeVmix,
+    vmixJsUtils,
+};
+
+inline std::string clientName(const testing::TestParamInfo<Client>& info)
+{
+    return info.param == Client::nodeVmix ? "NodeVmix" : "VmixJsUtils";
+}
+
+inline const QString scripts = QStringLiteral(TALLY_SOURCE_DIR "/tests/tools/vmix/");
+inline const QString nodeModules = QStringLiteral(TALLY_BINARY_DIR "/npm/node_modules");
+
+inline QString packageOf(Client client)
+{
+    return client == Client::nodeVmix ? QStringLiteral("node-vmix") : QStringLiteral("vmix-js-utils");
+}
+
+// Why the client cannot run here, or nothing when it can.
+inline std::optional<QString> missing(Client client)
+{
+    if (QStandardPaths::findExecutable(QStringLiteral("node")).isEmpty()) {
+        return QStringLiteral("node is not installed, so %1 cannot run").arg(packageOf(client));
+    }
+    if (!QFileInfo::exists(nodeModules + QLatin1Char('/') + packageOf(client) + QStringLiteral("/package.json"))) {
+        return QStringLiteral("the build could not install %1 with npm into %2").arg(packageOf(client), nodeModules);
+    }
+    return std::nullopt;
+}
+
+} // namespace VmixClients
