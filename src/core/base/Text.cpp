@@ -66,4 +66,9 @@ QString measurablePrefix(const QString& text, qsizetype limit)
     return text.left(end);
 }
 
+QString middleElided(const QString& text, qsizetype longest)
+{
+    return text.size() <= longest ? text : text.left(longest / 2) + QStringLiteral("…") + text.right(longest / 2);
+}
+
 } // namespace Text

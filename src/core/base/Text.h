@@ -30,4 +30,9 @@ QString shownWindowTitle(const QString& title);
 // enough to fill any widget, however long the name.
 QString measurablePrefix(const QString& text, qsizetype limit);
 
+// Text quoted in a message: one longer than `longest` keeps its first and
+// last longest / 2 units around a "…", so that a pasted 70 KB address does
+// not push the reason off the operator's screen.
+QString middleElided(const QString& text, qsizetype longest);
+
 } // namespace Text

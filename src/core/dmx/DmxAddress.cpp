@@ -1,6 +1,7 @@
 #include "dmx/DmxAddress.h"
 
 #include "base/Problem.h"
+#include "base/Text.h"
 
 #include <QRegularExpression>
 #include <QUrl>
@@ -37,11 +38,10 @@ const Scheme* schemeOf(const QString& text)
     return nullptr;
 }
 
-// The address as quoted in a refusal: a long one is cut in the middle, so
-// that the reason stays on the operator's screen.
+// The address as quoted in a refusal.
 QString quoted(const QString& text, qsizetype longest = 120)
 {
-    return text.size() <= longest ? text : text.left(longest / 2) + QStringLiteral("…") + text.right(longest / 2);
+    return Text::middleElided(text, longest);
 }
 
 // A part of the address as named in the reason, shorter still.

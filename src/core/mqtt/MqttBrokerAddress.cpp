@@ -1,6 +1,7 @@
 #include "mqtt/MqttBrokerAddress.h"
 
 #include "base/Problem.h"
+#include "base/Text.h"
 #include "model/LightCount.h"
 #include "mqtt/MqttTallyTopics.h"
 
@@ -10,12 +11,10 @@ namespace {
 
 const QString expected = QStringLiteral("expected mqtt://[USER@]HOST[:PORT][/PREFIX] or mqtts://...");
 
-// The address as quoted in a refusal: a long one is cut in the middle, so
-// that the reason stays on the operator's screen.
+// The address as quoted in a refusal.
 QString quoted(const QString& text)
 {
-    constexpr qsizetype longest = 120;
-    return text.size() <= longest ? text : text.left(longest / 2) + QStringLiteral("…") + text.right(longest / 2);
+    return Text::middleElided(text, 120);
 }
 
 std::optional<MqttBrokerAddress> refuse(const QString& text, const QString& why, QString* problem)

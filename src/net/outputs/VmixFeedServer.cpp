@@ -6,6 +6,8 @@
 #include <QTcpSocket>
 #include <QTimer>
 
+#include <algorithm>
+
 // One client's connection and what it asked for; a child of its socket, so
 // it goes with it.
 class VmixFeedServer::Client : public QObject {
@@ -106,11 +108,8 @@ void VmixFeedServer::accept()
                 QTimer::singleShot(0, &client->socket, [socket = &client->socket] { socket->abort(); });
             }
         });
-        connect(socket, &QTcpSocket::disconnected, this, [this, client] {
-            if (client->subscribed) {
-                client->subscribed = false;
-                --m_subscribers;
-            }
+        connect(socket, &QTcpSocket::disconnected, client, [client] {
+            client->subscribed = false;
             client->socket.deleteLater();
         });
     }
@@ -121,7 +120,7 @@ void VmixFeedServer::answer(Client& client, const QByteArray& request)
     VmixFeedProtocol::Answer reply = VmixFeedProtocol::answer(request, m_snapshot);
     switch (reply.effect) {
     case VmixFeedProtocol::Effect::subscribe:
-        if (!client.subscribed && m_subscribers >= m_limits.maxSubscribers) {
+        if (!client.subscribed && subscriberCount() >= m_limits.maxSubscribers) {
             send(client, QByteArrayLiteral("SUBSCRIBE ER Too many subscribers\r\n"));
             return;
         }
@@ -133,10 +132,7 @@ void VmixFeedServer::answer(Client& client, const QByteArray& request)
         }
         return;
     case VmixFeedProtocol::Effect::unsubscribe:
-        if (client.subscribed) {
-            client.subscribed = false;
-            --m_subscribers;
-        }
+        client.subscribed = false;
         break;
     case VmixFeedProtocol::Effect::quit:
         send(client, reply.bytes);
@@ -150,13 +146,18 @@ void VmixFeedServer::answer(Client& client, const QByteArray& request)
     send(client, reply.bytes);
 }
 
+int VmixFeedServer::subscriberCount() const
+{
+    return int(std::count_if(m_clients.cbegin(), m_clients.cend(),
+        [](const QPointer<Client>& client) { return client && client->subscribed; }));
+}
+
 void VmixFeedServer::subscribe(Client& client)
 {
     if (client.subscribed) {
         return;
     }
     client.subscribed = true;
-    ++m_subscribers;
     // From now on the receiver may be silent for hours between tally
     // changes: it leaves the answer deadline and the connection count, and
     // is bounded by maxSubscribers and by the line and unsent limits here.

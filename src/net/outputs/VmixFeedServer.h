@@ -53,7 +53,8 @@ public:
 
     void publish(const TallySnapshot& snapshot) override;
 
-    int subscriberCount() const { return m_subscribers; }
+    // Connections subscribed to the tally now.
+    int subscriberCount() const;
 
 private:
     class Client;
@@ -70,5 +71,4 @@ private:
     TallySnapshot m_snapshot;
     QByteArray m_tallyLine;
     QList<QPointer<Client>> m_clients;
-    int m_subscribers = 0;
 };

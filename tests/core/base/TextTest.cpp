@@ -37,3 +37,15 @@ TEST(TextTest, AShownTitleTurnsDoubledPlaceholdersIntoOneAndLeavesLoneOnesOut)
     const QString name = QStringLiteral("a[*]b[*][*]c.tlx");
     EXPECT_EQ(Text::shownWindowTitle(Text::literalWindowTitle(name)), name);
 }
+
+TEST(TextTest, MiddleElidedKeepsShortTextAndCutsALongOneAroundAnEllipsis)
+{
+    EXPECT_EQ(Text::middleElided(QStringLiteral("studio"), 6), QStringLiteral("studio"));
+    EXPECT_EQ(Text::middleElided(QStringLiteral("mqtt://broker/studio-a"), 8), QStringLiteral("mqtt…io-a"));
+    const QString pasted = QStringLiteral("a") + QString(70000, QLatin1Char('x')) + QStringLiteral("z");
+    const QString shown = Text::middleElided(pasted, 120);
+    EXPECT_EQ(shown.size(), 121);
+    EXPECT_TRUE(shown.startsWith(QStringLiteral("axx")));
+    EXPECT_TRUE(shown.endsWith(QStringLiteral("xxz")));
+    EXPECT_EQ(shown.at(60), QChar(0x2026));
+}
