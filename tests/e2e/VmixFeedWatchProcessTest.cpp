@@ -141,31 +141,16 @@ protected:
     // with the same value; the last picture seen goes into the failure.
     void expectPicture(const QJsonObject& expected, int patienceMs = 15000)
     {
-        const bool reached = eventually(
-            [&] {
-                pending += client.readAllStandardOutput();
-                qsizetype end = 0;
-                while ((end = pending.indexOf('\n')) >= 0) {
-                    latest = QJsonDocument::fromJson(pending.left(end)).object();
-                    pending.remove(0, end + 1);
-                }
-                for (auto key = expected.begin(); key != expected.end(); ++key) {
-                    if (latest.value(key.key()) != key.value()) {
-                        return false;
-                    }
-                }
-                return true;
-            },
-            patienceMs);
+        const bool reached = pictures.reach(client, expected, patienceMs);
         EXPECT_TRUE(reached) << "expected " << QJsonDocument(expected).toJson(QJsonDocument::Compact).toStdString()
-                             << "\nlast seen " << QJsonDocument(latest).toJson(QJsonDocument::Compact).toStdString()
+                             << "\nlast seen "
+                             << QJsonDocument(pictures.latest()).toJson(QJsonDocument::Compact).toStdString()
                              << "\nclient said " << client.readAllStandardError().toStdString() << "\nwatch said "
                              << watch.readAllStandardError().toStdString();
     }
 
     QProcess client;
-    QByteArray pending;
-    QJsonObject latest;
+    VmixClients::ClientPictures pictures;
 };
 
 } // namespace

@@ -5,7 +5,12 @@
 // readers), installed into the build folder, and their scripts in
 // tests/tools/vmix.
 
+#include "support/Eventually.h"
+
 #include <QFileInfo>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QProcess>
 #include <QStandardPaths>
 #include <QString>
 
@@ -45,5 +50,38 @@ inline std::optional<QString> missing(Client client)
     }
     return std::nullopt;
 }
+
+// What a client script prints: one JSON picture of what it reads a line.
+// The latest picture is kept.
+class ClientPictures {
+public:
+    // Whether, within patienceMs, the client's latest picture holds every key
+    // of expected with the same value.
+    bool reach(QProcess& client, const QJsonObject& expected, int patienceMs)
+    {
+        return eventually(
+            [&] {
+                m_pending += client.readAllStandardOutput();
+                qsizetype end = 0;
+                while ((end = m_pending.indexOf('\n')) >= 0) {
+                    m_latest = QJsonDocument::fromJson(m_pending.left(end)).object();
+                    m_pending.remove(0, end + 1);
+                }
+                for (auto key = expected.begin(); key != expected.end(); ++key) {
+                    if (m_latest.value(key.key()) != key.value()) {
+                        return false;
+                    }
+                }
+                return true;
+            },
+            patienceMs);
+    }
+
+    const QJsonObject& latest() const { return m_latest; }
+
+private:
+    QByteArray m_pending;
+    QJsonObject m_latest;
+};
 
 } // namespace VmixClients

@@ -60,24 +60,10 @@ protected:
     // with the same value; the last picture seen goes into the failure.
     void expectPicture(const QJsonObject& expected, int patienceMs = 10000)
     {
-        const bool reached = eventually(
-            [&] {
-                pending += client.readAllStandardOutput();
-                qsizetype end = 0;
-                while ((end = pending.indexOf('\n')) >= 0) {
-                    latest = QJsonDocument::fromJson(pending.left(end)).object();
-                    pending.remove(0, end + 1);
-                }
-                for (auto key = expected.begin(); key != expected.end(); ++key) {
-                    if (latest.value(key.key()) != key.value()) {
-                        return false;
-                    }
-                }
-                return true;
-            },
-            patienceMs);
+        const bool reached = pictures.reach(client, expected, patienceMs);
         EXPECT_TRUE(reached) << "expected " << QJsonDocument(expected).toJson(QJsonDocument::Compact).toStdString()
-                             << "\nlast seen " << QJsonDocument(latest).toJson(QJsonDocument::Compact).toStdString()
+                             << "\nlast seen "
+                             << QJsonDocument(pictures.latest()).toJson(QJsonDocument::Compact).toStdString()
                              << "\nclient said " << client.readAllStandardError().toStdString();
     }
 
@@ -89,8 +75,7 @@ protected:
 
     VmixStandinProcess standin;
     QProcess client;
-    QByteArray pending;
-    QJsonObject latest;
+    VmixClients::ClientPictures pictures;
 };
 
 } // namespace
