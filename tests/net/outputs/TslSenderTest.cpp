@@ -180,3 +180,42 @@ TEST(TslSenderTest, PublishingToAnUnreachableTcpDestinationDoesNotWait)
     }
     EXPECT_LT(timer.elapsed(), 1000);
 }
+
+// TSL has no word for a lost switcher: the displays show what the tally box
+// shows, the lost-source choice applied, never the switcher's last picture
+// on its own; "TEST" under test; off once the lights were turned off at quit.
+TEST(TslSenderTest, TheDisplaysShowTheBoxsModesWhileLostUnderTestAndAtQuit)
+{
+    Receiver receiver;
+    TslSender sender(
+        { destination(TslTallyEncoding::Version::v50, TslDestination::Transport::udp, receiver.port()) }, 0);
+    const auto firstDisplay = [](const QList<QByteArray>& datagrams) {
+        return datagrams.isEmpty() ? std::optional<TslUmd50::Packet>() : TslUmd50::decode(datagrams.first());
+    };
+
+    // Lost, and the choice turned the box off although Cam 1 was last live.
+    TallySnapshot lost = snapshot(TallyMode::off);
+    lost.sourceRunning = false;
+    lost.lostSinceMilliseconds = 1000;
+    sender.publish(lost);
+    std::optional<TslUmd50::Packet> packet = firstDisplay(receiver.waitFor(8));
+    ASSERT_TRUE(packet.has_value());
+    EXPECT_EQ(packet->displays.value(0).leftTally, TslUmd50::Colour::off);
+
+    TallySnapshot test = snapshot(TallyMode::live);
+    test.sourceRunning = false;
+    test.underTest = true;
+    sender.publish(test);
+    packet = firstDisplay(receiver.waitFor(8));
+    ASSERT_TRUE(packet.has_value());
+    EXPECT_EQ(packet->displays.value(0).leftTally, TslUmd50::Colour::red);
+    EXPECT_TRUE(packet->displays.value(0).text.startsWith(QStringLiteral("TEST")))
+        << packet->displays.value(0).text.toStdString();
+
+    TallySnapshot quit = snapshot(TallyMode::off);
+    quit.turnedOffAtQuit = true;
+    sender.publish(quit);
+    packet = firstDisplay(receiver.waitFor(8));
+    ASSERT_TRUE(packet.has_value());
+    EXPECT_EQ(packet->displays.value(0).leftTally, TslUmd50::Colour::off);
+}
