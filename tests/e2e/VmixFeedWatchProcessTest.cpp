@@ -149,6 +149,17 @@ protected:
                              << watch.readAllStandardError().toStdString();
     }
 
+    // Watches the client for a while: none of its pictures may hold a
+    // digit, however often it connects again.
+    void expectNoTallyFor(int milliseconds)
+    {
+        const bool sawTally = pictures.sees(
+            client, [](const QJsonObject& picture) { return !picture.value("tally").toObject().isEmpty(); },
+            milliseconds);
+        EXPECT_FALSE(sawTally) << "a picture with a tally while the switcher is lost: "
+                               << QJsonDocument(pictures.latest()).toJson(QJsonDocument::Compact).toStdString();
+    }
+
     QProcess client;
     VmixClients::ClientPictures pictures;
 };
@@ -165,9 +176,12 @@ TEST_P(VmixFeedClientTest, TheClientReadsTheLightsThroughCutsALostSwitcherAndRes
     atem.send("cut");
     expectPicture({ { "tally", lights("preview", "program", "program") } });
 
-    // The switcher goes: the lights go off, as chosen, and so does the feed.
+    // The switcher goes: the lights go off, as chosen, so the client ends
+    // dark, and then loses the feed: it has nothing true to say until the
+    // switcher is back.
     atem.stop();
-    expectPicture({ { "connected", true }, { "tally", lights("off", "off", "off") } }, 30000);
+    expectPicture({ { "connected", false } }, 30000);
+    expectNoTallyFor(2000);
     // It comes back with its own picture.
     ASSERT_TRUE(atem.restart());
     expectPicture({ { "connected", true }, { "tally", lights("program", "preview", "program") } }, 30000);
@@ -182,7 +196,7 @@ TEST_P(VmixFeedClientTest, TheClientReadsTheLightsThroughCutsALostSwitcherAndRes
     expectPicture({ { "tally", lights("preview", "program", "program") } });
 }
 
-TEST_P(VmixFeedClientTest, AFrozenSwitcherKeepsTheLightsTheBoxKeeps)
+TEST_P(VmixFeedClientTest, AFrozenSwitcherDisconnectsTheClientInsteadOfShowingAStaleTally)
 {
     startWatch({ QStringLiteral("--when-lost"), QStringLiteral("keep") });
     startClient();
@@ -197,10 +211,13 @@ TEST_P(VmixFeedClientTest, AFrozenSwitcherKeepsTheLightsTheBoxKeeps)
         },
         20000))
         << printed.toStdString();
-    // Lost: the box keeps the last picture, and the feed says what the box
-    // shows, a while after the loss as well.
-    eventually([] { return false; }, 1500);
-    expectPicture({ { "connected", true }, { "tally", lights("preview", "program", "program") } });
+    // Lost: the box keeps the last picture, but a receiver must not go on
+    // showing it as the switcher's. It loses the feed, and every attempt to
+    // come back is refused, until the switcher is back.
+    expectPicture({ { "connected", false } });
+    expectNoTallyFor(2000);
+    ASSERT_TRUE(atem.restart());
+    expectPicture({ { "connected", true }, { "tally", lights("program", "preview", "program") } }, 30000);
 }
 
 INSTANTIATE_TEST_SUITE_P(

@@ -16,6 +16,7 @@
 
 #include <gtest/gtest.h>
 
+#include <functional>
 #include <optional>
 #include <string>
 
@@ -73,6 +74,26 @@ public:
                     }
                 }
                 return true;
+            },
+            patienceMs);
+    }
+
+    // Whether, within patienceMs, any picture the client prints (not only
+    // the latest) matches; the one that did is then the latest.
+    bool sees(QProcess& client, const std::function<bool(const QJsonObject&)>& matches, int patienceMs)
+    {
+        return eventually(
+            [&] {
+                m_pending += client.readAllStandardOutput();
+                qsizetype end = 0;
+                while ((end = m_pending.indexOf('\n')) >= 0) {
+                    m_latest = QJsonDocument::fromJson(m_pending.left(end)).object();
+                    m_pending.remove(0, end + 1);
+                    if (matches(m_latest)) {
+                        return true;
+                    }
+                }
+                return false;
             },
             patienceMs);
     }

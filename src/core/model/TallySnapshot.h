@@ -48,5 +48,10 @@ struct TallySnapshot {
     // gone.
     bool turnedOffAtQuit = false;
 
+    // Whether the modes are not the switcher's word now: the source is lost,
+    // and neither the test panel nor the lights' turning off at quit vouches
+    // for what the box shows. An output that can say so says so.
+    bool switcherUnknown() const { return !sourceRunning && !underTest && !turnedOffAtQuit; }
+
     friend bool operator==(const TallySnapshot&, const TallySnapshot&) = default;
 };

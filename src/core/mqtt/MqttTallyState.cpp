@@ -60,7 +60,7 @@ QByteArray MqttTallyState::stateWord(const TallySnapshot& snapshot, const LightS
     // Lights turned off at quit are off for certain, source or not; under
     // test the lamps follow the box, whatever the switcher (the JSON topics
     // say it is a test).
-    if (!snapshot.sourceRunning && !snapshot.turnedOffAtQuit && !snapshot.underTest) {
+    if (snapshot.switcherUnknown()) {
         return QByteArrayLiteral("unknown");
     }
     return tallyModeName(light.mode).toUtf8();

@@ -4,6 +4,11 @@
 
 namespace VmixFeedProtocol {
 
+bool speaksForTheSwitcher(const TallySnapshot& snapshot)
+{
+    return !snapshot.switcherUnknown();
+}
+
 namespace {
 
 QByteArray line(const QByteArray& text)

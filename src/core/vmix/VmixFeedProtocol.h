@@ -19,11 +19,21 @@
 // order: 1 live, 2 preview, 0 off.
 //
 // The digits are the modes the tally box shows, never the switcher's
-// picture behind them: while the source is lost they follow the lost-source
-// choice (frozen, dark, or the blink's current phase), under test what the
-// test panel lit, and after the lights were turned off at quit all 0. A
-// receiver therefore never lights what the studio's own lamps do not.
+// picture behind them: under test what the test panel lit, and after the
+// lights were turned off at quit all 0. A receiver therefore never lights
+// what the studio's own lamps do not.
+//
+// While the source is lost the feed has no way in vMix's words to say so:
+// a digit is a claim about the switcher. So it tells its subscribers the
+// lost-source choice's picture once (dark with "off", so that a receiver
+// that keeps its last digits ends dark as the box does) and then closes
+// every connection and refuses new ones until the switcher is back. A
+// receiver shows its own "not connected" state, which is the truth.
 namespace VmixFeedProtocol {
+
+// Whether the feed may serve the lights: false while the source is lost
+// (see above).
+bool speaksForTheSwitcher(const TallySnapshot& snapshot);
 
 // "0120": one digit a light.
 QByteArray tallyDigits(const TallySnapshot& snapshot);

@@ -65,13 +65,22 @@ bool VmixFeedServer::listen(const WebListenAddress& where, QString* problem)
 
 quint16 VmixFeedServer::port() const
 {
-    return m_server ? m_server->serverPort() : 0;
+    return m_server ? m_where.port : 0;
 }
 
 void VmixFeedServer::publish(const TallySnapshot& snapshot)
 {
     m_snapshot = snapshot;
-    const QByteArray line = VmixFeedProtocol::tallyLine(snapshot);
+    tellSubscribers(VmixFeedProtocol::tallyLine(snapshot));
+    if (VmixFeedProtocol::speaksForTheSwitcher(snapshot)) {
+        listenAgain();
+    } else {
+        standDown();
+    }
+}
+
+void VmixFeedServer::tellSubscribers(const QByteArray& line)
+{
     if (line == m_tallyLine) {
         return; // a title may have changed: receivers read those with XML
     }
@@ -85,6 +94,49 @@ void VmixFeedServer::publish(const TallySnapshot& snapshot)
     }
 }
 
+void VmixFeedServer::standDown()
+{
+    closeEveryConnection();
+    // Refused at once, a receiver knows it has no feed; a connection
+    // accepted only to be closed would look connected for a moment, and
+    // some receivers trip over the reset that follows.
+    if (m_server && m_server->isListening()) {
+        m_server->close();
+    }
+}
+
+void VmixFeedServer::listenAgain()
+{
+    if (!m_server || m_server->isListening()) {
+        return;
+    }
+    // Should another program have taken the port meanwhile, the next tick
+    // tries again.
+    m_server->listen(m_where.address, m_where.port);
+}
+
+void VmixFeedServer::closeEveryConnection()
+{
+    m_clients.removeAll(nullptr);
+    const QList<QPointer<Client>> clients = m_clients;
+    for (const QPointer<Client>& client : clients) {
+        if (client) {
+            close(*client);
+        }
+    }
+}
+
+void VmixFeedServer::close(Client& client)
+{
+    if (client.dropped) {
+        return;
+    }
+    // What was told last (the lost-source choice's picture) goes out first.
+    client.dropped = true;
+    client.subscribed = false;
+    client.socket.disconnectFromHost();
+}
+
 void VmixFeedServer::accept()
 {
     while (QTcpSocket* socket = m_server->nextPendingConnection()) {
@@ -93,6 +145,14 @@ void VmixFeedServer::accept()
         auto* client = new Client(*socket);
         m_clients.removeAll(nullptr);
         m_clients.append(client);
+        connect(socket, &QTcpSocket::disconnected, client, [client] {
+            client->subscribed = false;
+            client->socket.deleteLater();
+        });
+        if (!VmixFeedProtocol::speaksForTheSwitcher(m_snapshot)) {
+            close(*client); // nothing true to tell until the switcher is back
+            continue;
+        }
         connect(socket, &QTcpSocket::readyRead, client, [this, client] {
             const QList<QByteArray> requests = client->reader.feed(client->socket.readAll());
             for (const QByteArray& request : requests) {
@@ -107,10 +167,6 @@ void VmixFeedServer::accept()
                 client->dropped = true;
                 QTimer::singleShot(0, &client->socket, [socket = &client->socket] { socket->abort(); });
             }
-        });
-        connect(socket, &QTcpSocket::disconnected, client, [client] {
-            client->subscribed = false;
-            client->socket.deleteLater();
         });
     }
 }

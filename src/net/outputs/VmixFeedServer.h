@@ -14,8 +14,8 @@ class QTcpSocket;
 // The lights as vMix's TCP API tells its tally, for receivers made for vMix
 // (wireless camera lamps, little ESP32 lights): they connect, send
 // SUBSCRIBE TALLY, and light up from the TALLY OK lines that follow, one
-// digit a light (see VmixFeedProtocol for the lines and what the digits say
-// while the source is lost). Read-only: nothing a client sends changes the
+// digit a light (see VmixFeedProtocol for the lines, and why the feed
+// closes its connections while the source is lost). Read-only: nothing a client sends changes the
 // program.
 //
 // The same limits as the web page keep a stranger from wearing the program
@@ -64,6 +64,14 @@ private:
     // Sends bytes, or drops the client when too much is already waiting.
     void send(Client& client, const QByteArray& bytes);
     void subscribe(Client& client);
+    void tellSubscribers(const QByteArray& line);
+    // While the switcher is lost (see VmixFeedProtocol): every connection
+    // ends once what it was told last has gone out, and the port refuses
+    // new ones until the switcher is back.
+    void standDown();
+    void listenAgain();
+    void closeEveryConnection();
+    void close(Client& client);
 
     Limits m_limits;
     std::unique_ptr<BoundedTcpServer> m_server;

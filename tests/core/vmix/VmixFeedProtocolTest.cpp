@@ -91,6 +91,24 @@ TEST(VmixFeedProtocolTest, TheDigitsFollowWhatTheBoxShowsWhileLostUnderTestAndAt
     EXPECT_EQ(VmixFeedProtocol::answer("TALLY", quit).bytes, QByteArray("TALLY OK 0000\r\n"));
 }
 
+TEST(VmixFeedProtocolTest, TheFeedSpeaksOnlyWhileSomethingVouchesForTheLights)
+{
+    TallySnapshot running = studio();
+    EXPECT_TRUE(VmixFeedProtocol::speaksForTheSwitcher(running));
+    TallySnapshot lost = studio();
+    lost.sourceRunning = false;
+    lost.lostSinceMilliseconds = 1000;
+    EXPECT_FALSE(VmixFeedProtocol::speaksForTheSwitcher(lost));
+    // Before the first tick nothing is known either.
+    EXPECT_FALSE(VmixFeedProtocol::speaksForTheSwitcher(TallySnapshot {}));
+    TallySnapshot test = lost;
+    test.underTest = true;
+    EXPECT_TRUE(VmixFeedProtocol::speaksForTheSwitcher(test));
+    TallySnapshot quit = lost;
+    quit.turnedOffAtQuit = true;
+    EXPECT_TRUE(VmixFeedProtocol::speaksForTheSwitcher(quit));
+}
+
 TEST(VmixFeedProtocolTest, SubscribeAndUnsubscribeAnswerAsVmixDoes)
 {
     const VmixFeedProtocol::Answer subscribe = VmixFeedProtocol::answer("SUBSCRIBE TALLY", studio());

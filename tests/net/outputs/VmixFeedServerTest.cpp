@@ -120,10 +120,7 @@ TEST_F(VmixFeedServerTest, ASubscriberHearsTheTallyAtOnceAndOnEveryChange)
     TallySnapshot renamed = studio(TallyMode::preview, TallyMode::live);
     renamed.lights[2].shotNames = QStringList { QStringLiteral("Close") };
     server->publish(renamed);
-    // The switcher lost with the lights turned off.
-    TallySnapshot lost = studio(TallyMode::off, TallyMode::off);
-    lost.sourceRunning = false;
-    server->publish(lost);
+    server->publish(studio(TallyMode::off, TallyMode::off));
     EXPECT_EQ(receiver.nextLine(), QByteArray("TALLY OK 000"));
 
     receiver.send("UNSUBSCRIBE TALLY\r\n");
@@ -133,6 +130,80 @@ TEST_F(VmixFeedServerTest, ASubscriberHearsTheTallyAtOnceAndOnEveryChange)
     // Only the answer to the question: no event came after unsubscribing.
     EXPECT_EQ(receiver.nextLine(), QByteArray("TALLY OK 100"));
     EXPECT_EQ(server->subscriberCount(), 0);
+}
+
+TEST_F(VmixFeedServerTest, ALostSwitcherWithTheLightsTurnedOffEndsEveryReceiverDarkAndDisconnected)
+{
+    start();
+    Receiver subscriber(port);
+    subscriber.send("SUBSCRIBE TALLY\r\n");
+    EXPECT_EQ(subscriber.nextLine(), QByteArray("SUBSCRIBE OK TALLY"));
+    EXPECT_EQ(subscriber.nextLine(), QByteArray("TALLY OK 120"));
+    Receiver poller(port);
+    poller.send("TALLY\r\n");
+    EXPECT_EQ(poller.nextLine(), QByteArray("TALLY OK 120"));
+
+    // Lost, with the lights chosen to go off: the box goes dark, and so does
+    // a receiver that keeps its last digits; then nobody is told more.
+    TallySnapshot lost = studio(TallyMode::off, TallyMode::off);
+    lost.sourceRunning = false;
+    lost.lostSinceMilliseconds = 1000;
+    server->publish(lost);
+    EXPECT_EQ(subscriber.nextLine(), QByteArray("TALLY OK 000"));
+    EXPECT_TRUE(subscriber.closedByServer());
+    EXPECT_TRUE(poller.closedByServer());
+    EXPECT_EQ(server->subscriberCount(), 0);
+}
+
+TEST_F(VmixFeedServerTest, ALostSwitcherWithTheLightsKeptClosesWithoutAnotherLine)
+{
+    start();
+    Receiver subscriber(port);
+    subscriber.send("SUBSCRIBE TALLY\r\n");
+    EXPECT_EQ(subscriber.nextLine(), QByteArray("SUBSCRIBE OK TALLY"));
+    EXPECT_EQ(subscriber.nextLine(), QByteArray("TALLY OK 120"));
+
+    // The box keeps the last picture; a receiver must not go on showing it
+    // as the switcher's.
+    TallySnapshot lost = studio(TallyMode::live, TallyMode::preview);
+    lost.sourceRunning = false;
+    lost.lostSinceMilliseconds = 1000;
+    server->publish(lost);
+    EXPECT_TRUE(subscriber.closedByServer());
+    EXPECT_TRUE(subscriber.socket().readAll().isEmpty());
+}
+
+TEST_F(VmixFeedServerTest, WhileTheSwitcherIsLostTheFeedRefusesConnectionsUntilItIsBack)
+{
+    start();
+    TallySnapshot lost = studio(TallyMode::live, TallyMode::preview);
+    lost.sourceRunning = false;
+    server->publish(lost);
+
+    QTcpSocket early;
+    early.connectToHost(QHostAddress::LocalHost, port);
+    EXPECT_FALSE(early.waitForConnected(5000));
+    EXPECT_EQ(early.error(), QAbstractSocket::ConnectionRefusedError) << early.errorString().toStdString();
+    EXPECT_EQ(server->port(), port);
+
+    // Back: the feed serves again, on the same port.
+    server->publish(studio(TallyMode::preview, TallyMode::live));
+    Receiver later(port);
+    later.send("SUBSCRIBE TALLY\r\n");
+    EXPECT_EQ(later.nextLine(), QByteArray("SUBSCRIBE OK TALLY"));
+    EXPECT_EQ(later.nextLine(), QByteArray("TALLY OK 210"));
+}
+
+TEST_F(VmixFeedServerTest, UnderTestWithTheSwitcherLostTheFeedTellsWhatTheTestLights)
+{
+    start();
+    TallySnapshot test = studio(TallyMode::preview, TallyMode::preview);
+    test.sourceRunning = false;
+    test.underTest = true;
+    server->publish(test);
+    Receiver receiver(port);
+    receiver.send("TALLY\r\n");
+    EXPECT_EQ(receiver.nextLine(), QByteArray("TALLY OK 220"));
 }
 
 TEST_F(VmixFeedServerTest, APollerGetsTallyXmlAndErrorsAndQuitCloses)
