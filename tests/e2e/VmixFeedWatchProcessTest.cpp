@@ -245,3 +245,30 @@ TEST_F(VmixFeedWatchTest, ASubscriberHearsTheLightsGoOffAtQuit)
     received += subscriber.readAll();
     EXPECT_TRUE(received.endsWith("TALLY OK 00000000\r\n")) << received.toStdString();
 }
+
+TEST_F(VmixFeedWatchTest, OnlyTheAllowedReceiversAreAnswered)
+{
+    startWatch({ QStringLiteral("--vmix-feed-allow"), QStringLiteral("127.0.0.2") });
+    const auto tallyFrom = [this](const QHostAddress& from) {
+        QTcpSocket receiver;
+        EXPECT_TRUE(receiver.bind(from, 0)) << receiver.errorString().toStdString();
+        receiver.connectToHost(QHostAddress::LocalHost, feedPort);
+        if (!receiver.waitForConnected(5000)) {
+            return QByteArray("not connected");
+        }
+        receiver.write("TALLY\r\n");
+        QByteArray received;
+        eventually([&] {
+            received += receiver.readAll();
+            return received.endsWith("\r\n") || receiver.state() == QAbstractSocket::UnconnectedState;
+        });
+        return received;
+    };
+    // The allowed receiver hears the lights once the switcher is followed.
+    QByteArray allowed;
+    ASSERT_TRUE(eventually([&] {
+        allowed = tallyFrom(QHostAddress(QStringLiteral("127.0.0.2")));
+        return allowed.startsWith("TALLY OK ");
+    })) << allowed.toStdString();
+    EXPECT_EQ(tallyFrom(QHostAddress(QStringLiteral("127.0.0.1"))), QByteArray());
+}

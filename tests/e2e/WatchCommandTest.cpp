@@ -109,7 +109,8 @@ TEST_F(WatchCommandTest, WrongUsageExitsTwoWithAUsageLine)
     EXPECT_TRUE(errors.contains(
         "usage: tallyctl watch [--ticks N] [--json] [--timestamps|--no-timestamps] [--source SOURCE] "
         "[--tsl-allow LIST]... [--tsl-silence SECONDS] [--password-file FILE] [--tsl URL]... [--tsl5 URL]... "
-        "[--tsl-offset N] [--web [ADDRESS:]PORT] [--vmix-feed [ADDRESS:]PORT] [--mqtt URL]... "
+        "[--tsl-offset N] [--web [ADDRESS:]PORT] [--vmix-feed [ADDRESS:]PORT] [--vmix-feed-allow LIST]... "
+        "[--mqtt URL]... "
         "[--mqtt-password-file FILE] [--mqtt-ca-file FILE] [--mqtt-discovery] [--dmx URL]... [--dmx-start N] "
         "[--dmx-layout rgb|single] [--when-lost keep|off|blink] [--blink-after SECONDS] [--lights-off-at-quit] MAP"))
         << errors.toStdString();

@@ -86,6 +86,8 @@ inline const QString tslSilenceSeconds = QStringLiteral("TslSilenceSeconds");
 inline const QString webTally = QStringLiteral("WebTally");
 // The vMix-compatible tally feed: "[ADDRESS:]PORT"; empty or unset: none.
 inline const QString vmixFeed = QStringLiteral("VmixFeed");
+// Whom the feed answers: "10.0.0.5, 10.0.0.0/24"; empty or unset: everyone.
+inline const QString vmixFeedAllowedClients = QStringLiteral("VmixFeedAllow");
 // TSL UMD destinations, "udp://HOST:PORT" (and "tcp://HOST:PORT" for 5.0).
 inline const QString tsl31Destinations = QStringLiteral("Tsl31Destinations");
 inline const QString tsl50Destinations = QStringLiteral("Tsl50Destinations");

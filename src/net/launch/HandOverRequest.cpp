@@ -25,6 +25,7 @@ const QString password = QStringLiteral("password");
 const QString allowedSenders = QStringLiteral("allowedSenders");
 const QString web = QStringLiteral("web");
 const QString vmixFeed = QStringLiteral("vmixFeed");
+const QString vmixFeedAllow = QStringLiteral("vmixFeedAllow");
 const QString tsl = QStringLiteral("tsl");
 const QString tsl31 = QStringLiteral("tsl31");
 const QString tsl50 = QStringLiteral("tsl50");
@@ -265,6 +266,9 @@ void readOutputs(FieldReader& fields, HandOverRequest* request)
     if (fields.has(Key::vmixFeed)) {
         request->vmixFeedGiven = true;
         outputs.vmixFeed = fields.text(Key::vmixFeed);
+        if (fields.has(Key::vmixFeedAllow)) {
+            outputs.vmixFeedAllowedClients = fields.text(Key::vmixFeedAllow);
+        }
     }
     if (fields.has(Key::tsl)) {
         request->tslGiven = true;
@@ -343,6 +347,7 @@ void putOutputs(const HandOverRequest& request, QJsonObject* root)
     }
     if (request.vmixFeedGiven) {
         root->insert(Key::vmixFeed, outputs.vmixFeed.value_or(QString()));
+        root->insert(Key::vmixFeedAllow, outputs.vmixFeedAllowedClients);
     }
     if (request.tslGiven) {
         root->insert(Key::tsl,
@@ -430,6 +435,7 @@ NetworkOutputChoices HandOverRequest::outputsOver(const NetworkOutputChoices& cu
     }
     if (vmixFeedGiven) {
         next.vmixFeed = outputs.vmixFeed;
+        next.vmixFeedAllowedClients = outputs.vmixFeedAllowedClients;
     }
     if (tslGiven) {
         next.takeTslFrom(outputs);

@@ -8,6 +8,7 @@
 #include "model/LightCount.h"
 #include "mqtt/MqttBrokerAddress.h"
 #include "outputs/TslDestination.h"
+#include "sources/SenderAllowList.h"
 #include "tsl/TslTallyEncoding.h"
 
 namespace {
@@ -31,8 +32,12 @@ bool checkWeb(const QString& text, QString* problem)
     return true;
 }
 
-bool checkVmixFeed(const QString& text, QString* problem)
+bool checkVmixFeed(const QString& text, const QString& allowedClients, QString* problem)
 {
+    QString notAllowed;
+    if (!SenderAllowList::parse({ allowedClients }, &notAllowed)) {
+        return reportProblem(problem, QStringLiteral("vMix tally feed: only from: ") + notAllowed);
+    }
     if (text.trimmed().isEmpty()) {
         return reportProblem(problem,
             QStringLiteral("The vMix tally feed needs a port to listen on: [ADDRESS:]PORT, such as 8100 (vMix itself "
@@ -120,7 +125,7 @@ bool NetworkOutputChoices::check(QString* problem) const
     if (web && !checkWeb(*web, problem)) {
         return false;
     }
-    if (vmixFeed && !checkVmixFeed(*vmixFeed, problem)) {
+    if (vmixFeed && !checkVmixFeed(*vmixFeed, vmixFeedAllowedClients, problem)) {
         return false;
     }
     if (tslIndexOffset < 0) {
@@ -176,6 +181,9 @@ RunOptions NetworkOutputChoices::runOptions() const
     if (vmixFeed) {
         QString ignored; // problem() has said there is none
         options.vmixFeed = WebListenAddress::parse(vmixFeed->trimmed(), &ignored);
+        if (!vmixFeedAllowedClients.trimmed().isEmpty()) {
+            options.vmixFeedAllowedClients = QStringList { vmixFeedAllowedClients.trimmed() };
+        }
     }
     options.tsl31Destinations = tsl31Destinations;
     options.tsl50Destinations = tsl50Destinations;
@@ -201,6 +209,7 @@ NetworkOutputChoices NetworkOutputChoices::of(const RunOptions& options)
     }
     if (options.vmixFeed) {
         choices.vmixFeed = options.vmixFeed->toString();
+        choices.vmixFeedAllowedClients = options.vmixFeedAllowedClients.join(QStringLiteral(", "));
     }
     choices.tsl31Destinations = options.tsl31Destinations;
     choices.tsl50Destinations = options.tsl50Destinations;
@@ -226,6 +235,7 @@ NetworkOutputChoices NetworkOutputChoices::saved(const UserDefaults& defaults)
     if (!vmixFeed.isEmpty()) {
         choices.vmixFeed = vmixFeed;
     }
+    choices.vmixFeedAllowedClients = defaults.objectForKey(Preferences::vmixFeedAllowedClients).toString().trimmed();
     choices.tsl31Destinations = storedList(defaults, Preferences::tsl31Destinations);
     choices.tsl50Destinations = storedList(defaults, Preferences::tsl50Destinations);
     choices.tslIndexOffset = defaults.objectForKey(Preferences::tslIndexOffset).toInt();
@@ -245,6 +255,7 @@ void NetworkOutputChoices::save(UserDefaults& defaults) const
 {
     defaults.setObject(Preferences::webTally, web.value_or(QString()));
     defaults.setObject(Preferences::vmixFeed, vmixFeed.value_or(QString()));
+    defaults.setObject(Preferences::vmixFeedAllowedClients, vmixFeedAllowedClients);
     defaults.setObject(Preferences::tsl31Destinations, tsl31Destinations);
     defaults.setObject(Preferences::tsl50Destinations, tsl50Destinations);
     defaults.setObject(Preferences::tslIndexOffset, tslIndexOffset);

@@ -21,6 +21,9 @@ struct NetworkOutputChoices {
     // "[ADDRESS:]PORT"; nothing: no vMix tally feed. An empty text is a feed
     // wanted without a port yet, which problem() refuses.
     std::optional<QString> vmixFeed;
+    // Whom the feed answers: addresses and networks separated by commas or
+    // spaces ("10.0.0.5, 10.0.0.0/24"); empty: every client.
+    QString vmixFeedAllowedClients;
     // "udp://HOST:PORT", and also "tcp://HOST:PORT" for 5.0.
     QStringList tsl31Destinations;
     QStringList tsl50Destinations;

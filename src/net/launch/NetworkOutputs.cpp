@@ -49,6 +49,7 @@ bool NetworkOutputs::startAtLaunch(const RunOptions& commandLine, const NetworkO
     if (!commandLine.vmixFeed) {
         NetworkOutputChoices next = m_current;
         next.vmixFeed = saved.vmixFeed;
+        next.vmixFeedAllowedClients = saved.vmixFeedAllowedClients;
         startSaved(next, tr("The saved vMix tally feed"), &problems);
     }
     if (!commandLine.mqttGiven) {
@@ -119,6 +120,7 @@ bool NetworkOutputs::replace(const NetworkOutputChoices& choices, QString* probl
     const auto keepFeed = [&] {
         if (reusedFeed) {
             m_running.vmixFeed = std::move(next.vmixFeed);
+            putFeedBack();
         }
     };
     bool reusedMqtt = false;
@@ -167,15 +169,38 @@ bool NetworkOutputs::vmixFeedFor(
     if (!options.vmixFeed) {
         return true;
     }
-    // The same address keeps the running feed: its receivers stay
-    // subscribed, and a new server could not take the port anyway.
-    if (m_running.vmixFeed && m_current.runOptions().vmixFeed == options.vmixFeed) {
+    // The running feed goes on, moved if its address changed: its receivers
+    // stay subscribed, and a new server could not take the port it holds
+    // (moving from one interface to every interface, say).
+    if (m_running.vmixFeed) {
+        const std::optional<SenderAllowList> allowed = vmixFeedAllowList(options, problem);
+        if (!allowed) {
+            return false;
+        }
+        if (m_current.runOptions().vmixFeed != options.vmixFeed
+            && !m_running.vmixFeed->moveTo(*options.vmixFeed, problem)) {
+            return false;
+        }
         *feed = std::move(m_running.vmixFeed);
+        (*feed)->setAllowedClients(*allowed);
         *reused = true;
         return true;
     }
     *feed = startVmixFeed(options, problem);
     return *feed != nullptr;
+}
+
+void NetworkOutputs::putFeedBack()
+{
+    const RunOptions options = m_current.runOptions();
+    if (!m_running.vmixFeed || !options.vmixFeed) {
+        return;
+    }
+    QString ignored; // both were in use a moment ago
+    if (m_running.vmixFeed->address() != *options.vmixFeed) {
+        m_running.vmixFeed->moveTo(*options.vmixFeed, &ignored);
+    }
+    m_running.vmixFeed->setAllowedClients(vmixFeedAllowList(options, &ignored).value_or(SenderAllowList {}));
 }
 
 bool NetworkOutputs::mqttFor(const NetworkOutputChoices& choices, StartedOutputs* next, bool* reused, QString* problem)

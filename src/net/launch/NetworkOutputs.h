@@ -66,11 +66,14 @@ private:
     void startSaved(const NetworkOutputChoices& next, const QString& what, QStringList* problems);
     std::unique_ptr<TslSender> senderFor(const NetworkOutputChoices& choices);
     std::unique_ptr<DmxSender> dmxSenderFor(const NetworkOutputChoices& choices);
-    // The feed the choices ask for: the running one when its address did not
-    // change (reused says so), else a new one. False, with the reason, when
+    // The feed the choices ask for: the running one, moved to the new
+    // address if need be (reused says so), else a new one. False, with the reason, when
     // it cannot listen.
     bool vmixFeedFor(
         const NetworkOutputChoices& choices, std::unique_ptr<VmixFeedServer>* feed, bool* reused, QString* problem);
+    // The running feed back where it was and answering whom it answered,
+    // after choices it had already taken failed elsewhere.
+    void putFeedBack();
     // The publishers the choices ask for: the running ones when the MQTT
     // choices did not change (reused says so), else new ones. False, with
     // the reason, when a password or CA file cannot be read.

@@ -429,12 +429,27 @@ std::unique_ptr<WebTallyServer> startWebTally(const RunOptions& options, QString
     return server;
 }
 
+std::optional<SenderAllowList> vmixFeedAllowList(const RunOptions& options, QString* problem)
+{
+    QString why;
+    std::optional<SenderAllowList> allowed = SenderAllowList::parse(options.vmixFeedAllowedClients, &why);
+    if (!allowed) {
+        reportProblem(problem, QStringLiteral("--vmix-feed-allow: ") + why);
+    }
+    return allowed;
+}
+
 std::unique_ptr<VmixFeedServer> startVmixFeed(const RunOptions& options, QString* problem)
 {
     if (!options.vmixFeed) {
         return nullptr;
     }
     auto server = std::make_unique<VmixFeedServer>();
+    const std::optional<SenderAllowList> allowed = vmixFeedAllowList(options, problem);
+    if (!allowed) {
+        return nullptr;
+    }
+    server->setAllowedClients(*allowed);
     if (!server->listen(*options.vmixFeed, problem)) {
         return nullptr;
     }

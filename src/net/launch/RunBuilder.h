@@ -6,6 +6,7 @@
 // found before anything listens or connects.
 
 #include "launch/RunOptions.h"
+#include "sources/SenderAllowList.h"
 #include "sources/ShotSource.h"
 
 #include <chrono>
@@ -82,8 +83,13 @@ class VmixFeedServer;
 
 // The vMix-compatible tally feed, listening where the options say. Nothing,
 // and no problem, when the options ask for none; nothing with the reason in
-// problem when it cannot listen there.
+// problem when it cannot listen there. It answers only the clients the
+// options allow.
 std::unique_ptr<VmixFeedServer> startVmixFeed(const RunOptions& options, QString* problem);
+
+// The clients the feed answers (--vmix-feed-allow; empty: everyone), or
+// nothing with the first bad entry named.
+std::optional<SenderAllowList> vmixFeedAllowList(const RunOptions& options, QString* problem);
 
 class TallyCycle;
 

@@ -204,6 +204,20 @@ bool takeVmixFeedOption(QStringList& arguments, qsizetype index, RunOptions* opt
         });
 }
 
+// --vmix-feed-allow: the addresses or networks the feed answers.
+bool takeVmixFeedAllowOption(
+    QStringList& arguments, qsizetype index, RunOptions* options, bool* matched, QString* problem)
+{
+    return takeCheckedOption(arguments, index, QStringLiteral("--vmix-feed-allow"), matched, problem,
+        [options](const QString& value, QString* why) {
+            if (!SenderAllowList::parse({ value }, why)) {
+                return false;
+            }
+            options->vmixFeedAllowedClients.append(value);
+            return true;
+        });
+}
+
 // Checks and stores the values of the lost-source options.
 bool applyLostSourceValue(const QString& name, const QString& value, RunOptions* options, QString* problem)
 {
@@ -285,8 +299,8 @@ bool takeFlag(QStringList& arguments, qsizetype index, RunOptions* options, bool
 bool takeOption(QStringList& arguments, qsizetype index, RunOptions* options, bool* matched, QString* problem)
 {
     using Take = bool (*)(QStringList&, qsizetype, RunOptions*, bool*, QString*);
-    for (const Take take : { takeFlag, takeTextOption, takeWebOption, takeVmixFeedOption, takeTslAllowOption,
-             takeTslSilenceOption, takeDmxLayoutOption, takeRepeatableOption, takeNumberOption }) {
+    for (const Take take : { takeFlag, takeTextOption, takeWebOption, takeVmixFeedOption, takeVmixFeedAllowOption,
+             takeTslAllowOption, takeTslSilenceOption, takeDmxLayoutOption, takeRepeatableOption, takeNumberOption }) {
         if (!take(arguments, index, options, matched, problem)) {
             return false;
         }
@@ -318,6 +332,10 @@ bool RunOptions::takeFrom(QStringList& arguments, RunOptions* options, QString* 
         if (!matched) {
             ++index;
         }
+    }
+    // The list belongs to a feed: given alone it would quietly do nothing.
+    if (!options->vmixFeedAllowedClients.isEmpty() && !options->vmixFeed) {
+        return reportProblem(problem, QStringLiteral("--vmix-feed-allow needs --vmix-feed [ADDRESS:]PORT"));
     }
     return true;
 }
@@ -351,6 +369,8 @@ QStringList RunOptions::helpLines()
         QStringLiteral("  --vmix-feed WHERE     answer vMix tally receivers as vMix's TCP API does, on"),
         QStringLiteral("                        [ADDRESS:]PORT (every interface if no ADDRESS; vMix"),
         QStringLiteral("                        itself uses port 8099)"),
+        QStringLiteral("  --vmix-feed-allow     LIST: answer only receivers at these addresses or networks"),
+        QStringLiteral("                        (10.0.0.5, 10.0.0.0/24; comma-separated, repeatable)"),
         QStringLiteral("  --mqtt URL            publish the lights to an MQTT broker:"),
         QStringLiteral("                        mqtt://[USER@]HOST[:PORT][/PREFIX], mqtts:// for TLS (repeatable;"),
         QStringLiteral("                        topics under mixdesk-tally/<host name> unless PREFIX is given)"),

@@ -73,6 +73,9 @@ struct RunOptions {
     // The vMix-compatible tally feed: off unless --vmix-feed [ADDRESS:]PORT
     // is given.
     std::optional<WebListenAddress> vmixFeed;
+    // The feed answers only these addresses or networks
+    // (--vmix-feed-allow, as written; empty: every client).
+    QStringList vmixFeedAllowedClients;
     // What the lights do while the source is lost, and at quit; unset
     // choices leave the saved preference (or the default) in force.
     std::optional<LostSourcePolicy::Action> whenSourceLost;

@@ -79,6 +79,11 @@ void BoundedTcpServer::incomingConnection(qintptr socketDescriptor)
         delete socket;
         return;
     }
+    if (!m_allowed.isEmpty() && !m_allowed.allows(socket->peerAddress())) {
+        socket->abort();
+        delete socket;
+        return;
+    }
     if (m_openConnections >= m_limits.maxConnections && !replaceQuietestConnection()) {
         socket->abort();
         delete socket;

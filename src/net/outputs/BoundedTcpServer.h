@@ -1,5 +1,7 @@
 #pragma once
 
+#include "sources/SenderAllowList.h"
+
 #include <QHostAddress>
 #include <QList>
 #include <QPointer>
@@ -20,7 +22,9 @@ class QTcpSocket;
 // A connection that has become a WebSocket is released from these rules
 // (the page's WebSockets have limits of their own): it stays open for as
 // long as the page is shown. Sending is not limited here: the page's
-// WebSockets only ever receive.
+// WebSockets only ever receive. With an allow list, a connection from
+// elsewhere is closed before it counts, so that a stranger can neither fill
+// the connections nor push out a quiet one that belongs.
 class BoundedTcpServer : public QTcpServer {
     Q_OBJECT
 public:
@@ -34,6 +38,9 @@ public:
     ~BoundedTcpServer() override;
 
     int openConnections() const { return m_openConnections; }
+
+    // Whom connections are taken from from now on; empty: everyone.
+    void setAllowedPeers(const SenderAllowList& allowed) { m_allowed = allowed; }
 
     // The connection from peer has become a WebSocket: no deadline, never
     // replaced by a newer connection, and no longer counted here (the
@@ -52,6 +59,7 @@ private:
     bool replaceQuietestConnection();
 
     Limits m_limits;
+    SenderAllowList m_allowed;
     int m_openConnections = 0;
     QList<QPointer<ConnectionGuard>> m_guards;
 };

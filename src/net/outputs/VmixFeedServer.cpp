@@ -52,15 +52,57 @@ VmixFeedServer::~VmixFeedServer()
 bool VmixFeedServer::listen(const WebListenAddress& where, QString* problem)
 {
     auto server = std::make_unique<BoundedTcpServer>(m_limits.connections);
+    server->setAllowedPeers(m_allowed);
     if (!server->listen(where.address, where.port)) {
-        return reportProblem(problem,
-            QStringLiteral("the vMix tally feed cannot listen on %1: %2").arg(where.toString(), server->errorString()));
+        return cannotListen(where, server->errorString(), problem);
     }
     connect(server.get(), &QTcpServer::newConnection, this, &VmixFeedServer::accept);
     m_server = std::move(server);
     m_where = where;
     m_where.port = m_server->serverPort();
     return true;
+}
+
+bool VmixFeedServer::moveTo(const WebListenAddress& where, QString* problem)
+{
+    if (!m_server) {
+        return listen(where, problem);
+    }
+    // The new address may need the port held now: let go of it first.
+    m_server->close();
+    if (m_server->listen(where.address, where.port)) {
+        m_where = where;
+        m_where.port = m_server->serverPort();
+        return true;
+    }
+    const QString why = m_server->errorString();
+    m_server->listen(m_where.address, m_where.port);
+    return cannotListen(where, why, problem);
+}
+
+bool VmixFeedServer::cannotListen(const WebListenAddress& where, const QString& why, QString* problem)
+{
+    return reportProblem(
+        problem, QStringLiteral("the vMix tally feed cannot listen on %1: %2").arg(where.toString(), why));
+}
+
+void VmixFeedServer::setAllowedClients(const SenderAllowList& allowed)
+{
+    m_allowed = allowed;
+    if (m_server) {
+        m_server->setAllowedPeers(allowed);
+    }
+    if (allowed.isEmpty()) {
+        return;
+    }
+    m_clients.removeAll(nullptr);
+    const QList<QPointer<Client>> clients = m_clients;
+    for (const QPointer<Client>& client : clients) {
+        if (client && !allowed.allows(client->socket.peerAddress())) {
+            client->dropped = true;
+            client->socket.abort();
+        }
+    }
 }
 
 quint16 VmixFeedServer::port() const

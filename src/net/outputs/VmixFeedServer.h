@@ -26,7 +26,7 @@ class QTcpSocket;
 // maxSubscribers instead. A request line over 64 KB closes its connection,
 // and so does a client that lets more than maxUnsentBytes of answers pile
 // up unread: sending never waits, so one stalled reader cannot hold back
-// the others.
+// the others. An allow list keeps the feed to the studio's own receivers.
 class VmixFeedServer : public QObject, public TallyOutput {
     Q_OBJECT
 public:
@@ -47,9 +47,18 @@ public:
     // Starts listening. False, with the reason in words, when the address
     // cannot be bound (a port in use, an address not on this machine).
     bool listen(const WebListenAddress& where, QString* problem);
+    // Listens at another address instead, keeping every connection and
+    // subscriber. False, with the reason, when it cannot; it then goes on
+    // where it was.
+    bool moveTo(const WebListenAddress& where, QString* problem);
     // The port listened on (useful after listening on port 0).
     quint16 port() const;
     const WebListenAddress& address() const { return m_where; }
+
+    // Whom the feed answers from now on, also when listening already;
+    // empty: everyone. Connections open from elsewhere are closed.
+    void setAllowedClients(const SenderAllowList& allowed);
+    const SenderAllowList& allowedClients() const { return m_allowed; }
 
     void publish(const TallySnapshot& snapshot) override;
 
@@ -59,6 +68,7 @@ public:
 private:
     class Client;
 
+    static bool cannotListen(const WebListenAddress& where, const QString& why, QString* problem);
     void accept();
     void answer(Client& client, const QByteArray& request);
     // Sends bytes, or drops the client when too much is already waiting.
@@ -76,6 +86,7 @@ private:
     Limits m_limits;
     std::unique_ptr<BoundedTcpServer> m_server;
     WebListenAddress m_where;
+    SenderAllowList m_allowed;
     TallySnapshot m_snapshot;
     QByteArray m_tallyLine;
     QList<QPointer<Client>> m_clients;

@@ -100,8 +100,14 @@ void NetworkOutputsDialog::addVmixFeedRows(const NetworkOutputChoices& current)
     vmixFeedAddressField->setPlaceholderText(tr("8100, or 192.168.1.20:8100; vMix itself uses 8099"));
     vmixFeedAddressField->setEnabled(vmixFeedCheckBox->isChecked());
     connect(vmixFeedCheckBox, &QCheckBox::toggled, vmixFeedAddressField, &QWidget::setEnabled);
+    vmixFeedAllowedField = new QLineEdit(current.vmixFeedAllowedClients, this);
+    vmixFeedAllowedField->setObjectName(QStringLiteral("vmixFeedAllowedClients"));
+    vmixFeedAllowedField->setPlaceholderText(tr("every address; or 192.168.1.0/24, 10.0.0.5"));
+    vmixFeedAllowedField->setEnabled(vmixFeedCheckBox->isChecked());
+    connect(vmixFeedCheckBox, &QCheckBox::toggled, vmixFeedAllowedField, &QWidget::setEnabled);
     form->addRow(vmixFeedCheckBox);
     form->addRow(tr("vMix feed on:"), vmixFeedAddressField);
+    form->addRow(tr("Only from:"), vmixFeedAllowedField);
 }
 
 void NetworkOutputsDialog::addTslRows(const NetworkOutputChoices& current)
@@ -174,6 +180,7 @@ NetworkOutputChoices NetworkOutputsDialog::choices() const
     }
     if (vmixFeedCheckBox->isChecked()) {
         chosen.vmixFeed = vmixFeedAddressField->text().trimmed();
+        chosen.vmixFeedAllowedClients = vmixFeedAllowedField->text().trimmed();
     }
     chosen.tsl31Destinations = destinationLines(*tsl31Field);
     chosen.tsl50Destinations = destinationLines(*tsl50Field);

@@ -47,6 +47,7 @@ public:
     QPointer<PhoneLinksView> phoneLinksView;
     QPointer<QCheckBox> vmixFeedCheckBox;
     QPointer<QLineEdit> vmixFeedAddressField;
+    QPointer<QLineEdit> vmixFeedAllowedField;
     QPointer<QPlainTextEdit> tsl31Field;
     QPointer<QPlainTextEdit> tsl50Field;
     QPointer<QSpinBox> offsetField;

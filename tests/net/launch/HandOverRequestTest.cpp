@@ -340,6 +340,24 @@ TEST(HandOverRequestTest, TheVmixFeedReplacesItsAddressAndNothingElse)
     EXPECT_TRUE(launch.request->summary().contains(QStringLiteral("vMix tally feed on 127.0.0.1:8100")));
 }
 
+TEST(HandOverRequestTest, TheVmixFeedsAllowListGoesWithItsAddress)
+{
+    const Launch launch = secondLaunch({ "--vmix-feed", "8100", "--vmix-feed-allow", "10.0.0.0/24" });
+    ASSERT_TRUE(launch.request) << launch.problem.toStdString();
+    NetworkOutputChoices running;
+    running.vmixFeed = QStringLiteral("8100");
+    running.vmixFeedAllowedClients = QStringLiteral("10.0.0.5");
+    NetworkOutputChoices expected;
+    expected.vmixFeed = QStringLiteral("0.0.0.0:8100");
+    expected.vmixFeedAllowedClients = QStringLiteral("10.0.0.0/24");
+    const NetworkOutputChoices next = launch.request->outputsOver(running);
+    EXPECT_EQ(next.vmixFeedAllowedClients, expected.vmixFeedAllowedClients);
+    // A feed handed over without a list answers everyone again.
+    const Launch open = secondLaunch({ "--vmix-feed", "8100" });
+    ASSERT_TRUE(open.request) << open.problem.toStdString();
+    EXPECT_EQ(open.request->outputsOver(running).vmixFeedAllowedClients, QString());
+}
+
 TEST(HandOverRequestTest, DmxStartOrLayoutWithoutDmxIsRefusedAndABadDmxAddressToo)
 {
     EXPECT_EQ(refusalOf({ "--dmx-start", "5" }),

@@ -11,6 +11,7 @@
 #include "outputs/DmxSender.h"
 #include "outputs/MqttPublisher.h"
 #include "outputs/TslSender.h"
+#include "outputs/VmixFeedServer.h"
 #include "outputs/WebTallyServer.h"
 #include "support/Eventually.h"
 #include "support/FakeShotSource.h"
@@ -412,6 +413,34 @@ TEST_F(NetworkOutputsTest, ChosenOutputsAreSavedAndReadBackAlike)
     ASSERT_TRUE(outputs.choose(NetworkOutputChoices {}, defaults, &problem)) << problem.toStdString();
     UserDefaults reopenedOff(defaults.settingsFilePath());
     EXPECT_EQ(NetworkOutputChoices::saved(reopenedOff), NetworkOutputChoices {});
+}
+
+TEST_F(NetworkOutputsTest, TheFeedsAllowListIsSavedAndAChangeKeepsTheRunningFeed)
+{
+    NetworkOutputChoices choices;
+    choices.vmixFeed = QStringLiteral("127.0.0.1:%1").arg(freePort());
+    choices.vmixFeedAllowedClients = QStringLiteral("127.0.0.2, 10.0.0.0/24");
+    QString problem;
+    ASSERT_TRUE(outputs.choose(choices, defaults, &problem)) << problem.toStdString();
+    UserDefaults reopened(defaults.settingsFilePath());
+    EXPECT_EQ(NetworkOutputChoices::saved(reopened), choices);
+    VmixFeedServer* const feed = outputs.vmixFeed();
+    ASSERT_NE(feed, nullptr);
+    EXPECT_EQ(feed->allowedClients().entries(), (QStringList { "127.0.0.2", "10.0.0.0/24" }));
+
+    // Everyone again, on every interface of the same port: the same feed.
+    NetworkOutputChoices everyone;
+    everyone.vmixFeed = QString::number(feed->port());
+    ASSERT_TRUE(outputs.choose(everyone, defaults, &problem)) << problem.toStdString();
+    EXPECT_EQ(outputs.vmixFeed(), feed);
+    EXPECT_TRUE(feed->allowedClients().isEmpty());
+    EXPECT_EQ(feed->address().address, QHostAddress(QHostAddress::Any));
+
+    NetworkOutputChoices bad = everyone;
+    bad.vmixFeedAllowedClients = QStringLiteral("studio");
+    EXPECT_FALSE(outputs.choose(bad, defaults, &problem));
+    EXPECT_TRUE(problem.startsWith(QStringLiteral("vMix tally feed: only from: "))) << problem.toStdString();
+    EXPECT_EQ(outputs.vmixFeed(), feed);
 }
 
 TEST_F(NetworkOutputsTest, MqttChoicesAreSavedAndAnUnchangedPublisherGoesOn)

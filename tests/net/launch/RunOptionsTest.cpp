@@ -135,6 +135,28 @@ TEST(RunOptionsTest, VmixFeedTakesAnAddressAndPortOrAPortAlone)
     EXPECT_EQ(takingOptions(bad, &options), QStringLiteral("--vmix-feed: 'studio' is not an IP address"));
 }
 
+TEST(RunOptionsTest, VmixFeedAllowTakesAddressesAndNetworksAndNeedsTheFeed)
+{
+    QStringList arguments { QStringLiteral("--vmix-feed"), QStringLiteral("8100"), QStringLiteral("--vmix-feed-allow"),
+        QStringLiteral("10.0.0.5,10.0.1.0/24"), QStringLiteral("--vmix-feed-allow=fd00::5") };
+    RunOptions options;
+    EXPECT_EQ(takingOptions(arguments, &options), std::nullopt);
+    EXPECT_EQ(options.vmixFeedAllowedClients,
+        (QStringList { QStringLiteral("10.0.0.5,10.0.1.0/24"), QStringLiteral("fd00::5") }));
+
+    QStringList bad { QStringLiteral("--vmix-feed"), QStringLiteral("8100"), QStringLiteral("--vmix-feed-allow"),
+        QStringLiteral("studio") };
+    RunOptions badOptions;
+    const std::optional<QString> refusal = takingOptions(bad, &badOptions);
+    ASSERT_TRUE(refusal);
+    EXPECT_TRUE(refusal->startsWith(QStringLiteral("--vmix-feed-allow: "))) << refusal->toStdString();
+
+    QStringList alone { QStringLiteral("--vmix-feed-allow"), QStringLiteral("10.0.0.5") };
+    RunOptions aloneOptions;
+    EXPECT_EQ(
+        takingOptions(alone, &aloneOptions), QStringLiteral("--vmix-feed-allow needs --vmix-feed [ADDRESS:]PORT"));
+}
+
 TEST(RunOptionsTest, ABadWebAddressIsAUsageProblem)
 {
     QStringList arguments { QStringLiteral("--web"), QStringLiteral("studio:80") };

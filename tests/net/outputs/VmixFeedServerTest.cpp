@@ -5,9 +5,11 @@
 
 #include "outputs/VmixFeedServer.h"
 
+#include "sources/SenderAllowList.h"
 #include "support/Eventually.h"
 #include "support/QtPrinters.h"
 
+#include <QTcpServer>
 #include <QTcpSocket>
 
 #include <gtest/gtest.h>
@@ -28,8 +30,12 @@ TallySnapshot studio(TallyMode first, TallyMode second)
 // A client that keeps every line it is sent.
 class Receiver {
 public:
-    explicit Receiver(quint16 port)
+    // From 127.0.0.1, or from another loopback address given.
+    explicit Receiver(quint16 port, const QHostAddress& from = {})
     {
+        if (!from.isNull()) {
+            EXPECT_TRUE(m_socket.bind(from, 0)) << m_socket.errorString().toStdString();
+        }
         m_socket.connectToHost(QHostAddress::LocalHost, port);
         EXPECT_TRUE(m_socket.waitForConnected(5000));
     }
@@ -204,6 +210,88 @@ TEST_F(VmixFeedServerTest, UnderTestWithTheSwitcherLostTheFeedTellsWhatTheTestLi
     Receiver receiver(port);
     receiver.send("TALLY\r\n");
     EXPECT_EQ(receiver.nextLine(), QByteArray("TALLY OK 220"));
+}
+
+SenderAllowList only(const char* entries)
+{
+    QString problem;
+    const std::optional<SenderAllowList> list = SenderAllowList::parse({ QString::fromLatin1(entries) }, &problem);
+    EXPECT_TRUE(list) << problem.toStdString();
+    return list.value_or(SenderAllowList {});
+}
+
+TEST_F(VmixFeedServerTest, AStrangerIsClosedBeforeItCanTakeTheSlotOfAnAllowedReceiver)
+{
+    VmixFeedServer::Limits limits;
+    limits.connections.maxConnections = 1;
+    start(limits);
+    server->setAllowedClients(only("127.0.0.2"));
+    const QHostAddress studio(QStringLiteral("127.0.0.2"));
+    Receiver receiver(port, studio);
+    receiver.send("TALLY\r\n");
+    EXPECT_EQ(receiver.nextLine(), QByteArray("TALLY OK 120"));
+
+    // At the limit a new connection would push out the quiet one, unless
+    // it comes from an address the feed does not answer.
+    Receiver stranger(port);
+    stranger.send("SUBSCRIBE TALLY\r\n");
+    EXPECT_TRUE(stranger.closedByServer());
+    EXPECT_TRUE(stranger.socket().readAll().isEmpty());
+    EXPECT_EQ(server->subscriberCount(), 0);
+    receiver.send("TALLY\r\n");
+    EXPECT_EQ(receiver.nextLine(), QByteArray("TALLY OK 120"));
+}
+
+TEST_F(VmixFeedServerTest, NarrowingWhomTheFeedAnswersClosesStrangersAlreadyConnected)
+{
+    start();
+    Receiver stranger(port);
+    stranger.send("SUBSCRIBE TALLY\r\n");
+    EXPECT_EQ(stranger.nextLine(), QByteArray("SUBSCRIBE OK TALLY"));
+    Receiver receiver(port, QHostAddress(QStringLiteral("127.0.0.3")));
+    receiver.send("SUBSCRIBE TALLY\r\n");
+    EXPECT_EQ(receiver.nextLine(), QByteArray("SUBSCRIBE OK TALLY"));
+    EXPECT_EQ(receiver.nextLine(), QByteArray("TALLY OK 120"));
+
+    server->setAllowedClients(only("127.0.0.3/32"));
+    EXPECT_TRUE(stranger.closedByServer());
+    server->publish(studio(TallyMode::off, TallyMode::live));
+    EXPECT_EQ(receiver.nextLine(), QByteArray("TALLY OK 010"));
+}
+
+TEST_F(VmixFeedServerTest, MovingToEveryInterfaceOnTheSamePortKeepsItsSubscribers)
+{
+    start();
+    Receiver receiver(port);
+    receiver.send("SUBSCRIBE TALLY\r\n");
+    EXPECT_EQ(receiver.nextLine(), QByteArray("SUBSCRIBE OK TALLY"));
+    EXPECT_EQ(receiver.nextLine(), QByteArray("TALLY OK 120"));
+
+    QString problem;
+    ASSERT_TRUE(server->moveTo({ QHostAddress(QHostAddress::Any), port }, &problem)) << problem.toStdString();
+    EXPECT_EQ(server->address().address, QHostAddress(QHostAddress::Any));
+    server->publish(studio(TallyMode::off, TallyMode::live));
+    EXPECT_EQ(receiver.nextLine(), QByteArray("TALLY OK 010"));
+    Receiver newcomer(port, QHostAddress(QStringLiteral("127.0.0.4")));
+    newcomer.send("TALLY\r\n");
+    EXPECT_EQ(newcomer.nextLine(), QByteArray("TALLY OK 010"));
+}
+
+TEST_F(VmixFeedServerTest, AMoveThatCannotListenSaysWhyAndLeavesTheFeedWhereItWas)
+{
+    start();
+    // A port another program holds.
+    QTcpServer other;
+    ASSERT_TRUE(other.listen(QHostAddress::LocalHost, 0));
+    QString problem;
+    EXPECT_FALSE(server->moveTo({ QHostAddress(QHostAddress::LocalHost), other.serverPort() }, &problem));
+    EXPECT_TRUE(problem.startsWith(
+        QStringLiteral("the vMix tally feed cannot listen on 127.0.0.1:%1: ").arg(other.serverPort())))
+        << problem.toStdString();
+    EXPECT_EQ(server->port(), port);
+    Receiver receiver(port);
+    receiver.send("TALLY\r\n");
+    EXPECT_EQ(receiver.nextLine(), QByteArray("TALLY OK 120"));
 }
 
 TEST_F(VmixFeedServerTest, APollerGetsTallyXmlAndErrorsAndQuitCloses)

@@ -134,19 +134,25 @@ TEST(NetworkOutputsDialogTest, ShowsAndGivesTheVmixFeedAddress)
 {
     NetworkOutputChoices current;
     current.vmixFeed = QStringLiteral("127.0.0.1:8100");
+    current.vmixFeedAllowedClients = QStringLiteral("10.0.0.0/24");
     NetworkOutputsDialog dialog(current, [](const NetworkOutputChoices&, QString*) { return true; });
     EXPECT_TRUE(dialog.vmixFeedCheckBox->isChecked());
     EXPECT_EQ(dialog.vmixFeedAddressField->text(), QStringLiteral("127.0.0.1:8100"));
+    EXPECT_EQ(dialog.vmixFeedAllowedField->text(), QStringLiteral("10.0.0.0/24"));
     EXPECT_EQ(dialog.choices(), current);
+    dialog.vmixFeedAllowedField->clear();
     // Off keeps the address in the field, and gives no feed.
     dialog.vmixFeedCheckBox->setChecked(false);
     EXPECT_FALSE(dialog.vmixFeedAddressField->isEnabled());
+    EXPECT_FALSE(dialog.vmixFeedAllowedField->isEnabled());
     EXPECT_EQ(dialog.vmixFeedAddressField->text(), QStringLiteral("127.0.0.1:8100"));
     EXPECT_EQ(dialog.choices(), NetworkOutputChoices {});
     dialog.vmixFeedCheckBox->setChecked(true);
     dialog.vmixFeedAddressField->setText(QStringLiteral(" 8200 "));
+    dialog.vmixFeedAllowedField->setText(QStringLiteral(" 10.0.0.5, 10.0.0.6 "));
     NetworkOutputChoices expected;
     expected.vmixFeed = QStringLiteral("8200");
+    expected.vmixFeedAllowedClients = QStringLiteral("10.0.0.5, 10.0.0.6");
     EXPECT_EQ(dialog.choices(), expected);
 }
 
