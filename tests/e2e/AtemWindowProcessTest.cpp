@@ -1,7 +1,8 @@
 // The built mixdesk-tally following the ATEM stand-in, with a capture tally
 // box: cuts through packet loss reach the box, the lights freeze (nothing
 // is sent) while the switcher is gone, and follow its picture again once it
-// is back; one connection drives the box, the web page and TSL at once.
+// is back; one connection drives the box, the web page and TSL at once, and
+// the box, Art-Net and the vMix feed too.
 
 #include "WebLightModes.h"
 #include "WindowHome.h"
@@ -11,6 +12,7 @@
 
 #include <QNetworkDatagram>
 #include <QProcess>
+#include <QTcpSocket>
 #include <QThread>
 #include <QUdpSocket>
 
@@ -117,4 +119,86 @@ TEST_F(AtemWindowProcessTest, OneConnectionDrivesTheBoxTheWebPageAndTslThreeOneA
         modes = webLightModes(webPort);
         return modes.size() >= 2 && modes[0] == QStringLiteral("preview") && modes[1] == QStringLiteral("live");
     })) << modes.join(QLatin1Char(' ')).toStdString();
+}
+
+namespace {
+
+// The first two rgb lights of the last ArtDmx datagram on the socket, as
+// "R G B R G B"; empty before the first.
+QString lastArtNetLevels(QUdpSocket& socket, QString* last)
+{
+    while (socket.hasPendingDatagrams()) {
+        const QByteArray packet = socket.receiveDatagram().data();
+        // ArtDmx: "Art-Net", opcode 0x5000, the levels from byte 18.
+        if (packet.startsWith(QByteArrayLiteral("Art-Net\0\x00\x50")) && packet.size() >= 24) {
+            QStringList levels;
+            for (int channel = 0; channel < 6; ++channel) {
+                levels.append(QString::number(quint8(packet[18 + channel])));
+            }
+            *last = levels.join(QLatin1Char(' '));
+        }
+    }
+    return *last;
+}
+
+// What the feed answers one TALLY with; empty when it refuses or closes.
+QByteArray feedTally(quint16 port)
+{
+    QTcpSocket receiver;
+    receiver.connectToHost(QHostAddress::LocalHost, port);
+    if (!receiver.waitForConnected(3000)) {
+        return {};
+    }
+    receiver.write("TALLY\r\n");
+    QByteArray answer;
+    eventually([&] {
+        answer += receiver.readAll();
+        return answer.endsWith("\r\n") || receiver.state() == QAbstractSocket::UnconnectedState;
+    });
+    return answer.trimmed();
+}
+
+} // namespace
+
+TEST_F(AtemWindowProcessTest, OneConnectionDrivesTheBoxArtNetAndTheVmixFeedAndTheFeedGoesWhileTheSwitcherIsLost)
+{
+    QUdpSocket artNet;
+    ASSERT_TRUE(artNet.bind(QHostAddress::LocalHost, 0));
+    const quint16 feedPort = freePort();
+    ASSERT_NE(feedPort, 0);
+    launch({ QStringLiteral("--dmx"), QStringLiteral("artnet://127.0.0.1:%1/0").arg(artNet.localPort()),
+        QStringLiteral("--vmix-feed"), QStringLiteral("127.0.0.1:%1").arg(feedPort) });
+    EXPECT_TRUE(home.lastTickIs(firstLiveSecondPreview));
+    QString levels;
+    EXPECT_TRUE(eventually([&] { return lastArtNetLevels(artNet, &levels) == QStringLiteral("255 0 0 0 255 0"); }))
+        << levels.toStdString();
+    QByteArray tally;
+    EXPECT_TRUE(eventually([&] {
+        tally = feedTally(feedPort);
+        return tally == QByteArray("TALLY OK 12000000");
+    })) << tally.toStdString();
+
+    atem.send("cut");
+    EXPECT_TRUE(home.lastTickIs(firstPreviewSecondLive)) << capture.ticks().last().toStdString();
+    EXPECT_TRUE(eventually([&] { return lastArtNetLevels(artNet, &levels) == QStringLiteral("0 255 0 255 0 0"); }))
+        << levels.toStdString();
+    EXPECT_EQ(feedTally(feedPort), QByteArray("TALLY OK 21000000"));
+
+    // Lost, with the lights kept: the box and the lighting desk keep the
+    // last picture, and the feed, which cannot say "lost", goes away.
+    atem.stop();
+    EXPECT_TRUE(eventually([&] { return feedTally(feedPort).isEmpty(); }, 10000));
+    EXPECT_EQ(lastArtNetLevels(artNet, &levels), QStringLiteral("0 255 0 255 0 0"));
+    EXPECT_EQ(capture.ticks().last(), firstPreviewSecondLive);
+
+    ASSERT_TRUE(atem.restart());
+    EXPECT_TRUE(eventually(
+        [&] {
+            tally = feedTally(feedPort);
+            return tally == QByteArray("TALLY OK 12000000");
+        },
+        15000))
+        << tally.toStdString();
+    EXPECT_TRUE(eventually([&] { return lastArtNetLevels(artNet, &levels) == QStringLiteral("255 0 0 0 255 0"); }))
+        << levels.toStdString();
 }
