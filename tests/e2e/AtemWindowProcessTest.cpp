@@ -4,6 +4,7 @@
 // is back; one connection drives the box, the web page and TSL at once, and
 // the box, Art-Net and the vMix feed too.
 
+#include "ArtNetListener.h"
 #include "WebLightModes.h"
 #include "WindowHome.h"
 #include "support/AtemStandinProcess.h"
@@ -123,24 +124,6 @@ TEST_F(AtemWindowProcessTest, OneConnectionDrivesTheBoxTheWebPageAndTslThreeOneA
 
 namespace {
 
-// The first two rgb lights of the last ArtDmx datagram on the socket, as
-// "R G B R G B"; empty before the first.
-QString lastArtNetLevels(QUdpSocket& socket, QString* last)
-{
-    while (socket.hasPendingDatagrams()) {
-        const QByteArray packet = socket.receiveDatagram().data();
-        // ArtDmx: "Art-Net", opcode 0x5000, the levels from byte 18.
-        if (packet.startsWith(QByteArrayLiteral("Art-Net\0\x00\x50")) && packet.size() >= 24) {
-            QStringList levels;
-            for (int channel = 0; channel < 6; ++channel) {
-                levels.append(QString::number(quint8(packet[18 + channel])));
-            }
-            *last = levels.join(QLatin1Char(' '));
-        }
-    }
-    return *last;
-}
-
 // What the feed answers one TALLY with; empty when it refuses or closes.
 QByteArray feedTally(quint16 port)
 {
@@ -162,15 +145,15 @@ QByteArray feedTally(quint16 port)
 
 TEST_F(AtemWindowProcessTest, OneConnectionDrivesTheBoxArtNetAndTheVmixFeedAndTheFeedGoesWhileTheSwitcherIsLost)
 {
-    QUdpSocket artNet;
-    ASSERT_TRUE(artNet.bind(QHostAddress::LocalHost, 0));
+    ArtNetListener artNet;
+    ASSERT_NE(artNet.port(), 0);
     const quint16 feedPort = freePort();
     ASSERT_NE(feedPort, 0);
-    launch({ QStringLiteral("--dmx"), QStringLiteral("artnet://127.0.0.1:%1/0").arg(artNet.localPort()),
+    launch({ QStringLiteral("--dmx"), QStringLiteral("artnet://127.0.0.1:%1/0").arg(artNet.port()),
         QStringLiteral("--vmix-feed"), QStringLiteral("127.0.0.1:%1").arg(feedPort) });
     EXPECT_TRUE(home.lastTickIs(firstLiveSecondPreview));
     QString levels;
-    EXPECT_TRUE(eventually([&] { return lastArtNetLevels(artNet, &levels) == QStringLiteral("255 0 0 0 255 0"); }))
+    EXPECT_TRUE(eventually([&] { return (levels = artNet.latestLevels(6)) == QStringLiteral("255 0 0 0 255 0"); }))
         << levels.toStdString();
     QByteArray tally;
     EXPECT_TRUE(eventually([&] {
@@ -180,7 +163,7 @@ TEST_F(AtemWindowProcessTest, OneConnectionDrivesTheBoxArtNetAndTheVmixFeedAndTh
 
     atem.send("cut");
     EXPECT_TRUE(home.lastTickIs(firstPreviewSecondLive)) << capture.ticks().last().toStdString();
-    EXPECT_TRUE(eventually([&] { return lastArtNetLevels(artNet, &levels) == QStringLiteral("0 255 0 255 0 0"); }))
+    EXPECT_TRUE(eventually([&] { return (levels = artNet.latestLevels(6)) == QStringLiteral("0 255 0 255 0 0"); }))
         << levels.toStdString();
     EXPECT_EQ(feedTally(feedPort), QByteArray("TALLY OK 21000000"));
 
@@ -188,7 +171,7 @@ TEST_F(AtemWindowProcessTest, OneConnectionDrivesTheBoxArtNetAndTheVmixFeedAndTh
     // last picture, and the feed, which cannot say "lost", goes away.
     atem.stop();
     EXPECT_TRUE(eventually([&] { return feedTally(feedPort).isEmpty(); }, 10000));
-    EXPECT_EQ(lastArtNetLevels(artNet, &levels), QStringLiteral("0 255 0 255 0 0"));
+    EXPECT_EQ((levels = artNet.latestLevels(6)), QStringLiteral("0 255 0 255 0 0"));
     EXPECT_EQ(capture.ticks().last(), firstPreviewSecondLive);
 
     ASSERT_TRUE(atem.restart());
@@ -199,6 +182,6 @@ TEST_F(AtemWindowProcessTest, OneConnectionDrivesTheBoxArtNetAndTheVmixFeedAndTh
         },
         15000))
         << tally.toStdString();
-    EXPECT_TRUE(eventually([&] { return lastArtNetLevels(artNet, &levels) == QStringLiteral("255 0 0 0 255 0"); }))
+    EXPECT_TRUE(eventually([&] { return (levels = artNet.latestLevels(6)) == QStringLiteral("255 0 0 0 255 0"); }))
         << levels.toStdString();
 }

@@ -3,8 +3,10 @@
 // Debian's olad (Art-Net over the loopback interface, sACN over a veth) and
 // Debian's tshark decoding both protocols. Each receiver must read the
 // channels the lights should have through cuts and a lost switcher. Every
-// test runs in a private network namespace of its own.
+// test with those receivers runs in a private network namespace of its own;
+// a plain UDP receiver of this program's runs anywhere.
 
+#include "ArtNetListener.h"
 #include "DmxReceivers.h"
 #include "WatchProcessFixture.h"
 #include "support/AtemStandinProcess.h"
@@ -281,3 +283,46 @@ TEST_F(DmxWatchProcessTest, TsharkDecodesArtNetAndSacnWithTheLights)
 }
 
 } // namespace
+
+namespace {
+
+// Without a namespace: the Art-Net a plain UDP socket gets from watch.
+class DmxPlainReceiverTest : public WatchProcessFixture {
+protected:
+    void SetUp() override
+    {
+        WatchProcessFixture::SetUp();
+        if (HasFatalFailure()) {
+            return;
+        }
+        ASSERT_TRUE(atem.start());
+    }
+
+    AtemStandinProcess atem;
+};
+
+} // namespace
+
+TEST_F(DmxPlainReceiverTest, APlainUdpReceiverGetsTheLightsChannelsFromWatch)
+{
+    ArtNetListener artNet;
+    ASSERT_NE(artNet.port(), 0);
+    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+    environment.insert(QStringLiteral("MIXDESK_TALLY_HID_CAPTURE"), capture.path);
+    watch.setProcessEnvironment(environment);
+    watch.start(QStringLiteral(TALLY_BINARY_DIR "/bin/tallyctl"),
+        { QStringLiteral("watch"), QStringLiteral("--source"), atem.address(), QStringLiteral("--dmx"),
+            QStringLiteral("artnet://127.0.0.1:%1/0").arg(artNet.port()), mapPath });
+    ASSERT_TRUE(watch.waitForStarted(10000));
+    // The map's three lights in the rgb layout from channel 1.
+    QString levels;
+    EXPECT_TRUE(eventually([&] {
+        levels = artNet.latestLevels(9);
+        return levels == QStringLiteral("255 0 0 0 255 0 255 0 0");
+    })) << levels.toStdString();
+    atem.send("cut");
+    EXPECT_TRUE(eventually([&] {
+        levels = artNet.latestLevels(9);
+        return levels == QStringLiteral("0 255 0 255 0 0 255 0 0");
+    })) << levels.toStdString();
+}
