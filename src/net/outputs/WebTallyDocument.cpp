@@ -1,5 +1,7 @@
 #include "outputs/WebTallyDocument.h"
 
+#include "model/LightJson.h"
+
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
@@ -59,13 +61,7 @@ QByteArray WebTallyDocument::stateJson(const TallySnapshot& snapshot)
 {
     QJsonArray lights;
     for (qsizetype index = 0; index < snapshot.lights.size(); ++index) {
-        const LightState& light = snapshot.lights[index];
-        lights.append(QJsonObject {
-            { QStringLiteral("light"), static_cast<int>(index + 1) },
-            { QStringLiteral("mode"), tallyModeName(light.mode) },
-            { QStringLiteral("shots"), QJsonArray::fromStringList(light.shotNames) },
-            { QStringLiteral("missing"), QJsonArray::fromStringList(light.missingShots) },
-        });
+        lights.append(LightJson::fromState(static_cast<int>(index + 1), snapshot.lights[index]));
     }
     const QJsonObject state {
         { QStringLiteral("sourceRunning"), snapshot.sourceRunning },
