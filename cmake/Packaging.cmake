@@ -8,15 +8,20 @@ set(CPACK_GENERATOR DEB)
 set(CPACK_PACKAGE_NAME mixdesk-tally)
 set(CPACK_PACKAGE_VENDOR "Mixdesk Tally")
 set(CPACK_PACKAGE_CONTACT "Mixdesk Tally developers <tally@mixdesk.invalid>")
-set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "tally light controller for the Mixdesk video production application")
+set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "tally light controller for video switchers")
 # Debian wants the long description in lines of at most 80 characters; CPack
 # puts the summary line above it.
 set(CPACK_DEBIAN_PACKAGE_DESCRIPTION
-    "Mixdesk Tally polls Mixdesk for its shots four times a second and drives
-eight studio tally lights through a USB HID tally box, from a user-edited
-map of shots to lights. It comes with tallyctl, a command-line companion
-that runs the same update cycle without a window, and a stand-in for
-Mixdesk (mixdesk-standin) for trying it out.")
+    "Mixdesk Tally shows camera operators and presenters which camera is live
+and which is in preview. It follows one video switcher (Mixdesk, OBS Studio,
+a Blackmagic ATEM, vMix, or anything that sends TSL UMD tally), works out
+from a user-edited map of shots to lights which of eight lights to light,
+and drives every output at once: a USB HID tally box, a web page that turns
+phones into tally lights, TSL UMD displays, MQTT, DMX lights over Art-Net or
+sACN, and a vMix-compatible tally feed. It comes with tallyctl, a
+command-line companion that runs the same update cycle without a window,
+and stand-ins for Mixdesk, ATEM and vMix (mixdesk-standin, atem-standin,
+vmix-standin) for trying it out.")
 set(CPACK_DEBIAN_PACKAGE_SECTION video)
 set(CPACK_DEBIAN_PACKAGE_PRIORITY optional)
 set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)

@@ -35,9 +35,8 @@ set(package_doc_dir ${CMAKE_INSTALL_DATADIR}/doc/mixdesk-tally)
 install(FILES ${changelog_gz} DESTINATION ${package_doc_dir})
 install(FILES ${doc_source_dir}/debian/copyright DESTINATION ${package_doc_dir})
 
-# Software centres want a reverse-domain component id; it is built on the
-# project's contact domain.
-set(metainfo_name invalid.mixdesk.tally.metainfo.xml)
+# Software centres want a reverse-domain component id, the launcher's name.
+set(metainfo_name io.github.mixdesktally.MixdeskTally.metainfo.xml)
 configure_file(${doc_source_dir}/metainfo/${metainfo_name} ${doc_build_dir}/${metainfo_name} @ONLY)
 install(FILES ${doc_build_dir}/${metainfo_name} DESTINATION ${CMAKE_INSTALL_DATADIR}/metainfo)
 

@@ -117,7 +117,8 @@ int main(int argc, char* argv[])
     QApplication::setApplicationName(QStringLiteral("Mixdesk Tally"));
     QApplication::setApplicationVersion(QStringLiteral(TALLY_VERSION));
     QApplication::setOrganizationName(QStringLiteral("Mixdesk"));
-    QApplication::setDesktopFileName(QStringLiteral("mixdesk-tally"));
+    // The launcher's name: the desktop finds the window's icon and name by it.
+    QApplication::setDesktopFileName(QStringLiteral("io.github.mixdesktally.MixdeskTally"));
     QStringList files = QApplication::arguments().mid(1);
     RunOptions options;
     QString usageProblem;

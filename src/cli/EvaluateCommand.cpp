@@ -5,6 +5,7 @@
 
 #include "CommandInputs.h"
 #include "base/StandardOutput.h"
+#include "model/LightJson.h"
 #include "tally/TallyEvaluation.h"
 
 #include <QJsonArray>
@@ -24,7 +25,9 @@ const Command& command()
         QStringLiteral("evaluate [--json] MAP ANSWER"),
         QStringLiteral("Show each light's mode and its two bytes for a tally map and a query answer"),
         runEvaluate,
-        { QStringLiteral("  --json  one line of JSON: {\"modes\":[...],\"bytes\":[...]}") },
+        { QStringLiteral("  --json  one line of JSON: {\"lights\":[{\"light\":1,\"mode\":\"live\",\"shots\":[...],"
+                         "\"bytes\":[...],...},...],"),
+            QStringLiteral("          \"modes\":[...],\"bytes\":[...]}") },
         {},
         { QStringLiteral("  0  evaluated"), QStringLiteral("  1  the map or the answer cannot be read"),
             QStringLiteral("  2  wrong usage") },
@@ -47,8 +50,30 @@ void printText(const TallyEvaluation::Evaluation& evaluation)
     }
 }
 
-void printJson(const TallyEvaluation::Evaluation& evaluation)
+QStringList namesOf(const ShotList& records)
 {
+    QStringList names;
+    for (const ShotPtr& record : records) {
+        names.append(record->name);
+    }
+    return names;
+}
+
+// Each light as every JSON output gives it, with its two bytes. The flat
+// "modes" and "bytes" arrays stay beside the lights for the scripts written
+// before the lights were there.
+void printJson(const QList<ShotList>& lights, const ShotList& shots, const TallyEvaluation::Evaluation& evaluation)
+{
+    const QList<QStringList> missing = TallyEvaluation::missingShots(lights, shots);
+    QJsonArray lightObjects;
+    for (qsizetype light = 0; light < evaluation.modes.size(); ++light) {
+        const LightState state(
+            evaluation.modes[light], namesOf(lights[light]), missing[light], evaluation.litBy[light]);
+        QJsonObject object = LightJson::fromState(static_cast<int>(light + 1), state);
+        object.insert(QStringLiteral("bytes"),
+            QJsonArray { hexByte(evaluation.bytes[2 * light]), hexByte(evaluation.bytes[2 * light + 1]) });
+        lightObjects.append(object);
+    }
     QJsonArray modes;
     for (const TallyMode mode : evaluation.modes) {
         modes.append(tallyModeName(mode));
@@ -57,7 +82,8 @@ void printJson(const TallyEvaluation::Evaluation& evaluation)
     for (const quint8 byte : evaluation.bytes) {
         bytes.append(hexByte(byte));
     }
-    const QJsonObject result { { QStringLiteral("modes"), modes }, { QStringLiteral("bytes"), bytes } };
+    const QJsonObject result { { QStringLiteral("lights"), lightObjects }, { QStringLiteral("modes"), modes },
+        { QStringLiteral("bytes"), bytes } };
     printLine(QString::fromUtf8(QJsonDocument(result).toJson(QJsonDocument::Compact)));
 }
 
@@ -95,7 +121,11 @@ int runEvaluate(const QStringList& arguments)
         return fail(failure);
     }
     const TallyEvaluation::Evaluation evaluation = TallyEvaluation::evaluate(map->shotSelections(), *shots);
-    json ? printJson(evaluation) : printText(evaluation);
+    if (json) {
+        printJson(map->shotSelections(), *shots, evaluation);
+    } else {
+        printText(evaluation);
+    }
     return CommandLine::exitOk;
 }
 

@@ -3,6 +3,7 @@
 #include "CommandInputs.h"
 #include "MapNewCommand.h"
 #include "base/StandardOutput.h"
+#include "model/LightJson.h"
 
 #include <QJsonArray>
 #include <QJsonDocument>
@@ -65,19 +66,18 @@ void printText(const TallyMap& map)
     }
 }
 
-// Each light carries its number as the window and the tally box count it
-// (1 to 8) and its index as the file writes it (0 to 7), so that a script
-// can match either without counting array positions.
+// Each light in the form every JSON output gives it, without a mode (no
+// switcher is asked), and with its index as the file writes it (0 to 7), so
+// that a script can match the number or the index without counting array
+// positions.
 void printJson(const TallyMap& map)
 {
     QJsonArray lights;
     const QList<ShotList>& selections = map.shotSelections();
     for (qsizetype lightIndex = 0; lightIndex < selections.size(); ++lightIndex) {
-        lights.append(QJsonObject {
-            { QStringLiteral("light"), lightIndex + 1 },
-            { QStringLiteral("index"), lightIndex },
-            { QStringLiteral("shots"), QJsonArray::fromStringList(namesOf(selections[lightIndex])) },
-        });
+        QJsonObject light = LightJson::assigned(static_cast<int>(lightIndex + 1), namesOf(selections[lightIndex]));
+        light.insert(QStringLiteral("index"), lightIndex);
+        lights.append(light);
     }
     const QJsonDocument document(QJsonObject { { QStringLiteral("lights"), lights } });
     printLine(QString::fromUtf8(document.toJson(QJsonDocument::Compact)));

@@ -44,7 +44,8 @@ const Command& command()
         QStringList {
             QStringLiteral("  --ticks N             stop after N ticks of 0.25 s"),
             QStringLiteral("  --json                one JSON object a line per change, with its time: "
-                           "{\"event\":\"light\",\"light\":1,\"mode\":\"live\",\"time\":...}"),
+                           "{\"event\":\"light\",\"light\":1,\"mode\":\"live\",\"shots\":[...],"
+                           "\"litBy\":[...],\"time\":...}"),
             QStringLiteral("  --timestamps          put the local time in front of each line (the default when "
                            "standard output is a terminal)"),
             QStringLiteral("  --no-timestamps       plain lines, also on a terminal"),

@@ -1,6 +1,7 @@
 #include "WatchPrinter.h"
 
 #include "base/StandardOutput.h"
+#include "model/LightJson.h"
 
 #include <QJsonDocument>
 
@@ -31,7 +32,8 @@ WatchPrinter::WatchPrinter(qsizetype lightCount, Style style, Clock clock, Sink 
     : m_style(style)
     , m_clock(clock ? std::move(clock) : Clock([] { return QDateTime::currentDateTime(); }))
     , m_sink(sink ? std::move(sink) : Sink([](const QString& line) { printLine(line); }))
-    , m_modes(lightCount)
+    , m_told(lightCount, false)
+    , m_shown(lightCount)
 {
 }
 
@@ -65,21 +67,44 @@ void WatchPrinter::refreshAssignmentTitles()
 
 qsizetype WatchPrinter::indicatorCount() const
 {
-    return m_modes.size();
+    return m_told.size();
 }
 
-void WatchPrinter::showLightMode(qsizetype lightIndex, TallyMode mode)
+void WatchPrinter::showLightMode(qsizetype lightIndex, TallyMode /*mode*/)
 {
-    if (m_modes[lightIndex] == mode) {
-        return;
-    }
-    m_modes[lightIndex] = mode;
-    emitChange(QStringLiteral("Light %1: %2").arg(lightIndex + 1).arg(tallyModeName(mode)),
-        { { QStringLiteral("event"), QStringLiteral("light") }, { QStringLiteral("light"), lightIndex + 1 },
-            { QStringLiteral("mode"), tallyModeName(mode) } });
+    // The line waits for the tick's snapshot, which also says which shots
+    // lit the light.
+    m_told[lightIndex] = true;
 }
 
 void WatchPrinter::publish(const TallySnapshot& snapshot)
+{
+    for (qsizetype index = 0; index < snapshot.lights.size() && index < m_told.size(); ++index) {
+        if (!m_told[index]) {
+            continue;
+        }
+        const LightState& light = snapshot.lights[index];
+        const Shown shown { light.mode, light.litBy };
+        if (m_shown[index] != shown) {
+            m_shown[index] = shown;
+            printLight(static_cast<int>(index + 1), light);
+        }
+    }
+    printMissingShots(snapshot);
+}
+
+void WatchPrinter::printLight(int lightNumber, const LightState& light)
+{
+    QString text = QStringLiteral("Light %1: %2").arg(lightNumber).arg(tallyModeName(light.mode));
+    if (light.mode != TallyMode::off && !light.litBy.isEmpty()) {
+        text += QStringLiteral(" (%1)").arg(light.litBy.join(QStringLiteral(", ")));
+    }
+    QJsonObject json = LightJson::fromState(lightNumber, light);
+    json.insert(QStringLiteral("event"), QStringLiteral("light"));
+    emitChange(text, json);
+}
+
+void WatchPrinter::printMissingShots(const TallySnapshot& snapshot)
 {
     for (const MissingShotChanges::Change& change : m_missingShots.changesFor(snapshot)) {
         const QString text = change.missing

@@ -24,7 +24,8 @@
 //
 // Plain lines are what a person reads in a terminal (and, stamped by
 // setLineTimestamps, a log kept over a show); JSON lines are one object per
-// change with its time, for a program.
+// change with its time, for a program. A JSON light event is the light as
+// every JSON output gives it (LightJson) with its event name and time.
 // A JSON running event is named after the kind of switcher followed
 // ({"event":"obs","running":true}), "mixdesk" for Mixdesk as it always was.
 class WatchPrinter : public TallyCycle::Observer, public TallyOutput {
@@ -47,6 +48,8 @@ public:
     qsizetype indicatorCount() const override;
     void showLightMode(qsizetype lightIndex, TallyMode mode) override;
 
+    // Prints the lights that changed, then the shots that went missing or
+    // came back.
     void publish(const TallySnapshot& snapshot) override;
 
     // Whether a tally box takes the bytes. Said on the first call only when
@@ -54,6 +57,15 @@ public:
     void setTallyBoxAttached(bool attached);
 
 private:
+    // What a light line says: the mode, and the shots behind it.
+    struct Shown {
+        TallyMode mode;
+        QStringList litBy;
+        friend bool operator==(const Shown&, const Shown&) = default;
+    };
+
+    void printLight(int lightNumber, const LightState& light);
+    void printMissingShots(const TallySnapshot& snapshot);
     void emitChange(const QString& text, QJsonObject json);
 
     Style m_style;
@@ -63,6 +75,9 @@ private:
     QString m_runningEvent = QStringLiteral("mixdesk");
     std::optional<bool> m_running;
     std::optional<bool> m_boxAttached;
-    QList<std::optional<TallyMode>> m_modes;
+    // Per light, whether the cycle has shown it a mode yet: until it has
+    // (a switcher lost from the start), the light has nothing to say.
+    QList<bool> m_told;
+    QList<std::optional<Shown>> m_shown;
     MissingShotChanges m_missingShots;
 };

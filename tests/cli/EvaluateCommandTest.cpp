@@ -2,6 +2,9 @@
 #include "support/TallyctlProcess.h"
 
 #include <QFile>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
 #include <QTemporaryDir>
 
 #include <gtest/gtest.h>
@@ -46,14 +49,58 @@ TEST_F(EvaluateCommandTest, PrintsEachLightsModeAndItsTwoBytes)
         "Light 8: off 08 28\n");
 }
 
-TEST_F(EvaluateCommandTest, JsonGivesEightModesAndSixteenBytesInSendOrder)
+TEST_F(EvaluateCommandTest, JsonKeepsTheEightModesAndSixteenBytesInSendOrder)
 {
     const TallyctlRun run
         = runTallyctl({ "evaluate", "--json", file("studio.tlx", studioMap), file("answer.txt", answer) });
     EXPECT_EQ(run.exitCode, 0) << run.err.toStdString();
-    EXPECT_EQ(run.out,
-        "{\"bytes\":[\"b1\",\"21\",\"02\",\"d2\",\"b3\",\"23\",\"04\",\"24\",\"05\",\"25\",\"06\",\"26\",\"07\",\"27\","
-        "\"08\",\"28\"],\"modes\":[\"live\",\"preview\",\"live\",\"off\",\"off\",\"off\",\"off\",\"off\"]}\n");
+    ASSERT_TRUE(run.out.endsWith('\n'));
+    const QJsonObject result = QJsonDocument::fromJson(run.out.toUtf8()).object();
+    EXPECT_EQ(QJsonDocument(result.value(QStringLiteral("bytes")).toArray()).toJson(QJsonDocument::Compact),
+        "[\"b1\",\"21\",\"02\",\"d2\",\"b3\",\"23\",\"04\",\"24\",\"05\",\"25\",\"06\",\"26\",\"07\",\"27\",\"08\","
+        "\"28\"]");
+    EXPECT_EQ(QJsonDocument(result.value(QStringLiteral("modes")).toArray()).toJson(QJsonDocument::Compact),
+        "[\"live\",\"preview\",\"live\",\"off\",\"off\",\"off\",\"off\",\"off\"]");
+}
+
+TEST_F(EvaluateCommandTest, JsonGivesEachLightInTheSharedFormWithItsBytes)
+{
+    const TallyctlRun run
+        = runTallyctl({ "evaluate", "--json", file("studio.tlx", studioMap), file("answer.txt", answer) });
+    EXPECT_EQ(run.exitCode, 0) << run.err.toStdString();
+    const QJsonArray lights
+        = QJsonDocument::fromJson(run.out.toUtf8()).object().value(QStringLiteral("lights")).toArray();
+    ASSERT_EQ(lights.size(), 8) << run.out.toStdString();
+    auto compact = [&](int index) { return QJsonDocument(lights[index].toObject()).toJson(QJsonDocument::Compact); };
+    // Light 3 watches both cameras and is live for Camera 1 alone; light 8
+    // watches a shot that is there but neither live nor in preview.
+    EXPECT_EQ(compact(0),
+        "{\"bytes\":[\"b1\",\"21\"],\"light\":1,\"litBy\":[\"Camera 1\"],\"missing\":[],\"mode\":\"live\","
+        "\"shots\":[\"Camera 1\"]}");
+    EXPECT_EQ(compact(1),
+        "{\"bytes\":[\"02\",\"d2\"],\"light\":2,\"litBy\":[\"Camera 2\"],\"missing\":[],\"mode\":\"preview\","
+        "\"shots\":[\"Camera 2\"]}");
+    EXPECT_EQ(compact(2),
+        "{\"bytes\":[\"b3\",\"23\"],\"light\":3,\"litBy\":[\"Camera 1\"],\"missing\":[],\"mode\":\"live\","
+        "\"shots\":[\"Camera 2\",\"Camera 1\"]}");
+    EXPECT_EQ(compact(7),
+        "{\"bytes\":[\"08\",\"28\"],\"light\":8,\"litBy\":[],\"missing\":[],\"mode\":\"off\","
+        "\"shots\":[\"Titles\"]}");
+}
+
+TEST_F(EvaluateCommandTest, JsonNamesAnAssignedShotTheAnswerLacks)
+{
+    const TallyctlRun run = runTallyctl(
+        { "evaluate", "--json", file("studio.tlx", "0|Camera 1|Camera 9\r\n"), file("answer.txt", answer) });
+    EXPECT_EQ(run.exitCode, 0) << run.err.toStdString();
+    const QJsonObject first = QJsonDocument::fromJson(run.out.toUtf8())
+                                  .object()
+                                  .value(QStringLiteral("lights"))
+                                  .toArray()
+                                  .first()
+                                  .toObject();
+    EXPECT_EQ(first.value(QStringLiteral("missing")).toArray(), QJsonArray({ QStringLiteral("Camera 9") }))
+        << run.out.toStdString();
 }
 
 TEST_F(EvaluateCommandTest, MissingAnswerIsAUsageError)

@@ -21,10 +21,23 @@ QDateTime fixedTime()
 
 class WatchPrinterTest : public testing::Test {
 protected:
-    WatchPrinter printer(WatchPrinter::Style style)
+    WatchPrinter printer(WatchPrinter::Style style, qsizetype lightCount = 8)
     {
         return WatchPrinter(
-            8, style, [] { return fixedTime(); }, [this](const QString& line) { lines.append(line); });
+            lightCount, style, [] { return fixedTime(); }, [this](const QString& line) { lines.append(line); });
+    }
+
+    // One tick as the cycle makes it: every light's indicator, then the
+    // snapshot.
+    static void tick(WatchPrinter& printer, const QList<LightState>& lights)
+    {
+        TallySnapshot snapshot;
+        snapshot.sourceRunning = true;
+        snapshot.lights = lights;
+        for (qsizetype index = 0; index < lights.size(); ++index) {
+            printer.showLightMode(index, lights[index].mode);
+        }
+        printer.publish(snapshot);
     }
 
     QStringList lines;
@@ -34,29 +47,83 @@ protected:
 
 TEST_F(WatchPrinterTest, PlainLinesSayWhatChangedAndNothingMore)
 {
-    WatchPrinter plain = printer(WatchPrinter::Style::Plain);
+    const QStringList camera1 { QStringLiteral("Camera 1") };
+    const QStringList wideAndClose { QStringLiteral("Wide"), QStringLiteral("Close") };
+    WatchPrinter plain = printer(WatchPrinter::Style::Plain, 3);
     plain.setMixdeskWarningHidden(true);
-    plain.showLightMode(0, TallyMode::live);
-    plain.showLightMode(0, TallyMode::live);
-    plain.showLightMode(2, TallyMode::preview);
+    tick(plain, { { TallyMode::live, camera1, {}, camera1 }, {}, {} });
+    tick(plain, { { TallyMode::live, camera1, {}, camera1 }, {}, {} });
     plain.refreshAssignmentTitles();
+    tick(plain,
+        { { TallyMode::live, camera1, {}, camera1 }, {}, { TallyMode::preview, wideAndClose, {}, wideAndClose } });
     EXPECT_EQ(lines,
-        QStringList({ QStringLiteral("Mixdesk running"), QStringLiteral("Light 1: live"),
-            QStringLiteral("Light 3: preview"), QStringLiteral("Assigned shots renamed in Mixdesk") }));
+        QStringList({ QStringLiteral("Mixdesk running"), QStringLiteral("Light 1: live (Camera 1)"),
+            QStringLiteral("Light 2: off"), QStringLiteral("Light 3: off"),
+            QStringLiteral("Assigned shots renamed in Mixdesk"), QStringLiteral("Light 3: preview (Wide, Close)") }));
+}
+
+TEST_F(WatchPrinterTest, ALightLitByAnotherOfItsShotsIsSaidAgain)
+{
+    const QStringList cameras { QStringLiteral("Camera 1"), QStringLiteral("Camera 2") };
+    WatchPrinter plain = printer(WatchPrinter::Style::Plain, 1);
+    tick(plain, { { TallyMode::live, cameras, {}, { QStringLiteral("Camera 1") } } });
+    tick(plain, { { TallyMode::live, cameras, {}, { QStringLiteral("Camera 2") } } });
+    tick(plain, { { TallyMode::live, cameras, {}, cameras } });
+    tick(plain, { { TallyMode::off, cameras } });
+    EXPECT_EQ(lines,
+        QStringList({ QStringLiteral("Light 1: live (Camera 1)"), QStringLiteral("Light 1: live (Camera 2)"),
+            QStringLiteral("Light 1: live (Camera 1, Camera 2)"), QStringLiteral("Light 1: off") }));
+}
+
+TEST_F(WatchPrinterTest, ALightSetWithoutAShotIsNamedByItsModeAlone)
+{
+    // The test panel's modes, and a light kept while the switcher is lost
+    // that no shot lit before.
+    WatchPrinter plain = printer(WatchPrinter::Style::Plain, 1);
+    tick(plain, { { TallyMode::preview, { QStringLiteral("Camera 1") } } });
+    EXPECT_EQ(lines, QStringList({ QStringLiteral("Light 1: preview") }));
+}
+
+TEST_F(WatchPrinterTest, ALightTheCycleHasNotShownIsNotPrinted)
+{
+    // A switcher lost from the start: the snapshots come, the indicators
+    // are never set, and the lights have nothing to say yet.
+    WatchPrinter plain = printer(WatchPrinter::Style::Plain, 2);
+    TallySnapshot lost;
+    lost.lights = { {}, {} };
+    plain.publish(lost);
+    EXPECT_TRUE(lines.isEmpty()) << lines.join(u'\n').toStdString();
+}
+
+TEST_F(WatchPrinterTest, AJsonLightEventIsTheSharedLightWithItsEventAndTime)
+{
+    WatchPrinter json = printer(WatchPrinter::Style::Json, 1);
+    tick(json,
+        { { TallyMode::live, { QStringLiteral("Camera 1"), QStringLiteral("Wide") }, { QStringLiteral("Wide") },
+            { QStringLiteral("Camera 1") } } });
+    ASSERT_EQ(lines.size(), 2) << lines.join(u'\n').toStdString();
+    EXPECT_EQ(lines[0],
+        QStringLiteral(
+            "{\"event\":\"light\",\"light\":1,\"litBy\":[\"Camera 1\"],\"missing\":[\"Wide\"],\"mode\":\"live\","
+            "\"shots\":[\"Camera 1\",\"Wide\"],\"time\":\"2026-11-23T12:04:05.678+01:00\"}"));
+    // The light comes first, then the shot it lacks.
+    EXPECT_TRUE(lines[1].startsWith(QStringLiteral("{\"event\":\"missingShot\","))) << lines[1].toStdString();
 }
 
 TEST_F(WatchPrinterTest, JsonIsOneObjectPerChangeWithItsEventAndTime)
 {
-    WatchPrinter json = printer(WatchPrinter::Style::Json);
+    WatchPrinter json = printer(WatchPrinter::Style::Json, 2);
     json.setMixdeskWarningHidden(true);
-    json.showLightMode(1, TallyMode::preview);
+    tick(json, { {}, { TallyMode::preview, { QStringLiteral("Close") }, {}, { QStringLiteral("Close") } } });
     json.refreshAssignmentTitles();
     json.setTallyBoxAttached(false);
     EXPECT_EQ(lines,
         QStringList({ QStringLiteral(
                           "{\"event\":\"mixdesk\",\"running\":true,\"time\":\"2026-11-23T12:04:05.678+01:00\"}"),
-            QStringLiteral(
-                "{\"event\":\"light\",\"light\":2,\"mode\":\"preview\",\"time\":\"2026-11-23T12:04:05.678+01:00\"}"),
+            QStringLiteral("{\"event\":\"light\",\"light\":1,\"litBy\":[],\"missing\":[],\"mode\":\"off\",\"shots\":[],"
+                           "\"time\":\"2026-11-23T12:04:05.678+01:00\"}"),
+            QStringLiteral("{\"event\":\"light\",\"light\":2,\"litBy\":[\"Close\"],\"missing\":[],\"mode\":\"preview\","
+                           "\"shots\":[\"Close\"],\"time\":\"2026-11-23T12:04:05.678+01:00\"}"),
             QStringLiteral("{\"event\":\"renamed\",\"time\":\"2026-11-23T12:04:05.678+01:00\"}"),
             QStringLiteral(
                 "{\"attached\":false,\"event\":\"tallyBox\",\"time\":\"2026-11-23T12:04:05.678+01:00\"}") }));

@@ -165,20 +165,22 @@ TEST_F(AtemWatchProcessTest, WatchFollowsTheStandinThroughACutAndARename)
 {
     start({ mapPath });
     EXPECT_TRUE(eventually([&] {
-        return printedAll({ QStringLiteral("Blackmagic ATEM running"), QStringLiteral("Light 1: live"),
-            QStringLiteral("Light 2: preview"), QStringLiteral("Light 3: live") });
+        return printedAll({ QStringLiteral("Blackmagic ATEM running"), QStringLiteral("Light 1: live (Camera 1)"),
+            QStringLiteral("Light 2: preview (Camera 2)"), QStringLiteral("Light 3: live (Camera 1)") });
     })) << printed.toStdString();
     printed.clear();
     atem.send("cut");
     EXPECT_TRUE(eventually([&] {
-        return printedAll({ QStringLiteral("Light 1: preview"), QStringLiteral("Light 2: live") });
+        return printedAll(
+            { QStringLiteral("Light 1: preview (Camera 1)"), QStringLiteral("Light 2: live (Camera 2)") });
     })) << printed.toStdString();
     // A rename follows the input by its number: light 2 keeps its shot.
     printed.clear();
     atem.send("rename 2 Close Up");
     atem.send("cut");
     EXPECT_TRUE(eventually([&] {
-        return printedAll({ QStringLiteral("Light 1: live"), QStringLiteral("Light 2: preview") });
+        return printedAll(
+            { QStringLiteral("Light 1: live (Camera 1)"), QStringLiteral("Light 2: preview (Close Up)") });
     })) << printed.toStdString();
 }
 
@@ -191,7 +193,7 @@ TEST_F(AtemWatchProcessTest, TheRecordersAndTheStreamsLightsFollowTheStandin)
     map.close();
     start({ mapPath });
     ASSERT_TRUE(eventually([&] {
-        return printedAll({ QStringLiteral("Blackmagic ATEM running"), QStringLiteral("Light 1: live") });
+        return printedAll({ QStringLiteral("Blackmagic ATEM running"), QStringLiteral("Light 1: live (Camera 1)") });
     })) << printed.toStdString();
     // Both idle: neither lamp lit, and neither shot is missing.
     ASSERT_TRUE(eventually([&] { return lastTick(capture).startsWith("b1 21 02 22 03 23 04 24 05 25"); }))
@@ -200,12 +202,14 @@ TEST_F(AtemWatchProcessTest, TheRecordersAndTheStreamsLightsFollowTheStandin)
 
     printed.clear();
     atem.send("record on");
-    EXPECT_TRUE(eventually([&] { return printedAll({ QStringLiteral("Light 4: live") }); })) << printed.toStdString();
+    EXPECT_TRUE(eventually([&] { return printedAll({ QStringLiteral("Light 4: live (Recording)") }); }))
+        << printed.toStdString();
     EXPECT_TRUE(eventually([&] { return lastTick(capture).startsWith("b1 21 02 22 03 23 b4 24 05 25"); }))
         << lastTick(capture).toStdString();
 
     atem.send("stream on");
-    EXPECT_TRUE(eventually([&] { return printedAll({ QStringLiteral("Light 5: live") }); })) << printed.toStdString();
+    EXPECT_TRUE(eventually([&] { return printedAll({ QStringLiteral("Light 5: live (Streaming)") }); }))
+        << printed.toStdString();
     EXPECT_TRUE(eventually([&] { return lastTick(capture).startsWith("b1 21 02 22 03 23 b4 24 b5 25"); }))
         << lastTick(capture).toStdString();
 
@@ -232,8 +236,8 @@ TEST_F(AtemWatchProcessTest, WithoutTallyBySourceTheChosenMixEffectsBusesLightTh
     ASSERT_TRUE(atem.start());
     start({ mapPath });
     EXPECT_TRUE(eventually([&] {
-        return printedAll({ QStringLiteral("Blackmagic ATEM running"), QStringLiteral("Light 1: live"),
-            QStringLiteral("Light 2: preview"), QStringLiteral("Light 3: live") });
+        return printedAll({ QStringLiteral("Blackmagic ATEM running"), QStringLiteral("Light 1: live (Camera 1)"),
+            QStringLiteral("Light 2: preview (Camera 2)"), QStringLiteral("Light 3: live (Camera 1)") });
     })) << printed.toStdString();
     // The keyer keeps Camera 1 on air through the cut, but only the tally by
     // source would say so: program and preview alone light the lights, and
@@ -242,7 +246,8 @@ TEST_F(AtemWatchProcessTest, WithoutTallyBySourceTheChosenMixEffectsBusesLightTh
     atem.send("keyer on 1");
     atem.send("cut");
     EXPECT_TRUE(eventually([&] {
-        return printedAll({ QStringLiteral("Light 1: preview"), QStringLiteral("Light 2: live") });
+        return printedAll(
+            { QStringLiteral("Light 1: preview (Camera 1)"), QStringLiteral("Light 2: live (Camera 2)") });
     })) << printed.toStdString();
 }
 
@@ -272,15 +277,16 @@ TEST_F(AtemWatchProcessTest, ASecondMixEffectLightsTheLightsOnASwitcherThatHasIt
     // The stand-in's second mix effect has Camera 2 on program and Camera 1
     // on preview, the other way round from its first.
     EXPECT_TRUE(eventually([&] {
-        return printedAll({ QStringLiteral("Blackmagic ATEM running"), QStringLiteral("Light 1: preview"),
-            QStringLiteral("Light 2: live"), QStringLiteral("Light 3: live") });
+        return printedAll({ QStringLiteral("Blackmagic ATEM running"), QStringLiteral("Light 1: preview (Camera 1)"),
+            QStringLiteral("Light 2: live (Camera 2)"), QStringLiteral("Light 3: live (Camera 2)") });
     })) << printed.toStdString();
 }
 
 TEST_F(AtemWatchProcessTest, LightsFollowThroughLossFreezeWhileTheSwitcherIsGoneAndResyncAfter)
 {
     start({ mapPath });
-    ASSERT_TRUE(eventually([&] { return printedAll({ QStringLiteral("Light 1: live") }); })) << printed.toStdString();
+    ASSERT_TRUE(eventually([&] { return printedAll({ QStringLiteral("Light 1: live (Camera 1)") }); }))
+        << printed.toStdString();
     atem.send("drop 30");
     atem.send("reorder 30");
     atem.send("preview 3");
@@ -288,7 +294,8 @@ TEST_F(AtemWatchProcessTest, LightsFollowThroughLossFreezeWhileTheSwitcherIsGone
     atem.send("keyer on 2");
     printed.clear();
     EXPECT_TRUE(eventually([&] {
-        return printedAll({ QStringLiteral("Light 1: preview"), QStringLiteral("Light 2: live") });
+        return printedAll(
+            { QStringLiteral("Light 1: preview (Camera 1)"), QStringLiteral("Light 2: live (Camera 2)") });
     })) << printed.toStdString();
     atem.send("drop 0");
     atem.send("reorder 0");
@@ -305,8 +312,8 @@ TEST_F(AtemWatchProcessTest, LightsFollowThroughLossFreezeWhileTheSwitcherIsGone
     ASSERT_TRUE(atem.restart());
     printed.clear();
     EXPECT_TRUE(eventually([&] {
-        return printedAll({ QStringLiteral("Blackmagic ATEM running"), QStringLiteral("Light 1: live"),
-            QStringLiteral("Light 2: preview") });
+        return printedAll({ QStringLiteral("Blackmagic ATEM running"), QStringLiteral("Light 1: live (Camera 1)"),
+            QStringLiteral("Light 2: preview (Camera 2)") });
     })) << printed.toStdString();
 }
 
@@ -318,7 +325,8 @@ TEST_F(AtemWatchProcessTest, OneConnectionDrivesTheBoxTheWebPageAndTslAtOnce)
     ASSERT_NE(webPort, 0);
     start({ QStringLiteral("--web"), QStringLiteral("127.0.0.1:%1").arg(webPort), QStringLiteral("--tsl5"),
         QStringLiteral("udp://127.0.0.1:%1").arg(tsl.localPort()), mapPath });
-    ASSERT_TRUE(eventually([&] { return printedAll({ QStringLiteral("Light 1: live") }); })) << printed.toStdString();
+    ASSERT_TRUE(eventually([&] { return printedAll({ QStringLiteral("Light 1: live (Camera 1)") }); }))
+        << printed.toStdString();
     atem.send("cut");
 
     // The box: light 1 preview, light 2 live.
@@ -349,8 +357,8 @@ TEST_F(AtemWatchProcessTest, AForgedCutFromTheSwitchersAddressEndsInAResyncToThe
 {
     start({ mapPath });
     ASSERT_TRUE(eventually([&] {
-        return printedAll({ QStringLiteral("Blackmagic ATEM running"), QStringLiteral("Light 1: live"),
-            QStringLiteral("Light 2: preview") });
+        return printedAll({ QStringLiteral("Blackmagic ATEM running"), QStringLiteral("Light 1: live (Camera 1)"),
+            QStringLiteral("Light 2: preview (Camera 2)") });
     })) << printed.toStdString();
     Impostor impostor;
     std::string why;
@@ -395,8 +403,8 @@ TEST_F(AtemWatchProcessTest, ForgedIdsRunningAheadOfTheSwitcherEndInAResyncAndTh
 {
     start({ mapPath });
     ASSERT_TRUE(eventually([&] {
-        return printedAll({ QStringLiteral("Blackmagic ATEM running"), QStringLiteral("Light 1: live"),
-            QStringLiteral("Light 2: preview") });
+        return printedAll({ QStringLiteral("Blackmagic ATEM running"), QStringLiteral("Light 1: live (Camera 1)"),
+            QStringLiteral("Light 2: preview (Camera 2)") });
     })) << printed.toStdString();
     Impostor impostor;
     std::string why;
@@ -431,7 +439,8 @@ TEST_F(AtemWatchProcessTest, ForgedIdsRunningAheadOfTheSwitcherEndInAResyncAndTh
     atem.send("cut");
     EXPECT_TRUE(eventually(
         [&] {
-            return printedAll({ QStringLiteral("Light 1: preview"), QStringLiteral("Light 2: live") });
+            return printedAll(
+                { QStringLiteral("Light 1: preview (Camera 1)"), QStringLiteral("Light 2: live (Camera 2)") });
         },
         3000))
         << printed.toStdString();

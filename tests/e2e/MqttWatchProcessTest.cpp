@@ -174,14 +174,17 @@ TEST_F(MqttWatchProcessTest, ALateSubscriberGetsTheRetainedStateAndThenEveryCut)
         return subscriber.saw(QStringLiteral("0 studio/light/1/state preview"))
             && subscriber.saw(QStringLiteral("0 studio/light/2/state live"));
     })) << subscriber.everything().toStdString();
-    // Light 3 has both cameras and stays live: nothing new for it (the
-    // state said again so that it does not expire is the first one again).
+    // Light 3 has both cameras and stays live, now for Camera 2: its word
+    // never changes, and its JSON says which camera lights it now.
+    EXPECT_TRUE(eventually([&] {
+        return subscriber.sawStart(QStringLiteral("0 studio/light/3 {\"light\":3,\"litBy\":[\"Camera 2\"]"));
+    })) << subscriber.everything().toStdString();
     for (const QString& line : subscriber.lines()) {
         if (line.startsWith(QStringLiteral("0 studio/light/3/state "))) {
             EXPECT_EQ(line, QStringLiteral("0 studio/light/3/state live"));
         } else if (line.startsWith(QStringLiteral("0 studio/light/3 "))) {
             const QJsonObject light = QJsonDocument::fromJson(line.section(QLatin1Char(' '), 2).toUtf8()).object();
-            EXPECT_EQ(light.value(QStringLiteral("sequence")).toInt(), 1) << line.toStdString();
+            EXPECT_EQ(light.value(QStringLiteral("mode")).toString(), QStringLiteral("live")) << line.toStdString();
         }
     }
     subscriber.clear();

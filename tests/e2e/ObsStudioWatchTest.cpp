@@ -176,25 +176,25 @@ TEST_F(ObsStudioWatchTest, WatchFollowsProgramAndPreviewThroughCutsAndTransition
     ASSERT_NO_FATAL_FAILURE(buildStudio());
     ASSERT_NO_FATAL_FAILURE(startWatch(obs.password()));
     ASSERT_TRUE(printed(QStringLiteral("OBS Studio running"))) << output.toStdString();
-    ASSERT_TRUE(printed(QStringLiteral("Light 1: live"))) << output.toStdString() << obs.logTail().toStdString();
+    ASSERT_TRUE(printed(QStringLiteral("Light 1: live (Wide)"))) << output.toStdString() << obs.logTail().toStdString();
     ASSERT_TRUE(boxShows(wideLiveCloseInPreview)) << lastTick().toStdString();
-    EXPECT_TRUE(printed(QStringLiteral("Light 2: preview"))) << output.toStdString();
-    EXPECT_TRUE(printed(QStringLiteral("Light 3: live"))) << output.toStdString();
-    EXPECT_TRUE(printed(QStringLiteral("Light 4: preview"))) << output.toStdString();
+    EXPECT_TRUE(printed(QStringLiteral("Light 2: preview (Close)"))) << output.toStdString();
+    EXPECT_TRUE(printed(QStringLiteral("Light 3: live (Camera 1)"))) << output.toStdString();
+    EXPECT_TRUE(printed(QStringLiteral("Light 4: preview (Camera 2)"))) << output.toStdString();
 
     // The studio-mode transition swaps program and preview. Camera 1 stays
     // live: Close carries Wide nested in it.
     call(QStringLiteral("TriggerStudioModeTransition"));
     ASSERT_TRUE(boxShows(closeLiveWideInPreview)) << lastTick().toStdString();
-    EXPECT_TRUE(printed(QStringLiteral("Light 2: live"))) << output.toStdString();
-    EXPECT_TRUE(printed(QStringLiteral("Light 4: live"))) << output.toStdString();
+    EXPECT_TRUE(printed(QStringLiteral("Light 2: live (Close)"))) << output.toStdString();
+    EXPECT_TRUE(printed(QStringLiteral("Light 4: live (Camera 2)"))) << output.toStdString();
 
     // Hiding the nested Wide on program takes Camera 1 off air.
     call(QStringLiteral("SetSceneItemEnabled"),
         { { QStringLiteral("sceneName"), QStringLiteral("Close") }, { QStringLiteral("sceneItemId"), nestedWideItem },
             { QStringLiteral("sceneItemEnabled"), false } });
     ASSERT_TRUE(boxShows("01 d1 b2 22 03 d3 b4 24 05 25 06 26 07 27 08 28")) << lastTick().toStdString();
-    EXPECT_TRUE(printed(QStringLiteral("Light 3: preview"))) << output.toStdString();
+    EXPECT_TRUE(printed(QStringLiteral("Light 3: preview (Camera 1)"))) << output.toStdString();
 }
 
 TEST_F(ObsStudioWatchTest, WatchFollowsARenamedCameraAndANewScene)
@@ -452,12 +452,14 @@ TEST_F(ObsStudioOnAirTest, RecordingToAFileLightsTheRecordingLightUntilItStops)
     ASSERT_NO_FATAL_FAILURE(watchWithLightsOff());
 
     call(QStringLiteral("StartRecord"));
-    ASSERT_TRUE(printed(QStringLiteral("Light 1: live"))) << output.toStdString() << obs.logTail().toStdString();
+    ASSERT_TRUE(printed(QStringLiteral("Light 1: live (Recording)")))
+        << output.toStdString() << obs.logTail().toStdString();
     ASSERT_TRUE(boxShows("b1 21 02 22 03 23 04 24 05 25 06 26 07 27 08 28")) << lastTick().toStdString();
     ASSERT_TRUE(outputActive(QStringLiteral("GetRecordStatus"))) << obs.logTail().toStdString();
     QThread::msleep(2000);
     call(QStringLiteral("StopRecord"));
-    ASSERT_TRUE(printedAfter(QStringLiteral("Light 1: live"), QStringLiteral("Light 1: off"))) << output.toStdString();
+    ASSERT_TRUE(printedAfter(QStringLiteral("Light 1: live (Recording)"), QStringLiteral("Light 1: off")))
+        << output.toStdString();
     EXPECT_TRUE(boxShows(allOff)) << lastTick().toStdString();
     // OBS did record: the file is there, with something in it.
     EXPECT_TRUE(eventually([&] {
@@ -483,13 +485,15 @@ TEST_F(ObsStudioOnAirTest, StreamingToALocalReceiverLightsTheStreamingLightUntil
     ASSERT_NO_FATAL_FAILURE(watchWithLightsOff());
 
     call(QStringLiteral("StartStream"));
-    ASSERT_TRUE(printed(QStringLiteral("Light 2: live"))) << output.toStdString() << obs.logTail().toStdString();
+    ASSERT_TRUE(printed(QStringLiteral("Light 2: live (Streaming)")))
+        << output.toStdString() << obs.logTail().toStdString();
     ASSERT_TRUE(boxShows("01 21 b2 22 03 23 04 24 05 25 06 26 07 27 08 28")) << lastTick().toStdString();
     // OBS does stream: the receiver took the connection.
     ASSERT_TRUE(outputActive(QStringLiteral("GetStreamStatus"))) << obs.logTail().toStdString();
     QThread::msleep(1000);
     call(QStringLiteral("StopStream"));
-    ASSERT_TRUE(printedAfter(QStringLiteral("Light 2: live"), QStringLiteral("Light 2: off"))) << output.toStdString();
+    ASSERT_TRUE(printedAfter(QStringLiteral("Light 2: live (Streaming)"), QStringLiteral("Light 2: off")))
+        << output.toStdString();
     EXPECT_TRUE(boxShows(allOff)) << lastTick().toStdString();
 }
 
@@ -499,9 +503,9 @@ TEST_F(ObsStudioOnAirTest, AVirtualCameraOBSRefusesLeavesItsLightOff)
     const ObsTestClient::Answer started = operatorDesk.call(QStringLiteral("StartVirtualCam"));
     if (started.ok) {
         // A machine with the virtual camera's driver: then it must light.
-        EXPECT_TRUE(printed(QStringLiteral("Light 3: live"))) << output.toStdString();
+        EXPECT_TRUE(printed(QStringLiteral("Light 3: live (Virtual Camera)"))) << output.toStdString();
         operatorDesk.call(QStringLiteral("StopVirtualCam"));
-        EXPECT_TRUE(printedAfter(QStringLiteral("Light 3: live"), QStringLiteral("Light 3: off")))
+        EXPECT_TRUE(printedAfter(QStringLiteral("Light 3: live (Virtual Camera)"), QStringLiteral("Light 3: off")))
             << output.toStdString();
         return;
     }
@@ -514,11 +518,13 @@ TEST_F(ObsStudioOnAirTest, AVirtualCameraOBSRefusesLeavesItsLightOff)
             { QStringLiteral("parameterName"), QStringLiteral("FilePath") },
             { QStringLiteral("parameterValue"), recordings } });
     call(QStringLiteral("StartRecord"));
-    ASSERT_TRUE(printed(QStringLiteral("Light 1: live"))) << output.toStdString() << obs.logTail().toStdString();
+    ASSERT_TRUE(printed(QStringLiteral("Light 1: live (Recording)")))
+        << output.toStdString() << obs.logTail().toStdString();
     EXPECT_TRUE(boxShows("b1 21 02 22 03 23 04 24 05 25 06 26 07 27 08 28")) << lastTick().toStdString();
     ASSERT_TRUE(outputActive(QStringLiteral("GetRecordStatus"))) << obs.logTail().toStdString();
     call(QStringLiteral("StopRecord"));
-    ASSERT_TRUE(printedAfter(QStringLiteral("Light 1: live"), QStringLiteral("Light 1: off"))) << output.toStdString();
+    ASSERT_TRUE(printedAfter(QStringLiteral("Light 1: live (Recording)"), QStringLiteral("Light 1: off")))
+        << output.toStdString();
     EXPECT_FALSE(output.contains(QStringLiteral("Light 3: live"))) << output.toStdString();
     for (const QByteArray& tick : capture.ticks()) {
         EXPECT_TRUE(tick.startsWith("01 21 02 22 03 23") || tick.startsWith("b1 21 02 22 03 23")) << tick.toStdString();

@@ -100,8 +100,8 @@ TEST_F(TslWatchProcessTest, WatchFollowsASwitcherSpeakingTslFive)
     EXPECT_TRUE(eventually([&] {
         sender.writeDatagram(cut, QHostAddress::LocalHost, port);
         printed += watch.readAllStandardOutput();
-        return printed.contains("Light 1: preview\n") && printed.contains("Light 2: live\n")
-            && printed.contains("Light 3: live\n");
+        return printed.contains("Light 1: preview (Camera 1)\n") && printed.contains("Light 2: live (Camera 2)\n")
+            && printed.contains("Light 3: live (Camera 2)\n");
     })) << printed.toStdString()
         << watch.readAllStandardError().toStdString();
 }
@@ -129,7 +129,7 @@ TEST_F(TslWatchProcessTest, ANewSenderIsNamedOnceWhereverWatchPrints)
             sender.writeDatagram(TslUmd50::encode(packet), QHostAddress::LocalHost, port);
             printed += watch.readAllStandardOutput();
             errors += watch.readAllStandardError();
-            return printed.contains("Light 1: live\n") || printed.contains("\"mode\":\"live\"");
+            return printed.contains("Light 1: live (Camera 1)\n") || printed.contains("\"mode\":\"live\"");
         })) << printed.toStdString()
             << errors.toStdString();
         watch.terminate();
@@ -177,7 +177,7 @@ TEST_F(TslWatchProcessTest, WithTslAllowASpoofedSenderIsNamedAndIgnored)
         switcher.writeDatagram(
             switcherPacket(TslUmd50::Colour::green, TslUmd50::Colour::red), QHostAddress::LocalHost, port);
         printed += watch.readAllStandardOutput();
-        return printed.contains("Light 1: preview\n") && printed.contains("Light 2: live\n")
+        return printed.contains("Light 1: preview (Camera 1)\n") && printed.contains("Light 2: live (Camera 2)\n")
             && printed.contains("Ignoring TSL messages from 127.0.0.66: not an allowed sender\n");
     })) << printed.toStdString();
     EXPECT_TRUE(printed.contains("TSL messages from 127.0.0.1\n")) << printed.toStdString();
@@ -206,12 +206,12 @@ TEST_F(TslWatchProcessTest, SixteenIdleTcpConnectionsDoNotKeepTheSwitchersCutOut
     QByteArray printed;
     EXPECT_TRUE(eventually([&] {
         printed += watch.readAllStandardOutput();
-        return printed.contains("Light 1: live\n") && printed.contains("Light 2: preview\n");
+        return printed.contains("Light 1: live (Camera 1)\n") && printed.contains("Light 2: preview (Camera 2)\n");
     })) << printed.toStdString();
     switcher.write(TslUmd50::frame(switcherPacket(TslUmd50::Colour::green, TslUmd50::Colour::red)));
     EXPECT_TRUE(eventually([&] {
         printed += watch.readAllStandardOutput();
-        return printed.contains("Light 1: preview\n") && printed.contains("Light 2: live\n");
+        return printed.contains("Light 1: preview (Camera 1)\n") && printed.contains("Light 2: live (Camera 2)\n");
     })) << printed.toStdString();
 }
 
@@ -291,7 +291,7 @@ TEST_F(TslWatchProcessTest, WithTimestampsEveryLineOnEitherStreamIsStamped)
         sender.writeDatagram(cameraOneLive, QHostAddress::LocalHost, port);
         printed += watch.readAllStandardOutput();
         errors += watch.readAllStandardError();
-        return printed.contains(" Light 1: live\n") && printed.contains(" TSL messages from 127.0.0.1\n");
+        return printed.contains(" Light 1: live (Camera 1)\n") && printed.contains(" TSL messages from 127.0.0.1\n");
     })) << printed.toStdString()
         << errors.toStdString();
     watch.terminate();

@@ -56,14 +56,15 @@ TEST_F(VmixWatchProcessTest, ACutInTheStandinLightsTheBoxAndARenameKeepsTheLight
 {
     start({ mapPath });
     EXPECT_TRUE(eventually([&] {
-        return printedAll({ QStringLiteral("vMix running"), QStringLiteral("Light 1: live"),
-            QStringLiteral("Light 2: preview"), QStringLiteral("Light 3: live") });
+        return printedAll({ QStringLiteral("vMix running"), QStringLiteral("Light 1: live (Camera 1)"),
+            QStringLiteral("Light 2: preview (Camera 2)"), QStringLiteral("Light 3: live (Camera 1)") });
     })) << printed.toStdString();
     EXPECT_TRUE(eventually([&] { return lastTick().startsWith("b1 21 02 d2 b3 23"); })) << lastTick().toStdString();
     printed.clear();
     vmix.send("cut");
     EXPECT_TRUE(eventually([&] {
-        return printedAll({ QStringLiteral("Light 1: preview"), QStringLiteral("Light 2: live") });
+        return printedAll({ QStringLiteral("Light 1: preview (Camera 1)"), QStringLiteral("Light 2: live (Camera 2)"),
+            QStringLiteral("Light 3: live (Camera 2)") });
     })) << printed.toStdString();
     EXPECT_TRUE(eventually([&] { return lastTick().startsWith("01 d1 b2 22 b3 23"); })) << lastTick().toStdString();
     // The light follows the input by its key, whatever its title becomes.
@@ -71,7 +72,8 @@ TEST_F(VmixWatchProcessTest, ACutInTheStandinLightsTheBoxAndARenameKeepsTheLight
     vmix.send("rename 2 Close Up");
     vmix.send("cut");
     EXPECT_TRUE(eventually([&] {
-        return printedAll({ QStringLiteral("Light 1: live"), QStringLiteral("Light 2: preview") });
+        return printedAll(
+            { QStringLiteral("Light 1: live (Camera 1)"), QStringLiteral("Light 2: preview (Close Up)") });
     })) << printed.toStdString();
 }
 
@@ -89,7 +91,7 @@ TEST_F(VmixWatchProcessTest, RecordingIsALightOfItsOwnLiveWhileVmixRecords)
     printed.clear();
     vmix.send("record on");
     // The XML, where recording shows, is read every few seconds.
-    EXPECT_TRUE(eventually([&] { return printedAll({ QStringLiteral("Light 1: live") }); }, 8000))
+    EXPECT_TRUE(eventually([&] { return printedAll({ QStringLiteral("Light 1: live (Recording)") }); }, 8000))
         << printed.toStdString();
     EXPECT_FALSE(printed.contains(QStringLiteral("Light 2: live"))) << printed.toStdString();
     printed.clear();
@@ -102,10 +104,11 @@ TEST_F(VmixWatchProcessTest, AKilledStandinIsLostWithinTwoSecondsAndFollowedAgai
 {
     start({ mapPath });
     ASSERT_TRUE(eventually([&] {
-        return printedAll({ QStringLiteral("vMix running"), QStringLiteral("Light 1: live") });
+        return printedAll({ QStringLiteral("vMix running"), QStringLiteral("Light 1: live (Camera 1)") });
     })) << printed.toStdString();
     vmix.send("cut");
-    ASSERT_TRUE(eventually([&] { return printedAll({ QStringLiteral("Light 2: live") }); })) << printed.toStdString();
+    ASSERT_TRUE(eventually([&] { return printedAll({ QStringLiteral("Light 2: live (Camera 2)") }); }))
+        << printed.toStdString();
     printed.clear();
     vmix.stop();
     const qint64 lostAfter = msUntilPrinted(QStringLiteral("vMix not running"), 5000);
@@ -119,15 +122,16 @@ TEST_F(VmixWatchProcessTest, AKilledStandinIsLostWithinTwoSecondsAndFollowedAgai
     printed.clear();
     EXPECT_TRUE(eventually(
         [&] {
-            return printedAll({ QStringLiteral("vMix running"), QStringLiteral("Light 1: live"),
-                QStringLiteral("Light 2: preview") });
+            return printedAll({ QStringLiteral("vMix running"), QStringLiteral("Light 1: live (Camera 1)"),
+                QStringLiteral("Light 2: preview (Camera 2)") });
         },
         10000))
         << printed.toStdString();
     printed.clear();
     vmix.send("cut");
     EXPECT_TRUE(eventually([&] {
-        return printedAll({ QStringLiteral("Light 1: preview"), QStringLiteral("Light 2: live") });
+        return printedAll(
+            { QStringLiteral("Light 1: preview (Camera 1)"), QStringLiteral("Light 2: live (Camera 2)") });
     })) << printed.toStdString();
 }
 
@@ -135,7 +139,7 @@ TEST_F(VmixWatchProcessTest, AStandinThatHangsIsLostWithinTwoSecondsAndFollowedW
 {
     start({ mapPath });
     ASSERT_TRUE(eventually([&] {
-        return printedAll({ QStringLiteral("vMix running"), QStringLiteral("Light 1: live") });
+        return printedAll({ QStringLiteral("vMix running"), QStringLiteral("Light 1: live (Camera 1)") });
     })) << printed.toStdString();
     printed.clear();
     vmix.pause();
@@ -148,8 +152,8 @@ TEST_F(VmixWatchProcessTest, AStandinThatHangsIsLostWithinTwoSecondsAndFollowedW
     vmix.send("cut");
     EXPECT_TRUE(eventually(
         [&] {
-            return printedAll({ QStringLiteral("vMix running"), QStringLiteral("Light 1: preview"),
-                QStringLiteral("Light 2: live") });
+            return printedAll({ QStringLiteral("vMix running"), QStringLiteral("Light 1: preview (Camera 1)"),
+                QStringLiteral("Light 2: live (Camera 2)") });
         },
         10000))
         << printed.toStdString();

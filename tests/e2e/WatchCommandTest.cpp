@@ -53,9 +53,9 @@ TEST_F(WatchCommandTest, PrintsTheRunningStateAndEachLightOnceAndSendsEveryTick)
     EXPECT_EQ(watch.exitCode(), 0);
     EXPECT_EQ(QString::fromUtf8(watch.readAllStandardOutput()),
         QStringLiteral("Mixdesk running\n"
-                       "Light 1: live\n"
-                       "Light 2: preview\n"
-                       "Light 3: live\n"
+                       "Light 1: live (Camera 1)\n"
+                       "Light 2: preview (Camera 2)\n"
+                       "Light 3: live (Camera 1)\n"
                        "Light 4: off\n"
                        "Light 5: off\n"
                        "Light 6: off\n"
@@ -78,10 +78,12 @@ TEST_F(WatchCommandTest, PrintsTheChangeAfterACut)
     standin.send("cut\n");
     EXPECT_TRUE(eventually([&] {
         printed += watch.readAllStandardOutput();
-        return printed.contains("Light 2: live\n");
+        return printed.contains("Light 2: live (Camera 2)\n");
     })) << printed.toStdString();
-    EXPECT_TRUE(printed.contains("Light 1: preview\n"));
-    EXPECT_FALSE(printed.contains("Light 3: ")) << "light 3 stays live";
+    EXPECT_TRUE(printed.contains("Light 1: preview (Camera 1)\n"));
+    // Light 3 stays live, now for its other camera.
+    EXPECT_TRUE(printed.contains("Light 3: live (Camera 2)\n")) << printed.toStdString();
+    EXPECT_FALSE(printed.contains("Light 3: preview")) << printed.toStdString();
     watch.terminate();
     ASSERT_TRUE(finished());
     EXPECT_EQ(watch.exitStatus(), QProcess::NormalExit);
@@ -189,7 +191,8 @@ TEST_F(WatchCommandTest, JsonPrintsOneObjectPerChangeWithItsTime)
         events.append(object.value(QStringLiteral("event")).toString());
     }
     EXPECT_TRUE(lines.first().startsWith("{\"event\":\"mixdesk\",\"running\":true,\"time\":\""));
-    EXPECT_TRUE(lines[1].startsWith("{\"event\":\"light\",\"light\":1,\"mode\":\"live\",\"time\":\""))
+    EXPECT_TRUE(lines[1].startsWith("{\"event\":\"light\",\"light\":1,\"litBy\":[\"Camera 1\"],\"missing\":[],"
+                                    "\"mode\":\"live\",\"shots\":[\"Camera 1\"],\"time\":\""))
         << lines[1].toStdString();
     EXPECT_EQ(events.count(QStringLiteral("light")), 8);
 }
@@ -216,7 +219,7 @@ TEST_F(WatchCommandTest, IntoAPipeLinesAreUnstampedUnlessAsked)
     ASSERT_TRUE(standin.start());
     start({ QStringLiteral("--no-timestamps"), QStringLiteral("--ticks=2"), mapPath });
     ASSERT_TRUE(finished());
-    EXPECT_TRUE(watch.readAllStandardOutput().startsWith("Mixdesk running\nLight 1: live\n"));
+    EXPECT_TRUE(watch.readAllStandardOutput().startsWith("Mixdesk running\nLight 1: live (Camera 1)\n"));
 }
 
 TEST_F(WatchCommandTest, WithoutATallyBoxItSaysSoOnce)
@@ -234,7 +237,8 @@ TEST_F(WatchCommandTest, WithoutATallyBoxItSaysSoOnce)
     const QString printed = QString::fromUtf8(watch.readAllStandardOutput());
     EXPECT_EQ(printed.count(QStringLiteral("No tally box attached: the lights are shown here only\n")), 1)
         << printed.toStdString();
-    EXPECT_TRUE(printed.startsWith(QStringLiteral("Mixdesk running\nLight 1: live\n"))) << printed.toStdString();
+    EXPECT_TRUE(printed.startsWith(QStringLiteral("Mixdesk running\nLight 1: live (Camera 1)\n")))
+        << printed.toStdString();
 }
 
 TEST_F(WatchCommandTest, OnATerminalLinesAreStampedWithoutBeingAsked)

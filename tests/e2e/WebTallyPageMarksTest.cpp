@@ -1,6 +1,7 @@
 // The web tally page in a real headless Chromium, fed by a page server in
-// this process: how a phone shows lights under test and shots the switcher
-// does not have.
+// this process: how a phone shows lights under test, shots the switcher
+// does not have, an off or empty light, why there is no signal, the way
+// back to the list, and a screen it cannot keep on.
 
 #include "net/outputs/WebTallyClient.h"
 #include "outputs/WebListenAddress.h"
@@ -11,6 +12,7 @@
 #include "support/QtPrinters.h"
 
 #include <QElapsedTimer>
+#include <QHostInfo>
 
 #include <gtest/gtest.h>
 
@@ -46,9 +48,9 @@ protected:
         server->publish(snapshot);
     }
 
-    void open(const QString& path)
+    void open(const QString& path, const QString& host = QStringLiteral("127.0.0.1"))
     {
-        ASSERT_TRUE(browser.navigate(QStringLiteral("http://127.0.0.1:%1%2").arg(server->port()).arg(path)));
+        ASSERT_TRUE(browser.navigate(QStringLiteral("http://%1:%2%3").arg(host).arg(server->port()).arg(path)));
     }
 
     // Waits until the expression reads expected; the last reading otherwise.
@@ -70,6 +72,10 @@ protected:
 
 const QString stateText = QStringLiteral("document.getElementById('state').textContent");
 const QString bodyClasses = QStringLiteral("document.body.className");
+const QString shotsText = QStringLiteral("document.getElementById('shots').textContent");
+const QString reasonText = QStringLiteral("document.getElementById('reason').textContent");
+const QString awakeNote = QStringLiteral("(function () { var note = document.getElementById('awake');"
+                                         " return note.hidden ? '' : note.textContent; })()");
 
 } // namespace
 
@@ -77,13 +83,13 @@ TEST_F(WebTallyPageMarksTest, ALightPageSaysTestInTheBoxsColourAndGoesBackToTheS
 {
     publish(true, false, { { TallyMode::off, { QStringLiteral("Camera 1") } } });
     open(QStringLiteral("/light/1"));
-    EXPECT_TRUE(reads(stateText, QString()));
+    EXPECT_TRUE(reads(stateText, QStringLiteral("OFF")));
     publish(true, true, { { TallyMode::live, { QStringLiteral("Camera 1") } } });
     EXPECT_TRUE(reads(stateText, QStringLiteral("TEST LIVE")));
     EXPECT_TRUE(reads(bodyClasses, QStringLiteral("light-page live test")));
     EXPECT_TRUE(reads(QStringLiteral("document.title"), QStringLiteral("1 TEST LIVE")));
     publish(true, false, { { TallyMode::off, { QStringLiteral("Camera 1") } } });
-    EXPECT_TRUE(reads(stateText, QString()));
+    EXPECT_TRUE(reads(stateText, QStringLiteral("OFF")));
     EXPECT_TRUE(reads(bodyClasses, QStringLiteral("light-page off")));
 }
 
@@ -144,4 +150,137 @@ TEST_F(WebTallyPageMarksTest, APageBeyondTheCapRetryingForAMinuteNeverLocksThePh
     holder.socket.close();
     EXPECT_TRUE(reads(stateText, QStringLiteral("LIVE")));
     EXPECT_EQ(httpGet(server->port(), QStringLiteral("/light/1")).status, 200);
+}
+
+TEST_F(WebTallyPageMarksTest, AnOffLightSaysOffAndALightWithoutShotsSaysSo)
+{
+    publish(true, false, { { TallyMode::off, { QStringLiteral("Camera 1") } }, { TallyMode::off, {} } });
+    open(QStringLiteral("/light/1"));
+    EXPECT_TRUE(reads(stateText, QStringLiteral("OFF")));
+    EXPECT_TRUE(reads(shotsText, QStringLiteral("Camera 1")));
+    EXPECT_TRUE(reads(QStringLiteral("document.title"), QStringLiteral("1 OFF")));
+    open(QStringLiteral("/light/2"));
+    EXPECT_TRUE(reads(stateText, QStringLiteral("OFF")));
+    EXPECT_TRUE(reads(shotsText, QStringLiteral("No shots assigned")));
+    // A shot assigned later replaces the words.
+    publish(true, false,
+        { { TallyMode::off, { QStringLiteral("Camera 1") } }, { TallyMode::live, { QStringLiteral("Wide") } } });
+    EXPECT_TRUE(reads(shotsText, QStringLiteral("Wide")));
+    EXPECT_TRUE(reads(stateText, QStringLiteral("LIVE")));
+    publish(true, false, { { TallyMode::off, { QStringLiteral("Camera 1") } }, { TallyMode::off, {} } });
+    open(QStringLiteral("/"));
+    EXPECT_TRUE(reads(QStringLiteral("document.querySelector('[data-light=\"2\"] .shots').textContent"),
+        QStringLiteral("No shots assigned")));
+    EXPECT_TRUE(reads(
+        QStringLiteral("document.querySelector('[data-light=\"1\"] .shots').textContent"), QStringLiteral("Camera 1")));
+    EXPECT_TRUE(
+        reads(QStringLiteral("document.querySelector('[data-light=\"2\"] .mode').textContent"), QStringLiteral("OFF")));
+}
+
+TEST_F(WebTallyPageMarksTest, ALightPageLeadsBackToTheListOfLights)
+{
+    publish(true, false, { { TallyMode::live, { QStringLiteral("Camera 1") } }, { TallyMode::off, {} } });
+    open(QStringLiteral("/light/1"));
+    EXPECT_TRUE(reads(stateText, QStringLiteral("LIVE")));
+    EXPECT_TRUE(reads(QStringLiteral("document.getElementById('back').textContent"), QStringLiteral("All lights")));
+    browser.evaluate(QStringLiteral("document.getElementById('back').click()"));
+    EXPECT_TRUE(reads(QStringLiteral("location.pathname"), QStringLiteral("/")));
+    EXPECT_TRUE(
+        reads(QStringLiteral("String(document.querySelectorAll('a[data-light]').length)"), QStringLiteral("2")));
+    EXPECT_TRUE(reads(
+        QStringLiteral("document.querySelector('[data-light=\"1\"] .mode').textContent"), QStringLiteral("LIVE")));
+}
+
+TEST_F(WebTallyPageMarksTest, ATrailingSlashOpensTheLightAndThePageHasAnIcon)
+{
+    publish(true, false, { { TallyMode::preview, { QStringLiteral("Camera 1") } } });
+    // Sent on, the browser ends at another address than it was given.
+    browser.call(QStringLiteral("Page.navigate"),
+        { { QStringLiteral("url"), QStringLiteral("http://127.0.0.1:%1/light/1/").arg(server->port()) } });
+    EXPECT_TRUE(reads(QStringLiteral("location.pathname"), QStringLiteral("/light/1")));
+    EXPECT_TRUE(reads(stateText, QStringLiteral("PREVIEW")));
+    // The icon the browser asks for by itself loads as a picture, under the
+    // page's own security policy.
+    EXPECT_TRUE(
+        reads(QStringLiteral("new Promise(function (done) { var icon = new Image();"
+                             " icon.onload = function () { done(icon.naturalWidth + 'x' + icon.naturalHeight); };"
+                             " icon.onerror = function () { done('failed'); };"
+                             " icon.src = '/favicon.ico'; })"),
+            QStringLiteral("32x32")));
+}
+
+TEST_F(WebTallyPageMarksTest, NoSignalSaysWhetherTheSwitcherOrTheProgramIsGone)
+{
+    publish(false, false, { { TallyMode::live, { QStringLiteral("Camera 1") } } });
+    open(QStringLiteral("/light/1"));
+    EXPECT_TRUE(reads(stateText, QStringLiteral("NO SIGNAL")));
+    EXPECT_TRUE(reads(reasonText,
+        QStringLiteral("The tally program runs, but has lost the switcher: the lights cannot be trusted until it is "
+                       "back.")));
+    publish(true, false, { { TallyMode::live, { QStringLiteral("Camera 1") } } });
+    EXPECT_TRUE(reads(stateText, QStringLiteral("LIVE")));
+    EXPECT_TRUE(reads(reasonText, QString()));
+
+    open(QStringLiteral("/"));
+    publish(false, false, { { TallyMode::live, { QStringLiteral("Camera 1") } } });
+    EXPECT_TRUE(reads(reasonText,
+        QStringLiteral("The tally program runs, but has lost the switcher: the lights cannot be trusted until it is "
+                       "back.")));
+    // The program gone: the page can no longer hear it at all.
+    server.reset();
+    const QString programGone = QStringLiteral("No connection to the tally program: it has stopped, or the network "
+                                               "between it and this device is down. Trying again\u2026");
+    EXPECT_TRUE(reads(reasonText, programGone));
+    EXPECT_TRUE(
+        reads(QStringLiteral("getComputedStyle(document.getElementById('signal')).display"), QStringLiteral("block")));
+}
+
+TEST_F(WebTallyPageMarksTest, TheLightPageSaysWhyNoSignalWhenTheProgramStops)
+{
+    publish(true, false, { { TallyMode::live, { QStringLiteral("Camera 1") } } });
+    open(QStringLiteral("/light/1"));
+    EXPECT_TRUE(reads(stateText, QStringLiteral("LIVE")));
+    server.reset();
+    EXPECT_TRUE(reads(stateText, QStringLiteral("NO SIGNAL")));
+    EXPECT_TRUE(reads(reasonText,
+        QStringLiteral("No connection to the tally program: it has stopped, or the network between it and this "
+                       "device is down. Trying again\u2026")));
+}
+
+TEST_F(WebTallyPageMarksTest, OverPlainHttpFromAnotherNameThePageSaysTheScreenMayTurnOff)
+{
+    // The machine's own name is no secure origin, as a studio address is
+    // not: the browser gives the page no wake lock there.
+    const QString name = QHostInfo::localHostName().toLower();
+    const QHostInfo found = QHostInfo::fromName(name);
+    if (name.isEmpty() || found.error() != QHostInfo::NoError || found.addresses().isEmpty()
+        || !found.addresses().first().isLoopback()) {
+        GTEST_SKIP() << "the machine's name does not lead back to it here";
+    }
+    publish(true, false, { { TallyMode::live, { QStringLiteral("Camera 1") } } });
+    open(QStringLiteral("/light/1"), name);
+    EXPECT_TRUE(reads(stateText, QStringLiteral("LIVE")));
+    EXPECT_EQ(browser.evaluate(QStringLiteral("String(window.isSecureContext)")).toString(), QStringLiteral("false"));
+    EXPECT_TRUE(reads(awakeNote,
+        QStringLiteral("This screen may turn off: opened over plain http from another computer, the browser does not "
+                       "let the page keep it on. While this is a tally, set the screen to stay on (the longest screen "
+                       "timeout, or stay awake while charging). Tap to hide.")));
+    // A tap puts it away for good; the light stays.
+    browser.evaluate(QStringLiteral("document.getElementById('awake').click()"));
+    EXPECT_TRUE(reads(awakeNote, QString()));
+    browser.evaluate(QStringLiteral("document.body.click()"));
+    EXPECT_TRUE(reads(awakeNote, QString()));
+    EXPECT_TRUE(reads(stateText, QStringLiteral("LIVE")));
+}
+
+TEST_F(WebTallyPageMarksTest, OnThisComputerThePageNeverBlamesPlainHttp)
+{
+    publish(true, false, { { TallyMode::live, { QStringLiteral("Camera 1") } } });
+    open(QStringLiteral("/light/1"));
+    EXPECT_TRUE(reads(stateText, QStringLiteral("LIVE")));
+    EXPECT_EQ(browser.evaluate(QStringLiteral("String(window.isSecureContext)")).toString(), QStringLiteral("true"));
+    EXPECT_FALSE(browser.evaluate(awakeNote).toString().contains(QStringLiteral("plain http")));
+    // The list has no note: only a light's page must stay lit.
+    open(QStringLiteral("/"));
+    EXPECT_TRUE(reads(QStringLiteral("String(document.getElementById('awake'))"), QStringLiteral("null")));
 }

@@ -345,7 +345,8 @@ TEST_F(WebTallyPageTest, TheWindowServesThePageForItsOpenMap)
     QByteArray state;
     EXPECT_TRUE(eventually([&] {
         state = lights();
-        return state.contains("{\"light\":1,\"missing\":[],\"mode\":\"live\",\"shots\":[\"Camera 1\"]}");
+        return state.contains(
+            "{\"light\":1,\"litBy\":[\"Camera 1\"],\"missing\":[],\"mode\":\"live\",\"shots\":[\"Camera 1\"]}");
     })) << state.toStdString();
     EXPECT_TRUE(state.contains("\"sourceRunning\":true"));
     window.kill();

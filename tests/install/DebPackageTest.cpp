@@ -3,6 +3,7 @@
 // and removes cleanly.
 
 #include "ProgramRun.h"
+#include "SourcesAndOutputs.h"
 #include "support/QtPrinters.h"
 
 #include <QDir>
@@ -89,12 +90,12 @@ TEST(DebPackageTest, PackageHoldsTheProgramsResourcesAndDesktopFilesUnderUsr)
         QStringLiteral("/usr/share/man/man1/vmix-standin.1.gz"),
         QStringLiteral("/usr/share/doc/mixdesk-tally/copyright"),
         QStringLiteral("/usr/share/doc/mixdesk-tally/changelog.gz"),
-        QStringLiteral("/usr/share/metainfo/invalid.mixdesk.tally.metainfo.xml"),
+        QStringLiteral("/usr/share/metainfo/io.github.mixdesktally.MixdeskTally.metainfo.xml"),
         QStringLiteral("/usr/share/bash-completion/completions/tallyctl"),
         QStringLiteral("/usr/share/mixdesk-tally/query_shots"),
-        QStringLiteral("/usr/share/applications/mixdesk-tally.desktop"),
+        QStringLiteral("/usr/share/applications/io.github.mixdesktally.MixdeskTally.desktop"),
         QStringLiteral("/usr/share/mime/packages/mixdesk-tally.xml"),
-        QStringLiteral("/usr/share/icons/hicolor/scalable/apps/mixdesk-tally.svg"),
+        QStringLiteral("/usr/share/icons/hicolor/scalable/apps/io.github.mixdesktally.MixdeskTally.svg"),
         QStringLiteral("/usr/share/icons/hicolor/scalable/mimetypes/application-x-mixdesk-tally-map.svg"),
         QStringLiteral("/usr/lib/udev/rules.d/70-mixdesk-tally.rules") };
     if (builtInThisTree("mixdesk-tally")) {
@@ -141,6 +142,19 @@ QList<LintianTag> lintianTags(const QString& output)
 }
 
 } // namespace
+
+TEST(DebPackageTest, TheDescriptionNamesEverySwitcherAndEveryOutput)
+{
+    QTemporaryDir output;
+    ASSERT_TRUE(output.isValid());
+    const QString package = buildPackage(output);
+    ASSERT_FALSE(package.isEmpty());
+    // Debian folds the long description; a name may be broken across lines.
+    const QString description = packageField(package, QStringLiteral("Description")).simplified();
+    for (const QString& name : sourcesAndOutputs) {
+        EXPECT_TRUE(description.contains(name)) << name.toStdString() << " not in: " << description.toStdString();
+    }
+}
 
 TEST(DebPackageTest, LintianReportsNoErrorsAndNoWarningsBeyondTheAcceptedOnes)
 {
@@ -222,7 +236,8 @@ TEST(DebPackageTest, PackageInstallsRunsAndRemovesCleanly)
         { QStringLiteral("-r"), QStringLiteral("mixdesk-tally") }, withTimeout(packagingTimeoutMs));
     EXPECT_EQ(remove.exitCode, 0) << remove.describe().toStdString();
     for (const char* path : { "/usr/bin/tallyctl", "/usr/bin/mixdesk-standin", "/usr/share/mixdesk-tally/query_shots",
-             "/usr/share/applications/mixdesk-tally.desktop", "/usr/lib/udev/rules.d/70-mixdesk-tally.rules" }) {
+             "/usr/share/applications/io.github.mixdesktally.MixdeskTally.desktop",
+             "/usr/lib/udev/rules.d/70-mixdesk-tally.rules" }) {
         EXPECT_FALSE(QFileInfo::exists(QString::fromLatin1(path))) << path;
     }
     const ProgramRun status = runProgram(QStringLiteral("dpkg-query"),

@@ -4,6 +4,7 @@
 // the build tree.
 
 #include "ProgramRun.h"
+#include "SourcesAndOutputs.h"
 #include "support/CaptureFile.h"
 #include "support/Eventually.h"
 #include "support/QtPrinters.h"
@@ -11,8 +12,12 @@
 #include <QCoreApplication>
 #include <QDeadlineTimer>
 #include <QDir>
+#include <QDirIterator>
 #include <QFile>
 #include <QFileInfo>
+#include <QRegularExpression>
+#include <QSet>
+#include <QStandardPaths>
 #include <QTemporaryDir>
 #include <QThread>
 
@@ -224,7 +229,8 @@ TEST_F(InstallTest, InstalledMixdeskTallyFindsItsQueryScriptAndDrivesTheLights)
 
 TEST_F(InstallTest, InstalledDesktopFileIsValid)
 {
-    const QString desktopFile = installed(QStringLiteral("share/applications/mixdesk-tally.desktop"));
+    const QString desktopFile
+        = installed(QStringLiteral("share/applications/io.github.mixdesktally.MixdeskTally.desktop"));
     ASSERT_TRUE(QFileInfo::exists(desktopFile));
     const ProgramRun run = runProgram(QStringLiteral("desktop-file-validate"), { desktopFile });
     ASSERT_TRUE(run.finished) << run.describe().toStdString();
@@ -256,7 +262,7 @@ TEST_F(InstallTest, UdevRuleForTheTallyBoxIsInstalled)
 
 TEST_F(InstallTest, ApplicationAndDocumentIconsAreInstalled)
 {
-    for (const char* icon : { "share/icons/hicolor/scalable/apps/mixdesk-tally.svg",
+    for (const char* icon : { "share/icons/hicolor/scalable/apps/io.github.mixdesktally.MixdeskTally.svg",
              "share/icons/hicolor/scalable/mimetypes/application-x-mixdesk-tally-map.svg" }) {
         const QByteArray svg = readFile(installed(QString::fromLatin1(icon)));
         EXPECT_TRUE(svg.contains("<svg")) << icon;
@@ -329,13 +335,77 @@ TEST_F(InstallTest, ManualPagesAreCompressedWithoutATimestamp)
 
 TEST_F(InstallTest, AppStreamMetadataValidates)
 {
-    const QString metainfo = installed(QStringLiteral("share/metainfo/invalid.mixdesk.tally.metainfo.xml"));
+    const QString metainfo
+        = installed(QStringLiteral("share/metainfo/io.github.mixdesktally.MixdeskTally.metainfo.xml"));
     ASSERT_TRUE(QFileInfo::exists(metainfo));
+    if (QStandardPaths::findExecutable(QStringLiteral("appstreamcli")).isEmpty()) {
+        GTEST_SKIP() << "appstreamcli is not installed (Debian's appstream package; scripts/install-deps.sh)";
+    }
     const ProgramRun run = runProgram(QStringLiteral("appstreamcli"),
         { QStringLiteral("validate"), QStringLiteral("--no-net"), QStringLiteral("--explain"), metainfo });
     ASSERT_TRUE(run.finished) << run.describe().toStdString();
     EXPECT_EQ(run.exitCode, 0) << run.describe().toStdString();
-    EXPECT_TRUE(readFile(metainfo).contains("<launchable type=\"desktop-id\">mixdesk-tally.desktop</launchable>"));
+    EXPECT_TRUE(readFile(metainfo).contains(
+        "<launchable type=\"desktop-id\">io.github.mixdesktally.MixdeskTally.desktop</launchable>"));
+}
+
+TEST_F(InstallTest, TheLauncherAndTheMetadataShareTheApplicationsId)
+{
+    const QByteArray metainfo
+        = readFile(installed(QStringLiteral("share/metainfo/io.github.mixdesktally.MixdeskTally.metainfo.xml")));
+    EXPECT_TRUE(metainfo.contains("<id>io.github.mixdesktally.MixdeskTally</id>")) << metainfo.toStdString();
+    EXPECT_FALSE(metainfo.contains("invalid")) << "no placeholder id is left";
+    const QByteArray launcher
+        = readFile(installed(QStringLiteral("share/applications/io.github.mixdesktally.MixdeskTally.desktop")));
+    EXPECT_TRUE(launcher.contains("\nIcon=io.github.mixdesktally.MixdeskTally\n")) << launcher.toStdString();
+    EXPECT_TRUE(QFileInfo::exists(
+        installed(QStringLiteral("share/icons/hicolor/scalable/apps/io.github.mixdesktally.MixdeskTally.svg"))));
+    // What a software centre shows: every switcher and every output.
+    const QString description = QString::fromUtf8(metainfo).simplified();
+    for (const QString& name : sourcesAndOutputs) {
+        EXPECT_TRUE(description.contains(name)) << name.toStdString();
+    }
+    const QString comment = QString::fromUtf8(launcher);
+    for (const char* source : { "Mixdesk", "OBS Studio", "ATEM", "vMix", "TSL UMD" }) {
+        EXPECT_TRUE(comment.contains(QString::fromLatin1(source))) << source;
+    }
+}
+
+TEST_F(InstallTest, TheManualPagesNameEveryEnvironmentVariableTheProgramsReadAndGiveExamples)
+{
+    // The variables are the ones the sources name; a new one without its
+    // place in the manual fails here.
+    QSet<QString> variables { QStringLiteral("XDG_RUNTIME_DIR") };
+    static const QRegularExpression name(QStringLiteral("\\bMIXDESK_TALLY_[A-Z_]*[A-Z]\\b"));
+    QDirIterator sources(QStringLiteral(TALLY_SOURCE_DIR "/src"), { QStringLiteral("*.cpp"), QStringLiteral("*.h") },
+        QDir::Files, QDirIterator::Subdirectories);
+    while (sources.hasNext()) {
+        const QString text = QString::fromUtf8(readFile(sources.next()));
+        for (const QRegularExpressionMatch& match : name.globalMatch(text)) {
+            variables.insert(match.captured());
+        }
+    }
+    ASSERT_GE(variables.size(), 6) << "the sources name fewer variables than they used to";
+    for (const char* page : { "mixdesk-tally", "tallyctl" }) {
+        const ProgramRun text = runProgram(QStringLiteral("gzip"),
+            { QStringLiteral("-dc"),
+                installed(QStringLiteral("share/man/man1/%1.1.gz").arg(QString::fromLatin1(page))) });
+        ASSERT_EQ(text.exitCode, 0) << text.describe().toStdString();
+        const qsizetype environment = text.out.indexOf(QStringLiteral("\n.SH ENVIRONMENT\n"));
+        ASSERT_GE(environment, 0) << page;
+        const qsizetype next = text.out.indexOf(QStringLiteral("\n.SH "), environment + 1);
+        const QString section = text.out.mid(environment, next - environment);
+        for (const QString& variable : std::as_const(variables)) {
+            EXPECT_TRUE(section.contains(QStringLiteral(".B ") + variable + QLatin1Char('\n')))
+                << page << " does not name " << variable.toStdString();
+        }
+    }
+    for (const char* page : { "mixdesk-tally", "tallyctl", "mixdesk-standin", "atem-standin", "vmix-standin" }) {
+        const ProgramRun text = runProgram(QStringLiteral("gzip"),
+            { QStringLiteral("-dc"),
+                installed(QStringLiteral("share/man/man1/%1.1.gz").arg(QString::fromLatin1(page))) });
+        EXPECT_TRUE(text.out.contains(QStringLiteral("\n.SH EXAMPLES\n"))) << page;
+    }
 }
 
 TEST_F(InstallTest, BashCompletesTallyctlCommandsAndOptions)

@@ -9,20 +9,25 @@
 
 // What one light shows after a tick, as every output besides the tally box
 // sees it: the mode the box was told, the names of the shots assigned to it,
-// and those of them that the source does not have (renamed, misspelt, or
-// belonging to another switcher), which can never light it.
+// those of them that the source does not have (renamed, misspelt, or
+// belonging to another switcher), which can never light it, and those that
+// light it now (live or in preview, as the mode says), so that whoever
+// reads the light can tell which camera put it on. litBy is empty when the
+// light is off, and when no shot decided its mode (the test panel's).
 struct LightState {
     LightState() = default;
-    LightState(TallyMode mode, QStringList shotNames, QStringList missingShots = {})
+    LightState(TallyMode mode, QStringList shotNames, QStringList missingShots = {}, QStringList litBy = {})
         : mode(mode)
         , shotNames(std::move(shotNames))
         , missingShots(std::move(missingShots))
+        , litBy(std::move(litBy))
     {
     }
 
     TallyMode mode = TallyMode::off;
     QStringList shotNames;
     QStringList missingShots;
+    QStringList litBy;
 
     friend bool operator==(const LightState&, const LightState&) = default;
 };

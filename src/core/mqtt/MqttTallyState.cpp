@@ -1,5 +1,6 @@
 #include "mqtt/MqttTallyState.h"
 
+#include "model/LightJson.h"
 #include "mqtt/MqttTallyTopics.h"
 
 #include <QJsonArray>
@@ -21,13 +22,10 @@ void stamp(QJsonObject& object, qint64 sequence, const QDateTime& at)
 
 QJsonObject lightObject(const TallySnapshot& snapshot, int lightNumber, const QByteArray& word)
 {
-    const LightState& light = snapshot.lights[lightNumber - 1];
-    QJsonObject object;
-    object.insert(QStringLiteral("light"), lightNumber);
+    // The light as every JSON output gives it, with the word its lamp
+    // shows and what the snapshot says of all lights.
+    QJsonObject object = LightJson::fromState(lightNumber, snapshot.lights[lightNumber - 1]);
     object.insert(QStringLiteral("state"), QString::fromUtf8(word));
-    object.insert(QStringLiteral("mode"), tallyModeName(light.mode));
-    object.insert(QStringLiteral("shots"), QJsonArray::fromStringList(light.shotNames));
-    object.insert(QStringLiteral("missing"), QJsonArray::fromStringList(light.missingShots));
     object.insert(QStringLiteral("sourceRunning"), snapshot.sourceRunning);
     object.insert(QStringLiteral("test"), snapshot.underTest);
     return object;

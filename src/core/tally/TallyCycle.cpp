@@ -128,6 +128,7 @@ void TallyCycle::publish(bool sourceRunning, bool underTest, const QList<ShotLis
             light.shotNames.append(shot->name);
         }
         light.missingShots = m_missingShots.value(lightIndex);
+        light.litBy = m_shownLitBy.value(lightIndex);
         snapshot.lights.append(std::move(light));
     }
     m_lastSnapshot = snapshot;
@@ -160,7 +161,11 @@ void TallyCycle::followPolicyWhileLost(qsizetype lightCount)
         const bool dark = (blinking / LostSourcePolicy::blinkHalfPeriodMilliseconds) % 2 == 0;
         for (qsizetype lightIndex = 0; lightIndex < lightCount; ++lightIndex) {
             const TallyMode held = lightIndex < m_lastModes.size() ? m_lastModes[lightIndex] : TallyMode::off;
-            showAndSend(lightIndex, dark ? TallyMode::off : held);
+            if (dark) {
+                showAndSend(lightIndex, TallyMode::off);
+            } else {
+                showAndSend(lightIndex, held, m_lastLitBy.value(lightIndex));
+            }
         }
         return;
     }
@@ -170,6 +175,7 @@ void TallyCycle::followPolicyWhileLost(qsizetype lightCount)
 void TallyCycle::turnLightsOff(const QList<ShotList>& lights)
 {
     m_lastModes.fill(TallyMode::off, lights.size());
+    m_lastLitBy.fill({}, lights.size());
     for (qsizetype lightIndex = 0; lightIndex < lights.size(); ++lightIndex) {
         showAndSend(lightIndex, TallyMode::off);
     }
@@ -178,21 +184,25 @@ void TallyCycle::turnLightsOff(const QList<ShotList>& lights)
     publish(!m_lostSince.has_value(), false, lights, true);
 }
 
-void TallyCycle::showAndSend(qsizetype lightIndex, TallyMode mode)
+void TallyCycle::showAndSend(qsizetype lightIndex, TallyMode mode, const QStringList& litBy)
 {
     if (lightIndex < m_observer.indicatorCount()) {
         m_observer.showLightMode(lightIndex, mode);
     }
-    noteShown(lightIndex, mode);
+    noteShown(lightIndex, mode, litBy);
     m_sendLight(lightIndex, TallyEvaluation::bytesForLight(lightIndex, mode));
 }
 
-void TallyCycle::noteShown(qsizetype lightIndex, TallyMode mode)
+void TallyCycle::noteShown(qsizetype lightIndex, TallyMode mode, const QStringList& litBy)
 {
     if (lightIndex >= m_shownModes.size()) {
         m_shownModes.resize(lightIndex + 1, TallyMode::off);
     }
+    if (lightIndex >= m_shownLitBy.size()) {
+        m_shownLitBy.resize(lightIndex + 1);
+    }
     m_shownModes[lightIndex] = mode;
+    m_shownLitBy[lightIndex] = litBy;
 }
 
 void TallyCycle::followShotList(ShotList& shotList, Lights& lights)
@@ -222,7 +232,9 @@ void TallyCycle::driveLights(const QList<ShotList>& lights, const ShotList& shot
     const TallyEvaluation::SplitShots shots = TallyEvaluation::splitShots(shotList);
     const qsizetype lightCount = lights.size();
     m_lastModes.resize(lightCount, TallyMode::off);
+    m_lastLitBy.resize(lightCount);
     m_shownModes.resize(lightCount, TallyMode::off);
+    m_shownLitBy.resize(lightCount);
     for (qsizetype lightIndex = 0; lightIndex < lightCount; ++lightIndex) {
         const TallyMode mode = TallyEvaluation::decideLight(lights[lightIndex], shots.liveShots, shots.previewShots);
         if (lightIndex >= m_observer.indicatorCount()) {
@@ -233,6 +245,8 @@ void TallyCycle::driveLights(const QList<ShotList>& lights, const ShotList& shot
         m_observer.showLightMode(lightIndex, mode);
         m_lastModes[lightIndex] = mode;
         m_shownModes[lightIndex] = mode;
+        m_lastLitBy[lightIndex] = TallyEvaluation::shotsLighting(lights[lightIndex], shots, mode);
+        m_shownLitBy[lightIndex] = m_lastLitBy[lightIndex];
         m_sendLight(lightIndex, TallyEvaluation::bytesForLight(lightIndex, mode));
     }
 }

@@ -118,8 +118,8 @@ private:
     void publish(bool sourceRunning, bool underTest, const QList<ShotList>& lights, bool turnedOffAtQuit = false);
     // The lost-source part of a tick, after the warning is shown.
     void followPolicyWhileLost(qsizetype lightCount);
-    void showAndSend(qsizetype lightIndex, TallyMode mode);
-    void noteShown(qsizetype lightIndex, TallyMode mode);
+    void showAndSend(qsizetype lightIndex, TallyMode mode, const QStringList& litBy = {});
+    void noteShown(qsizetype lightIndex, TallyMode mode, const QStringList& litBy = {});
 
     ShotSource* m_source;
     Observer& m_observer;
@@ -130,6 +130,10 @@ private:
     // What the box was last told per light: the decided modes, or what the
     // lost-source choice made of them. The outputs show these.
     QList<TallyMode> m_shownModes;
+    // Per light, the shots that gave it its decided mode, held with it while
+    // the source is lost, and those behind what the box was last told.
+    QList<QStringList> m_lastLitBy;
+    QList<QStringList> m_shownLitBy;
     // Per light, the assigned shots the source did not have at the last
     // tick that brought shots.
     QList<QStringList> m_missingShots;

@@ -47,6 +47,21 @@ TallyMode decideLight(const ShotList& assigned, const ShotList& liveShots, const
     return TallyMode::off;
 }
 
+QStringList shotsLighting(const ShotList& assigned, const SplitShots& shots, TallyMode mode)
+{
+    if (mode == TallyMode::off) {
+        return {};
+    }
+    const ShotList& candidates = mode == TallyMode::live ? shots.liveShots : shots.previewShots;
+    QStringList names;
+    for (const ShotPtr& record : assigned) {
+        if (anyNameMatches({ record }, candidates) && !names.contains(record->name)) {
+            names.append(record->name);
+        }
+    }
+    return names;
+}
+
 QList<QStringList> missingShots(const QList<ShotList>& lights, const ShotList& shotList)
 {
     // One canonical form per known name, so that a thousand shots cost a
@@ -77,11 +92,13 @@ Evaluation evaluate(const QList<ShotList>& lights, const ShotList& shotList)
     const SplitShots shots = splitShots(shotList);
     Evaluation evaluation;
     evaluation.modes.reserve(lights.size());
+    evaluation.litBy.reserve(lights.size());
     evaluation.bytes.reserve(lights.size() * 2);
     for (qsizetype lightIndex = 0; lightIndex < lights.size(); ++lightIndex) {
         const TallyMode mode = decideLight(lights[lightIndex], shots.liveShots, shots.previewShots);
         const LightCommand::BytePair bytes = bytesForLight(lightIndex, mode);
         evaluation.modes.append(mode);
+        evaluation.litBy.append(shotsLighting(lights[lightIndex], shots, mode));
         evaluation.bytes.append(bytes.first);
         evaluation.bytes.append(bytes.second);
     }

@@ -36,6 +36,11 @@ bool anyNameMatches(const ShotList& assigned, const ShotList& candidates);
 // preview, otherwise off. An empty assignment is off.
 TallyMode decideLight(const ShotList& assigned, const ShotList& liveShots, const ShotList& previewShots);
 
+// The names of the assigned shots that give a light mode: those that are
+// live for live, in preview for preview, in assignment order; none for off.
+// The shots are named as the light's assignment names them.
+QStringList shotsLighting(const ShotList& assigned, const SplitShots& shots, TallyMode mode);
+
 // Per light, the names of the assigned shots that no shot of shotList
 // carries, in assignment order: a light can never light for them. Each list
 // is empty when every assigned shot is there.
@@ -44,10 +49,12 @@ QList<QStringList> missingShots(const QList<ShotList>& lights, const ShotList& s
 // The two bytes for light index i (light number i + 1), program byte first.
 LightCommand::BytePair bytesForLight(qsizetype lightIndex, TallyMode mode);
 
-// The whole map at once: one mode per light, and every light's two bytes in
-// the order they are sent (light 1 first, program byte before preview byte).
+// The whole map at once: one mode per light, the shots that lit each one,
+// and every light's two bytes in the order they are sent (light 1 first,
+// program byte before preview byte).
 struct Evaluation {
     QList<TallyMode> modes;
+    QList<QStringList> litBy;
     QList<quint8> bytes;
 };
 Evaluation evaluate(const QList<ShotList>& lights, const ShotList& shotList);

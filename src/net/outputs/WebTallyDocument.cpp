@@ -1,5 +1,7 @@
 #include "outputs/WebTallyDocument.h"
 
+#include "model/LightJson.h"
+
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
@@ -42,15 +44,26 @@ QString missingText(const LightState& light)
                                         : QStringLiteral("Missing: ") + light.missingShots.join(QStringLiteral(", "));
 }
 
+// The shots of a list item: their names, or that there are none, so that
+// an empty light does not read as a page that failed to load.
+QString shotsSpan(const LightState& light)
+{
+    if (light.shotNames.isEmpty()) {
+        return QStringLiteral("<span class=\"shots noshots\">No shots assigned</span>");
+    }
+    return QStringLiteral("<span class=\"shots\">%1</span>")
+        .arg(light.shotNames.join(QStringLiteral(", ")).toHtmlEscaped());
+}
+
 QString listItem(const TallySnapshot& snapshot, qsizetype index)
 {
     const LightState& light = snapshot.lights[index];
     return QStringLiteral("<li><a href=\"/light/%1\" data-light=\"%1\" class=\"%2\">"
                           "<span class=\"number\">%1</span><span class=\"mode\">%3</span>"
-                          "<span class=\"shots\">%4</span><span class=\"missing\">%5</span></a></li>\n")
+                          "%4<span class=\"missing\">%5</span></a></li>\n")
         .arg(index + 1)
-        .arg(lookClass(snapshot, light), modeWord(snapshot, light),
-            light.shotNames.join(QStringLiteral(", ")).toHtmlEscaped(), missingText(light).toHtmlEscaped());
+        .arg(lookClass(snapshot, light), modeWord(snapshot, light), shotsSpan(light),
+            missingText(light).toHtmlEscaped());
 }
 
 } // namespace
@@ -59,13 +72,7 @@ QByteArray WebTallyDocument::stateJson(const TallySnapshot& snapshot)
 {
     QJsonArray lights;
     for (qsizetype index = 0; index < snapshot.lights.size(); ++index) {
-        const LightState& light = snapshot.lights[index];
-        lights.append(QJsonObject {
-            { QStringLiteral("light"), static_cast<int>(index + 1) },
-            { QStringLiteral("mode"), tallyModeName(light.mode) },
-            { QStringLiteral("shots"), QJsonArray::fromStringList(light.shotNames) },
-            { QStringLiteral("missing"), QJsonArray::fromStringList(light.missingShots) },
-        });
+        lights.append(LightJson::fromState(static_cast<int>(index + 1), snapshot.lights[index]));
     }
     const QJsonObject state {
         { QStringLiteral("sourceRunning"), snapshot.sourceRunning },

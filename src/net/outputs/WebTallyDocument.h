@@ -9,10 +9,9 @@
 namespace WebTallyDocument {
 
 // The state as JSON, the body of /api/lights and of every WebSocket message:
-// {"sourceRunning": true, "test": false, "lights": [{"light": 1, "mode":
-// "live", "shots": ["Camera 1"], "missing": []}, ...]}, lights numbered from
-// 1. "test" is true while the test panel drives the box, and the modes are
-// then the box's; "missing" names the assigned shots the source lacks.
+// {"sourceRunning": true, "test": false, "lights": [...]}, each light in the
+// form LightJson gives every output. "test" is true while the test panel
+// drives the box, and the modes are then the box's.
 QByteArray stateJson(const TallySnapshot& snapshot);
 
 // The list page: the page template with each light as a link to its own page.

@@ -20,13 +20,18 @@ TallySnapshot noSignalYet()
     return snapshot;
 }
 
-QString asset(const QString& name)
+QByteArray assetBytes(const QString& name)
 {
     QFile file(QStringLiteral(":/webtally/") + name);
     if (!file.open(QIODevice::ReadOnly)) {
         return {};
     }
-    return QString::fromUtf8(file.readAll());
+    return file.readAll();
+}
+
+QString asset(const QString& name)
+{
+    return QString::fromUtf8(assetBytes(name));
 }
 
 using Method = QHttpServerRequest::Method;
@@ -52,6 +57,15 @@ QHttpServerResponse answer(
 QHttpServerResponse notFound(const QHttpServerRequest& request)
 {
     return answer(request, "text/plain; charset=utf-8", "Not found\n", Status::NotFound);
+}
+
+// Sends the browser on to the one address of a page.
+QHttpServerResponse movedTo(const QHttpServerRequest& request, const QByteArray& path)
+{
+    QHttpServerResponse response
+        = answer(request, "text/plain; charset=utf-8", "Moved to " + path + "\n", Status::MovedPermanently);
+    response.setHeader("Location", path);
+    return response;
 }
 
 // The same through a responder, for the handlers that answer that way.
@@ -165,6 +179,26 @@ void WebTallyServer::addRoutes()
             return answer(request, "text/html; charset=utf-8",
                 WebTallyDocument::lightPage(asset(QStringLiteral("light.html")), light));
         });
+    // A light's address typed or pasted with a slash at the end (as some
+    // phones' keyboards and QR readers leave it) leads to the light, not to
+    // an error.
+    m_http.route(
+        QStringLiteral("/light/<arg>/"), readOnly, [this](const QString& number, const QHttpServerRequest& request) {
+            if (!allows(request)) {
+                return forbidden(request);
+            }
+            const int light = WebTallyDocument::lightNumberFromPath(number, m_snapshot.lights.size());
+            if (light == 0) {
+                return notFound(request);
+            }
+            return movedTo(request, "/light/" + QByteArray::number(light));
+        });
+    // Browsers ask for it by themselves; without one every page load logs a
+    // failed request, and a tab of lights is hard to find among others.
+    m_http.route(QStringLiteral("/favicon.ico"), readOnly, [this](const QHttpServerRequest& request) {
+        return allows(request) ? answer(request, "image/x-icon", assetBytes(QStringLiteral("favicon.ico")))
+                               : forbidden(request);
+    });
     m_http.route(QStringLiteral("/api/lights"), readOnly, [this](const QHttpServerRequest& request) {
         return allows(request) ? answer(request, "application/json", m_stateJson) : forbidden(request);
     });

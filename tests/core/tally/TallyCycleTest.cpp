@@ -354,11 +354,12 @@ TEST_F(TallyCycleTest, OutputsGetEveryLightsModeAndShotNamesAfterATick)
     const TallySnapshot& snapshot = output.snapshots.first();
     EXPECT_TRUE(snapshot.sourceRunning);
     ASSERT_EQ(snapshot.lights.size(), TallyMap::numberOfLights);
-    EXPECT_EQ(snapshot.lights[0], (LightState { TallyMode::live, { QStringLiteral("Cam 1") } }));
+    EXPECT_EQ(snapshot.lights[0],
+        (LightState { TallyMode::live, { QStringLiteral("Cam 1") }, {}, { QStringLiteral("Cam 1") } }));
     // Wide is not among the switcher's shots: the report says so.
     EXPECT_EQ(snapshot.lights[1],
-        (LightState {
-            TallyMode::preview, { QStringLiteral("Cam 2"), QStringLiteral("Wide") }, { QStringLiteral("Wide") } }));
+        (LightState { TallyMode::preview, { QStringLiteral("Cam 2"), QStringLiteral("Wide") },
+            { QStringLiteral("Wide") }, { QStringLiteral("Cam 2") } }));
     EXPECT_EQ(snapshot.lights[2], (LightState { TallyMode::off, {} }));
 }
 
@@ -500,6 +501,57 @@ TEST_F(TallyCycleTest, OutputsShowTheLightsOffWhenTheLostChoiceTurnsTheBoxOff)
     ASSERT_EQ(output.snapshots.size(), 2);
     EXPECT_EQ(output.snapshots[0].lights[0].mode, TallyMode::live);
     EXPECT_EQ(output.snapshots[1].lights[0].mode, TallyMode::off);
+    // A dark light is lit by nothing.
+    EXPECT_EQ(output.snapshots[1].lights[0].litBy, QStringList());
+}
+
+TEST_F(TallyCycleTest, OutputsAreToldWhichAssignedShotsLightEachLight)
+{
+    RecordingOutput output;
+    cycle.addOutput(&output);
+    answer({ { "1", "Cam 1", true, false }, { "2", "Cam 2", true, true }, { "3", "Wide", false, true } });
+    map.setShotSelection(0, { record("Wide"), record("Cam 2"), record("Cam 1") });
+    map.setShotSelection(1, { record("Wide") });
+    map.setShotSelection(2, { record("Titles") });
+    tick();
+    ASSERT_EQ(output.snapshots.size(), 1);
+    const QList<LightState>& lights = output.snapshots[0].lights;
+    // Live wins, so Wide in preview is not why light 1 is on; the live ones
+    // come in the light's own order.
+    EXPECT_EQ(lights[0].litBy, (QStringList { QStringLiteral("Cam 2"), QStringLiteral("Cam 1") }));
+    EXPECT_EQ(lights[1].litBy, QStringList { QStringLiteral("Wide") });
+    EXPECT_EQ(lights[2].litBy, QStringList());
+}
+
+TEST_F(TallyCycleTest, WhileTheSourceIsLostTheKeptLightsKeepTheShotsThatLitThem)
+{
+    RecordingOutput output;
+    cycle.addOutput(&output);
+    answer({ { "1", "Cam 1", true, false } });
+    map.setShotSelection(0, { record("Cam 1") });
+    tick();
+    platform->runningCount = 0;
+    tick();
+    ASSERT_EQ(output.snapshots.size(), 2);
+    EXPECT_FALSE(output.snapshots[1].sourceRunning);
+    EXPECT_EQ(output.snapshots[1].lights[0].litBy, QStringList { QStringLiteral("Cam 1") });
+}
+
+TEST_F(TallyCycleTest, TheLightsOffAtQuitAndUnderTestAreLitByNoShot)
+{
+    RecordingOutput output;
+    cycle.addOutput(&output);
+    answer({ { "1", "Cam 1", true, false } });
+    map.setShotSelection(0, { record("Cam 1") });
+    tick();
+    QList<TallyMode> testModes(TallyMap::numberOfLights, TallyMode::off);
+    testModes[0] = TallyMode::live;
+    cycle.showLightsUnderTest(testModes, map.shotSelections());
+    cycle.turnLightsOff(map.shotSelections());
+    ASSERT_EQ(output.snapshots.size(), 3);
+    EXPECT_EQ(output.snapshots[1].lights[0].mode, TallyMode::live);
+    EXPECT_EQ(output.snapshots[1].lights[0].litBy, QStringList());
+    EXPECT_EQ(output.snapshots[2].lights[0].litBy, QStringList());
 }
 
 TEST_F(TallyCycleTest, LightsUnderTestReachTheIndicatorsAndOutputsMarkedAsATestWithoutAByte)

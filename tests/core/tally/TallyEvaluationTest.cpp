@@ -214,3 +214,28 @@ TEST(TallyEvaluationTest, MissingShotsAreTheAssignedNamesNoShotCarriesUnderCanon
     EXPECT_EQ(missing[0], QStringList { QStringLiteral("cam 1") });
     EXPECT_TRUE(missing[1].isEmpty());
 }
+
+TEST(TallyEvaluationTest, TheShotsLightingALightAreTheAssignedOnesBehindItsMode)
+{
+    const TallyEvaluation::SplitShots shots = TallyEvaluation::splitShots({ shot(QStringLiteral("Wide"), false, true),
+        shot(QStringLiteral("Camera 2"), true), shot(QStringLiteral("Camera 1"), true, true) });
+    const ShotList light { assigned(QStringLiteral("Wide")), assigned(QStringLiteral("Camera 1")),
+        assigned(QStringLiteral("Camera 2")), assigned(QStringLiteral("Camera 1")) };
+    EXPECT_EQ(TallyEvaluation::shotsLighting(light, shots, TallyMode::live),
+        (QStringList { QStringLiteral("Camera 1"), QStringLiteral("Camera 2") }));
+    EXPECT_EQ(TallyEvaluation::shotsLighting(light, shots, TallyMode::preview),
+        (QStringList { QStringLiteral("Wide"), QStringLiteral("Camera 1") }));
+    EXPECT_EQ(TallyEvaluation::shotsLighting(light, shots, TallyMode::off), QStringList());
+}
+
+TEST(TallyEvaluationTest, TheEvaluationNamesTheShotsThatLitEachLight)
+{
+    QList<ShotList> lights = eightLights();
+    lights[0] = { assigned(QStringLiteral("Titles")), assigned(QStringLiteral("Camera 1")) };
+    lights[1] = { assigned(QStringLiteral("Titles")) };
+    const TallyEvaluation::Evaluation evaluation
+        = TallyEvaluation::evaluate(lights, { shot(QStringLiteral("Camera 1"), true), shot(QStringLiteral("Titles")) });
+    ASSERT_EQ(evaluation.litBy.size(), TallyMap::numberOfLights);
+    EXPECT_EQ(evaluation.litBy[0], QStringList { QStringLiteral("Camera 1") });
+    EXPECT_EQ(evaluation.litBy[1], QStringList());
+}

@@ -17,15 +17,19 @@ struct HttpAnswer {
     int status = 0;
     QByteArray contentType;
     QByteArray body;
+    // Where a redirect points; it is not followed.
+    QByteArray location;
 };
 
 inline HttpAnswer httpGet(quint16 port, const QString& path)
 {
     QNetworkAccessManager manager;
     QNetworkRequest request(QUrl(QStringLiteral("http://127.0.0.1:%1%2").arg(port).arg(path)));
+    request.setAttribute(QNetworkRequest::RedirectPolicyAttribute, QNetworkRequest::ManualRedirectPolicy);
     std::unique_ptr<QNetworkReply> reply(manager.get(request));
     eventually([&] { return reply->isFinished(); }, 5000);
     HttpAnswer answer;
+    answer.location = reply->rawHeader("Location");
     answer.status = reply->attribute(QNetworkRequest::HttpStatusCodeAttribute).toInt();
     answer.contentType = reply->header(QNetworkRequest::ContentTypeHeader).toByteArray();
     answer.body = reply->readAll();

@@ -61,6 +61,17 @@ TEST(WebTallyDocumentTest, TheListLinksEachLightWithItsModeAndEscapedShotNames)
     EXPECT_TRUE(page.contains(QStringLiteral("href=\"/light/3\" data-light=\"3\" class=\"off\"")));
 }
 
+TEST(WebTallyDocumentTest, TheListSaysALightWithNoShotsHasNone)
+{
+    const QString page = QString::fromUtf8(
+        WebTallyDocument::indexPage(QStringLiteral("<body class=\"x@SIGNAL@\">@LIGHTS@</body>"), studio(true)));
+    // Light 3 has no shots: said in words, not left blank.
+    EXPECT_TRUE(page.contains(QStringLiteral("<span class=\"number\">3</span><span class=\"mode\">OFF</span>"
+                                             "<span class=\"shots noshots\">No shots assigned</span>")))
+        << page.toStdString();
+    EXPECT_EQ(page.count(QStringLiteral("No shots assigned")), 1) << page.toStdString();
+}
+
 TEST(WebTallyDocumentTest, TheListShowsNoSignalRatherThanStaleModesWhileTheSourceIsLost)
 {
     const QString page = QString::fromUtf8(

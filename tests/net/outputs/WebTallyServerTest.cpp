@@ -117,6 +117,31 @@ TEST_F(WebTallyServerTest, LightsOutsideOneToEightAndUnknownPathsAreNotFound)
     }
 }
 
+TEST_F(WebTallyServerTest, ALightsAddressWithATrailingSlashLeadsToTheLight)
+{
+    start();
+    const HttpAnswer slash = httpGet(port, QStringLiteral("/light/3/"));
+    EXPECT_EQ(slash.status, 301);
+    EXPECT_EQ(slash.location, QByteArray("/light/3"));
+    for (const QString& path : { QStringLiteral("/light/9/"), QStringLiteral("/light/x/"), QStringLiteral("/light/01/"),
+             QStringLiteral("/light//") }) {
+        const HttpAnswer answer = httpGet(port, path);
+        EXPECT_EQ(answer.status, 404) << path.toStdString();
+        EXPECT_TRUE(answer.location.isEmpty()) << path.toStdString();
+    }
+}
+
+TEST_F(WebTallyServerTest, TheFaviconIsASmallIconOfTheProgramsOwn)
+{
+    start();
+    const HttpAnswer icon = httpGet(port, QStringLiteral("/favicon.ico"));
+    EXPECT_EQ(icon.status, 200);
+    EXPECT_EQ(icon.contentType, QByteArray("image/x-icon"));
+    // An icon file (reserved 0, type 1) holding one picture, kept small.
+    EXPECT_TRUE(icon.body.startsWith(QByteArray("\0\0\1\0\1\0", 6))) << icon.body.toHex().toStdString();
+    EXPECT_LT(icon.body.size(), 4096);
+}
+
 TEST_F(WebTallyServerTest, ThePageScriptAndStyleComeFromTheProgramAndNothingFromElsewhere)
 {
     start();

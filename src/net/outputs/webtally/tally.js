@@ -2,8 +2,10 @@
 // on connect, on every change and once a second besides; a page that hears
 // nothing for a while, loses its connection or learns that the switcher is
 // gone shows NO SIGNAL instead of a colour that may no longer be true, and
-// keeps trying to reconnect. Nothing here sends anything to the server: the
-// page only shows.
+// keeps trying to reconnect, saying which of the two it is: the program has
+// lost the switcher (the state says so), or the page has lost the program
+// (stopped, or the network between them is down). Nothing here sends
+// anything to the server: the page only shows.
 (function () {
   'use strict';
 
@@ -11,6 +13,24 @@
   var FIRST_RETRY_MS = 250;
   var LONGEST_RETRY_MS = 4000;
   var STATE_WORDS = { live: 'LIVE', preview: 'PREVIEW', off: '' };
+  var NO_SHOTS = 'No shots assigned';
+  var REASONS = {
+    connecting: 'Connecting to the tally program\u2026',
+    program: 'No connection to the tally program: it has stopped, or the network between it and this ' +
+      'device is down. Trying again\u2026',
+    switcher: 'The tally program runs, but has lost the switcher: the lights cannot be trusted until it is back.'
+  };
+  // Over plain http on a network a browser gives no wake lock (it keeps
+  // that for https and for the computer itself), and one may refuse it even
+  // there (a battery saver); either way the screen would go dark in the
+  // middle of a take, so the page says so and what to do instead.
+  var AWAKE_NOTES = {
+    insecure: 'This screen may turn off: opened over plain http from another computer, the browser does not ' +
+      'let the page keep it on. While this is a tally, set the screen to stay on (the longest screen ' +
+      'timeout, or stay awake while charging). Tap to hide.',
+    refused: 'This screen may turn off: the browser refused to keep it on (a battery saver does that). ' +
+      'Tap to try again, or set the screen to stay on while this is a tally.'
+  };
 
   var body = document.body;
   var lightNumber = Number(body.getAttribute('data-light') || 0);
@@ -18,6 +38,11 @@
   var silenceTimer = null;
   var retryTimer = null;
   var retryDelay = FIRST_RETRY_MS;
+  // Whether the page has lost the program at least once; before that it is
+  // still connecting.
+  var programLost = false;
+  var awakeNote = document.getElementById('awake');
+  var awakeDismissed = false;
 
   // Touches the page only when the look changes: the state arrives once a
   // second even when nothing happens, and a phone need not restyle for it.
@@ -56,6 +81,20 @@
     return underTest(state, look) ? ('TEST ' + word).trim() : word;
   }
 
+  // Why the page shows NO SIGNAL, or nothing when it shows a light.
+  function reasonText(state) {
+    if (!state) {
+      return programLost ? REASONS.program : REASONS.connecting;
+    }
+    return state.sourceRunning || state.test ? '' : REASONS.switcher;
+  }
+
+  function showShots(element, light, separator) {
+    var shots = (light && light.shots) || [];
+    element.textContent = shots.length ? shots.join(separator) : (light ? NO_SHOTS : '');
+    element.classList.toggle('noshots', !!light && !shots.length);
+  }
+
   function missingText(light) {
     var missing = (light && light.missing) || [];
     return missing.length ? 'Missing: ' + missing.join(', ') : '';
@@ -75,9 +114,10 @@
     var light = state ? findLight(state, lightNumber) : null;
     var look = state ? lightLook(state, light) : 'nosignal';
     setLook(body, look, underTest(state, look));
-    var word = stateWord(state, look, '');
+    var word = stateWord(state, look, 'OFF');
     document.getElementById('state').textContent = word;
-    document.getElementById('shots').textContent = light ? light.shots.join(' · ') : '';
+    document.getElementById('reason').textContent = reasonText(state);
+    showShots(document.getElementById('shots'), light, ' \u00b7 ');
     var missing = document.getElementById('missing');
     if (missing) {
       missing.textContent = missingText(light);
@@ -87,6 +127,7 @@
 
   function showList(state) {
     body.classList.toggle('nosignal', !state || !(state.sourceRunning || state.test));
+    document.getElementById('reason').textContent = reasonText(state);
     var items = document.querySelectorAll('[data-light]');
     for (var i = 0; i < items.length; ++i) {
       var item = items[i];
@@ -95,7 +136,7 @@
       setLook(item, look, underTest(state, look));
       item.querySelector('.mode').textContent = stateWord(state, look, 'OFF');
       if (light) {
-        item.querySelector('.shots').textContent = light.shots.join(', ');
+        showShots(item.querySelector('.shots'), light, ', ');
         var missing = item.querySelector('.missing');
         if (missing) {
           missing.textContent = missingText(light);
@@ -125,6 +166,7 @@
   }
 
   function lost() {
+    programLost = true;
     dropSocket();
     show(null);
     clearTimeout(retryTimer);
@@ -164,16 +206,51 @@
     expectWordSoon();
   }
 
-  // A phone used as a tally must not go dark. Browsers grant the lock only
-  // to a visible page (and only over https or on localhost), and drop it when
-  // the page is hidden, so it is asked for again each time the page returns.
-  function keepScreenOn() {
-    if (!('wakeLock' in navigator) || document.visibilityState !== 'visible') {
+  function showAwakeNote(kind) {
+    if (!awakeNote || awakeDismissed) {
       return;
     }
-    navigator.wakeLock.request('screen').catch(function () {});
+    awakeNote.textContent = AWAKE_NOTES[kind];
+    awakeNote.setAttribute('data-kind', kind);
+    awakeNote.hidden = false;
   }
 
+  // A phone used as a tally must not go dark. Browsers grant the lock only
+  // to a visible page (and only over https or on the computer itself), and
+  // drop it when the page is hidden, so it is asked for again each time the
+  // page returns.
+  function keepScreenOn() {
+    if (!('wakeLock' in navigator)) {
+      showAwakeNote('insecure');
+      return;
+    }
+    if (document.visibilityState !== 'visible') {
+      return;
+    }
+    navigator.wakeLock.request('screen').then(
+      function () {
+        if (awakeNote) {
+          awakeNote.hidden = true;
+        }
+      },
+      function () {
+        showAwakeNote('refused');
+      });
+  }
+
+  if (awakeNote) {
+    // A tap is what some browsers want before they grant the lock: a refused
+    // one is asked again; the note that no lock can come just goes.
+    awakeNote.addEventListener('click', function (event) {
+      event.stopPropagation();
+      awakeNote.hidden = true;
+      if (awakeNote.getAttribute('data-kind') === 'insecure') {
+        awakeDismissed = true;
+      } else {
+        keepScreenOn();
+      }
+    });
+  }
   document.addEventListener('visibilitychange', keepScreenOn);
   document.addEventListener('click', keepScreenOn);
   keepScreenOn();
