@@ -197,7 +197,7 @@ void AtemSession::takeReliable(const AtemPacket& packet, qint64 now)
     }
     if (!AtemPacket::isAfter(packet.packetId, m_lastInOrder)) {
         if (!matchesDelivered(packet)) {
-            fail(contradiction(), now);
+            failOnDisagreement(now);
             return;
         }
         // Seen already: its acknowledgement was lost, so say it again.
@@ -218,7 +218,7 @@ void AtemSession::takeEarly(const AtemPacket& packet, qint64 now)
     } else {
         const auto known = m_early.constFind(packet.packetId);
         if (known != m_early.cend() && known->payload != packet.payload) {
-            fail(contradiction(), now);
+            failOnDisagreement(now);
             return;
         }
         m_early.insert(packet.packetId, packet);
@@ -321,6 +321,21 @@ void AtemSession::tick(qint64 now)
     }
     if (m_sessionAssigned && now - m_lastKeepAlive >= m_timing.keepAliveMs) {
         sendKeepAlive(now);
+    }
+}
+
+void AtemSession::failOnDisagreement(qint64 now)
+{
+    // The switcher answers, but what it said disagrees with what another
+    // device said in its name, and a forged light may be showing. The first
+    // time since the picture was whole, the whole picture is asked for again
+    // at once rather than after the retry delay. Should it happen again
+    // before the picture is whole, the delay grows as after any failure, so
+    // forged packets cannot make the program hammer the switcher.
+    const bool firstSinceWhole = m_retryDelayMs == m_timing.firstRetryDelayMs;
+    fail(contradiction(), now);
+    if (firstSinceWhole && m_phase == Phase::waiting) {
+        sendHello(now);
     }
 }
 

@@ -38,9 +38,9 @@
 // that has seen the session id and the packet ids can send packets from the
 // switcher's address. The session cannot tell a forged packet from a real
 // one, but it can tell when two packets disagree, and every disagreement
-// ends the connection and starts a new one, on which the switcher sends its
-// whole picture again. So a forged packet can cost a reconnection, never a
-// light that stays wrong:
+// ends the connection and starts a new one at once, on which the switcher
+// sends its whole picture again. So a forged packet can cost a
+// reconnection, never a light that stays wrong:
 // - A packet under an id already handed on must carry what was handed on
 //   (a switcher repeats a packet byte for byte when our acknowledgement was
 //   lost); one that differs, or whose id is too old to check, ends the
@@ -138,6 +138,7 @@ private:
     bool mayAnswer(qint64 now);
     void requestResend(qint64 now);
     void fail(const QString& why, qint64 now);
+    void failOnDisagreement(qint64 now);
     quint16 nextHelloSession();
 
     struct Remembered {

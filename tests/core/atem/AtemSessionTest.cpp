@@ -271,11 +271,37 @@ TEST_F(AtemSessionTest, AForgedTallyIsUndoneByAResyncWhenTheSwitchersOwnPacketAr
     EXPECT_FALSE(session.isUp());
     ASSERT_EQ(lost.size(), 1);
     EXPECT_TRUE(lost[0].contains(QStringLiteral("disagree")));
-    // The next connection starts from nothing: the forged tally is gone.
-    session.tick(now + 400 + 250);
+    // The next connection starts from nothing, at once, without the retry
+    // delay: the forged tally is gone.
     EXPECT_EQ(newConnections, 2);
     ASSERT_FALSE(sent.isEmpty());
     EXPECT_TRUE(sent.back().has(AtemPacket::hello));
+}
+
+TEST_F(AtemSessionTest, ASecondDisagreementBeforeThePictureIsWholeWaitsForTheRetryDelay)
+{
+    handshake();
+    session.receive(reliable(1, { programInput({ 0, 1 }), initComplete() }), now);
+    session.receive(reliable(2, { cameraThreeOnAir() }), now);
+    session.receive(reliable(2, {}), now + 10);
+    ASSERT_EQ(newConnections, 2) << "the first disagreement reconnects at once";
+
+    // The forger keeps at it on the new connection before its picture is
+    // whole: no hello at once this time, only after the grown delay.
+    const quint16 second = sent.back().sessionId;
+    AtemPacket answer;
+    answer.flags = AtemPacket::hello;
+    answer.sessionId = second;
+    answer.payload = QByteArray::fromHex("0200000000000000");
+    session.receive(answer.encode(), now + 20);
+    session.receive(reliable(1, { programInput({ 0, 1 }) }, 0x8006), now + 30);
+    session.receive(reliable(1, { cameraThreeOnAir() }, 0x8006), now + 40);
+    ASSERT_EQ(lost.size(), 2);
+    EXPECT_EQ(newConnections, 2);
+    session.tick(now + 40 + 499);
+    EXPECT_EQ(newConnections, 2);
+    session.tick(now + 40 + 500);
+    EXPECT_EQ(newConnections, 3);
 }
 
 TEST_F(AtemSessionTest, ForgedIdsJustBeforeACutCostAResyncNotTheCut)
@@ -293,8 +319,8 @@ TEST_F(AtemSessionTest, ForgedIdsJustBeforeACutCostAResyncNotTheCut)
     EXPECT_FALSE(session.isUp());
     ASSERT_EQ(lost.size(), 1);
 
-    // A new connection brings the whole picture again, the cut in it.
-    session.tick(now + 200 + 250);
+    // A new connection, at once, brings the whole picture again, the cut in
+    // it.
     ASSERT_TRUE(sent.back().has(AtemPacket::hello));
     AtemPacket answer;
     answer.flags = AtemPacket::hello;
