@@ -89,9 +89,13 @@ bool isRunningMixdesk(const QByteArray& processRoot, const char* pid)
     return processCommand(processRoot, pid) == wanted && isLiveProcessOfThisUser(processRoot, pid);
 }
 
-QString executableDirectory()
+// The program's file stays the same for as long as it runs; resolving it
+// anew on every tick costs a walk over each part of its path.
+const QString& executableDirectory()
 {
-    return QFileInfo(QFileInfo(QStringLiteral("/proc/self/exe")).canonicalFilePath()).absolutePath();
+    static const QString directory
+        = QFileInfo(QFileInfo(QStringLiteral("/proc/self/exe")).canonicalFilePath()).absolutePath();
+    return directory;
 }
 
 } // namespace
