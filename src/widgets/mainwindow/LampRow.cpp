@@ -94,13 +94,9 @@ void LampRow::showLightMode(qsizetype lightIndex, TallyMode mode)
         fatalError(QStringLiteral("the indicator of light %1 has gone").arg(lightIndex + 1));
     }
     const QString names = shotNamesOfLight(lightIndex);
-    // Every tick shows every light; a lamp is drawn again only when what it
-    // shows has changed, which is seldom.
-    if (display->mode != mode || display->shotNames != names) {
-        display->mode = mode;
-        display->shotNames = names;
-        display->setNeedsDisplayInRect(display->rect());
-    }
+    display->mode = mode;
+    display->shotNames = names;
+    display->setNeedsDisplayInRect(display->rect());
     Q_EMIT lightModeShown(lightIndex, mode, names);
 }
 
