@@ -1,5 +1,5 @@
 // Tally map file and per-light evaluation timings. Targets: writing and
-// reading back a map of 8 lights x 1,000 names under 2 ms; one evaluation
+// reading back a map of 8 lights x 1,000 names within 1 ms; one evaluation
 // of 8 lights against 100 shots under 20 us (the update tick runs it four
 // times a second).
 

@@ -1,5 +1,7 @@
 #include "hardware/BoxWriter.h"
 
+#include <utility>
+
 BoxWriter::BoxWriter(WriteByte write, Threading threading)
     : m_write(std::move(write))
     , m_threading(threading)
@@ -29,6 +31,7 @@ void BoxWriter::sendLight(qsizetype lightIndex, LightCommand::BytePair bytes)
         write(pending);
         return;
     }
+    bool wake = false;
     {
         const std::lock_guard lock(m_mutex);
         // Back to front, up to the first single byte: a pair never moves
@@ -50,8 +53,11 @@ void BoxWriter::sendLight(qsizetype lightIndex, LightCommand::BytePair bytes)
         } else {
             m_pending.push_back(pending);
         }
+        wake = std::exchange(m_writerAsleep, false);
     }
-    m_work.notify_one();
+    if (wake) {
+        m_work.notify_one();
+    }
 }
 
 void BoxWriter::sendByte(quint8 byte)
@@ -61,11 +67,15 @@ void BoxWriter::sendByte(quint8 byte)
         write(pending);
         return;
     }
+    bool wake = false;
     {
         const std::lock_guard lock(m_mutex);
         m_pending.push_back(pending);
+        wake = std::exchange(m_writerAsleep, false);
     }
-    m_work.notify_one();
+    if (wake) {
+        m_work.notify_one();
+    }
 }
 
 void BoxWriter::waitUntilWritten()
@@ -78,7 +88,13 @@ void BoxWriter::run()
 {
     std::unique_lock lock(m_mutex);
     for (;;) {
-        m_work.wait(lock, [this] { return m_stopping || !m_pending.empty(); });
+        while (!m_stopping && m_pending.empty()) {
+            m_writerAsleep = true;
+            m_work.wait(lock);
+        }
+        // Awake, whether woken or not: nothing handed in from here on needs
+        // to wake it until it waits again.
+        m_writerAsleep = false;
         if (m_pending.empty()) {
             return; // stopping, and everything handed in is written
         }

@@ -75,12 +75,18 @@ private:
     WriteByte m_write;
     const Threading m_threading;
     std::mutex m_mutex;
-    // Signalled when something is handed in or the writer is to stop.
+    // Signalled when something is handed in to a sleeping writer, or the
+    // writer is to stop.
     std::condition_variable m_work;
     // Signalled when nothing waits and nothing is being written.
     std::condition_variable m_idle;
     std::deque<Pending> m_pending; // guarded by m_mutex
     bool m_writing = false; // guarded by m_mutex
     bool m_stopping = false; // guarded by m_mutex
+    // The writer waits for work and no wake-up is on its way to it: only
+    // then does handing something in signal m_work. A tick hands in a pair
+    // for every light at once, and waking the writer for each of them would
+    // cost a system call apiece. Guarded by m_mutex.
+    bool m_writerAsleep = false;
     std::thread m_thread; // last: it starts once the members above exist
 };

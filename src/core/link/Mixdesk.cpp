@@ -28,7 +28,7 @@ Mixdesk::Mixdesk(std::shared_ptr<MixdeskPlatform> platform)
 Mixdesk::ShotList Mixdesk::queryShots()
 {
     // No permission prompt may appear while the application is not running.
-    if (runningApplicationCount() <= 0) {
+    if (!isRunning()) {
         return {};
     }
     if (!authorizationChecked) {
@@ -60,6 +60,11 @@ Mixdesk::ShotList Mixdesk::queryShots()
 int Mixdesk::runningApplicationCount() const
 {
     return m_platform->runningApplicationCount(mixdeskBundleIdentifier);
+}
+
+bool Mixdesk::isRunning()
+{
+    return m_platform->isApplicationRunning(mixdeskBundleIdentifier);
 }
 
 MixdeskPlatform& Mixdesk::platform() const

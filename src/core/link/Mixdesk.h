@@ -29,9 +29,12 @@ public:
     // an empty list and at most one diagnostic line on standard output.
     ShotList queryShots();
 
-    // How many copies of the production application are running. The update
-    // tick asks this before it queries.
+    // How many copies of the production application are running.
     int runningApplicationCount() const;
+
+    // Whether any copy of it runs. The update tick asks this before it
+    // queries, and the query asks it again.
+    bool isRunning();
 
     MixdeskPlatform& platform() const;
     void setPlatform(std::shared_ptr<MixdeskPlatform> platform);

@@ -29,6 +29,13 @@ public:
     // How many copies of the application with this bundle identifier run.
     virtual int runningApplicationCount(const QString& bundleIdentifier) const = 0;
 
+    // Whether at least one copy runs: what the update tick asks, twice a
+    // tick. A platform may answer it more cheaply than by counting.
+    virtual bool isApplicationRunning(const QString& bundleIdentifier)
+    {
+        return runningApplicationCount(bundleIdentifier) > 0;
+    }
+
     // The automation permission check for that application.
     virtual SipCheckResult checkSip(const QString& bundleIdentifier) = 0;
 

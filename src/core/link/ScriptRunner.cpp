@@ -87,32 +87,12 @@ ScriptResult failure(const QString& message, int number)
 
 ScriptResult resultOfFinishedChild(QProcess& process, const QByteArray& output)
 {
-    const QString standardError = QString::fromUtf8(process.readAllStandardError()).trimmed();
+    const QByteArray standardError = process.readAllStandardError();
     if (process.exitStatus() == QProcess::CrashExit) {
-        return failure(
-            standardError.isEmpty() ? QStringLiteral("terminated by a signal") : standardError, noExitStatus);
+        const QString message = QString::fromUtf8(standardError).trimmed();
+        return failure(message.isEmpty() ? QStringLiteral("terminated by a signal") : message, noExitStatus);
     }
-    const int status = process.exitCode();
-    if (status != 0) {
-        if (status == 1) {
-            if (std::optional<ScriptErrorInformation> information = osascriptFailure(standardError)) {
-                return ScriptResult::failure(*information);
-            }
-        }
-        return failure(
-            standardError.isEmpty() ? QStringLiteral("exited with status %1").arg(status) : standardError, status);
-    }
-    if (output.trimmed().isEmpty()) {
-        // A script that returns no value prints nothing; that is no result,
-        // not an error.
-        return ScriptResult::success(AppleEventDescriptor::opaque(QString()));
-    }
-    QString problem;
-    std::optional<AppleEventDescriptor> parsed = AppleScriptNotationParser::parse(QByteArrayView(output), &problem);
-    if (!parsed) {
-        return failure(QStringLiteral("unreadable output: ") + problem, noExitStatus);
-    }
-    return ScriptResult::success(std::move(*parsed));
+    return ScriptRunner::resultOfExit(process.exitCode(), output, standardError);
 }
 
 // Reads the started child's output until it exits or the time is up.
@@ -143,6 +123,30 @@ ScriptResult collect(QProcess& process, const QDeadlineTimer& deadline)
 }
 
 } // namespace
+
+ScriptResult ScriptRunner::resultOfExit(int status, const QByteArray& output, const QByteArray& standardError)
+{
+    const QString message = QString::fromUtf8(standardError).trimmed();
+    if (status != 0) {
+        if (status == 1) {
+            if (std::optional<ScriptErrorInformation> information = osascriptFailure(message)) {
+                return ScriptResult::failure(*information);
+            }
+        }
+        return failure(message.isEmpty() ? QStringLiteral("exited with status %1").arg(status) : message, status);
+    }
+    if (output.trimmed().isEmpty()) {
+        // A script that returns no value prints nothing; that is no result,
+        // not an error.
+        return ScriptResult::success(AppleEventDescriptor::opaque(QString()));
+    }
+    QString problem;
+    std::optional<AppleEventDescriptor> parsed = AppleScriptNotationParser::parse(QByteArrayView(output), &problem);
+    if (!parsed) {
+        return failure(QStringLiteral("unreadable output: ") + problem, noExitStatus);
+    }
+    return ScriptResult::success(std::move(*parsed));
+}
 
 ScriptRunner::ScriptRunner(QString file)
     : m_file(std::move(file))

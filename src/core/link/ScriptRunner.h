@@ -29,6 +29,12 @@ public:
 
     ScriptResult execute() override;
 
+    // What a run that exited with this status, printing these bytes on
+    // standard output and standard error, gives: the rules above, for a
+    // script that ran to its end (a query answered without a child process
+    // gives its outcome the same way).
+    static ScriptResult resultOfExit(int status, const QByteArray& output, const QByteArray& standardError);
+
     const QString& file() const { return m_file; }
 
 private:

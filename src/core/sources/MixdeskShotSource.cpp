@@ -8,7 +8,7 @@ MixdeskShotSource::MixdeskShotSource(Mixdesk& mixdesk, QObject* parent)
 
 bool MixdeskShotSource::isRunning()
 {
-    return m_mixdesk.runningApplicationCount() != 0;
+    return m_mixdesk.isRunning();
 }
 
 ShotList MixdeskShotSource::queryShots()

@@ -20,16 +20,6 @@ template<typename KeyOf> QHash<QString, ShotPtr> indexShots(const ShotList& shot
     return index;
 }
 
-ShotList recordsNamed(const QStringList& names)
-{
-    ShotList records;
-    records.reserve(names.size());
-    for (const QString& name : names) {
-        records.append(std::make_shared<Shot>(name));
-    }
-    return records;
-}
-
 Error readError(const QString& message)
 {
     return Error { NSOSStatusErrorDomain, 0, message };
@@ -109,10 +99,10 @@ bool TallyMap::readFromData(const QByteArray& data, const QString& /*type*/, Err
     // the indices first (TallyMapFormat::firstIndexOutside).
     qsizetype failedLine = 0;
     QString failure;
-    const bool read = TallyMapFormat::readLines(
+    const bool read = TallyMapFormat::readRecords(
         data,
-        [this](qint64 lightIndex, const QStringList& names) {
-            setShotSelection(lightIndex, recordsNamed(names));
+        [this](qint64 lightIndex, ShotList records) {
+            setShotSelection(lightIndex, std::move(records));
             return true;
         },
         &failure, &failedLine);

@@ -8,6 +8,7 @@
 
 #include <algorithm>
 #include <limits>
+#include <utility>
 
 namespace TallyMapFormat {
 
@@ -112,11 +113,32 @@ QString decodePiece(const char* bytes, qsizetype size)
     return QString::fromUtf8(bytes, size);
 }
 
+// The bytes that can end a piece or a line: the separator, CR, LF, and the
+// lead bytes of NEXT LINE, LINE SEPARATOR and PARAGRAPH SEPARATOR. One
+// look-up per byte instead of five comparisons keeps the walk over a large
+// map short.
+struct SpecialBytes {
+    bool table[256] = {};
+    constexpr SpecialBytes()
+    {
+        table[static_cast<uchar>('|')] = true;
+        table[static_cast<uchar>('\r')] = true;
+        table[static_cast<uchar>('\n')] = true;
+        table[0xC2] = true;
+        table[0xE2] = true;
+    }
+};
+constexpr SpecialBytes specialBytes;
+
 // readLines on data known to be valid UTF-8, walked as bytes: no copy of the
 // whole text in UTF-16 first, only each name decoded on its own. The same
 // lines, pieces and failures as decoding first, since the separator and the
-// line breaks can only stand for themselves in valid UTF-8.
-bool readValidUtf8Lines(const QByteArray& data, const LineVisitor& visitor, QString* problem, qsizetype& line)
+// line breaks can only stand for themselves in valid UTF-8. Names holds what
+// a line's names are gathered into: it is cleared, given each name as text
+// with add, and handed to the visitor with its light index.
+template<typename Names, typename Add, typename Visit>
+bool readValidUtf8Lines(
+    const QByteArray& data, Names& names, const Add& add, const Visit& visit, QString* problem, qsizetype& line)
 {
     // The decoder skips a byte order mark at the start of the data.
     const qsizetype bom = data.startsWith("\xEF\xBB\xBF") ? 3 : 0;
@@ -124,22 +146,27 @@ bool readValidUtf8Lines(const QByteArray& data, const LineVisitor& visitor, QStr
     const qsizetype size = data.size();
     qsizetype start = bom;
     qsizetype current = 0;
-    QStringList names;
     while (start < size) {
         ++current;
         names.clear();
         bool indexSeen = false;
         std::optional<qint64> lightIndex;
+        // Every byte of the piece so far, or-ed together: its top bit tells
+        // whether the piece is all ASCII.
+        uchar pieceBits = 0;
         // Empty pieces are skipped, the first one is the light index.
         const auto takePiece = [&](qsizetype from, qsizetype to) {
             if (to == from) {
                 return;
             }
+            // Most names are plain ASCII, which needs no UTF-8 decoding.
+            QString text = pieceBits < 0x80 ? QString::fromLatin1(bytes + from, to - from)
+                                            : decodePiece(bytes + from, to - from);
             if (!indexSeen) {
                 indexSeen = true;
-                lightIndex = parseIndex(decodePiece(bytes + from, to - from));
+                lightIndex = parseIndex(text);
             } else {
-                names.append(decodePiece(bytes + from, to - from));
+                add(names, std::move(text));
             }
         };
         qsizetype pieceStart = start;
@@ -147,12 +174,18 @@ bool readValidUtf8Lines(const QByteArray& data, const LineVisitor& visitor, QStr
         qsizetype breakLength = 0;
         for (; end < size; ++end) {
             const auto byte = static_cast<uchar>(bytes[end]);
+            if (!specialBytes.table[byte]) {
+                pieceBits |= byte;
+                continue;
+            }
             if (byte == static_cast<uchar>(separator.unicode())) {
                 takePiece(pieceStart, end);
                 pieceStart = end + 1;
-            } else if ((byte == '\r' || byte == '\n' || byte == 0xC2 || byte == 0xE2)
-                && (breakLength = lineBreakAt(bytes, size, end)) > 0) {
+                pieceBits = 0;
+            } else if ((breakLength = lineBreakAt(bytes, size, end)) > 0) {
                 break;
+            } else {
+                pieceBits |= byte;
             }
         }
         takePiece(pieceStart, end);
@@ -160,7 +193,7 @@ bool readValidUtf8Lines(const QByteArray& data, const LineVisitor& visitor, QStr
             line = current;
             return reportProblem(problem, indexSeen ? indexUnreadable : indexMissing);
         }
-        if (!visitor(*lightIndex, names)) {
+        if (!visit(*lightIndex, names)) {
             line = current;
             return true;
         }
@@ -168,6 +201,7 @@ bool readValidUtf8Lines(const QByteArray& data, const LineVisitor& visitor, QStr
     }
     return true;
 }
+
 } // namespace
 
 QByteArray write(const QList<ShotList>& lights)
@@ -212,7 +246,9 @@ bool readLines(const QByteArray& data, const LineVisitor& visitor, QString* prob
     qsizetype& line = lineNumber ? *lineNumber : unusedLineNumber;
     line = 0;
     if (QUtf8StringView(data.constData(), data.size()).isValidUtf8()) {
-        return readValidUtf8Lines(data, visitor, problem, line);
+        QStringList names;
+        return readValidUtf8Lines(
+            data, names, [](QStringList& list, QString name) { list.append(std::move(name)); }, visitor, problem, line);
     }
     // A stateless decoder reports a sequence cut off at the end of the data
     // as an error instead of waiting for more bytes.
@@ -242,6 +278,40 @@ bool readLines(const QByteArray& data, const LineVisitor& visitor, QString* prob
         start = afterBreak(view, end);
     }
     return true;
+}
+
+bool readRecords(const QByteArray& data, const RecordVisitor& visitor, QString* problem, qsizetype* lineNumber)
+{
+    if (!QUtf8StringView(data.constData(), data.size()).isValidUtf8()) {
+        return readLines(
+            data,
+            [&visitor](qint64 lightIndex, const QStringList& names) {
+                ShotList records;
+                records.reserve(names.size());
+                for (const QString& name : names) {
+                    records.append(std::make_shared<Shot>(name));
+                }
+                return visitor(lightIndex, std::move(records));
+            },
+            problem, lineNumber);
+    }
+    qsizetype unusedLineNumber = 0;
+    qsizetype& line = lineNumber ? *lineNumber : unusedLineNumber;
+    line = 0;
+    // Each name goes straight into a record of its own, with no list of
+    // names in between.
+    ShotList records;
+    return readValidUtf8Lines(
+        data, records, [](ShotList& list, QString name) { list.append(std::make_shared<Shot>(std::move(name))); },
+        [&visitor](qint64 lightIndex, ShotList& list) {
+            // The lines of a map are mostly alike: room for as many records
+            // as this one had saves growing the next list step by step.
+            const qsizetype count = list.size();
+            const bool keepGoing = visitor(lightIndex, std::exchange(list, {}));
+            list.reserve(count);
+            return keepGoing;
+        },
+        problem, line);
 }
 
 std::optional<qint64> parseIndex(QStringView piece)

@@ -37,6 +37,14 @@ using LineVisitor = std::function<bool(qint64 lightIndex, const QStringList& nam
 // not cut short at a line.
 bool readLines(const QByteArray& data, const LineVisitor& visitor, QString* problem, qsizetype* lineNumber = nullptr);
 
+// readLines with each line's names as new shot records of their own, one
+// per name, handed over to the visitor: what reading a map into lights
+// needs, without a list of names in between. The same lines, failures and
+// line numbers as readLines.
+using RecordVisitor = std::function<bool(qint64 lightIndex, ShotList records)>;
+bool readRecords(
+    const QByteArray& data, const RecordVisitor& visitor, QString* problem, qsizetype* lineNumber = nullptr);
+
 // The light index of a line, if the piece is an optional sign followed by
 // ASCII digits whose value fits a signed 64-bit integer. Nothing else (no
 // blanks, no other digits) is accepted.

@@ -56,7 +56,11 @@ QFont TallyState::labelFont()
 
 QRectF TallyState::labelRect() const
 {
-    const QFontMetricsF metrics(labelFont());
+    return labelRect(QFontMetricsF(labelFont()));
+}
+
+QRectF TallyState::labelRect(const QFontMetricsF& metrics) const
+{
     const qreal labelWidth = metrics.horizontalAdvance(label(mode));
     const qreal x = (width() - labelWidth) * 0.5;
     const qreal bottom = height() - labelBottomMargin;
@@ -197,9 +201,10 @@ void TallyState::paintEvent(QPaintEvent* /*event*/)
 
     // The label carries no colour of its own and so takes the default text
     // colour, black, whatever the widget palette says.
-    const QFontMetricsF metrics(labelFont());
-    const QRectF box = labelRect();
-    painter.setFont(labelFont());
+    const QFont font = labelFont();
+    const QFontMetricsF metrics(font);
+    const QRectF box = labelRect(metrics);
+    painter.setFont(font);
     painter.setPen(QPen(Qt::black));
     painter.drawText(QPointF(box.left(), box.bottom() - metrics.descent()), label(mode));
 

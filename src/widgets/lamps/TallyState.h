@@ -5,6 +5,7 @@
 #include "tally/LampMark.h"
 
 #include <QFont>
+#include <QFontMetricsF>
 #include <QRectF>
 #include <QWidget>
 
@@ -67,6 +68,9 @@ protected:
     void paintEvent(QPaintEvent* event) override;
 
 private:
+    // labelRect with the label font's metrics already at hand: a paint
+    // needs them anyway, and looking the font up is most of a paint's cost.
+    QRectF labelRect(const QFontMetricsF& metrics) const;
     void paintGlanceable(QPainter& painter);
     void paintMark(QPainter& painter, const QPainterPath& outline);
     void drawGlanceableLine(QPainter& painter, const LampLabelLayout::Line& line) const;

@@ -484,3 +484,98 @@ TEST(TallyMapFormatDeathTest, ALineForLightMinus1Stops)
     TallyMap map;
     EXPECT_DEATH(map.readFromData("-1|A", type, nullptr), "fatal error: tally map light index -1 is outside 0 to 7");
 }
+
+namespace {
+
+// What a walk saw: every line visited with its names, then whether it ended
+// well, its failure and the line it stopped on.
+struct Walk {
+    QList<std::pair<qint64, QStringList>> lines;
+    bool read = false;
+    QString problem;
+    qsizetype lineNumber = -1;
+
+    bool operator==(const Walk&) const = default;
+};
+
+Walk walkNames(const QByteArray& data, qsizetype stopAfter)
+{
+    Walk walk;
+    walk.read = TallyMapFormat::readLines(
+        data,
+        [&walk, stopAfter](qint64 lightIndex, const QStringList& names) {
+            walk.lines.append({ lightIndex, names });
+            return walk.lines.size() < stopAfter;
+        },
+        &walk.problem, &walk.lineNumber);
+    return walk;
+}
+
+Walk walkRecords(const QByteArray& data, qsizetype stopAfter)
+{
+    Walk walk;
+    walk.read = TallyMapFormat::readRecords(
+        data,
+        [&walk, stopAfter](qint64 lightIndex, ShotList records) {
+            QStringList names;
+            for (const ShotPtr& record : records) {
+                names.append(record->name);
+            }
+            walk.lines.append({ lightIndex, names });
+            return walk.lines.size() < stopAfter;
+        },
+        &walk.problem, &walk.lineNumber);
+    return walk;
+}
+
+} // namespace
+
+// Reading into records is the line walk with records for names: the same
+// lines, names, failures and line numbers, whatever the bytes.
+TEST(TallyMapFormatTest, ReadingRecordsWalksTheSameLinesAsReadingNames)
+{
+    const QList<QByteArray> files = {
+        "",
+        "0|Camera 1|Camera 2\r\n1|\r\n2|Caméra 3|カメラ\r\n",
+        "\xEF\xBB\xBF"
+        "0|a\n\xEF\xBB\xBF"
+        "b|c\n",
+        "0|\xEF\xBB\xBFmark\r1||two|||three|\n\n3|x",
+        "0|next\xC2\x85"
+        "1|line\xE2\x80\xA8"
+        "2|para\xE2\x80\xA9"
+        "3|\xE2\x80\xA7not a break\xC2\xA0",
+        "0|fine\r\n|no index\r\n2|after\r\n",
+        "0|fine\nx1|bad index\n",
+        "0|fine\n99999999999999999999|too big\n",
+        "-1|negative\n+2|plus\n",
+        "0|bad \xFF byte\n",
+        "0|cut off \xE2\x80",
+        QByteArray("0|nul\0inside\n1|b\n", 17),
+    };
+    for (const QByteArray& file : files) {
+        for (const qsizetype stopAfter : { qsizetype(1), qsizetype(2), std::numeric_limits<qsizetype>::max() }) {
+            EXPECT_EQ(walkRecords(file, stopAfter), walkNames(file, stopAfter))
+                << file.toHex().toStdString() << " stopping after " << stopAfter;
+        }
+    }
+}
+
+// Each name is a record of its own, even where names repeat.
+TEST(TallyMapFormatTest, ReadingRecordsGivesEachNameARecordOfItsOwn)
+{
+    QList<ShotList> lights;
+    ASSERT_TRUE(TallyMapFormat::readRecords(
+        "0|Same|Same\r\n1|Same\r\n",
+        [&lights](qint64, ShotList records) {
+            lights.append(records);
+            return true;
+        },
+        nullptr));
+    ASSERT_EQ(lights.size(), 2);
+    ASSERT_EQ(lights[0].size(), 2);
+    ASSERT_EQ(lights[1].size(), 1);
+    EXPECT_NE(lights[0][0], lights[0][1]);
+    EXPECT_NE(lights[0][0], lights[1][0]);
+    EXPECT_EQ(lights[1][0]->name, "Same");
+}

@@ -1,6 +1,7 @@
 #include "link/linux/LinuxMixdeskPlatform.h"
 
 #include "link/ScriptRunner.h"
+#include "link/linux/ShippedQuery.h"
 
 #include <QDir>
 #include <QFile>
@@ -82,9 +83,19 @@ bool isLiveProcessOfThisUser(const QByteArray& processRoot, const char* pid)
     return state && *state != 'Z' && *state != 'X' && owner && *owner == ::getuid();
 }
 
-QString executableDirectory()
+bool isRunningMixdesk(const QByteArray& processRoot, const char* pid)
 {
-    return QFileInfo(QFileInfo(QStringLiteral("/proc/self/exe")).canonicalFilePath()).absolutePath();
+    static const QByteArray wanted = LinuxMixdeskPlatform::processName.toUtf8();
+    return processCommand(processRoot, pid) == wanted && isLiveProcessOfThisUser(processRoot, pid);
+}
+
+// The program's file stays the same for as long as it runs; resolving it
+// anew on every tick costs a walk over each part of its path.
+const QString& executableDirectory()
+{
+    static const QString directory
+        = QFileInfo(QFileInfo(QStringLiteral("/proc/self/exe")).canonicalFilePath()).absolutePath();
+    return directory;
 }
 
 } // namespace
@@ -96,23 +107,44 @@ LinuxMixdeskPlatform::LinuxMixdeskPlatform(QString processRoot)
 
 int LinuxMixdeskPlatform::runningApplicationCount(const QString&) const
 {
-    // Asked twice per tick, so read the directory directly rather than
-    // through a listing of every process's details.
+    // Read the directory directly rather than through a listing of every
+    // process's details.
     const QByteArray root = QFile::encodeName(m_processRoot);
     DIR* directory = ::opendir(root.constData());
     if (directory == nullptr) {
         return 0;
     }
-    const QByteArray wanted = processName.toUtf8();
     int count = 0;
     while (const dirent* entry = ::readdir(directory)) {
-        if (isProcessId(entry->d_name) && processCommand(root, entry->d_name) == wanted
-            && isLiveProcessOfThisUser(root, entry->d_name)) {
+        if (isProcessId(entry->d_name) && isRunningMixdesk(root, entry->d_name)) {
             ++count;
         }
     }
     ::closedir(directory);
     return count;
+}
+
+bool LinuxMixdeskPlatform::isApplicationRunning(const QString&)
+{
+    // Asked twice a tick. The copy found last time is nearly always still
+    // there: two small reads instead of a look at every process.
+    const QByteArray root = QFile::encodeName(m_processRoot);
+    if (!m_lastFound.isEmpty() && isRunningMixdesk(root, m_lastFound.constData())) {
+        return true;
+    }
+    m_lastFound.clear();
+    DIR* directory = ::opendir(root.constData());
+    if (directory == nullptr) {
+        return false;
+    }
+    while (const dirent* entry = ::readdir(directory)) {
+        if (isProcessId(entry->d_name) && isRunningMixdesk(root, entry->d_name)) {
+            m_lastFound = entry->d_name;
+            break;
+        }
+    }
+    ::closedir(directory);
+    return !m_lastFound.isEmpty();
 }
 
 SipCheckResult LinuxMixdeskPlatform::checkSip(const QString& bundleIdentifier)
@@ -140,5 +172,9 @@ QString LinuxMixdeskPlatform::resourceDirectory() const
 
 std::unique_ptr<LoadedScript> LinuxMixdeskPlatform::loadScript(const QString& file)
 {
-    return ScriptRunner::load(file);
+    std::unique_ptr<ScriptRunner> script = ScriptRunner::load(file);
+    if (script && ShippedQuery::isShippedScript(file)) {
+        return std::make_unique<ShippedQueryScript>(std::move(script));
+    }
+    return script;
 }

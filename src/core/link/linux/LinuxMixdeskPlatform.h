@@ -7,7 +7,7 @@
 // this user count); there is no automation
 // permission, so the check answers as a system without one; the query script
 // is the executable file "query_shots" in the resources directory, run as a
-// child process.
+// child process unless it is the one shipped with the program.
 class LinuxMixdeskPlatform : public MixdeskPlatform {
 public:
     static inline const QString processName = QStringLiteral("mixdesk");
@@ -18,6 +18,9 @@ public:
     explicit LinuxMixdeskPlatform(QString processRoot = QStringLiteral("/proc"));
 
     int runningApplicationCount(const QString& bundleIdentifier) const override;
+    // Looks at the process found last time first, and at every process only
+    // when that one has gone.
+    bool isApplicationRunning(const QString& bundleIdentifier) override;
     SipCheckResult checkSip(const QString& bundleIdentifier) override;
     std::optional<QString> scriptResource(const QString& name) const override;
     // $MIXDESK_TALLY_RESOURCE_DIR, else share/mixdesk-tally next to the
@@ -25,8 +28,12 @@ public:
     // build/<preset>/share/mixdesk-tally, <prefix>/bin finds
     // <prefix>/share/mixdesk-tally.
     QString resourceDirectory() const override;
+    // The shipped query script is answered in this process where that gives
+    // the same as running it (see ShippedQuery); any other script is run.
     std::unique_ptr<LoadedScript> loadScript(const QString& file) override;
 
 private:
     QString m_processRoot;
+    // The process number of the copy isApplicationRunning found last.
+    QByteArray m_lastFound;
 };

@@ -222,3 +222,38 @@ TEST_F(LinuxMixdeskPlatformTest, AQueryScriptThatCannotBeStartedGivesNoShotsAndP
         EXPECT_EQ(testing::internal::GetCapturedStdout(), "");
     }
 }
+
+TEST_F(LinuxMixdeskPlatformTest, IsRunningWhileAnyMixdeskOfThisUserRuns)
+{
+    addProcess("12", "bash\n");
+    addProcess("13", "mixdesk\n", "Z (zombie)");
+    addProcess("14", "mixdesk\n", "S (sleeping)", ::getuid() + 1);
+    LinuxMixdeskPlatform platform(processes.path());
+    EXPECT_FALSE(platform.isApplicationRunning(mixdeskBundleIdentifier));
+    addProcess("15", "mixdesk\n");
+    EXPECT_TRUE(platform.isApplicationRunning(mixdeskBundleIdentifier));
+}
+
+TEST_F(LinuxMixdeskPlatformTest, AMixdeskFoundBeforeThatHasEndedIsLookedForAfresh)
+{
+    addProcess("20", "mixdesk\n");
+    LinuxMixdeskPlatform platform(processes.path());
+    EXPECT_TRUE(platform.isApplicationRunning(mixdeskBundleIdentifier));
+    // Gone, and another copy started meanwhile.
+    QDir(processes.filePath("20")).removeRecursively();
+    addProcess("31", "mixdesk\n");
+    EXPECT_TRUE(platform.isApplicationRunning(mixdeskBundleIdentifier));
+    QDir(processes.filePath("31")).removeRecursively();
+    EXPECT_FALSE(platform.isApplicationRunning(mixdeskBundleIdentifier));
+}
+
+TEST_F(LinuxMixdeskPlatformTest, AProcessNumberTakenOverByAnotherProgramDoesNotCount)
+{
+    addProcess("40", "mixdesk\n");
+    LinuxMixdeskPlatform platform(processes.path());
+    EXPECT_TRUE(platform.isApplicationRunning(mixdeskBundleIdentifier));
+    addProcess("40", "bash\n");
+    EXPECT_FALSE(platform.isApplicationRunning(mixdeskBundleIdentifier));
+    addProcess("40", "mixdesk\n", "Z (zombie)");
+    EXPECT_FALSE(platform.isApplicationRunning(mixdeskBundleIdentifier));
+}
