@@ -269,6 +269,9 @@ void MainMenu::buildOutputsMenu(QMenuBar& menuBar)
     m_outputsMenu = menuBar.addMenu(tr("&Outputs"));
     m_networkOutputs = m_outputsMenu->addAction(tr("&Network Outputs…"));
     connect(m_networkOutputs, &QAction::triggered, this, &MainMenu::askForNetworkOutputs);
+    m_outputsMenu->addSeparator();
+    m_noTallyBox = addPreferenceItem(
+        *m_outputsMenu, tr("No Tally &Box"), Preferences::noTallyBox, [this] { m_controller.applyNoTallyBox(); });
 }
 
 void MainMenu::askForNetworkOutputs()

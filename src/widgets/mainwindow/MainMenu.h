@@ -26,7 +26,7 @@ class ViewController;
 // Changes, Cancel in Shot Editor, Test Lights, When the Switcher Is Lost),
 // View (Always on Top, Large Lamp Labels, Big Tally, Phone Links), Source
 // (Mixdesk, OBS Studio…, TSL UMD Listener…,
-// Blackmagic ATEM…), Outputs (Network Outputs…) and Help (About). The
+// Blackmagic ATEM…), Outputs (Network Outputs…, No Tally Box) and Help (About). The
 // commands go to the main screen controller; Open Recent is rebuilt from the
 // recent documents each time it opens.
 class MainMenu : public QObject {
@@ -92,6 +92,8 @@ public:
     LostSourceMenu* lostSourceMenu() const { return m_lostSourceMenu; }
     QMenu* outputsMenu() const { return m_outputsMenu; }
     QAction* networkOutputsAction() const { return m_networkOutputs; }
+    // Outputs > No Tally Box: the studio lights only phones, TSL or MQTT.
+    QAction* noTallyBoxAction() const { return m_noTallyBox; }
 
     // Runs the web page and TSL outputs the choices ask for, from now on and
     // at the next start (unless the command line chooses otherwise). False,
@@ -185,6 +187,7 @@ private:
     QPointer<LostSourceMenu> m_lostSourceMenu;
     QPointer<QMenu> m_outputsMenu;
     QPointer<QAction> m_networkOutputs;
+    QPointer<QAction> m_noTallyBox;
     QPointer<QMenu> m_helpMenu;
     QPointer<QAction> m_about;
 };

@@ -83,6 +83,7 @@ void ViewController::viewDidLoad()
     m_ui->lightsLayout->setRowStretch(1, 1);
     applyLargeLampLabels();
     applyAskBeforeDiscardingChanges();
+    applyNoTallyBox();
     // The first answer comes before the timer runs, so the first tick
     // compares against it.
     m_ticker.start();
@@ -171,6 +172,11 @@ void ViewController::applyMarkLampsWhileSourceIsLost()
 void ViewController::applyLargeLampLabels()
 {
     m_lampRow->applyLargeLampLabels(UserDefaults::standardUserDefaults().boolForKey(Preferences::largeLampLabels));
+}
+
+void ViewController::applyNoTallyBox()
+{
+    m_sourceReport->setNoTallyBox(UserDefaults::standardUserDefaults().boolForKey(Preferences::noTallyBox));
 }
 
 void ViewController::applyAskBeforeDiscardingChanges()
