@@ -406,7 +406,7 @@ void MainMenu::buildEditMenu(QMenuBar& menuBar)
     addLockEditingItem();
     // Shows whether unlocking needs the password; the controller switches
     // the check mark itself, since a dialog may decide otherwise.
-    m_requirePassword = m_editMenu->addAction(tr("Require Password to Unlock"));
+    m_requirePassword = m_editMenu->addAction(tr("Require &Password to Unlock"));
     m_requirePassword->setCheckable(true);
     connect(m_requirePassword, &QAction::triggered, &m_controller, [this] {
         // The controller owns the state: undo Qt's own flip and let it set
