@@ -40,7 +40,8 @@ ViewController::ViewController(Dependencies dependencies, QWidget* parent)
     // The test panel's chase may outlive the window; its late bytes go
     // nowhere then.
     m_segues = std::make_unique<Segues>(
-        *this, m_document, *m_lockControls, knownShots, [self = QPointer<ViewController>(this)](quint8 byte) {
+        *this, m_document, *m_lockControls, knownShots, [this] { return m_ticker.source().kind(); },
+        [self = QPointer<ViewController>(this)](quint8 byte) {
             if (self) {
                 self->tallyBox().sendByte(byte);
             }
