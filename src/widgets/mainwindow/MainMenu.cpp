@@ -1,5 +1,6 @@
 #include "mainwindow/MainMenu.h"
 
+#include "base/ManualLocation.h"
 #include "base/Problem.h"
 #include "base/Text.h"
 #include "base/UserDefaults.h"
@@ -25,6 +26,8 @@
 #include <QActionGroup>
 #include <QApplication>
 #include <QCheckBox>
+#include <QCoreApplication>
+#include <QDesktopServices>
 #include <QFileInfo>
 #include <QKeySequence>
 #include <QMenu>
@@ -566,6 +569,10 @@ void MainMenu::rebuildOpenRecentMenu()
 void MainMenu::buildHelpMenu(QMenuBar& menuBar)
 {
     m_helpMenu = menuBar.addMenu(tr("&Help"));
+    m_help = m_helpMenu->addAction(tr("Mixdesk Tally &Help"));
+    m_help->setShortcut(QKeySequence::HelpContents);
+    m_manualFolders = ManualLocation::folders(QCoreApplication::applicationDirPath());
+    connect(m_help, &QAction::triggered, this, &MainMenu::openManual);
     m_about = m_helpMenu->addAction(tr("&About Mixdesk Tally"));
     m_about->setMenuRole(QAction::AboutRole);
     connect(m_about, &QAction::triggered, &m_controller, [this] {
@@ -575,6 +582,20 @@ void MainMenu::buildHelpMenu(QMenuBar& menuBar)
             box->setIconPixmap(QApplication::windowIcon().pixmap(64));
         }
     });
+}
+
+void MainMenu::openManual()
+{
+    QString problem;
+    const std::optional<QString> index = ManualLocation::find(m_manualFolders, &problem);
+    if (index && QDesktopServices::openUrl(QUrl::fromLocalFile(*index))) {
+        return;
+    }
+    if (index) {
+        problem = tr("The manual is at %1, but no program on this computer opens it.").arg(*index);
+    }
+    // Said, never nothing: a Help item that does nothing reads as broken.
+    WindowModalMessage::show(m_controller.window(), QMessageBox::Warning, tr("Mixdesk Tally Help"), problem);
 }
 
 QString MainMenu::aboutText()

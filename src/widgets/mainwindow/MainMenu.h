@@ -26,7 +26,8 @@ class ViewController;
 // Changes, Cancel in Shot Editor, Test Lights, When the Switcher Is Lost),
 // View (Always on Top, Large Lamp Labels, Big Tally, Phone Links), Source
 // (Mixdesk, OBS Studio…, TSL UMD Listener…,
-// Blackmagic ATEM…), Outputs (Network Outputs…, No Tally Box) and Help (About). The
+// Blackmagic ATEM…), Outputs (Network Outputs…, No Tally Box) and Help (Mixdesk Tally Help,
+// About). The
 // commands go to the main screen controller; Open Recent is rebuilt from the
 // recent documents each time it opens.
 class MainMenu : public QObject {
@@ -108,6 +109,12 @@ public:
     bool takeHandOver(const HandOverRequest& request, QString* problem);
     QMenu* helpMenu() const { return m_helpMenu; }
     QAction* aboutAction() const { return m_about; }
+    // Help > Mixdesk Tally Help (F1): the installed manual, opened by the
+    // desktop's viewer; a box saying where it was looked for when it is not
+    // installed.
+    QAction* helpAction() const { return m_help; }
+    // Where Help looks for the manual: the installed places by default.
+    void setManualFolders(const QStringList& folders) { m_manualFolders = folders; }
 
     // The About box's text: the program's name, version and purpose.
     static QString aboutText();
@@ -149,6 +156,7 @@ private:
     void showOutputsChosen(bool pageWasServed);
     bool chooseHandedSource(const HandOverRequest::Source& source, QString* problem);
     void buildHelpMenu(QMenuBar& menuBar);
+    void openManual();
     void addLockEditingItem();
     void addTestLightsItem();
     void addEditingComfortItems();
@@ -190,4 +198,6 @@ private:
     QPointer<QAction> m_noTallyBox;
     QPointer<QMenu> m_helpMenu;
     QPointer<QAction> m_about;
+    QPointer<QAction> m_help;
+    QStringList m_manualFolders;
 };
