@@ -228,7 +228,7 @@ TEST_F(AtemWatchProcessTest, TheRecordersAndTheStreamsLightsFollowTheStandin)
 TEST_F(AtemWatchProcessTest, WithoutTallyBySourceTheChosenMixEffectsBusesLightTheLights)
 {
     atem.stop();
-    atem.setOptions({ QStringLiteral("--no-tally-by-source") });
+    atem.setOptions(AtemStandinProcess::studioStart() + QStringList { QStringLiteral("--no-tally-by-source") });
     ASSERT_TRUE(atem.start());
     start({ mapPath });
     EXPECT_TRUE(eventually([&] {
@@ -266,7 +266,8 @@ TEST_F(AtemWatchProcessTest, AMixEffectTheSwitcherDoesNotHaveIsNamedWithTheOnesI
 TEST_F(AtemWatchProcessTest, ASecondMixEffectLightsTheLightsOnASwitcherThatHasIt)
 {
     atem.stop();
-    atem.setOptions({ QStringLiteral("--no-tally-by-source"), QStringLiteral("--mes"), QStringLiteral("2") });
+    atem.setOptions(AtemStandinProcess::studioStart()
+        + QStringList { QStringLiteral("--no-tally-by-source"), QStringLiteral("--mes"), QStringLiteral("2") });
     ASSERT_TRUE(atem.start());
     start({ QStringLiteral("--atem-me"), QStringLiteral("2"), mapPath });
     // The stand-in's second mix effect has Camera 2 on program and Camera 1
