@@ -47,6 +47,28 @@ TallyMode decideLight(const ShotList& assigned, const ShotList& liveShots, const
     return TallyMode::off;
 }
 
+QStringList shotsShowing(const ShotList& assigned, const SplitShots& shots, TallyMode mode)
+{
+    const ShotList* candidates = nullptr;
+    switch (mode) {
+    case TallyMode::live:
+        candidates = &shots.liveShots;
+        break;
+    case TallyMode::preview:
+        candidates = &shots.previewShots;
+        break;
+    case TallyMode::off:
+        return {};
+    }
+    QStringList showing;
+    for (const ShotPtr& record : assigned) {
+        if (anyNameMatches({ record }, *candidates)) {
+            showing.append(record->name);
+        }
+    }
+    return showing;
+}
+
 QList<QStringList> missingShots(const QList<ShotList>& lights, const ShotList& shotList)
 {
     // One canonical form per known name, so that a thousand shots cost a

@@ -9,6 +9,7 @@
 #include "mainwindow/DocumentCommands.h"
 #include "mainwindow/SourceReport.h"
 #include "mainwindow/WindowLightReport.h"
+#include "tally/TallyEvaluation.h"
 #include "ui_ViewController.h"
 
 ViewController::ViewController(QWidget* parent)
@@ -243,7 +244,11 @@ qsizetype ViewController::indicatorCount() const
 
 void ViewController::showLightMode(qsizetype lightIndex, TallyMode mode)
 {
-    m_lampRow->showLightMode(lightIndex, mode);
+    const QList<ShotList>& lights = m_document.tallyMap().shotSelections();
+    const QStringList showing = lightIndex < lights.size()
+        ? TallyEvaluation::shotsShowing(lights[lightIndex], TallyEvaluation::splitShots(m_ticker.shotList()), mode)
+        : QStringList();
+    m_lampRow->showLightMode(lightIndex, mode, showing);
 }
 
 void ViewController::newDocument(QObject* /*sender*/)

@@ -111,3 +111,37 @@ TEST_F(BigTallyViewTest, TheFramesStandOutFromTheDarkSurround)
     main.menu->largeLampLabelsAction()->trigger();
     EXPECT_EQ(controller->tallyStateDisplays()[0]->glanceableFrameColor(), QColor(Qt::black));
 }
+
+TEST_F(BigTallyViewTest, ALitLightWithSeveralShotsNamesTheOneThatLightsIt)
+{
+    // Light 3 has Camera 1 (live) and Wide Shot; light 4 Wide Shot alone.
+    makeWindowWithAStudio();
+    main.window->show();
+    tick();
+    main.menu->bigTallyAction()->trigger();
+    tick();
+    BigTallyView* view = main.menu->bigTallyView();
+    ASSERT_NE(view, nullptr);
+    EXPECT_EQ(view->lamps()[2]->mode, TallyMode::live);
+    EXPECT_EQ(view->lamps()[2]->shotNames, QStringLiteral("Camera 1"));
+    EXPECT_EQ(view->lamps()[3]->shotNames, QStringLiteral("Wide Shot"));
+    // The window's lamps say it in their tooltip, their size untouched.
+    const TallyState* lamp = controller->tallyStateDisplays()[2];
+    const QSize before = lamp->size();
+    EXPECT_EQ(lamp->toolTip(), QStringLiteral("Light 3 live: Camera 1 (its shots: Camera 1, Wide Shot)"));
+    EXPECT_EQ(
+        controller->tallyStateDisplays()[0]->toolTip(), QStringLiteral("Light 1 live: Camera 1 (its shots: Camera 1)"));
+    EXPECT_EQ(controller->tallyStateDisplays()[3]->toolTip(), QStringLiteral("Light 4: Wide Shot"));
+
+    // The cut: Wide Shot goes live and light 3 names it instead.
+    answer({ { "1", "Camera 1", false, true }, { "2", "Camera 2", false, false }, { "3", "Wide Shot", true, false } });
+    tick();
+    EXPECT_EQ(view->lamps()[2]->shotNames, QStringLiteral("Wide Shot"));
+    EXPECT_EQ(lamp->toolTip(), QStringLiteral("Light 3 live: Wide Shot (its shots: Camera 1, Wide Shot)"));
+    EXPECT_EQ(lamp->size(), before);
+    // Dark, a light lists all its shots.
+    answer(
+        { { "1", "Camera 1", false, false }, { "2", "Camera 2", false, false }, { "3", "Wide Shot", false, false } });
+    tick();
+    EXPECT_EQ(view->lamps()[2]->shotNames, QStringLiteral("Camera 1, Wide Shot"));
+}
