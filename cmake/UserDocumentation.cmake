@@ -31,9 +31,16 @@ endforeach()
 
 tally_compressed_document(${doc_source_dir}/debian/changelog changelog changelog_gz)
 list(APPEND doc_outputs ${changelog_gz})
-set(package_doc_dir ${CMAKE_INSTALL_DATADIR}/doc/mixdesk-tally)
+set(package_doc_dir ${TALLY_INSTALL_DOC_DIR})
 install(FILES ${changelog_gz} DESTINATION ${package_doc_dir})
 install(FILES ${doc_source_dir}/debian/copyright DESTINATION ${package_doc_dir})
+
+# The user's manual, as the pages read in the source tree (index.md first),
+# with the pictures they show: Help > Mixdesk Tally Help opens it. Left
+# uncompressed, so that any viewer opens it and its links between pages work.
+file(GLOB manual_pages ${CMAKE_SOURCE_DIR}/docs/*.md)
+install(FILES ${manual_pages} DESTINATION ${package_doc_dir})
+install(DIRECTORY ${CMAKE_SOURCE_DIR}/docs/screenshots DESTINATION ${package_doc_dir} FILES_MATCHING PATTERN "*.png")
 
 # Software centres want a reverse-domain component id, the launcher's name.
 set(metainfo_name io.github.mixdesktally.MixdeskTally.metainfo.xml)

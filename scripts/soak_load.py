@@ -269,7 +269,8 @@ def atem_switcher(args):
     """Runs the ATEM stand-in with Camera 1 on program and Camera 2 on
     preview, and cuts every --cut-every seconds."""
     deadline = args.deadline
-    standin = subprocess.Popen([args.standin, "--port", str(args.port), "--inputs", "Camera 1,Camera 2,Camera 3"],
+    standin = subprocess.Popen([args.standin, "--port", str(args.port), "--inputs", "Camera 1,Camera 2,Camera 3",
+                                "--program", "1", "--preview", "2"],
                                stdin=subprocess.PIPE, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL,
                                text=True)
     timeline = Timeline(args.timeline)

@@ -232,7 +232,7 @@ TEST_F(AtemWatchProcessTest, TheRecordersAndTheStreamsLightsFollowTheStandin)
 TEST_F(AtemWatchProcessTest, WithoutTallyBySourceTheChosenMixEffectsBusesLightTheLights)
 {
     atem.stop();
-    atem.setOptions({ QStringLiteral("--no-tally-by-source") });
+    atem.setOptions(AtemStandinProcess::studioStart() + QStringList { QStringLiteral("--no-tally-by-source") });
     ASSERT_TRUE(atem.start());
     start({ mapPath });
     EXPECT_TRUE(eventually([&] {
@@ -271,7 +271,8 @@ TEST_F(AtemWatchProcessTest, AMixEffectTheSwitcherDoesNotHaveIsNamedWithTheOnesI
 TEST_F(AtemWatchProcessTest, ASecondMixEffectLightsTheLightsOnASwitcherThatHasIt)
 {
     atem.stop();
-    atem.setOptions({ QStringLiteral("--no-tally-by-source"), QStringLiteral("--mes"), QStringLiteral("2") });
+    atem.setOptions(AtemStandinProcess::studioStart()
+        + QStringList { QStringLiteral("--no-tally-by-source"), QStringLiteral("--mes"), QStringLiteral("2") });
     ASSERT_TRUE(atem.start());
     start({ QStringLiteral("--atem-me"), QStringLiteral("2"), mapPath });
     // The stand-in's second mix effect has Camera 2 on program and Camera 1

@@ -5,6 +5,7 @@
 
 #include "ProgramRun.h"
 #include "SourcesAndOutputs.h"
+#include "base/ManualLocation.h"
 #include "support/CaptureFile.h"
 #include "support/Eventually.h"
 #include "support/QtPrinters.h"
@@ -436,4 +437,28 @@ TEST_F(InstallTest, CopyrightFileIsMachineReadableAndTheChangelogIsCompressed)
     EXPECT_EQ(changelog.exitCode, 0) << changelog.describe().toStdString();
     EXPECT_TRUE(changelog.out.startsWith(QStringLiteral("mixdesk-tally (" TALLY_VERSION ") unstable; ")))
         << changelog.out.toStdString();
+}
+
+TEST_F(InstallTest, TheManualIsInstalledWhereHelpLooksWithEveryPageAndPictureItLinksTo)
+{
+    const QString folder = installed(QStringLiteral("share/doc/mixdesk-tally"));
+    QString problem;
+    EXPECT_EQ(ManualLocation::find(ManualLocation::folders(installed(QStringLiteral("bin"))), &problem),
+        std::optional<QString>(QDir(folder).filePath(QStringLiteral("index.md"))))
+        << problem.toStdString();
+    // Every link between the pages, and every picture they show, leads to
+    // an installed file.
+    const QRegularExpression link(QStringLiteral("\\]\\(([^)#:\\s]+\\.(?:md|png))\\)"));
+    int links = 0;
+    for (const QString& page : QDir(folder).entryList({ QStringLiteral("*.md") }, QDir::Files)) {
+        const QString text = QString::fromUtf8(readFile(QDir(folder).filePath(page)));
+        for (const QRegularExpressionMatch& match : link.globalMatch(text)) {
+            ++links;
+            EXPECT_TRUE(QFileInfo::exists(QDir(folder).filePath(match.captured(1))))
+                << page.toStdString() << " links to " << match.captured(1).toStdString();
+        }
+    }
+    EXPECT_GE(links, 16);
+    EXPECT_TRUE(QFileInfo::exists(QDir(folder).filePath(QStringLiteral("window.md"))));
+    EXPECT_TRUE(QFileInfo::exists(QDir(folder).filePath(QStringLiteral("screenshots/main-window.png"))));
 }

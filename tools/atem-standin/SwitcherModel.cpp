@@ -23,8 +23,8 @@ SwitcherModel::SwitcherModel(const QStringList& names, bool tallyBySource)
         m_inputs.append(Input { number, name.trimmed(), shortNameFor(number) });
         ++number;
     }
-    m_program = m_inputs.isEmpty() ? 0 : 1;
-    m_preview = m_inputs.size() > 1 ? 2 : m_program;
+    // Nothing on either bus (black, as input 0) until told: a client that
+    // connects sees every light go on only when something is cut to it.
 }
 
 bool SwitcherModel::setMixEffects(int count)

@@ -28,6 +28,7 @@ public:
         QString shortName;
     };
 
+    // Nothing on program or preview at first (input 0, black).
     // tallyBySource: whether it states its tally by source, as current
     // switchers do; without it clients read the buses, as with older ones.
     explicit SwitcherModel(const QStringList& names, bool tallyBySource = true);

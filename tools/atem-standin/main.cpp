@@ -13,16 +13,18 @@
 
 #include <cstdio>
 #include <unistd.h>
+#include <utility>
 
 namespace {
 
 const char usage[] = "usage: atem-standin [--port N] [--inputs \"Camera 1,Camera 2,Wide\"] [--mes N]\n"
-                     "                    [--no-tally-by-source]\n"
-                     "Serves an ATEM switcher on UDP port N (9910 by default; 0: any free port) and\n"
-                     "reads commands on standard input, one a line (--mes: how many mix effects it\n"
-                     "has, 1 to 4, 1 by default; the others show the first's preview on program and\n"
-                     "its program on preview; --no-tally-by-source: like older switchers, it states\n"
-                     "no tally by source, only the buses):\n"
+                     "                    [--program N] [--preview N] [--no-tally-by-source]\n"
+                     "Serves an ATEM switcher on UDP port N (9910 by default; 0: any free port), with\n"
+                     "nothing on program or preview unless told (--program, --preview: the input that\n"
+                     "starts there), and reads commands on standard input, one a line (--mes: how\n"
+                     "many mix effects it has, 1 to 4, 1 by default; the others show the first's\n"
+                     "preview on program and its program on preview; --no-tally-by-source: like\n"
+                     "older switchers, it states no tally by source, only the buses):\n"
                      "  program N | preview N | cut | auto [MILLISECONDS] | rename N NAME\n"
                      "  keyer on N | keyer off | record on|off | stream on|off\n"
                      "  drop PERCENT | reorder PERCENT | quit\n";
@@ -44,6 +46,8 @@ int main(int argc, char* argv[])
         QStringLiteral("Camera 4") };
     bool tallyBySource = true;
     int mixEffects = 1;
+    uint program = 0;
+    uint preview = 0;
     while (!arguments.isEmpty()) {
         const QString option = arguments.takeFirst();
         if (option == QLatin1String("--help") || option == QLatin1String("-h")) {
@@ -82,6 +86,14 @@ int main(int argc, char* argv[])
                         .arg(SwitcherModel::maxMixEffects));
                 return 2;
             }
+        } else if (option == QLatin1String("--program") || option == QLatin1String("--preview")) {
+            bool isNumber = false;
+            const uint number = value.toUInt(&isNumber);
+            if (!isNumber || number < 1 || number > 99) {
+                printLine(stderr, QStringLiteral("atem-standin: %1 takes an input number from 1 to 99").arg(option));
+                return 2;
+            }
+            (option == QLatin1String("--program") ? program : preview) = number;
         } else {
             std::fputs(usage, stderr);
             return 2;
@@ -90,6 +102,22 @@ int main(int argc, char* argv[])
 
     SwitcherModel model(names, tallyBySource);
     model.setMixEffects(mixEffects);
+    for (const auto& [number, name] : { std::pair { program, "--program" }, std::pair { preview, "--preview" } }) {
+        if (number != 0 && !model.hasInput(quint16(number))) {
+            printLine(stderr,
+                QStringLiteral("atem-standin: %1 %2 names no input: there are %3")
+                    .arg(QLatin1String(name))
+                    .arg(number)
+                    .arg(names.size()));
+            return 2;
+        }
+    }
+    if (program != 0) {
+        model.setProgram(quint16(program));
+    }
+    if (preview != 0) {
+        model.setPreview(quint16(preview));
+    }
     StandinServer server([&model] { return model.connectionCommands(); }, StandinServer::Timing {});
     QString problem;
     if (!server.listen(port, &problem)) {

@@ -29,6 +29,21 @@ QString fromLiteralMnemonicText(const QString& text)
     return name.replace(QLatin1String("&&"), QLatin1String("&"));
 }
 
+QList<QChar> mnemonicsOf(const QString& text)
+{
+    QList<QChar> marked;
+    for (qsizetype i = 0; i + 1 < text.size(); ++i) {
+        if (text.at(i) != QLatin1Char('&')) {
+            continue;
+        }
+        ++i; // "&&" is a plain "&"; "&x" marks x
+        if (text.at(i) != QLatin1Char('&')) {
+            marked.append(text.at(i).toUpper());
+        }
+    }
+    return marked;
+}
+
 QString literalWindowTitle(const QString& name)
 {
     QString title = name;

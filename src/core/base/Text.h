@@ -1,5 +1,7 @@
 #pragma once
 
+#include <QChar>
+#include <QList>
 #include <QString>
 
 // Shot names and identifiers compare as case-sensitive text under Unicode
@@ -16,6 +18,11 @@ bool equal(const QString& a, const QString& b);
 QString literalMnemonicText(const QString& name);
 // The reverse, for code that measures or cuts such a text.
 QString fromLiteralMnemonicText(const QString& text);
+
+// The keyboard shortcut letters such a text marks, in order, upper-cased
+// (Alt+b and Alt+B are one key): none for plain text, more than one for a
+// text that marks a second by mistake. A "&" at the very end marks nothing.
+QList<QChar> mnemonicsOf(const QString& text);
 
 // A file name as a window title, where "[*]" stands for the modified marker:
 // each one doubled, so that a file named "take[*].tlx" keeps its name.

@@ -115,6 +115,12 @@ inline const QString sacnSourceId = QStringLiteral("SacnSourceId");
 // the colour. Never registered: unset reads false, the small LIVE/PREVIEW
 // lamps.
 inline const QString largeLampLabels = QStringLiteral("LargeLampLabels");
+// Outputs > No Tally Box: the studio lights only phones, TSL or MQTT, so an
+// absent box is no problem and the status line says the lights go only
+// there. A box plugged in all the same is still driven: the choice silences
+// the warning, it never holds bytes back. Never registered: unset reads
+// false, and a missing box is warned of.
+inline const QString noTallyBox = QStringLiteral("NoTallyBox");
 // View > Mark Lamps While Source Is Lost: the main window's lamps are hatched
 // and marked LOST (with the time since) while the source is lost. Never
 // registered: unset reads false, and the warning under the lamps says it.

@@ -61,6 +61,9 @@ QString outputs(const Outputs& outputs)
     } else if (outputs.mqttBrokers > 1) {
         parts.append(tr("MQTT: %1 of %2 brokers connected").arg(outputs.mqttConnected).arg(outputs.mqttBrokers));
     }
+    if (outputs.noTallyBox) {
+        parts.append(tr("No box (phones, TSL and MQTT only)"));
+    }
     return parts.join(separator);
 }
 

@@ -24,6 +24,10 @@ struct Outputs {
     // publisher is connected to now.
     qsizetype mqttBrokers = 0;
     qsizetype mqttConnected = 0;
+    // The operator said the studio has no tally box and none is attached:
+    // the lights reach the floor only through the outputs above, which the
+    // line says instead of leaving the box's absence unexplained.
+    bool noTallyBox = false;
 };
 
 // The source and its state. running and shotCount are what the last tick
@@ -31,7 +35,8 @@ struct Outputs {
 // counting shots.
 QString source(const ShotSource::Details& details, bool running, qsizetype shotCount);
 
-// The outputs that run; empty when none does.
+// The outputs that run, and the box's absence when there is meant to be
+// none; empty when there is nothing to say.
 QString outputs(const Outputs& outputs);
 
 // The source, then the outputs that run.

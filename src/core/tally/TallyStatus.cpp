@@ -30,7 +30,11 @@ void TallyStatus::noteTick(
 
 void TallyStatus::noteDevice(bool attached, bool writeFailing)
 {
-    if (!attached) {
+    m_boxAttached = attached;
+    m_boxWriteFailing = writeFailing;
+    if (!attached && !m_tallyBoxWanted) {
+        m_deviceProblem.clear();
+    } else if (!attached) {
         m_deviceProblem = tr("No tally box attached");
     } else if (writeFailing) {
         m_deviceProblem = tr("The tally box refuses the lights' bytes");
@@ -38,6 +42,12 @@ void TallyStatus::noteDevice(bool attached, bool writeFailing)
         m_deviceProblem.clear();
     }
     update();
+}
+
+void TallyStatus::setTallyBoxWanted(bool wanted)
+{
+    m_tallyBoxWanted = wanted;
+    noteDevice(m_boxAttached, m_boxWriteFailing);
 }
 
 void TallyStatus::noteDocumentFailure(const QString& what, const QString& path, const QString& reason)

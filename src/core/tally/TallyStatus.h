@@ -39,6 +39,11 @@ public:
     void noteTick(bool sourceRunning, qsizetype shotCount, const QString& sourceName, const QString& notRunning);
     // The tally box now: attached or not, and whether its last write failed.
     void noteDevice(bool attached, bool writeFailing);
+    // Whether the studio has a tally box at all (true unless the operator
+    // said otherwise). Without one, lights shown only on phones, TSL or MQTT
+    // are working lights: an absent box is no problem then. A box that is
+    // there and refuses its bytes still is.
+    void setTallyBoxWanted(bool wanted);
     // A file that could not be opened or saved, until the next one that
     // could.
     void noteDocumentFailure(const QString& what, const QString& path, const QString& reason);
@@ -75,6 +80,9 @@ private:
     QString m_loggedText;
     QString m_sourceProblem;
     QString m_deviceProblem;
+    bool m_tallyBoxWanted = true;
+    bool m_boxAttached = true;
+    bool m_boxWriteFailing = false;
     QString m_documentProblem;
     QString m_outputsProblem;
     QString m_text;

@@ -108,9 +108,17 @@ void EditViewController::setPresentingViewController(DismissViewController dismi
     m_dismissViewController = std::move(dismissViewController);
 }
 
+void EditViewController::setOptions(const ShotEditorOptions& options)
+{
+    m_options = options;
+    showEmptyCheckBox->setVisible(options.emptyLayers);
+    rebuildRows();
+}
+
 void EditViewController::rebuildRows()
 {
-    const bool showEmptyLayers = UserDefaults::standardUserDefaults().boolForKey(Preferences::showEmptyLayers);
+    const bool showEmptyLayers
+        = m_options.listsEmptyLayers(UserDefaults::standardUserDefaults().boolForKey(Preferences::showEmptyLayers));
     usableShotList
         = shotLists.isEmpty() ? ShotList {} : ShotAssignment::usableShots(shotLists.first(), showEmptyLayers);
     reloadTable();

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "model/Shot.h"
+#include "sources/ShotEditorOptions.h"
 
 #include <QList>
 #include <QPointer>
@@ -47,6 +48,11 @@ public:
     void setRepresentedObject(const QList<ShotList>& lists);
 
     void setPresentingViewController(DismissViewController dismissViewController);
+
+    // The options of the source the lights follow: an option that means
+    // nothing there is not shown. Mixdesk's by default.
+    void setOptions(const ShotEditorOptions& options);
+    const ShotEditorOptions& options() const { return m_options; }
 
     int numberOfRowsInTableView(const QTableWidget* tableView) const;
     // The check box of a row: titled with the shot's name, tagged with the
@@ -97,4 +103,5 @@ private:
     // The light's list as given, for Cancel.
     ShotList m_originalAssignment;
     bool m_dismissing = false;
+    ShotEditorOptions m_options = ShotEditorOptions::forSource(ShotSource::Kind::mixdesk);
 };

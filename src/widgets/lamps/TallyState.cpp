@@ -98,7 +98,7 @@ void TallyState::paintGlanceable(QPainter& painter)
 
     QPen frame(outlineColor);
     if (mode != Mode::off) {
-        frame = QPen(Qt::black, layout.frameWidth(), layout.frameStyle());
+        frame = QPen(glanceableFrameColor(), layout.frameWidth(), layout.frameStyle());
     }
     painter.setPen(frame);
     painter.setBrush(Qt::NoBrush);
@@ -174,6 +174,19 @@ void TallyState::paintMark(QPainter& painter, const QPainterPath& outline)
     painter.restore();
 }
 
+bool TallyState::hasDarkSurround() const
+{
+    return palette().color(backgroundRole()).lightness() < 128;
+}
+
+QColor TallyState::glanceableFrameColor() const
+{
+    // Half the frame lies outside the lamp, on its surround: it must stand
+    // out there too, or on the big view's dark a live lamp's solid frame and
+    // a preview lamp's dashes vanish and only the colour is left.
+    return hasDarkSurround() ? QColor(Qt::white) : QColor(Qt::black);
+}
+
 QColor TallyState::glanceableTextColor() const
 {
     if (mode != Mode::off) {
@@ -182,8 +195,7 @@ QColor TallyState::glanceableTextColor() const
     // An unlit lamp shows its surround: its number stays readable in a gray
     // that stands out from it, light on the big view's dark, dark on a
     // window's light gray.
-    const bool darkSurround = palette().color(backgroundRole()).lightness() < 128;
-    return darkSurround ? QColor(0xA0, 0xA0, 0xA0) : QColor(0x50, 0x50, 0x50);
+    return hasDarkSurround() ? QColor(0xA0, 0xA0, 0xA0) : QColor(0x50, 0x50, 0x50);
 }
 
 void TallyState::paintEvent(QPaintEvent* /*event*/)

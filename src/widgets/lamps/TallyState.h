@@ -63,6 +63,9 @@ public:
     LampLabelLayout glanceableLayout() const;
     // The pixel size of the large style's LIVE/PREVIEW label.
     int glanceableLabelPixelSize() const;
+    // The large style's frame around a lit lamp: white on a dark surround
+    // (the big view), black on a light one (the window).
+    QColor glanceableFrameColor() const;
 
 protected:
     void paintEvent(QPaintEvent* event) override;
@@ -75,4 +78,5 @@ private:
     void paintMark(QPainter& painter, const QPainterPath& outline);
     void drawGlanceableLine(QPainter& painter, const LampLabelLayout::Line& line) const;
     QColor glanceableTextColor() const;
+    bool hasDarkSurround() const;
 };

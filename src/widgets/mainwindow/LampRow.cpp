@@ -87,15 +87,25 @@ QList<QPointer<TallyState>> LampRow::collectTallyStateDisplays(const QWidget& vi
     return displays;
 }
 
-void LampRow::showLightMode(qsizetype lightIndex, TallyMode mode)
+void LampRow::showLightMode(qsizetype lightIndex, TallyMode mode, const QStringList& showing)
 {
     TallyState* display = m_displays.at(lightIndex);
     if (display == nullptr) {
         fatalError(QStringLiteral("the indicator of light %1 has gone").arg(lightIndex + 1));
     }
-    const QString names = shotNamesOfLight(lightIndex);
+    const QString names = lampShotText(lightIndex, mode, showing);
     display->mode = mode;
     display->shotNames = names;
+    const QString assigned = shotNamesOfLight(lightIndex);
+    const QString toolTip = showing.isEmpty()
+        ? tr("Light %1: %2").arg(lightIndex + 1).arg(assigned.isEmpty() ? tr("no shots") : assigned)
+        : tr("Light %1 %2: %3 (its shots: %4)")
+              .arg(lightIndex + 1)
+              .arg(mode == TallyMode::live ? tr("live") : tr("in preview"), showing.join(QStringLiteral(", ")),
+                  assigned);
+    if (display->toolTip() != toolTip) {
+        display->setToolTip(toolTip);
+    }
     display->setNeedsDisplayInRect(display->rect());
     Q_EMIT lightModeShown(lightIndex, mode, names);
 }
@@ -190,6 +200,16 @@ void LampRow::flagMissingShots(qsizetype lightIndex)
     button->setIcon(button->style()->standardIcon(QStyle::SP_MessageBoxWarning));
     button->setToolTip(tr("%1\nNot among the source's shots, so they cannot light this light: %2")
                            .arg(title, missing.join(QStringLiteral(", "))));
+}
+
+QString LampRow::lampShotText(qsizetype lightIndex, TallyMode mode, const QStringList& showing) const
+{
+    const bool several = lightIndex >= 0 && lightIndex < m_tallyMap.shotSelections().size()
+        && m_tallyMap.shotSelection(lightIndex).size() > 1;
+    if (mode == TallyMode::off || showing.isEmpty() || !several) {
+        return shotNamesOfLight(lightIndex);
+    }
+    return showing.join(QStringLiteral(", "));
 }
 
 QString LampRow::shotNamesOfLight(qsizetype lightIndex) const

@@ -44,7 +44,13 @@ public:
     static QList<QPointer<TallyState>> collectTallyStateDisplays(const QWidget& view);
 
     // Stores the light's mode in its indicator and redraws it whole.
-    void showLightMode(qsizetype lightIndex, TallyMode mode);
+    // showing: the assigned shots that give it that mode; a lit light with
+    // several shots names those in its lamp's text (the large style, Big
+    // Tally) and its tooltip, so that the operator sees which camera is on.
+    void showLightMode(qsizetype lightIndex, TallyMode mode, const QStringList& showing = {});
+    // What a lamp's text says of its shots: all of them, or, lit with
+    // several, the ones that light it.
+    QString lampShotText(qsizetype lightIndex, TallyMode mode, const QStringList& showing) const;
 
     // Titles the assignment buttons from the tally map: "Not Assigned", the
     // one shot's name, or "Multiple shots assigned...(Click to View)".

@@ -1,5 +1,6 @@
 #include "mainwindow/LostSourceMenu.h"
 
+#include "base/Text.h"
 #include "base/UserDefaults.h"
 #include "tally/TallyTicker.h"
 
@@ -56,15 +57,28 @@ QAction* LostSourceMenu::blinkAction(int seconds)
             return item;
         }
     }
-    const QString text
-        = seconds == 1 ? tr("&Blink the Lights After 1 Second") : tr("&Blink the Lights After %1 Seconds").arg(seconds);
-    QAction* item = addChoice(text, LostSourcePolicy::Action::blink, seconds);
+    QAction* item = addChoice(blinkText(seconds), LostSourcePolicy::Action::blink, seconds);
     if (m_offAtQuit) {
         // Made later than the others: kept above the separator all the same.
         m_menu->removeAction(item);
         m_menu->insertAction(m_menu->actions().at(m_menu->actions().indexOf(m_offAtQuit) - 1), item);
     }
     return item;
+}
+
+QString LostSourceMenu::blinkText(int seconds) const
+{
+    // The delays share their words, so each is reached by its number's first
+    // digit (Alt+5, Alt+1, Alt+3, Alt+6); a delay from the command line whose
+    // digit is taken goes without a key rather than steal one.
+    const QString number = QString::number(seconds);
+    QList<QChar> taken;
+    for (const QAction* item : m_menu->actions()) {
+        taken.append(Text::mnemonicsOf(item->text()));
+    }
+    const QString marked = taken.contains(number.at(0)) ? number : QLatin1Char('&') + number;
+    return seconds == 1 ? tr("Blink the Lights After %1 Second").arg(marked)
+                        : tr("Blink the Lights After %1 Seconds").arg(marked);
 }
 
 void LostSourceMenu::choose(LostSourcePolicy::Action action, int seconds)

@@ -39,6 +39,8 @@ public:
 private:
     QAction* addChoice(const QString& text, const LostSourcePolicy::Action action, int seconds);
     void choose(LostSourcePolicy::Action action, int seconds);
+    // The blink item's text, its number's first digit its key when free.
+    QString blinkText(int seconds) const;
 
     TallyTicker& m_ticker;
     QPointer<QMenu> m_menu;

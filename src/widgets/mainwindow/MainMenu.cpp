@@ -1,5 +1,6 @@
 #include "mainwindow/MainMenu.h"
 
+#include "base/ManualLocation.h"
 #include "base/Problem.h"
 #include "base/Text.h"
 #include "base/UserDefaults.h"
@@ -25,6 +26,8 @@
 #include <QActionGroup>
 #include <QApplication>
 #include <QCheckBox>
+#include <QCoreApplication>
+#include <QDesktopServices>
 #include <QFileInfo>
 #include <QKeySequence>
 #include <QMenu>
@@ -269,6 +272,9 @@ void MainMenu::buildOutputsMenu(QMenuBar& menuBar)
     m_outputsMenu = menuBar.addMenu(tr("&Outputs"));
     m_networkOutputs = m_outputsMenu->addAction(tr("&Network Outputs…"));
     connect(m_networkOutputs, &QAction::triggered, this, &MainMenu::askForNetworkOutputs);
+    m_outputsMenu->addSeparator();
+    m_noTallyBox = addPreferenceItem(
+        *m_outputsMenu, tr("No Tally &Box"), Preferences::noTallyBox, [this] { m_controller.applyNoTallyBox(); });
 }
 
 void MainMenu::askForNetworkOutputs()
@@ -403,7 +409,7 @@ void MainMenu::buildEditMenu(QMenuBar& menuBar)
     addLockEditingItem();
     // Shows whether unlocking needs the password; the controller switches
     // the check mark itself, since a dialog may decide otherwise.
-    m_requirePassword = m_editMenu->addAction(tr("Require Password to Unlock"));
+    m_requirePassword = m_editMenu->addAction(tr("Require &Password to Unlock"));
     m_requirePassword->setCheckable(true);
     connect(m_requirePassword, &QAction::triggered, &m_controller, [this] {
         // The controller owns the state: undo Qt's own flip and let it set
@@ -563,6 +569,10 @@ void MainMenu::rebuildOpenRecentMenu()
 void MainMenu::buildHelpMenu(QMenuBar& menuBar)
 {
     m_helpMenu = menuBar.addMenu(tr("&Help"));
+    m_help = m_helpMenu->addAction(tr("Mixdesk Tally &Help"));
+    m_help->setShortcut(QKeySequence::HelpContents);
+    m_manualFolders = ManualLocation::folders(QCoreApplication::applicationDirPath());
+    connect(m_help, &QAction::triggered, this, &MainMenu::openManual);
     m_about = m_helpMenu->addAction(tr("&About Mixdesk Tally"));
     m_about->setMenuRole(QAction::AboutRole);
     connect(m_about, &QAction::triggered, &m_controller, [this] {
@@ -572,6 +582,20 @@ void MainMenu::buildHelpMenu(QMenuBar& menuBar)
             box->setIconPixmap(QApplication::windowIcon().pixmap(64));
         }
     });
+}
+
+void MainMenu::openManual()
+{
+    QString problem;
+    const std::optional<QString> index = ManualLocation::find(m_manualFolders, &problem);
+    if (index && QDesktopServices::openUrl(QUrl::fromLocalFile(*index))) {
+        return;
+    }
+    if (index) {
+        problem = tr("The manual is at %1, but no program on this computer opens it.").arg(*index);
+    }
+    // Said, never nothing: a Help item that does nothing reads as broken.
+    WindowModalMessage::show(m_controller.window(), QMessageBox::Warning, tr("Mixdesk Tally Help"), problem);
 }
 
 QString MainMenu::aboutText()

@@ -26,7 +26,8 @@ class ViewController;
 // Changes, Cancel in Shot Editor, Test Lights, When the Switcher Is Lost),
 // View (Always on Top, Large Lamp Labels, Big Tally, Phone Links), Source
 // (Mixdesk, OBS Studio…, TSL UMD Listener…,
-// Blackmagic ATEM…), Outputs (Network Outputs…) and Help (About). The
+// Blackmagic ATEM…), Outputs (Network Outputs…, No Tally Box) and Help (Mixdesk Tally Help,
+// About). The
 // commands go to the main screen controller; Open Recent is rebuilt from the
 // recent documents each time it opens.
 class MainMenu : public QObject {
@@ -92,6 +93,8 @@ public:
     LostSourceMenu* lostSourceMenu() const { return m_lostSourceMenu; }
     QMenu* outputsMenu() const { return m_outputsMenu; }
     QAction* networkOutputsAction() const { return m_networkOutputs; }
+    // Outputs > No Tally Box: the studio lights only phones, TSL or MQTT.
+    QAction* noTallyBoxAction() const { return m_noTallyBox; }
 
     // Runs the web page and TSL outputs the choices ask for, from now on and
     // at the next start (unless the command line chooses otherwise). False,
@@ -106,6 +109,12 @@ public:
     bool takeHandOver(const HandOverRequest& request, QString* problem);
     QMenu* helpMenu() const { return m_helpMenu; }
     QAction* aboutAction() const { return m_about; }
+    // Help > Mixdesk Tally Help (F1): the installed manual, opened by the
+    // desktop's viewer; a box saying where it was looked for when it is not
+    // installed.
+    QAction* helpAction() const { return m_help; }
+    // Where Help looks for the manual: the installed places by default.
+    void setManualFolders(const QStringList& folders) { m_manualFolders = folders; }
 
     // The About box's text: the program's name, version and purpose.
     static QString aboutText();
@@ -147,6 +156,7 @@ private:
     void showOutputsChosen(bool pageWasServed);
     bool chooseHandedSource(const HandOverRequest::Source& source, QString* problem);
     void buildHelpMenu(QMenuBar& menuBar);
+    void openManual();
     void addLockEditingItem();
     void addTestLightsItem();
     void addEditingComfortItems();
@@ -185,6 +195,9 @@ private:
     QPointer<LostSourceMenu> m_lostSourceMenu;
     QPointer<QMenu> m_outputsMenu;
     QPointer<QAction> m_networkOutputs;
+    QPointer<QAction> m_noTallyBox;
     QPointer<QMenu> m_helpMenu;
     QPointer<QAction> m_about;
+    QPointer<QAction> m_help;
+    QStringList m_manualFolders;
 };

@@ -11,12 +11,13 @@
 #include <QAbstractButton>
 
 Segues::Segues(QWidget& presenter, TallyDocument& document, EditingLockControls& lock, KnownShots knownShots,
-    TestSequenceRunner::SendFunction sendToBox, QObject* parent)
+    SourceKind sourceKind, TestSequenceRunner::SendFunction sendToBox, QObject* parent)
     : QObject(parent)
     , m_presenter(presenter)
     , m_document(document)
     , m_lock(lock)
     , m_knownShots(std::move(knownShots))
+    , m_sourceKind(std::move(sourceKind))
     , m_sendToBox(std::move(sendToBox))
 {
 }
@@ -125,6 +126,7 @@ void Segues::prepareEditor(QObject* destination, QObject* sender)
                        .arg(*lightIndex)
                        .arg(tallyMap.shotSelections().size()));
     }
+    editor->setOptions(ShotEditorOptions::forSource(m_sourceKind()));
     editor->setRepresentedObject({ m_knownShots(), tallyMap.shotSelection(*lightIndex) });
     editor->lightIndex = *lightIndex;
     editor->setWindowTitle(EditViewController::titleForLight(*lightIndex));

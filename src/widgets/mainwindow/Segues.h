@@ -2,6 +2,7 @@
 
 #include "hardware/TestSequenceRunner.h"
 #include "model/Shot.h"
+#include "sources/ShotSource.h"
 
 #include <QObject>
 #include <QString>
@@ -29,12 +30,15 @@ public:
 
     // The shots known now, which the editor lists.
     using KnownShots = std::function<const ShotList&()>;
+    // The kind of source the lights follow now, whose options the editor
+    // offers.
+    using SourceKind = std::function<ShotSource::Kind()>;
 
     // presenter: the main screen, whose dismissViewController(QObject*)
     // slot the password dialog hands itself back to. The test panel hands
     // its bytes to sendToBox.
     Segues(QWidget& presenter, TallyDocument& document, EditingLockControls& lock, KnownShots knownShots,
-        TestSequenceRunner::SendFunction sendToBox, QObject* parent = nullptr);
+        SourceKind sourceKind, TestSequenceRunner::SendFunction sendToBox, QObject* parent = nullptr);
 
     bool shouldPerformSegueWithIdentifier(const QString& identifier, QObject* sender) const;
     void performSegueWithIdentifier(const QString& identifier, QObject* sender);
@@ -61,5 +65,6 @@ private:
     TallyDocument& m_document;
     EditingLockControls& m_lock;
     KnownShots m_knownShots;
+    SourceKind m_sourceKind;
     TestSequenceRunner::SendFunction m_sendToBox;
 };

@@ -46,9 +46,19 @@ void SourceReport::noteTick(bool sourceRunning)
     noteSituation();
 }
 
+void SourceReport::setNoTallyBox(bool noTallyBox)
+{
+    m_noTallyBox = noTallyBox;
+    m_status.setTallyBoxWanted(!noTallyBox);
+    noteSituation();
+}
+
 void SourceReport::noteSituation()
 {
     StatusWording::Outputs outputs;
+    // A box plugged in all the same lights: the line then has nothing to
+    // explain.
+    outputs.noTallyBox = m_noTallyBox && USBHIDAppDelegate::shared().controller() == nullptr;
     if (const WebTallyServer* page = m_outputs.webServer()) {
         outputs.phonesConnected = page->webSocketCount();
     }

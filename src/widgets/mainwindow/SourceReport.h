@@ -30,6 +30,10 @@ public:
     // Words the situation again (the outputs changed, or the first tick).
     void noteSituation();
 
+    // Whether the operator said the studio has no tally box; the situation
+    // says so while none is attached.
+    void setNoTallyBox(bool noTallyBox);
+
     QString situation() const { return m_situation; }
 
 Q_SIGNALS:
@@ -45,5 +49,6 @@ private:
     const NetworkOutputs& m_outputs;
     TallyStatus& m_status;
     bool m_sourceRunning = true;
+    bool m_noTallyBox = false;
     QString m_situation;
 };

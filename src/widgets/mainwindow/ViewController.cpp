@@ -9,6 +9,7 @@
 #include "mainwindow/DocumentCommands.h"
 #include "mainwindow/SourceReport.h"
 #include "mainwindow/WindowLightReport.h"
+#include "tally/TallyEvaluation.h"
 #include "ui_ViewController.h"
 
 ViewController::ViewController(QWidget* parent)
@@ -40,7 +41,8 @@ ViewController::ViewController(Dependencies dependencies, QWidget* parent)
     // The test panel's chase may outlive the window; its late bytes go
     // nowhere then.
     m_segues = std::make_unique<Segues>(
-        *this, m_document, *m_lockControls, knownShots, [self = QPointer<ViewController>(this)](quint8 byte) {
+        *this, m_document, *m_lockControls, knownShots, [this] { return m_ticker.source().kind(); },
+        [self = QPointer<ViewController>(this)](quint8 byte) {
             if (self) {
                 self->tallyBox().sendByte(byte);
             }
@@ -83,6 +85,7 @@ void ViewController::viewDidLoad()
     m_ui->lightsLayout->setRowStretch(1, 1);
     applyLargeLampLabels();
     applyAskBeforeDiscardingChanges();
+    applyNoTallyBox();
     // The first answer comes before the timer runs, so the first tick
     // compares against it.
     m_ticker.start();
@@ -173,6 +176,11 @@ void ViewController::applyLargeLampLabels()
     m_lampRow->applyLargeLampLabels(UserDefaults::standardUserDefaults().boolForKey(Preferences::largeLampLabels));
 }
 
+void ViewController::applyNoTallyBox()
+{
+    m_sourceReport->setNoTallyBox(UserDefaults::standardUserDefaults().boolForKey(Preferences::noTallyBox));
+}
+
 void ViewController::applyAskBeforeDiscardingChanges()
 {
     m_document.setTracksChanges(
@@ -236,7 +244,11 @@ qsizetype ViewController::indicatorCount() const
 
 void ViewController::showLightMode(qsizetype lightIndex, TallyMode mode)
 {
-    m_lampRow->showLightMode(lightIndex, mode);
+    const QList<ShotList>& lights = m_document.tallyMap().shotSelections();
+    const QStringList showing = lightIndex < lights.size()
+        ? TallyEvaluation::shotsShowing(lights[lightIndex], TallyEvaluation::splitShots(m_ticker.shotList()), mode)
+        : QStringList();
+    m_lampRow->showLightMode(lightIndex, mode, showing);
 }
 
 void ViewController::newDocument(QObject* /*sender*/)

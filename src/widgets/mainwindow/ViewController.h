@@ -119,6 +119,9 @@ public:
     // Marks the lamps while the source is lost when
     // "MarkLampsWhileSourceIsLost" is on.
     void applyMarkLampsWhileSourceIsLost();
+    // Takes an absent tally box for the studio's choice while "NoTallyBox"
+    // is on: no warning, and the status line says where the lights go.
+    void applyNoTallyBox();
     // Tracks unsaved changes (the title's marker, the question before Open
     // and Quit) while "AskBeforeDiscardingChanges" is on.
     void applyAskBeforeDiscardingChanges();

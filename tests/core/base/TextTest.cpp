@@ -49,3 +49,13 @@ TEST(TextTest, MiddleElidedKeepsShortTextAndCutsALongOneAroundAnEllipsis)
     EXPECT_TRUE(shown.endsWith(QStringLiteral("xxz")));
     EXPECT_EQ(shown.at(60), QChar(0x2026));
 }
+
+TEST(TextTest, MnemonicsAreTheMarkedLettersUpperCasedAndADoubledAmpersandMarksNone)
+{
+    EXPECT_EQ(Text::mnemonicsOf(QStringLiteral("Open &Recent")), QList<QChar>({ QLatin1Char('R') }));
+    EXPECT_EQ(Text::mnemonicsOf(QStringLiteral("Always on &top")), QList<QChar>({ QLatin1Char('T') }));
+    EXPECT_TRUE(Text::mnemonicsOf(QStringLiteral("Q&&A Panel")).isEmpty());
+    EXPECT_TRUE(Text::mnemonicsOf(QStringLiteral("Plain")).isEmpty());
+    EXPECT_TRUE(Text::mnemonicsOf(QStringLiteral("Ends in &")).isEmpty());
+    EXPECT_EQ(Text::mnemonicsOf(QStringLiteral("&&&Save &As")), QList<QChar>({ QLatin1Char('S'), QLatin1Char('A') }));
+}

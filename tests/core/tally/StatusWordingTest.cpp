@@ -48,6 +48,21 @@ TEST(StatusWordingTest, MixdesksQuerySaysWhetherItRunsAndHowManyShotsItGives)
     EXPECT_EQ(StatusWording::source(mixdesk, false, 5), QStringLiteral("Following Mixdesk · not running"));
 }
 
+TEST(StatusWordingTest, AStudioWithoutABoxSaysWhereItsLightsGoAfterTheOutputs)
+{
+    StatusWording::Outputs alone;
+    alone.noTallyBox = true;
+    EXPECT_EQ(StatusWording::outputs(alone), QStringLiteral("No box (phones, TSL and MQTT only)"));
+
+    StatusWording::Outputs withPhones;
+    withPhones.phonesConnected = 2;
+    withPhones.noTallyBox = true;
+    EXPECT_EQ(
+        StatusWording::outputs(withPhones), QStringLiteral("Phones: 2 connected · No box (phones, TSL and MQTT only)"));
+    withPhones.noTallyBox = false;
+    EXPECT_EQ(StatusWording::outputs(withPhones), QStringLiteral("Phones: 2 connected"));
+}
+
 TEST(StatusWordingTest, TheOutputsThatRunAreCountedAndTheOthersLeftOut)
 {
     StatusWording::Outputs both;

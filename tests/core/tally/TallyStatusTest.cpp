@@ -54,6 +54,24 @@ TEST_F(TallyStatusTest, NoBoxAndARefusingBoxAreTold)
     EXPECT_EQ(status.text(), QStringLiteral("The tally box refuses the lights' bytes"));
 }
 
+TEST_F(TallyStatusTest, WithoutABoxWantedAnAbsentBoxIsNoProblemButARefusingOneStillIs)
+{
+    runningWithShots();
+    status.noteDevice(false, false);
+    EXPECT_EQ(status.text(), QStringLiteral("No tally box attached"));
+    status.setTallyBoxWanted(false);
+    EXPECT_EQ(status.text(), QString());
+    status.noteDevice(false, false);
+    EXPECT_EQ(status.text(), QString());
+    // A box plugged in after all is driven, and its failures are told.
+    status.noteDevice(true, true);
+    EXPECT_EQ(status.text(), QStringLiteral("The tally box refuses the lights' bytes"));
+    status.noteDevice(false, false);
+    EXPECT_EQ(status.text(), QString());
+    status.setTallyBoxWanted(true);
+    EXPECT_EQ(status.text(), QStringLiteral("No tally box attached"));
+}
+
 TEST_F(TallyStatusTest, AFileFailureNamesTheFileAndStaysUntilAFileWorks)
 {
     runningWithShots();

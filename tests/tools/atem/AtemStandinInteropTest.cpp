@@ -194,3 +194,25 @@ TEST_P(AtemStandinInteropTest, TheClientReadsTheRecorderAndTheStreamTheStandinSe
 
 INSTANTIATE_TEST_SUITE_P(
     Clients, AtemStandinInteropTest, testing::Values(Client::atemConnection, Client::pyatem), clientName);
+
+TEST(AtemStandinOptionsTest, AStartingInputThatIsNotThereIsRefusedWithStatusTwo)
+{
+    QProcess standin;
+    standin.start(QStringLiteral(TALLY_BINARY_DIR "/bin/atem-standin"),
+        { QStringLiteral("--port"), QStringLiteral("0"), QStringLiteral("--inputs"), QStringLiteral("Camera 1,Wide"),
+            QStringLiteral("--program"), QStringLiteral("3") });
+    ASSERT_TRUE(standin.waitForFinished(10000));
+    EXPECT_EQ(standin.exitCode(), 2);
+    EXPECT_EQ(QString::fromUtf8(standin.readAllStandardError()),
+        QStringLiteral("atem-standin: --program 3 names no input: there are 2\n"));
+}
+
+TEST(AtemStandinOptionsTest, ItsUsageSaysNothingIsOnTheBusesUnlessTold)
+{
+    QProcess standin;
+    standin.start(QStringLiteral(TALLY_BINARY_DIR "/bin/atem-standin"), { QStringLiteral("--help") });
+    ASSERT_TRUE(standin.waitForFinished(10000));
+    const QString usage = QString::fromUtf8(standin.readAllStandardOutput());
+    EXPECT_TRUE(usage.contains(QStringLiteral("[--program N] [--preview N]"))) << usage.toStdString();
+    EXPECT_TRUE(usage.contains(QStringLiteral("nothing on program or preview unless told"))) << usage.toStdString();
+}

@@ -16,20 +16,28 @@ namespace {
 
 SwitcherModel studio()
 {
-    return SwitcherModel({ QStringLiteral("Camera 1"), QStringLiteral("Camera 2"), QStringLiteral("Wide") });
+    SwitcherModel model({ QStringLiteral("Camera 1"), QStringLiteral("Camera 2"), QStringLiteral("Wide") });
+    model.setProgram(1);
+    model.setPreview(2);
+    return model;
 }
 
 } // namespace
 
-TEST(SwitcherModelTest, InputsAreNumberedFromOneWithProgramOnTheFirstAndPreviewOnTheSecond)
+TEST(SwitcherModelTest, InputsAreNumberedFromOneAndNothingIsOnEitherBusUntilTold)
 {
-    const SwitcherModel model = studio();
+    SwitcherModel model({ QStringLiteral("Camera 1"), QStringLiteral("Camera 2"), QStringLiteral("Wide") });
     ASSERT_EQ(model.inputs().size(), 3);
     EXPECT_EQ(model.inputs()[2].number, 3);
     EXPECT_EQ(model.inputs()[2].longName, QStringLiteral("Wide"));
     EXPECT_EQ(model.inputs()[2].shortName, QStringLiteral("IN3"));
-    EXPECT_EQ(model.program(), 1);
-    EXPECT_EQ(model.preview(), 2);
+    EXPECT_EQ(model.program(), 0);
+    EXPECT_EQ(model.preview(), 0);
+    for (quint16 input = 1; input <= 3; ++input) {
+        EXPECT_EQ(model.tally().value(input), (SourceTally { false, false })) << input;
+    }
+    EXPECT_TRUE(model.setProgram(1));
+    EXPECT_TRUE(model.setPreview(2));
     EXPECT_EQ(model.tally().value(1), (SourceTally { true, false }));
     EXPECT_EQ(model.tally().value(2), (SourceTally { false, true }));
     EXPECT_EQ(model.tally().value(3), (SourceTally { false, false }));

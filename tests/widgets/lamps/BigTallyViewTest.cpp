@@ -68,13 +68,14 @@ TEST_F(BigTallyViewTest, LiveAndPreviewDifferInTheirFrameNotOnlyInColour)
     view->resize(1280, 720);
     QApplication::processEvents();
     // Drawn in gray, the two lamps must still differ: the live frame is
-    // solid along its top edge, the preview frame is dashed.
+    // solid along its top edge, the preview frame is dashed. The frame is
+    // light on the view's dark surround, so that it shows there.
     auto frameRow = [](const QImage& image) {
-        QList<bool> dark;
+        QList<bool> bright;
         for (int x = 20; x < image.width() - 20; ++x) {
-            dark.append(qGray(image.pixel(x, 3)) < 60);
+            bright.append(qGray(image.pixel(x, 3)) > 200);
         }
-        return dark;
+        return bright;
     };
     const QImage live = view->lamps()[0]->grab().toImage();
     const QImage preview = view->lamps()[1]->grab().toImage();
@@ -82,9 +83,65 @@ TEST_F(BigTallyViewTest, LiveAndPreviewDifferInTheirFrameNotOnlyInColour)
     const QList<bool> previewRow = frameRow(preview);
     EXPECT_EQ(liveRow.count(false), 0);
     EXPECT_GT(previewRow.count(false), previewRow.size() / 10);
-    EXPECT_GT(view->lamps()[0]->glanceableLabelPixelSize(), 12);
+    EXPECT_GE(view->lamps()[0]->glanceableLabelPixelSize(), 18);
 
     const QString folder = QStringLiteral(TALLY_BINARY_DIR "/screenshots");
     ASSERT_TRUE(QDir().mkpath(folder));
     ASSERT_TRUE(view->grab().save(folder + QStringLiteral("/big-tally.png")));
+}
+
+TEST_F(BigTallyViewTest, TheFramesStandOutFromTheDarkSurround)
+{
+    showLiveAndPreview();
+    main.menu->bigTallyAction()->trigger();
+    BigTallyView* view = main.menu->bigTallyView();
+    view->resize(1280, 720);
+    QApplication::processEvents();
+    const QColor surround = view->palette().color(QPalette::Window);
+    for (int lightIndex : { 0, 1 }) {
+        const QImage lamp = view->lamps()[lightIndex]->grab().toImage();
+        // The frame's outer half, outside the lamp's fill: on the surround.
+        const QColor frame = lamp.pixelColor(lamp.width() / 2, 1);
+        EXPECT_GT(std::abs(qGray(frame.rgb()) - qGray(surround.rgb())), 150)
+            << "light " << lightIndex + 1 << ": frame " << frame.name().toStdString() << " on "
+            << surround.name().toStdString();
+    }
+    EXPECT_EQ(view->lamps()[0]->glanceableFrameColor(), QColor(Qt::white));
+    // On the window's light surround the large labels keep a black frame.
+    main.menu->largeLampLabelsAction()->trigger();
+    EXPECT_EQ(controller->tallyStateDisplays()[0]->glanceableFrameColor(), QColor(Qt::black));
+}
+
+TEST_F(BigTallyViewTest, ALitLightWithSeveralShotsNamesTheOneThatLightsIt)
+{
+    // Light 3 has Camera 1 (live) and Wide Shot; light 4 Wide Shot alone.
+    makeWindowWithAStudio();
+    main.window->show();
+    tick();
+    main.menu->bigTallyAction()->trigger();
+    tick();
+    BigTallyView* view = main.menu->bigTallyView();
+    ASSERT_NE(view, nullptr);
+    EXPECT_EQ(view->lamps()[2]->mode, TallyMode::live);
+    EXPECT_EQ(view->lamps()[2]->shotNames, QStringLiteral("Camera 1"));
+    EXPECT_EQ(view->lamps()[3]->shotNames, QStringLiteral("Wide Shot"));
+    // The window's lamps say it in their tooltip, their size untouched.
+    const TallyState* lamp = controller->tallyStateDisplays()[2];
+    const QSize before = lamp->size();
+    EXPECT_EQ(lamp->toolTip(), QStringLiteral("Light 3 live: Camera 1 (its shots: Camera 1, Wide Shot)"));
+    EXPECT_EQ(
+        controller->tallyStateDisplays()[0]->toolTip(), QStringLiteral("Light 1 live: Camera 1 (its shots: Camera 1)"));
+    EXPECT_EQ(controller->tallyStateDisplays()[3]->toolTip(), QStringLiteral("Light 4: Wide Shot"));
+
+    // The cut: Wide Shot goes live and light 3 names it instead.
+    answer({ { "1", "Camera 1", false, true }, { "2", "Camera 2", false, false }, { "3", "Wide Shot", true, false } });
+    tick();
+    EXPECT_EQ(view->lamps()[2]->shotNames, QStringLiteral("Wide Shot"));
+    EXPECT_EQ(lamp->toolTip(), QStringLiteral("Light 3 live: Wide Shot (its shots: Camera 1, Wide Shot)"));
+    EXPECT_EQ(lamp->size(), before);
+    // Dark, a light lists all its shots.
+    answer(
+        { { "1", "Camera 1", false, false }, { "2", "Camera 2", false, false }, { "3", "Wide Shot", false, false } });
+    tick();
+    EXPECT_EQ(view->lamps()[2]->shotNames, QStringLiteral("Camera 1, Wide Shot"));
 }

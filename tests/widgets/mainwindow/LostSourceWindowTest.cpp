@@ -95,7 +95,7 @@ TEST_F(LostSourceWindowTest, ABlinkDelayFromTheCommandLineGetsItsOwnTickedItem)
     menu().showPolicy();
     QAction* three = menu().blinkAction(3);
     EXPECT_TRUE(three->isChecked());
-    EXPECT_EQ(three->text(), QStringLiteral("&Blink the Lights After 3 Seconds"));
+    EXPECT_EQ(three->text(), QStringLiteral("Blink the Lights After 3 Seconds"));
     // Kept with the other choices, above the separator and the quit item.
     const QList<QAction*> items = menu().menu()->actions();
     EXPECT_LT(items.indexOf(three), items.indexOf(menu().lightsOffAtQuitAction()) - 1);

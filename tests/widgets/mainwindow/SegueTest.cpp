@@ -7,6 +7,7 @@
 #include "dialogs/TestViewController.h"
 #include "hardware/CaptureBackend.h"
 #include "support/CaptureFile.h"
+#include "support/FakeShotSource.h"
 #include "support/QtPrinters.h"
 #include "widgets/mainwindow/SegueWidgetFixture.h"
 
@@ -139,6 +140,50 @@ TEST_F(SegueTest, TheButtonTaggedTwelveOpensTheEditorForLightIndexTwoWithTheShot
     EXPECT_EQ(lists[1], controller->document().tallyMap().shotSelection(2));
     EXPECT_EQ(lists[1].at(0).get(), fromFile.get());
     clickDone(editor);
+}
+
+TEST_F(SegueTest, FollowingMixdeskTheEditorOffersToHideEmptyLayers)
+{
+    UserDefaults::standardUserDefaults().setBool(Preferences::showEmptyLayers, false);
+    answer({ { "1", "Cam 1", true, false }, { "2", "Titles Clear Layer", false, false } });
+    openWindow();
+    tick();
+    ASSERT_TRUE(controller->enableEditing());
+    button(1)->click();
+    EditViewController* editor = openEditor();
+    ASSERT_NE(editor, nullptr);
+    EXPECT_TRUE(editor->showEmptyCheckBox->isVisibleTo(editor));
+    EXPECT_NE(editorRow(editor, QStringLiteral("Cam 1")), nullptr);
+    EXPECT_EQ(editorRow(editor, QStringLiteral("Titles Clear Layer")), nullptr);
+    clickDone(editor);
+}
+
+TEST_F(SegueTest, FollowingAnotherSwitcherTheEditorHasNoEmptyLayersOptionAndListsEveryShot)
+{
+    // Stored while following Mixdesk; it means nothing to an ATEM.
+    UserDefaults::standardUserDefaults().setBool(Preferences::showEmptyLayers, false);
+    for (const ShotSource::Kind kind :
+        { ShotSource::Kind::atem, ShotSource::Kind::obsStudio, ShotSource::Kind::tslUmd, ShotSource::Kind::vmix }) {
+        auto owned = std::make_unique<FakeShotSource>();
+        owned->sourceKind = kind;
+        for (const QString& name : { QStringLiteral("Cam 1"), QStringLiteral("Titles Clear Layer") }) {
+            auto shot = std::make_shared<Shot>(name);
+            shot->shotId = name;
+            owned->shots.append(shot);
+        }
+        presentations.clear();
+        openWindow(std::move(owned));
+        tick();
+        ASSERT_TRUE(controller->enableEditing());
+        button(1)->click();
+        EditViewController* editor = openEditor();
+        ASSERT_NE(editor, nullptr) << static_cast<int>(kind);
+        EXPECT_FALSE(editor->showEmptyCheckBox->isVisibleTo(editor)) << static_cast<int>(kind);
+        EXPECT_NE(editorRow(editor, QStringLiteral("Titles Clear Layer")), nullptr) << static_cast<int>(kind);
+        EXPECT_EQ(editor->table->rowCount(), 2);
+        clickDone(editor);
+        main.window.reset();
+    }
 }
 
 TEST_F(SegueTest, TheEditorIsAWindowModalSheetOverTheMainWindow)

@@ -35,9 +35,10 @@ protected:
         bool wasActiveModal = false;
     };
 
-    void openWindow()
+    // Following source, or Mixdesk when none is given.
+    void openWindow(std::unique_ptr<ShotSource> source = nullptr)
     {
-        makeWindow();
+        makeWindow(std::move(source));
         main.window->show();
         QObject::connect(&controller->segues(), &Segues::viewControllerPresented, controller,
             [this](const QString& identifier, QWidget* viewController) {

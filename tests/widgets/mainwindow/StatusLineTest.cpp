@@ -98,6 +98,57 @@ TEST_F(StatusLineTest, WithoutABoxTheLineSaysNoneIsAttached)
     EXPECT_EQ(line(), QStringLiteral("⚠ No tally box attached  Following Mixdesk · 2 shots"));
 }
 
+TEST_F(StatusLineTest, NoTallyBoxIsOffByDefaultAndKeepsTheWarning)
+{
+    answer({ { "1", "Cam 1", true, false } });
+    makeWindow();
+    ASSERT_NE(main.menu->noTallyBoxAction(), nullptr);
+    EXPECT_TRUE(main.menu->noTallyBoxAction()->isCheckable());
+    EXPECT_FALSE(main.menu->noTallyBoxAction()->isChecked());
+    USBHIDAppDelegate::shared().setController(nullptr);
+    tick();
+    EXPECT_TRUE(main.statusLine->showsProblem());
+}
+
+TEST_F(StatusLineTest, WithNoTallyBoxChosenAnAbsentBoxIsNoProblemAndTheLineSaysWhereTheLightsGo)
+{
+    answer({ { "1", "Cam 1", true, false } });
+    makeWindow();
+    controller->document().tallyMap().setShotSelection(0, { record("Cam 1") });
+    USBHIDAppDelegate::shared().setController(nullptr);
+    tick();
+    ASSERT_TRUE(main.statusLine->showsProblem());
+    main.menu->noTallyBoxAction()->trigger();
+    EXPECT_FALSE(main.statusLine->showsProblem()) << line().toStdString();
+    EXPECT_EQ(line(), QStringLiteral("Following Mixdesk · 2 shots · No box (phones, TSL and MQTT only)"));
+    tick();
+    EXPECT_EQ(line(), QStringLiteral("Following Mixdesk · 2 shots · No box (phones, TSL and MQTT only)"));
+    EXPECT_TRUE(UserDefaults::standardUserDefaults().boolForKey(Preferences::noTallyBox));
+
+    // A box plugged in all the same is driven, and the line no longer says
+    // there is none.
+    device->reports.clear();
+    USBHIDAppDelegate::shared().setController(device);
+    tick();
+    EXPECT_FALSE(device->commandBytes().isEmpty());
+    EXPECT_EQ(line(), QStringLiteral("Following Mixdesk · 2 shots"));
+}
+
+TEST_F(StatusLineTest, NoTallyBoxIsRememberedForTheNextWindow)
+{
+    UserDefaults::standardUserDefaults().setBool(Preferences::noTallyBox, true);
+    answer({ { "1", "Cam 1", true, false } });
+    makeWindow();
+    EXPECT_TRUE(main.menu->noTallyBoxAction()->isChecked());
+    USBHIDAppDelegate::shared().setController(nullptr);
+    tick();
+    EXPECT_FALSE(main.statusLine->showsProblem());
+    EXPECT_EQ(line(), QStringLiteral("Following Mixdesk · 2 shots · No box (phones, TSL and MQTT only)"));
+    main.menu->noTallyBoxAction()->trigger();
+    EXPECT_EQ(line(), QStringLiteral("⚠ No tally box attached  Following Mixdesk · 2 shots"));
+    EXPECT_FALSE(UserDefaults::standardUserDefaults().boolForKey(Preferences::noTallyBox));
+}
+
 TEST_F(StatusLineTest, ABoxRefusingWritesIsTold)
 {
     answer({ { "1", "Cam 1", true, false } });
