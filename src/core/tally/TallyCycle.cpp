@@ -85,6 +85,7 @@ void TallyCycle::updateTallyLights(ShotList& shotList, Lights& lights)
     m_lostSince.reset();
     followShotList(shotList, lights);
     noteMissingShots(lights.shotSelections(), shotList);
+    m_onLostSources = TallyEvaluation::lightsOnLostSources(lights.shotSelections(), shotList);
     driveLights(lights.shotSelections(), shotList);
     publish(true, false, lights.shotSelections());
 }
@@ -128,6 +129,8 @@ void TallyCycle::publish(bool sourceRunning, bool underTest, const QList<ShotLis
             light.shotNames.append(shot->name);
         }
         light.missingShots = m_missingShots.value(lightIndex);
+        // The whole source lost says it of every light already.
+        light.sourceLost = sourceRunning && !turnedOffAtQuit && m_onLostSources.value(lightIndex, false);
         snapshot.lights.append(std::move(light));
     }
     m_lastSnapshot = snapshot;
