@@ -78,6 +78,19 @@ bool CombinedShotSource::chooseLabels(
     return true;
 }
 
+QList<ShotSource*> CombinedShotSource::switchersOf(ShotSource& source)
+{
+    auto* combined = qobject_cast<CombinedShotSource*>(&source);
+    if (!combined) {
+        return { &source };
+    }
+    QList<ShotSource*> switchers;
+    for (const std::unique_ptr<Followed>& followed : combined->m_members) {
+        switchers.append(followed->source.get());
+    }
+    return switchers;
+}
+
 CombinedShotSource::CombinedShotSource(std::vector<Member> members, QObject* parent)
     : ShotSource(parent)
 {

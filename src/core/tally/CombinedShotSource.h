@@ -66,6 +66,10 @@ public:
     // same: their shots could then not be told apart.
     static bool chooseLabels(const QList<Kind>& kinds, const QStringList& given, QStringList* labels, QString* problem);
 
+    // The switchers a source follows: a combined source's members, else the
+    // source itself.
+    static QList<ShotSource*> switchersOf(ShotSource& source);
+
     // The members, labelled by chooseLabels (which must have accepted
     // them). At least two.
     explicit CombinedShotSource(std::vector<Member> members, QObject* parent = nullptr);
