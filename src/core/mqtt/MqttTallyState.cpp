@@ -30,6 +30,10 @@ QJsonObject lightObject(const TallySnapshot& snapshot, int lightNumber, const QB
     object.insert(QStringLiteral("missing"), QJsonArray::fromStringList(light.missingShots));
     object.insert(QStringLiteral("sourceRunning"), snapshot.sourceRunning);
     object.insert(QStringLiteral("test"), snapshot.underTest);
+    // Said only when true: it concerns several switchers followed at once.
+    if (light.sourceLost) {
+        object.insert(QStringLiteral("lost"), true);
+    }
     return object;
 }
 
@@ -61,6 +65,10 @@ QByteArray MqttTallyState::stateWord(const TallySnapshot& snapshot, const LightS
     // test the lamps follow the box, whatever the switcher (the JSON topics
     // say it is a test).
     if (!snapshot.sourceRunning && !snapshot.turnedOffAtQuit && !snapshot.underTest) {
+        return QByteArrayLiteral("unknown");
+    }
+    // One of several switchers is lost and this light rests on it.
+    if (light.sourceLost && !snapshot.underTest) {
         return QByteArrayLiteral("unknown");
     }
     return tallyModeName(light.mode).toUtf8();

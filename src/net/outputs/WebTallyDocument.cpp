@@ -16,9 +16,16 @@ bool showsColour(const TallySnapshot& snapshot)
     return snapshot.sourceRunning || snapshot.underTest;
 }
 
+// The same for one light, which may rest on a switcher lost while others
+// run.
+bool showsColour(const TallySnapshot& snapshot, const LightState& light)
+{
+    return snapshot.underTest || (snapshot.sourceRunning && !light.sourceLost);
+}
+
 QString modeWord(const TallySnapshot& snapshot, const LightState& light)
 {
-    if (!showsColour(snapshot)) {
+    if (!showsColour(snapshot, light)) {
         return QStringLiteral("NO SIGNAL");
     }
     // The window's word for the mode; a dark light, which the window leaves
@@ -30,7 +37,7 @@ QString modeWord(const TallySnapshot& snapshot, const LightState& light)
 
 QString lookClass(const TallySnapshot& snapshot, const LightState& light)
 {
-    if (!showsColour(snapshot)) {
+    if (!showsColour(snapshot, light)) {
         return QStringLiteral("nosignal");
     }
     return snapshot.underTest ? tallyModeName(light.mode) + QStringLiteral(" test") : tallyModeName(light.mode);
@@ -60,12 +67,18 @@ QByteArray WebTallyDocument::stateJson(const TallySnapshot& snapshot)
     QJsonArray lights;
     for (qsizetype index = 0; index < snapshot.lights.size(); ++index) {
         const LightState& light = snapshot.lights[index];
-        lights.append(QJsonObject {
+        QJsonObject object {
             { QStringLiteral("light"), static_cast<int>(index + 1) },
             { QStringLiteral("mode"), tallyModeName(light.mode) },
             { QStringLiteral("shots"), QJsonArray::fromStringList(light.shotNames) },
             { QStringLiteral("missing"), QJsonArray::fromStringList(light.missingShots) },
-        });
+        };
+        // Said only when true: it concerns several switchers followed at
+        // once, and a page reading an older state has nothing to miss.
+        if (light.sourceLost) {
+            object.insert(QStringLiteral("lost"), true);
+        }
+        lights.append(object);
     }
     const QJsonObject state {
         { QStringLiteral("sourceRunning"), snapshot.sourceRunning },
