@@ -4,11 +4,16 @@
 // while the other's cuts still reach the box.
 
 #include "WatchProcessFixture.h"
+#include "net/outputs/WebTallyClient.h"
 #include "support/AtemStandinProcess.h"
 #include "support/Eventually.h"
+#include "support/FreePort.h"
 #include "support/VmixStandinProcess.h"
 
 #include <QFile>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
 
 #include <gtest/gtest.h>
 
@@ -136,6 +141,46 @@ TEST_F(SeveralSwitchersWatchProcessTest, WithTheLightsOffWhenLostOnlyTheLostSwit
         return printedAll({ QStringLiteral("Light 3: preview"), QStringLiteral("Light 4: live") });
     })) << printed.toStdString();
     EXPECT_TRUE(eventually([&] { return lastTick() == "01 21 02 22 03 d3 b4 24"; })) << lastTick().toStdString();
+}
+
+namespace {
+
+// Per light of the web page's state, its mode, and " lost" after it when
+// the page is told the light rests on a lost switcher: "live", "off lost".
+QStringList webLights(quint16 port)
+{
+    const HttpAnswer answer = httpGet(port, QStringLiteral("/api/lights"));
+    QStringList shown;
+    const QJsonArray lights = QJsonDocument::fromJson(answer.body).object().value(QStringLiteral("lights")).toArray();
+    for (const QJsonValue& light : lights) {
+        const QJsonObject object = light.toObject();
+        shown.append(object.value(QStringLiteral("mode")).toString()
+            + (object.value(QStringLiteral("lost")).toBool() ? QStringLiteral(" lost") : QString()));
+    }
+    return shown.mid(0, 4);
+}
+
+} // namespace
+
+TEST_F(SeveralSwitchersWatchProcessTest, TheWebPageMarksOnlyTheLightsThatRestOnTheLostSwitcher)
+{
+    const quint16 webPort = freePort();
+    startBoth({ QStringLiteral("--web"), QStringLiteral("127.0.0.1:%1").arg(webPort) });
+    waitForBothAtTheirStart();
+    const QStringList atStart { QStringLiteral("live"), QStringLiteral("preview"), QStringLiteral("live"),
+        QStringLiteral("preview") };
+    ASSERT_TRUE(eventually([&] { return webLights(webPort) == atStart; }))
+        << webLights(webPort).join(QLatin1Char(',')).toStdString();
+    vmix.stop();
+    const QStringList vmixLost { QStringLiteral("live"), QStringLiteral("preview"), QStringLiteral("live lost"),
+        QStringLiteral("preview lost") };
+    EXPECT_TRUE(eventually([&] { return webLights(webPort) == vmixLost; }, 5000))
+        << webLights(webPort).join(QLatin1Char(',')).toStdString();
+    atem.send("cut");
+    const QStringList afterCut { QStringLiteral("preview"), QStringLiteral("live"), QStringLiteral("live lost"),
+        QStringLiteral("preview lost") };
+    EXPECT_TRUE(eventually([&] { return webLights(webPort) == afterCut; }))
+        << webLights(webPort).join(QLatin1Char(',')).toStdString();
 }
 
 TEST_F(SeveralSwitchersWatchProcessTest, TwoSourcesWithOneLabelAreRefusedBeforeAnythingStarts)
