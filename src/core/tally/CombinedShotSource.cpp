@@ -6,6 +6,8 @@
 #include <QHash>
 #include <QSet>
 
+#include <algorithm>
+
 struct CombinedShotSource::Followed {
     std::unique_ptr<ShotSource> source;
     QString label;
@@ -17,6 +19,8 @@ struct CombinedShotSource::Followed {
     QList<Shot> lastShots;
     // Since when it has been lost, on the clock; nothing while it runs.
     std::optional<qint64> lostSince;
+    // Whether it has given shots since the start.
+    bool answered = false;
 };
 
 CombinedShotSource::LabelledAddress CombinedShotSource::splitLabel(const QString& text)
@@ -164,6 +168,7 @@ QList<Shot> CombinedShotSource::shotsOf(Followed& followed)
             shots.append(*shot);
         }
         followed.lastShots = shots;
+        followed.answered = followed.answered || !shots.isEmpty();
         return shots;
     }
     QList<Shot> shots = followed.lastShots;
@@ -253,6 +258,12 @@ ShotSource::Details CombinedShotSource::details() const
     details.followed = parts.join(QStringLiteral("; "));
     details.link = tr("%1 of %2 running").arg(running).arg(m_members.size());
     return details;
+}
+
+bool CombinedShotSource::knowsEveryShot() const
+{
+    return std::all_of(m_members.cbegin(), m_members.cend(),
+        [](const std::unique_ptr<Followed>& followed) { return followed->answered; });
 }
 
 QString CombinedShotSource::label(qsizetype index) const

@@ -88,6 +88,8 @@ public:
     QString displayName() const override;
     // Every switcher, its label, what it follows and how.
     Details details() const override;
+    // False until every switcher has answered once.
+    bool knowsEveryShot() const override;
 
     // What a lost switcher's shots do while the others run: kept as they
     // were (the default), not lit, or blinking after the grace period.

@@ -105,8 +105,9 @@ void TallyCycle::showLightsUnderTest(const QList<TallyMode>& modes, const QList<
 void TallyCycle::noteMissingShots(const QList<ShotList>& lights, const ShotList& shotList)
 {
     // An empty answer says nothing about which shots exist (a failed query
-    // gives one too); what was flagged stays flagged until shots come.
-    if (shotList.isEmpty()) {
+    // gives one too); what was flagged stays flagged until shots come. Nor
+    // does one from several switchers before all of them have answered.
+    if (shotList.isEmpty() || !m_source->knowsEveryShot()) {
         m_missingShots.resize(lights.size());
         return;
     }

@@ -418,3 +418,18 @@ TEST(CombinedSourceTicker, TheTickersLostSourceChoiceReachesTheSwitchersLostWhil
     ticker.updateTallyLights();
     EXPECT_EQ(observer.modes[0], TallyMode::off);
 }
+
+TEST_F(CombinedSourceCycleTest, AShotIsNotCalledMissingBeforeEverySwitcherHasAnswered)
+{
+    map.setShotSelection(3, { std::make_shared<Shot>(QStringLiteral("Typo")) });
+    vmix->running = false; // not connected yet
+    tick();
+    EXPECT_FALSE(combined->knowsEveryShot());
+    EXPECT_TRUE(cycle.lastSnapshot().lights[1].missingShots.isEmpty()) << "Clip may only be late";
+    EXPECT_TRUE(cycle.lastSnapshot().lights[3].missingShots.isEmpty());
+    vmix->running = true;
+    tick();
+    EXPECT_TRUE(combined->knowsEveryShot());
+    EXPECT_TRUE(cycle.lastSnapshot().lights[1].missingShots.isEmpty());
+    EXPECT_EQ(cycle.lastSnapshot().lights[3].missingShots, QStringList { QStringLiteral("Typo") });
+}
