@@ -16,6 +16,7 @@
 #include "secrets/KeychainSecretStore.h"
 #include "sources/ObsShotSource.h"
 #include "sources/TslShotSource.h"
+#include "tally/CombinedShotSource.h"
 
 #include <QApplication>
 #include <QDir>
@@ -156,6 +157,8 @@ int main(int argc, char* argv[])
             }
             options.passwordFromSecretStore = true;
         }
+        // And the switchers added beside it in the Source menu.
+        options.additionalSources = MainMenu::addedSources();
     }
     QString sourceProblem;
     ViewController::Dependencies dependencies;
@@ -173,11 +176,20 @@ int main(int argc, char* argv[])
     // follows when the store answers, and the window does not wait for it.
     ObsPasswordKeeper& obsPassword = main.controller->obsPassword();
     obsPassword.moveOutOfSettings();
-    if (auto* obs = qobject_cast<ObsShotSource*>(&main.controller->shotSource()); obs && obs->awaitsPassword()) {
-        obsPassword.fetch([controller = main.controller](const QString& password) {
+    // With several switchers followed, any OBS Studio among them.
+    const auto awaitingObs = [](ShotSource& source) {
+        QList<ObsShotSource*> waiting;
+        for (ShotSource* switcher : CombinedShotSource::switchersOf(source)) {
+            if (auto* obs = qobject_cast<ObsShotSource*>(switcher); obs && obs->awaitsPassword()) {
+                waiting.append(obs);
+            }
+        }
+        return waiting;
+    };
+    if (!awaitingObs(main.controller->shotSource()).isEmpty()) {
+        obsPassword.fetch([controller = main.controller, awaitingObs](const QString& password) {
             // The operator may have chosen another source meanwhile.
-            if (auto* current = qobject_cast<ObsShotSource*>(&controller->shotSource());
-                current && current->awaitsPassword()) {
+            for (ObsShotSource* current : awaitingObs(controller->shotSource())) {
                 current->setPassword(password);
             }
         });

@@ -3,6 +3,7 @@
 #include "base/StandardOutput.h"
 #include "launch/RunBuilder.h"
 #include "launch/RunOptions.h"
+#include "tally/CombinedShotSource.h"
 #include "tallymap/TallyMapFile.h"
 
 #include <QCoreApplication>
@@ -35,6 +36,21 @@ bool onlyChoosesASource(const RunOptions& options)
         && !options.blinkAfterSeconds && !options.lightsOffAtQuit;
 }
 
+// Whether every switcher the source follows runs (one, or each of several).
+bool everySwitcherRuns(ShotSource& source)
+{
+    const auto* combined = qobject_cast<const CombinedShotSource*>(&source);
+    if (!combined) {
+        return true;
+    }
+    for (qsizetype index = 0; index < combined->memberCount(); ++index) {
+        if (!combined->memberRunning(index)) {
+            return false;
+        }
+    }
+    return true;
+}
+
 // The source's shots once it runs and has any, waiting while its
 // connection is made; nothing when it has none in time, with the source's
 // last word on why.
@@ -44,15 +60,22 @@ std::optional<ShotList> firstShots(ShotSource& source, QString* why)
     QObject::connect(
         &source, &ShotSource::statusChanged, [&lastStatus](const QString& status) { lastStatus = status; });
     const QDeadlineTimer deadline(shotsWaitMs);
+    ShotList some;
     while (!deadline.hasExpired()) {
         if (source.isRunning()) {
             ShotList shots = source.queryShots();
-            if (!shots.isEmpty()) {
+            // With several switchers, the map holds all their shots once
+            // all are there; what there is when time is up, else.
+            if (!shots.isEmpty() && everySwitcherRuns(source)) {
                 return shots;
             }
+            some = shots.isEmpty() ? some : shots;
         }
         QCoreApplication::processEvents(QEventLoop::AllEvents, 50);
         QThread::msleep(20);
+    }
+    if (!some.isEmpty()) {
+        return some;
     }
     *why = source.isRunning() ? QStringLiteral("%1 has no shots").arg(source.displayName())
                               : (lastStatus.isEmpty() ? source.notRunningWarning() : lastStatus);
@@ -117,7 +140,7 @@ int run(const CommandLine::Command& command, QStringList arguments)
         const std::optional<ShotList> shots = firstShots(*source, &problem);
         if (!shots) {
             return failed(QStringLiteral("no shots from %1 within %2 s: %3")
-                              .arg(options.source)
+                              .arg(options.sources().join(QStringLiteral(", ")))
                               .arg(shotsWaitMs / 1000)
                               .arg(problem));
         }

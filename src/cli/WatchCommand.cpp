@@ -11,6 +11,7 @@
 #include "outputs/VmixFeedServer.h"
 #include "outputs/WebTallyServer.h"
 #include "sources/TslShotSource.h"
+#include "tally/CombinedShotSource.h"
 #include "tally/TallyTicker.h"
 
 #include <QCoreApplication>
@@ -227,8 +228,10 @@ int runWatch(const QStringList& arguments)
     // so that standard output stays one object a line.
     QObject::connect(source.get(), &ShotSource::statusChanged,
         [json = options.json](const QString& status) { json ? printErrorLine(status) : printLine(status); });
-    if (auto* tsl = qobject_cast<TslShotSource*>(source.get())) {
-        tsl->setNamesSendersOnStandardError(false);
+    for (ShotSource* followed : CombinedShotSource::switchersOf(*source)) {
+        if (auto* tsl = qobject_cast<TslShotSource*>(followed)) {
+            tsl->setNamesSendersOnStandardError(false);
+        }
     }
     // The box is written on a thread of its own: a slow one never holds up
     // the outputs. Made before the ticker, it outlives it and writes the

@@ -68,6 +68,10 @@ inline const QString showEmptyLayers = QStringLiteral("ShowEmptyLayers");
 // (default, never registered so the absence of a choice stays visible),
 // "obs://HOST:PORT" or a TSL listener ("tsl5://PORT", "tsl+tcp://…").
 inline const QString shotSource = QStringLiteral("ShotSource");
+// Switchers followed besides that one, as the Source menu's Add Switcher
+// added them ("atem://HOST:PORT", "LABEL=vmix://HOST:PORT"); none by
+// default, so a settings file from before keeps following its one source.
+inline const QString addedShotSources = QStringLiteral("AddedShotSources");
 // OBS Studio's websocket password as earlier versions kept it, in plain
 // text. Only read to move it into the secret store (ObsPasswordKeeper) and
 // delete it; the password itself is kept there under the same name.

@@ -17,7 +17,8 @@
 // "shots" the names assigned to it, in the map's order; "mode" live, preview
 // or off; "litBy" the assigned shots that give it that mode (empty when off
 // or when the test panel set it); "missing" the assigned shots the switcher
-// does not have. Each place adds its own fields to the object (an event
+// does not have; "lost": true, only when so, for a light that rests on one
+// of several switchers that is lost while others run. Each place adds its own fields to the object (an event
 // name, a time, a state word); none renames these.
 namespace LightJson {
 

@@ -31,6 +31,10 @@ public:
     // a picture source: the shot editor marks it where a camera or scene has
     // the same name (see OnAirShot).
     bool isOnAirState = false;
+    // The switcher the shot belongs to is lost while others followed with
+    // it still run: live and preview are as it was last seen (or as the
+    // lost-source choice made them), not its truth now.
+    bool fromLostSource = false;
 };
 
 using ShotPtr = std::shared_ptr<Shot>;

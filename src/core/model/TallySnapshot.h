@@ -28,6 +28,12 @@ struct LightState {
     QStringList shotNames;
     QStringList missingShots;
     QStringList litBy;
+    // With several switchers followed: one of them is lost while others
+    // run, and this light's mode rests on its last state. A light a running
+    // switcher makes live is not marked, as live wins whatever the lost one
+    // would say. Never set while the whole source is lost: sourceRunning
+    // says that for every light.
+    bool sourceLost = false;
 
     friend bool operator==(const LightState&, const LightState&) = default;
 };

@@ -61,6 +61,10 @@ QByteArray MqttTallyState::stateWord(const TallySnapshot& snapshot, const LightS
     if (snapshot.switcherUnknown()) {
         return QByteArrayLiteral("unknown");
     }
+    // One of several switchers is lost and this light rests on it.
+    if (light.sourceLost && !snapshot.underTest) {
+        return QByteArrayLiteral("unknown");
+    }
     return tallyModeName(light.mode).toUtf8();
 }
 

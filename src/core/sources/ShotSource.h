@@ -66,6 +66,12 @@ public:
     // display name alone.
     virtual Details details() const { return { displayName(), false, {}, std::nullopt, {} }; }
 
+    // Whether the shots queryShots gives are all the source can know of:
+    // false while one of several switchers followed together has not
+    // answered yet, when a shot missing from the list may only be late and
+    // is not worth a warning.
+    virtual bool knowsEveryShot() const { return true; }
+
     // The last status line, as statusChanged gave it.
     QString status() const { return m_status; }
 

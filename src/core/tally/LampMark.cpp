@@ -15,6 +15,17 @@ LampMark markFor(const TallySnapshot& snapshot, bool markLost)
     return LampMark::none;
 }
 
+LampMark markForLight(const TallySnapshot& snapshot, qsizetype lightIndex, bool markLost)
+{
+    const LampMark whole = markFor(snapshot, markLost);
+    if (whole != LampMark::none) {
+        return whole;
+    }
+    const bool onLostSwitcher
+        = lightIndex >= 0 && lightIndex < snapshot.lights.size() && snapshot.lights[lightIndex].sourceLost;
+    return onLostSwitcher ? LampMark::lost : LampMark::none;
+}
+
 QString lostFor(const TallySnapshot& snapshot, qint64 nowMilliseconds)
 {
     if (snapshot.sourceRunning || !snapshot.lostSinceMilliseconds) {

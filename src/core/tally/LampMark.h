@@ -23,6 +23,13 @@ namespace LampMarks {
 // where the warning under the lamps says it).
 LampMark markFor(const TallySnapshot& snapshot, bool markLost = true);
 
+// The mark of one lamp: the report's own, else lost while the light rests
+// on a switcher that is lost as others run (LightState::sourceLost). That
+// is marked even with markLost false: the warning under the lamps is not
+// shown while any switcher runs, and no other word says which lights it
+// concerns.
+LampMark markForLight(const TallySnapshot& snapshot, qsizetype lightIndex, bool markLost = true);
+
 // How long the source has been lost at nowMilliseconds (same clock as the
 // report's), as a clock reads: "0:07", "12:34", "1:02:03". Empty while it
 // is not lost.

@@ -85,6 +85,7 @@ void TallyCycle::updateTallyLights(ShotList& shotList, Lights& lights)
     m_lostSince.reset();
     followShotList(shotList, lights);
     noteMissingShots(lights.shotSelections(), shotList);
+    m_onLostSources = TallyEvaluation::lightsOnLostSources(lights.shotSelections(), shotList);
     driveLights(lights.shotSelections(), shotList);
     publish(true, false, lights.shotSelections());
 }
@@ -104,8 +105,9 @@ void TallyCycle::showLightsUnderTest(const QList<TallyMode>& modes, const QList<
 void TallyCycle::noteMissingShots(const QList<ShotList>& lights, const ShotList& shotList)
 {
     // An empty answer says nothing about which shots exist (a failed query
-    // gives one too); what was flagged stays flagged until shots come.
-    if (shotList.isEmpty()) {
+    // gives one too); what was flagged stays flagged until shots come. Nor
+    // does one from several switchers before all of them have answered.
+    if (shotList.isEmpty() || !m_source->knowsEveryShot()) {
         m_missingShots.resize(lights.size());
         return;
     }
@@ -129,6 +131,8 @@ void TallyCycle::publish(bool sourceRunning, bool underTest, const QList<ShotLis
         }
         light.missingShots = m_missingShots.value(lightIndex);
         light.litBy = m_shownLitBy.value(lightIndex);
+        // The whole source lost says it of every light already.
+        light.sourceLost = sourceRunning && !turnedOffAtQuit && m_onLostSources.value(lightIndex, false);
         snapshot.lights.append(std::move(light));
     }
     m_lastSnapshot = snapshot;

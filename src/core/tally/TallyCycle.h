@@ -137,6 +137,10 @@ private:
     // Per light, the assigned shots the source did not have at the last
     // tick that brought shots.
     QList<QStringList> m_missingShots;
+    // Per light, whether its mode rests on a lost switcher's last state
+    // (several switchers followed, one of them lost), as of the last tick
+    // that brought shots.
+    QList<bool> m_onLostSources;
     TallySnapshot m_lastSnapshot;
     bool m_sourceRunning = false;
     LostSourcePolicy m_policy;

@@ -105,6 +105,28 @@ QList<QStringList> missingShots(const QList<ShotList>& lights, const ShotList& s
     return missing;
 }
 
+QList<bool> lightsOnLostSources(const QList<ShotList>& lights, const ShotList& shotList)
+{
+    ShotList lost;
+    ShotList liveAndRunning;
+    for (const ShotPtr& shot : shotList) {
+        if (shot->fromLostSource) {
+            lost.append(shot);
+        } else if (shot->isLive) {
+            liveAndRunning.append(shot);
+        }
+    }
+    QList<bool> onLost(lights.size(), false);
+    if (lost.isEmpty()) {
+        return onLost;
+    }
+    for (qsizetype lightIndex = 0; lightIndex < lights.size(); ++lightIndex) {
+        onLost[lightIndex]
+            = anyNameMatches(lights[lightIndex], lost) && !anyNameMatches(lights[lightIndex], liveAndRunning);
+    }
+    return onLost;
+}
+
 LightCommand::BytePair bytesForLight(qsizetype lightIndex, TallyMode mode)
 {
     return LightCommand::bytesForMode(mode, static_cast<qint64>(lightIndex) + 1);

@@ -54,6 +54,12 @@ QStringList shotsShowing(const ShotList& assigned, const SplitShots& shots, Tall
 // is empty when every assigned shot is there.
 QList<QStringList> missingShots(const QList<ShotList>& lights, const ShotList& shotList);
 
+// Per light, whether its mode rests on a lost switcher's last state: one of
+// its shots comes from a switcher that is lost (Shot::fromLostSource), and
+// no shot of a running switcher makes it live (live wins whatever the lost
+// one would say now). All false when no shot is from a lost switcher.
+QList<bool> lightsOnLostSources(const QList<ShotList>& lights, const ShotList& shotList);
+
 // The two bytes for light index i (light number i + 1), program byte first.
 LightCommand::BytePair bytesForLight(qsizetype lightIndex, TallyMode mode);
 

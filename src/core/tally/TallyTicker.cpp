@@ -1,6 +1,7 @@
 #include "tally/TallyTicker.h"
 
 #include "sources/MixdeskShotSource.h"
+#include "tally/CombinedShotSource.h"
 #include "tally/TallyEvaluation.h"
 #include "tallymap/TallyMap.h"
 
@@ -61,8 +62,24 @@ void TallyTicker::setSource(std::unique_ptr<ShotSource> source)
     followSource();
 }
 
+void TallyTicker::setLostSourcePolicy(const LostSourcePolicy& policy)
+{
+    m_cycle.setLostSourcePolicy(policy);
+    passPolicyOn();
+}
+
+void TallyTicker::passPolicyOn()
+{
+    // Several switchers: each one lost while the others run follows the
+    // same choice as the whole source lost does.
+    if (auto* combined = qobject_cast<CombinedShotSource*>(m_source.get())) {
+        combined->setLostSourcePolicy(m_cycle.lostSourcePolicy());
+    }
+}
+
 void TallyTicker::followSource()
 {
+    passPolicyOn();
     // A source that hears of a cut says so; the tick runs at once rather
     // than up to a quarter of a second later.
     connect(m_source.get(), &ShotSource::shotsChanged, this, &TallyTicker::sourceChanged);

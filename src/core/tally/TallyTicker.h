@@ -76,7 +76,9 @@ public:
     TallyCycle& cycle() { return m_cycle; }
 
     const LostSourcePolicy& lostSourcePolicy() const { return m_cycle.lostSourcePolicy(); }
-    void setLostSourcePolicy(const LostSourcePolicy& policy) { m_cycle.setLostSourcePolicy(policy); }
+    // Handed to the source too when it follows several switchers, for those
+    // of them lost while others run.
+    void setLostSourcePolicy(const LostSourcePolicy& policy);
 
     // The test panel takes the box over: from now until endTest the
     // indicators and every output show what the box shows, marked as a test:
@@ -102,6 +104,7 @@ Q_SIGNALS:
 
 private:
     void followSource();
+    void passPolicyOn();
     // A change announced by the source: a tick now, or one merged tick at
     // the end of the window.
     void sourceChanged();

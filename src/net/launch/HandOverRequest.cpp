@@ -88,6 +88,14 @@ bool checkHandedOptions(const RunOptions& options, QString* problem)
 
 std::optional<HandOverRequest::Source> sourceOf(const RunOptions& options, QString* problem)
 {
+    // The window keeps the switchers it follows in its Source menu; one
+    // address is all a second launch can hand it.
+    if (!options.additionalSources.isEmpty()) {
+        reportProblem(problem,
+            QStringLiteral("a running window follows one --source from a second launch; add more switchers in "
+                           "its Source menu"));
+        return std::nullopt;
+    }
     if (!checkShotSource(options, problem)) {
         return std::nullopt;
     }

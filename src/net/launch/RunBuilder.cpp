@@ -18,6 +18,7 @@
 #include "sources/SenderAllowList.h"
 #include "sources/TslShotSource.h"
 #include "sources/VmixShotSource.h"
+#include "tally/CombinedShotSource.h"
 #include "tally/TallyCycle.h"
 
 #include <QCoreApplication>
@@ -148,8 +149,81 @@ std::optional<ShotSource::Kind> shotSourceKindOf(const QString& source)
     return std::nullopt;
 }
 
+namespace {
+
+// Whether the options follow several switchers, or one under a label of its
+// own: both go through the combined source.
+bool followsSeveral(const RunOptions& options)
+{
+    return !options.additionalSources.isEmpty() || !CombinedShotSource::splitLabel(options.source).label.isEmpty();
+}
+
+// The options for each switcher the options follow, in order, with its
+// address alone as the source and only the options of its kind (the TSL
+// senders for a TSL listener, the password for OBS Studio); and the label
+// each goes by. Nothing, with
+// the reason, when an address is unknown, two labels are the same, or a
+// kind's option has no switcher of that kind.
+std::optional<std::vector<RunOptions>> optionsPerSource(
+    const RunOptions& options, QStringList* labels, QString* problem)
+{
+    std::vector<RunOptions> perSource;
+    QList<ShotSource::Kind> kinds;
+    QStringList givenLabels;
+    for (const QString& text : options.sources()) {
+        const CombinedShotSource::LabelledAddress labelled = CombinedShotSource::splitLabel(text);
+        RunOptions one = options;
+        one.source = labelled.address;
+        one.additionalSources.clear();
+        const std::optional<ShotSource::Kind> kind = shotSourceKindOf(one.source);
+        if (kind != ShotSource::Kind::tslUmd) {
+            one.tslAllowedSenders.clear();
+            one.tslSilenceSeconds.reset();
+        }
+        if (kind != ShotSource::Kind::obsStudio) {
+            one.passwordFile.clear();
+        }
+        if (!checkShotSource(one, problem)) {
+            return std::nullopt;
+        }
+        perSource.push_back(one);
+        kinds.append(*kind);
+        givenLabels.append(labelled.label);
+    }
+    // Said where no switcher of the kind is followed, an option would seem
+    // to do what it does not.
+    const struct {
+        bool given;
+        ShotSource::Kind kind;
+        QString option;
+        QString applies;
+    } kindOptions[] = {
+        { !options.tslAllowedSenders.isEmpty(), ShotSource::Kind::tslUmd, QStringLiteral("--tsl-allow"),
+            QStringLiteral("a TSL source (tsl://, tsl5://…)") },
+        { options.tslSilenceSeconds.has_value(), ShotSource::Kind::tslUmd, QStringLiteral("--tsl-silence"),
+            QStringLiteral("a TSL source (tsl://, tsl5://…)") },
+    };
+    for (const auto& kindOption : kindOptions) {
+        if (kindOption.given && !kinds.contains(kindOption.kind)) {
+            reportProblem(problem,
+                QStringLiteral("%1 applies to %2, and none of the sources is one")
+                    .arg(kindOption.option, kindOption.applies));
+            return std::nullopt;
+        }
+    }
+    if (!CombinedShotSource::chooseLabels(kinds, givenLabels, labels, problem)) {
+        return std::nullopt;
+    }
+    return perSource;
+}
+
+} // namespace
+
 bool checkShotSource(const RunOptions& options, QString* problem)
 {
+    if (followsSeveral(options)) {
+        return optionsPerSource(options, nullptr, problem).has_value();
+    }
     const std::optional<ShotSource::Kind> kind = shotSourceKindOf(options.source);
     // Said to a source that cannot use it, the list would protect nothing
     // while looking as if it did.
@@ -185,6 +259,27 @@ bool checkShotSource(const RunOptions& options, QString* problem)
 
 std::unique_ptr<ShotSource> makeShotSource(const RunOptions& options, QString* problem)
 {
+    if (followsSeveral(options)) {
+        QStringList labels;
+        const std::optional<std::vector<RunOptions>> perSource = optionsPerSource(options, &labels, problem);
+        if (!perSource) {
+            return nullptr;
+        }
+        // A label names shots apart from another switcher's; alone, a
+        // switcher is followed as it always was.
+        if (perSource->size() == 1) {
+            return makeShotSource(perSource->front(), problem);
+        }
+        std::vector<CombinedShotSource::Member> members;
+        for (size_t index = 0; index < perSource->size(); ++index) {
+            std::unique_ptr<ShotSource> member = makeShotSource((*perSource)[index], problem);
+            if (!member) {
+                return nullptr;
+            }
+            members.push_back({ std::move(member), labels.value(qsizetype(index)) });
+        }
+        return std::make_unique<CombinedShotSource>(std::move(members));
+    }
     if (!checkShotSource(options, problem)) {
         return nullptr;
     }

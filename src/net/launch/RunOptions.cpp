@@ -267,6 +267,12 @@ bool takeTextOption(QStringList& arguments, qsizetype index, RunOptions* options
         if (option.field == nullptr) {
             return applyLostSourceValue(option.name, taken.value, options, problem);
         }
+        if (option.field == &RunOptions::source && options->sourceGiven) {
+            // Said again, --source adds a switcher to follow besides the
+            // first.
+            options->additionalSources.append(taken.value);
+            return true;
+        }
         options->*option.field = taken.value;
         if (option.field == &RunOptions::source) {
             options->sourceGiven = true;
@@ -349,7 +355,10 @@ QStringList RunOptions::helpLines()
         QStringLiteral("                        tsl5://[ADDRESS:]PORT (5.0) over UDP, tsl+tcp:// or tsl5+tcp://,"),
         QStringLiteral("                        a Blackmagic ATEM switcher: atem://HOST[:PORT] (UDP 9910"),
         QStringLiteral("                        by default), or vMix: vmix://HOST[:PORT] (its TCP API, port"),
-        QStringLiteral("                        8099 by default; 8088 is its web page, not this)"),
+        QStringLiteral("                        8099 by default; 8088 is its web page, not this). Repeat it to"),
+        QStringLiteral("                        follow several switchers at once; LABEL=SOURCE names one's"),
+        QStringLiteral("                        shots \"LABEL: NAME\" where two share a name (else by kind:"),
+        QStringLiteral("                        ATEM, vMix, OBS, TSL, Mixdesk; ATEM 2 for a second ATEM)"),
         QStringLiteral("  --tsl-allow LIST      with a TSL source, take messages only from the addresses or"),
         QStringLiteral("                        networks in LIST, separated by commas (10.0.0.5,10.0.1.0/24);"),
         QStringLiteral("                        repeatable; without it, from every sender"),

@@ -19,6 +19,10 @@ struct RunOptions {
     QString source = QStringLiteral("mixdesk");
     // Whether the command line named the source (else a saved choice may).
     bool sourceGiven = false;
+    // Every --source after the first, as written: switchers followed
+    // together with source. Each may carry a label ("Studio B=atem://HOST")
+    // that names its shots where two switchers share a name.
+    QStringList additionalSources;
     // A TSL source takes messages only from these addresses or networks
     // (--tsl-allow, as written; empty: from every sender).
     QStringList tslAllowedSenders;
@@ -81,6 +85,9 @@ struct RunOptions {
     std::optional<LostSourcePolicy::Action> whenSourceLost;
     std::optional<int> blinkAfterSeconds;
     bool lightsOffAtQuit = false;
+
+    // source, then the additional ones.
+    QStringList sources() const { return QStringList { source } + additionalSources; }
 
     // base with the choices made on the command line put over it.
     LostSourcePolicy lostSourcePolicy(LostSourcePolicy base = {}) const;

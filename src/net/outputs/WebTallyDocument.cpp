@@ -18,9 +18,16 @@ bool showsColour(const TallySnapshot& snapshot)
     return snapshot.sourceRunning || snapshot.underTest;
 }
 
+// The same for one light, which may rest on a switcher lost while others
+// run.
+bool showsColour(const TallySnapshot& snapshot, const LightState& light)
+{
+    return snapshot.underTest || (snapshot.sourceRunning && !light.sourceLost);
+}
+
 QString modeWord(const TallySnapshot& snapshot, const LightState& light)
 {
-    if (!showsColour(snapshot)) {
+    if (!showsColour(snapshot, light)) {
         return QStringLiteral("NO SIGNAL");
     }
     // The window's word for the mode; a dark light, which the window leaves
@@ -32,7 +39,7 @@ QString modeWord(const TallySnapshot& snapshot, const LightState& light)
 
 QString lookClass(const TallySnapshot& snapshot, const LightState& light)
 {
-    if (!showsColour(snapshot)) {
+    if (!showsColour(snapshot, light)) {
         return QStringLiteral("nosignal");
     }
     return snapshot.underTest ? tallyModeName(light.mode) + QStringLiteral(" test") : tallyModeName(light.mode);

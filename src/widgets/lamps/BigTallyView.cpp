@@ -65,9 +65,10 @@ void BigTallyView::showReport(const TallySnapshot& snapshot, qint64 nowMilliseco
 {
     const LampMark mark = LampMarks::markFor(snapshot);
     const QString detail = mark == LampMark::lost ? LampMarks::lostFor(snapshot, nowMilliseconds) : QString();
-    for (TallyState* lamp : std::as_const(m_lamps)) {
-        if (lamp != nullptr) {
-            lamp->showMark(mark, detail);
+    for (qsizetype lightIndex = 0; lightIndex < m_lamps.size(); ++lightIndex) {
+        if (TallyState* lamp = m_lamps[lightIndex]) {
+            const LampMark own = LampMarks::markForLight(snapshot, lightIndex);
+            lamp->showMark(own, own == mark ? detail : QString());
         }
     }
     const QString banner = LampMarks::banner(snapshot, nowMilliseconds);

@@ -167,11 +167,12 @@ void LampRow::refreshAssignmentTitles()
     showLampShotNames();
 }
 
-void LampRow::showLightReport(const TallySnapshot& snapshot, LampMark mark, const QString& markDetail)
+void LampRow::showLightReport(const TallySnapshot& snapshot, const QList<LampMark>& marks, const QString& markDetail)
 {
-    for (TallyState* display : std::as_const(m_displays)) {
-        if (display != nullptr) {
-            display->showMark(mark, markDetail);
+    for (qsizetype lightIndex = 0; lightIndex < m_displays.size(); ++lightIndex) {
+        if (TallyState* display = m_displays[lightIndex]) {
+            const LampMark mark = marks.value(lightIndex, LampMark::none);
+            display->showMark(mark, mark == LampMark::none ? QString() : markDetail);
         }
     }
     const qsizetype lightCount = std::min<qsizetype>(snapshot.lights.size(), m_tallyMap.shotSelections().size());

@@ -65,7 +65,7 @@ public:
     // its detail, the time lost) and, per light, the assigned shots the
     // source lacks, flagged on the light's assignment button (a warning sign,
     // the shots named in its tooltip; its title stays the assignment's).
-    void showLightReport(const TallySnapshot& snapshot, LampMark mark, const QString& markDetail);
+    void showLightReport(const TallySnapshot& snapshot, const QList<LampMark>& marks, const QString& markDetail);
     // The missing shots flagged under a light now.
     QStringList missingShotsOfLight(qsizetype lightIndex) const { return m_missingShots.value(lightIndex); }
 

@@ -21,6 +21,7 @@
 #include "sources/SenderAllowList.h"
 #include "sources/TslShotSource.h"
 #include "sources/VmixShotSource.h"
+#include "tally/CombinedShotSource.h"
 #include "tallymap/RecentDocuments.h"
 
 #include <QActionGroup>
@@ -67,6 +68,148 @@ void MainMenu::buildSourceMenu(QMenuBar& menuBar)
     connect(m_tslSource, &QAction::triggered, this, &MainMenu::askForTslSource);
     connect(m_atemSource, &QAction::triggered, this, &MainMenu::askForAtemSource);
     connect(m_vmixSource, &QAction::triggered, this, &MainMenu::askForVmixSource);
+    buildAddedSourceItems();
+}
+
+void MainMenu::buildAddedSourceItems()
+{
+    m_sourceMenu->addSeparator();
+    m_addSourceMenu = m_sourceMenu->addMenu(tr("Add Switcher"));
+    QAction* addAtem = m_addSourceMenu->addAction(tr("Blackmagic ATEM…"));
+    QAction* addVmix = m_addSourceMenu->addAction(tr("vMix…"));
+    connect(addAtem, &QAction::triggered, this, [this] { askForAddedSource(ShotSource::Kind::atem); });
+    connect(addVmix, &QAction::triggered, this, [this] { askForAddedSource(ShotSource::Kind::vmix); });
+    m_removeSourceMenu = m_sourceMenu->addMenu(tr("Remove Switcher"));
+    fillRemoveSourceMenu();
+}
+
+void MainMenu::fillRemoveSourceMenu()
+{
+    // An item may be the one being triggered: it goes once control is
+    // back in the event loop.
+    for (QAction* old : m_removeSourceMenu->actions()) {
+        m_removeSourceMenu->removeAction(old);
+        old->deleteLater();
+    }
+    const QStringList added = addedSources();
+    for (const QString& address : added) {
+        QAction* item = m_removeSourceMenu->addAction(Text::literalMnemonicText(address));
+        connect(item, &QAction::triggered, this, [this, address] {
+            QString problem;
+            if (!removeSource(address, &problem)) {
+                WindowModalMessage::show(m_controller.window(), QMessageBox::Warning, tr("Remove Switcher"), problem);
+            }
+        });
+    }
+    m_removeSourceMenu->setEnabled(!added.isEmpty());
+}
+
+void MainMenu::askForAddedSource(ShotSource::Kind kind)
+{
+    if (kind == ShotSource::Kind::atem) {
+        AtemSourceDialog dialog(QString(), m_controller.window());
+        runSourceDialog(
+            dialog, tr("Add Switcher"), [&](QString* problem) { return addSource(dialog.address(), problem); });
+        return;
+    }
+    VmixSourceDialog dialog(QString(), m_controller.window());
+    runSourceDialog(dialog, tr("Add Switcher"), [&](QString* problem) { return addSource(dialog.address(), problem); });
+}
+
+QStringList MainMenu::addedSources()
+{
+    return UserDefaults::standardUserDefaults().objectForKey(Preferences::addedShotSources).toStringList();
+}
+
+bool MainMenu::addSource(const QString& address, QString* problem)
+{
+    const QString written = address.trimmed();
+    const QStringList before = addedSources();
+    for (const QString& kept : before) {
+        if (Text::equal(
+                CombinedShotSource::splitLabel(kept).address, CombinedShotSource::splitLabel(written).address)) {
+            return reportProblem(problem, tr("%1 is followed already").arg(written));
+        }
+    }
+    return followWithAdded(before + QStringList { written }, problem);
+}
+
+bool MainMenu::removeSource(const QString& address, QString* problem)
+{
+    QStringList added = addedSources();
+    if (!added.removeOne(address)) {
+        return reportProblem(problem, tr("%1 is not an added switcher").arg(address));
+    }
+    return followWithAdded(added, problem);
+}
+
+bool MainMenu::followWithAdded(const QStringList& added, QString* problem)
+{
+    // The chosen source is built again from the settings, as at the next
+    // start, so that what runs now is what will run then.
+    RunOptions options;
+    const QString remembered = rememberedSource();
+    if (!remembered.isEmpty()) {
+        options.source = remembered;
+        if (TslShotSource::isTslAddress(remembered)) {
+            options.tslAllowedSenders
+                = UserDefaults::standardUserDefaults().objectForKey(Preferences::tslAllowedSenders).toStringList();
+            options.tslSilenceSeconds = rememberedTslSilence();
+        }
+    }
+    options.additionalSources = added;
+    // Checked whole first: a bad address or a label twice refuses the
+    // change and leaves what runs alone.
+    if (!checkShotSource(options, problem)) {
+        return false;
+    }
+    std::unique_ptr<ShotSource> source = makeShotSource(options, problem);
+    if (!source) {
+        return false;
+    }
+    m_controller.setShotSource(std::move(source));
+    UserDefaults& defaults = UserDefaults::standardUserDefaults();
+    if (added.isEmpty()) {
+        defaults.removeObjectForKey(Preferences::addedShotSources);
+    } else {
+        defaults.setObject(Preferences::addedShotSources, added);
+    }
+    checkCurrentSource();
+    fillRemoveSourceMenu();
+    return true;
+}
+
+std::unique_ptr<ShotSource> MainMenu::withAddedSources(
+    std::unique_ptr<ShotSource> main, const QStringList& added, QString* problem)
+{
+    if (added.isEmpty()) {
+        return main;
+    }
+    QList<ShotSource::Kind> kinds { main->kind() };
+    QStringList givenLabels { QString() };
+    std::vector<std::unique_ptr<ShotSource>> switchers;
+    for (const QString& text : added) {
+        const CombinedShotSource::LabelledAddress labelled = CombinedShotSource::splitLabel(text);
+        RunOptions options;
+        options.source = labelled.address;
+        std::unique_ptr<ShotSource> switcher = makeShotSource(options, problem);
+        if (!switcher) {
+            continue;
+        }
+        kinds.append(switcher->kind());
+        givenLabels.append(labelled.label);
+        switchers.push_back(std::move(switcher));
+    }
+    QStringList labels;
+    if (switchers.empty() || !CombinedShotSource::chooseLabels(kinds, givenLabels, &labels, problem)) {
+        return main;
+    }
+    std::vector<CombinedShotSource::Member> members;
+    members.push_back({ std::move(main), labels.first() });
+    for (size_t index = 0; index < switchers.size(); ++index) {
+        members.push_back({ std::move(switchers[index]), labels.value(qsizetype(index) + 1) });
+    }
+    return std::make_unique<CombinedShotSource>(std::move(members));
 }
 
 void MainMenu::checkCurrentSource()
@@ -90,7 +233,9 @@ void MainMenu::chooseMixdeskSource()
 void MainMenu::followAndRemember(std::unique_ptr<ShotSource> source, const QString& remembered)
 {
     const bool needsObsPassword = source->kind() == ShotSource::Kind::obsStudio;
-    m_controller.setShotSource(std::move(source));
+    // The switchers added beside the chosen one stay followed.
+    QString addedProblem;
+    m_controller.setShotSource(withAddedSources(std::move(source), addedSources(), &addedProblem));
     UserDefaults::standardUserDefaults().setObject(Preferences::shotSource, remembered);
     // Only OBS Studio has a password: it is not kept for a source nobody uses.
     if (!needsObsPassword) {

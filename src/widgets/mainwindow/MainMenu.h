@@ -5,6 +5,7 @@
 #include "launch/HandOverRequest.h"
 #include "launch/NetworkOutputChoices.h"
 #include "mainwindow/LostSourceMenu.h"
+#include "sources/ShotSource.h"
 
 #include <QAction>
 #include <QMenu>
@@ -91,6 +92,20 @@ public:
     // next start. False, with the reason, for an unusable address.
     bool chooseVmixSource(const QString& address, QString* problem = nullptr);
     LostSourceMenu* lostSourceMenu() const { return m_lostSourceMenu; }
+    // Source > Add Switcher (an ATEM or vMix followed besides the source
+    // chosen above) and Source > Remove Switcher (one item per added one).
+    QMenu* addSourceMenu() const { return m_addSourceMenu; }
+    QMenu* removeSourceMenu() const { return m_removeSourceMenu; }
+    // Follows the switcher at address ("atem://HOST:PORT", "vmix://…", or
+    // "LABEL=ADDRESS") besides those followed now, from now on and at the
+    // next start. False, with the reason and nothing changed, for an unusable
+    // address, one already added, or a label two switchers would share.
+    bool addSource(const QString& address, QString* problem = nullptr);
+    // Stops following an added switcher, now and at the next start. False,
+    // with the reason, when it was not added.
+    bool removeSource(const QString& address, QString* problem = nullptr);
+    // The switchers added, as the settings keep them.
+    static QStringList addedSources();
     QMenu* outputsMenu() const { return m_outputsMenu; }
     QAction* networkOutputsAction() const { return m_networkOutputs; }
     // Outputs > No Tally Box: the studio lights only phones, TSL or MQTT.
@@ -133,6 +148,17 @@ private:
     void showObsSourceDialog(const QString& password);
     void askForAtemSource();
     void askForVmixSource();
+    void buildAddedSourceItems();
+    void fillRemoveSourceMenu();
+    void askForAddedSource(ShotSource::Kind kind);
+    // Follows the chosen source and the added ones, as the settings now say;
+    // false, with the reason, when that cannot be built.
+    bool followWithAdded(const QStringList& added, QString* problem);
+    // main alone when nothing is added, else main and the added switchers
+    // together; an added one that cannot be built is left out, with the
+    // reason in problem.
+    static std::unique_ptr<ShotSource> withAddedSources(
+        std::unique_ptr<ShotSource> main, const QStringList& added, QString* problem);
     // The source the settings remember, as the source dialogs start from it.
     static QString rememberedSource();
     // The OBS dialog starts from the OBS Studio the window follows (chosen
@@ -193,6 +219,8 @@ private:
     QPointer<QAction> m_atemSource;
     QPointer<QAction> m_vmixSource;
     QPointer<LostSourceMenu> m_lostSourceMenu;
+    QPointer<QMenu> m_addSourceMenu;
+    QPointer<QMenu> m_removeSourceMenu;
     QPointer<QMenu> m_outputsMenu;
     QPointer<QAction> m_networkOutputs;
     QPointer<QAction> m_noTallyBox;

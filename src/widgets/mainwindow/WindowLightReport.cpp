@@ -31,5 +31,9 @@ void WindowLightReport::showMarks()
     const LampMark mark = LampMarks::markFor(m_last, m_markLost);
     const QString detail
         = mark == LampMark::lost ? LampMarks::lostFor(m_last, TallyCycle::monotonicMilliseconds()) : QString();
-    m_lamps.showLightReport(m_last, mark, detail);
+    QList<LampMark> marks;
+    for (qsizetype lightIndex = 0; lightIndex < m_last.lights.size(); ++lightIndex) {
+        marks.append(LampMarks::markForLight(m_last, lightIndex, m_markLost));
+    }
+    m_lamps.showLightReport(m_last, marks, detail);
 }

@@ -191,3 +191,17 @@ TEST(MqttTallyStateTest, NothingToSayGoodbyeToBeforeTheFirstSnapshot)
     EXPECT_TRUE(state.goodbyeMessages(at).isEmpty());
     EXPECT_EQ(state.sequence(), 0);
 }
+
+TEST(MqttTallyStateTest, ALightOnASwitcherLostWhileOthersRunIsUnknownAndItsJsonSaysLost)
+{
+    TallySnapshot picture = snapshot(true, { TallyMode::live, TallyMode::preview });
+    picture.lights[0].sourceLost = true;
+    EXPECT_EQ(MqttTallyState::stateWord(picture, picture.lights[0]), QByteArrayLiteral("unknown"));
+    EXPECT_EQ(MqttTallyState::stateWord(picture, picture.lights[1]), QByteArrayLiteral("preview"));
+    MqttTallyState state(QStringLiteral("studio"));
+    const QList<MqttMessage> messages = state.messagesFor(picture, at);
+    const QJsonObject first = QJsonDocument::fromJson(payloadOf(messages, QStringLiteral("studio/light/1"))).object();
+    EXPECT_TRUE(first.value(QStringLiteral("lost")).toBool());
+    const QJsonObject second = QJsonDocument::fromJson(payloadOf(messages, QStringLiteral("studio/light/2"))).object();
+    EXPECT_FALSE(second.contains(QStringLiteral("lost")));
+}

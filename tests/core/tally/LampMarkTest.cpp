@@ -54,3 +54,20 @@ TEST(LampMarkTest, TheBannerSaysTestingLightsOrSinceWhenTheSourceIsLost)
     running.sourceRunning = true;
     EXPECT_EQ(LampMarks::banner(running, 42'000), QString());
 }
+
+TEST(LampMarkTest, ALampOnASwitcherLostWhileOthersRunIsMarkedAloneEvenWhereTheScreenLeavesLossToItsWarning)
+{
+    TallySnapshot snapshot;
+    snapshot.sourceRunning = true;
+    snapshot.lights = { LightState(TallyMode::live, { QStringLiteral("ATEM: Camera 1") }),
+        LightState(TallyMode::preview, { QStringLiteral("Clip") }) };
+    snapshot.lights[0].sourceLost = true;
+    EXPECT_EQ(LampMarks::markFor(snapshot), LampMark::none);
+    EXPECT_EQ(LampMarks::markForLight(snapshot, 0), LampMark::lost);
+    EXPECT_EQ(LampMarks::markForLight(snapshot, 0, false), LampMark::lost);
+    EXPECT_EQ(LampMarks::markForLight(snapshot, 1), LampMark::none);
+    EXPECT_EQ(LampMarks::markForLight(snapshot, 2), LampMark::none) << "a lamp past the report";
+    EXPECT_TRUE(LampMarks::lostFor(snapshot, 5000).isEmpty()) << "no time: the source as a whole runs";
+    snapshot.underTest = true;
+    EXPECT_EQ(LampMarks::markForLight(snapshot, 0), LampMark::test);
+}

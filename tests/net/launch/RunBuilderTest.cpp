@@ -13,6 +13,7 @@
 #include "sources/TslShotSource.h"
 #include "support/FreePort.h"
 #include "support/QtPrinters.h"
+#include "tally/CombinedShotSource.h"
 
 #include <QFile>
 #include <QSysInfo>
@@ -505,4 +506,61 @@ TEST(RunBuilderTest, ABadDmxDestinationOrAStartTheLightsDoNotFitAfterIsAUsagePro
         QStringLiteral("--dmx-start: the 8 lights take 24 channels in the rgb layout, so the first channel must be "
                        "between 1 and 489, not 500"));
     EXPECT_EQ(makeDmxSender(options, &problem), nullptr);
+}
+
+TEST(RunBuilderTest, SeveralSourcesAreFollowedAsOneLabelledByKindOrByTheUser)
+{
+    RunOptions options;
+    options.source = QStringLiteral("atem://127.0.0.1:9910");
+    options.additionalSources = { QStringLiteral("vmix://127.0.0.1:8099"), QStringLiteral("atem://127.0.0.1:9911"),
+        QStringLiteral("Playback=vmix://127.0.0.1:8100") };
+    QString problem;
+    const std::unique_ptr<ShotSource> source = makeShotSource(options, &problem);
+    ASSERT_NE(source, nullptr) << problem.toStdString();
+    auto* combined = qobject_cast<CombinedShotSource*>(source.get());
+    ASSERT_NE(combined, nullptr);
+    ASSERT_EQ(combined->memberCount(), 4);
+    EXPECT_EQ(combined->displayName(), QStringLiteral("ATEM + vMix + ATEM 2 + Playback"));
+    EXPECT_EQ(combined->member(2).kind(), ShotSource::Kind::atem);
+    EXPECT_EQ(combined->member(3).kind(), ShotSource::Kind::vmix);
+}
+
+TEST(RunBuilderTest, OneSourceIsFollowedByItselfEvenUnderALabel)
+{
+    RunOptions options;
+    options.source = QStringLiteral("Studio=atem://127.0.0.1:9910");
+    QString problem;
+    const std::unique_ptr<ShotSource> source = makeShotSource(options, &problem);
+    ASSERT_NE(source, nullptr) << problem.toStdString();
+    EXPECT_EQ(qobject_cast<CombinedShotSource*>(source.get()), nullptr);
+    EXPECT_EQ(source->kind(), ShotSource::Kind::atem);
+}
+
+TEST(RunBuilderTest, AmongSeveralSourcesABadOneOrTwoAlikeLabelsAreRefused)
+{
+    RunOptions options;
+    options.source = QStringLiteral("atem://127.0.0.1");
+    options.additionalSources = { QStringLiteral("ndi://studio") };
+    QString problem;
+    EXPECT_FALSE(checkShotSource(options, &problem));
+    EXPECT_TRUE(problem.startsWith(QStringLiteral("unknown source 'ndi://studio'"))) << problem.toStdString();
+    options.additionalSources = { QStringLiteral("ATEM=vmix://127.0.0.1") };
+    EXPECT_EQ(makeShotSource(options, &problem), nullptr);
+    EXPECT_TRUE(problem.contains(QStringLiteral("two sources are labelled 'ATEM'"))) << problem.toStdString();
+}
+
+TEST(RunBuilderTest, AKindsOptionAmongSeveralSourcesNeedsOneOfThatKind)
+{
+    RunOptions options;
+    options.source = QStringLiteral("atem://127.0.0.1");
+    options.additionalSources = { QStringLiteral("vmix://127.0.0.1") };
+    options.tslAllowedSenders = { QStringLiteral("10.0.0.5") };
+    QString problem;
+    EXPECT_FALSE(checkShotSource(options, &problem));
+    EXPECT_EQ(problem,
+        QStringLiteral("--tsl-allow applies to a TSL source (tsl://, tsl5://…), and none of the sources is one"));
+    const quint16 port = freeUdpPort();
+    options.additionalSources.append(QStringLiteral("tsl://127.0.0.1:%1").arg(port));
+    problem.clear();
+    EXPECT_TRUE(checkShotSource(options, &problem)) << problem.toStdString();
 }

@@ -343,3 +343,19 @@ TEST(RunOptionsTest, AnUnknownDmxLayoutOrAStartBelowOneIsAUsageProblem)
     EXPECT_EQ(
         takingOptions(start, &options), QStringLiteral("--dmx-start needs a whole number of at least 1, not '0'"));
 }
+
+TEST(RunOptionsTest, SourceSaidAgainAddsASwitcherToFollowBesidesTheFirst)
+{
+    QStringList arguments { QStringLiteral("--source"), QStringLiteral("atem://10.0.0.5"),
+        QStringLiteral("--source=Playback=vmix://10.0.0.6"), QStringLiteral("--source"), QStringLiteral("tsl://8900"),
+        QStringLiteral("map.tlx") };
+    RunOptions options;
+    EXPECT_EQ(takingOptions(arguments, &options), std::nullopt);
+    EXPECT_EQ(options.source, QStringLiteral("atem://10.0.0.5"));
+    EXPECT_EQ(options.additionalSources,
+        (QStringList { QStringLiteral("Playback=vmix://10.0.0.6"), QStringLiteral("tsl://8900") }));
+    EXPECT_EQ(options.sources(),
+        (QStringList { QStringLiteral("atem://10.0.0.5"), QStringLiteral("Playback=vmix://10.0.0.6"),
+            QStringLiteral("tsl://8900") }));
+    EXPECT_EQ(arguments, QStringList { QStringLiteral("map.tlx") });
+}

@@ -136,3 +136,22 @@ TEST(WebTallyDocumentTest, OutsideATestTheStateSaysItIsNoTest)
     ASSERT_TRUE(state.contains(QStringLiteral("test")));
     EXPECT_FALSE(state.value(QStringLiteral("test")).toBool());
 }
+
+TEST(WebTallyDocumentTest, ALightOnASwitcherLostWhileOthersRunSaysNoSignalAlone)
+{
+    TallySnapshot snapshot = studio(true);
+    snapshot.lights[0].sourceLost = true;
+    const QJsonObject state = QJsonDocument::fromJson(WebTallyDocument::stateJson(snapshot)).object();
+    EXPECT_TRUE(state.value(QStringLiteral("sourceRunning")).toBool());
+    const QJsonArray lights = state.value(QStringLiteral("lights")).toArray();
+    ASSERT_EQ(lights.size(), 3);
+    EXPECT_TRUE(lights[0].toObject().value(QStringLiteral("lost")).toBool());
+    EXPECT_FALSE(lights[1].toObject().contains(QStringLiteral("lost"))) << "said only when true";
+    const QString page = QString::fromUtf8(
+        WebTallyDocument::indexPage(QStringLiteral("<body class=\"x@SIGNAL@\">@LIGHTS@</body>"), snapshot));
+    EXPECT_TRUE(page.startsWith(QStringLiteral("<body class=\"x\">"))) << page.toStdString();
+    EXPECT_TRUE(page.contains(QStringLiteral("data-light=\"1\" class=\"nosignal\">"
+                                             "<span class=\"number\">1</span><span class=\"mode\">NO SIGNAL</span>")))
+        << page.toStdString();
+    EXPECT_TRUE(page.contains(QStringLiteral("data-light=\"2\" class=\"preview\">"))) << page.toStdString();
+}

@@ -500,3 +500,68 @@ TEST(VmixSourceDialogTest, StartsFromThePreviousVmixAddressOrFromPort8099)
     ASSERT_NE(buttons, nullptr);
     EXPECT_FALSE(buttons->button(QDialogButtonBox::Ok)->isEnabled());
 }
+
+TEST_F(SourceMenuTest, AddingSwitchersFollowsThemBesidesTheChosenSourceAndRemembersThem)
+{
+    makeWindow();
+    ASSERT_NE(main.menu->addSourceMenu(), nullptr);
+    EXPECT_EQ(main.menu->addSourceMenu()->title(), QStringLiteral("Add Switcher"));
+    ASSERT_NE(main.menu->removeSourceMenu(), nullptr);
+    EXPECT_FALSE(main.menu->removeSourceMenu()->isEnabled()) << "nothing added yet";
+    QString problem;
+    ASSERT_TRUE(main.menu->addSource(QStringLiteral("atem://127.0.0.1:1"), &problem)) << problem.toStdString();
+    ASSERT_TRUE(main.menu->addSource(QStringLiteral("vmix://127.0.0.1:2"), &problem)) << problem.toStdString();
+    EXPECT_EQ(controller->shotSource().displayName(), QStringLiteral("Mixdesk + ATEM + vMix"));
+    EXPECT_TRUE(main.menu->mixdeskSourceAction()->isChecked()) << "the chosen source is still the first";
+    EXPECT_EQ(UserDefaults::standardUserDefaults().objectForKey(Preferences::addedShotSources).toStringList(),
+        (QStringList { QStringLiteral("atem://127.0.0.1:1"), QStringLiteral("vmix://127.0.0.1:2") }));
+    EXPECT_FALSE(UserDefaults::standardUserDefaults().objectForKey(Preferences::shotSource).isValid())
+        << "the one-source key keeps its meaning";
+    ASSERT_EQ(main.menu->removeSourceMenu()->actions().size(), 2);
+    EXPECT_EQ(main.menu->removeSourceMenu()->actions().first()->text(), QStringLiteral("atem://127.0.0.1:1"));
+    EXPECT_TRUE(main.menu->removeSourceMenu()->isEnabled());
+}
+
+TEST_F(SourceMenuTest, AnAddedSwitcherTwiceOrALabelTakenIsRefusedAndChangesNothing)
+{
+    makeWindow();
+    QString problem;
+    ASSERT_TRUE(main.menu->addSource(QStringLiteral("atem://127.0.0.1:1"), &problem)) << problem.toStdString();
+    EXPECT_FALSE(main.menu->addSource(QStringLiteral("atem://127.0.0.1:1"), &problem));
+    EXPECT_TRUE(problem.contains(QStringLiteral("followed already"))) << problem.toStdString();
+    EXPECT_FALSE(main.menu->addSource(QStringLiteral("ATEM=vmix://127.0.0.1:2"), &problem));
+    EXPECT_TRUE(problem.contains(QStringLiteral("two sources are labelled 'ATEM'"))) << problem.toStdString();
+    EXPECT_FALSE(main.menu->addSource(QStringLiteral("atem://"), &problem));
+    EXPECT_EQ(MainMenu::addedSources(), QStringList { QStringLiteral("atem://127.0.0.1:1") });
+    EXPECT_EQ(controller->shotSource().displayName(), QStringLiteral("Mixdesk + ATEM"));
+}
+
+TEST_F(SourceMenuTest, ChoosingAnotherSourceKeepsTheAddedSwitchersAndRemovingOneFromTheMenuDropsIt)
+{
+    makeWindow();
+    QString problem;
+    ASSERT_TRUE(main.menu->addSource(QStringLiteral("Playback=vmix://127.0.0.1:2"), &problem)) << problem.toStdString();
+    ASSERT_TRUE(main.menu->chooseAtemSource(QStringLiteral("atem://127.0.0.1:1"), &problem)) << problem.toStdString();
+    EXPECT_EQ(controller->shotSource().displayName(), QStringLiteral("ATEM + Playback"));
+    EXPECT_TRUE(main.menu->atemSourceAction()->isChecked());
+    ASSERT_EQ(main.menu->removeSourceMenu()->actions().size(), 1);
+    main.menu->removeSourceMenu()->actions().first()->trigger();
+    EXPECT_EQ(controller->shotSource().kind(), ShotSource::Kind::atem);
+    EXPECT_EQ(controller->shotSource().displayName(), QStringLiteral("Blackmagic ATEM"));
+    EXPECT_TRUE(MainMenu::addedSources().isEmpty());
+    EXPECT_FALSE(UserDefaults::standardUserDefaults().objectForKey(Preferences::addedShotSources).isValid());
+    QApplication::processEvents(); // the triggered item goes
+    EXPECT_TRUE(main.menu->removeSourceMenu()->actions().isEmpty());
+    EXPECT_FALSE(main.menu->removeSourceMenu()->isEnabled());
+}
+
+TEST_F(SourceMenuTest, AOneSourceSettingFromBeforeIsTheFirstOfTheSwitchersFollowed)
+{
+    UserDefaults::standardUserDefaults().setObject(Preferences::shotSource, QStringLiteral("vmix://127.0.0.1:5"));
+    makeWindow();
+    QString problem;
+    ASSERT_TRUE(main.menu->addSource(QStringLiteral("atem://127.0.0.1:1"), &problem)) << problem.toStdString();
+    EXPECT_EQ(controller->shotSource().displayName(), QStringLiteral("vMix + ATEM"));
+    EXPECT_EQ(UserDefaults::standardUserDefaults().objectForKey(Preferences::shotSource).toString(),
+        QStringLiteral("vmix://127.0.0.1:5"));
+}

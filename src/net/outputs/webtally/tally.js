@@ -62,8 +62,10 @@
   // While the test panel drives the lights the page shows what the lamps
   // were told, even with the switcher gone; otherwise a lost switcher's
   // colours would be stale, and the page says NO SIGNAL instead.
+  // With several switchers, a light resting on one that is lost while the
+  // others run says so on its own.
   function lightLook(state, light) {
-    if (!light || !(state.sourceRunning || state.test)) {
+    if (!light || !(state.sourceRunning || state.test) || (light.lost && !state.test)) {
       return 'nosignal';
     }
     return STATE_WORDS.hasOwnProperty(light.mode) ? light.mode : 'off';
