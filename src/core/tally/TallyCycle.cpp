@@ -190,10 +190,10 @@ void TallyCycle::turnLightsOff(const QList<ShotList>& lights)
 
 void TallyCycle::showAndSend(qsizetype lightIndex, TallyMode mode, const QStringList& litBy)
 {
+    noteShown(lightIndex, mode, litBy);
     if (lightIndex < m_observer.indicatorCount()) {
         m_observer.showLightMode(lightIndex, mode);
     }
-    noteShown(lightIndex, mode, litBy);
     m_sendLight(lightIndex, TallyEvaluation::bytesForLight(lightIndex, mode));
 }
 
@@ -246,11 +246,11 @@ void TallyCycle::driveLights(const QList<ShotList>& lights, const ShotList& shot
                            .arg(lightIndex + 1)
                            .arg(m_observer.indicatorCount()));
         }
-        m_observer.showLightMode(lightIndex, mode);
         m_lastModes[lightIndex] = mode;
         m_shownModes[lightIndex] = mode;
         m_lastLitBy[lightIndex] = TallyEvaluation::shotsLighting(lights[lightIndex], shots, mode);
         m_shownLitBy[lightIndex] = m_lastLitBy[lightIndex];
+        m_observer.showLightMode(lightIndex, mode);
         m_sendLight(lightIndex, TallyEvaluation::bytesForLight(lightIndex, mode));
     }
 }

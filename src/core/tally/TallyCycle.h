@@ -101,6 +101,9 @@ public:
 
     // The report the outputs were last handed.
     const TallySnapshot& lastSnapshot() const { return m_lastSnapshot; }
+    // The assigned shots that give a light the mode it shows now (none off
+    // or under test); up to date when the Observer hears of the light.
+    QStringList litByShown(qsizetype lightIndex) const { return m_shownLitBy.value(lightIndex); }
 
     // One tick. shotList is the previous answer on entry and the new one on
     // return (left alone while Mixdesk is not running).

@@ -47,7 +47,6 @@ TallyMode decideLight(const ShotList& assigned, const ShotList& liveShots, const
     return TallyMode::off;
 }
 
-<<<<<<< HEAD
 QStringList shotsLighting(const ShotList& assigned, const SplitShots& shots, TallyMode mode)
 {
     if (mode == TallyMode::off) {
@@ -61,28 +60,6 @@ QStringList shotsLighting(const ShotList& assigned, const SplitShots& shots, Tal
         }
     }
     return names;
-=======
-QStringList shotsShowing(const ShotList& assigned, const SplitShots& shots, TallyMode mode)
-{
-    const ShotList* candidates = nullptr;
-    switch (mode) {
-    case TallyMode::live:
-        candidates = &shots.liveShots;
-        break;
-    case TallyMode::preview:
-        candidates = &shots.previewShots;
-        break;
-    case TallyMode::off:
-        return {};
-    }
-    QStringList showing;
-    for (const ShotPtr& record : assigned) {
-        if (anyNameMatches({ record }, *candidates)) {
-            showing.append(record->name);
-        }
-    }
-    return showing;
->>>>>>> window
 }
 
 QList<QStringList> missingShots(const QList<ShotList>& lights, const ShotList& shotList)

@@ -36,18 +36,10 @@ bool anyNameMatches(const ShotList& assigned, const ShotList& candidates);
 // preview, otherwise off. An empty assignment is off.
 TallyMode decideLight(const ShotList& assigned, const ShotList& liveShots, const ShotList& previewShots);
 
-<<<<<<< HEAD
 // The names of the assigned shots that give a light mode: those that are
 // live for live, in preview for preview, in assignment order; none for off.
 // The shots are named as the light's assignment names them.
 QStringList shotsLighting(const ShotList& assigned, const SplitShots& shots, TallyMode mode);
-=======
-// The names of a light's assigned shots that give it its mode, in
-// assignment order: the live ones for a live light, the preview ones for a
-// light in preview, none for a dark one. A light with several shots says by
-// these which camera is on air.
-QStringList shotsShowing(const ShotList& assigned, const SplitShots& shots, TallyMode mode);
->>>>>>> window
 
 // Per light, the names of the assigned shots that no shot of shotList
 // carries, in assignment order: a light can never light for them. Each list

@@ -9,7 +9,6 @@
 #include "mainwindow/DocumentCommands.h"
 #include "mainwindow/SourceReport.h"
 #include "mainwindow/WindowLightReport.h"
-#include "tally/TallyEvaluation.h"
 #include "ui_ViewController.h"
 
 ViewController::ViewController(QWidget* parent)
@@ -244,11 +243,7 @@ qsizetype ViewController::indicatorCount() const
 
 void ViewController::showLightMode(qsizetype lightIndex, TallyMode mode)
 {
-    const QList<ShotList>& lights = m_document.tallyMap().shotSelections();
-    const QStringList showing = lightIndex < lights.size()
-        ? TallyEvaluation::shotsShowing(lights[lightIndex], TallyEvaluation::splitShots(m_ticker.shotList()), mode)
-        : QStringList();
-    m_lampRow->showLightMode(lightIndex, mode, showing);
+    m_lampRow->showLightMode(lightIndex, mode, m_ticker.cycle().litByShown(lightIndex));
 }
 
 void ViewController::newDocument(QObject* /*sender*/)

@@ -215,7 +215,6 @@ TEST(TallyEvaluationTest, MissingShotsAreTheAssignedNamesNoShotCarriesUnderCanon
     EXPECT_TRUE(missing[1].isEmpty());
 }
 
-<<<<<<< HEAD
 TEST(TallyEvaluationTest, TheShotsLightingALightAreTheAssignedOnesBehindItsMode)
 {
     const TallyEvaluation::SplitShots shots = TallyEvaluation::splitShots({ shot(QStringLiteral("Wide"), false, true),
@@ -239,7 +238,8 @@ TEST(TallyEvaluationTest, TheEvaluationNamesTheShotsThatLitEachLight)
     ASSERT_EQ(evaluation.litBy.size(), TallyMap::numberOfLights);
     EXPECT_EQ(evaluation.litBy[0], QStringList { QStringLiteral("Camera 1") });
     EXPECT_EQ(evaluation.litBy[1], QStringList());
-=======
+}
+
 TEST(TallyEvaluationShowingTest, ALightWithSeveralShotsNamesTheOnesGivingItsMode)
 {
     auto shot = [](const char* name, bool live, bool preview) {
@@ -253,10 +253,10 @@ TEST(TallyEvaluationShowingTest, ALightWithSeveralShotsNamesTheOnesGivingItsMode
     const TallyEvaluation::SplitShots split = TallyEvaluation::splitShots(shotList);
     const ShotList light { std::make_shared<Shot>(QStringLiteral("Wide")),
         std::make_shared<Shot>(QStringLiteral("Camera 2")), std::make_shared<Shot>(QStringLiteral("Camera 1")) };
-    EXPECT_EQ(TallyEvaluation::shotsShowing(light, split, TallyMode::live), QStringList { QStringLiteral("Camera 2") });
     EXPECT_EQ(
-        TallyEvaluation::shotsShowing(light, split, TallyMode::preview), QStringList { QStringLiteral("Camera 1") });
-    EXPECT_TRUE(TallyEvaluation::shotsShowing(light, split, TallyMode::off).isEmpty());
-    EXPECT_TRUE(TallyEvaluation::shotsShowing({}, split, TallyMode::live).isEmpty());
->>>>>>> window
+        TallyEvaluation::shotsLighting(light, split, TallyMode::live), QStringList { QStringLiteral("Camera 2") });
+    EXPECT_EQ(
+        TallyEvaluation::shotsLighting(light, split, TallyMode::preview), QStringList { QStringLiteral("Camera 1") });
+    EXPECT_TRUE(TallyEvaluation::shotsLighting(light, split, TallyMode::off).isEmpty());
+    EXPECT_TRUE(TallyEvaluation::shotsLighting({}, split, TallyMode::live).isEmpty());
 }
