@@ -19,7 +19,7 @@
 
 namespace {
 
-// Both stand-ins have a "Camera 1". The ATEM starts with Camera 1 on
+// Both stand-ins have a "Camera 1"; watch names the shot lighting a light. The ATEM starts with Camera 1 on
 // program and Camera 2 on preview; the vMix with Clip on program and its
 // Camera 1 on preview. Light 1 holds the ATEM's Camera 1, light 2 Camera 2
 // (the ATEM's alone), light 3 Clip (the vMix's alone), light 4 the vMix's
@@ -67,8 +67,8 @@ protected:
     {
         ASSERT_TRUE(eventually([&] {
             return printedAll({ QStringLiteral("ATEM running"), QStringLiteral("vMix running"),
-                QStringLiteral("Light 1: live"), QStringLiteral("Light 2: preview"), QStringLiteral("Light 3: live"),
-                QStringLiteral("Light 4: preview") });
+                QStringLiteral("Light 1: live (ATEM: Camera 1)"), QStringLiteral("Light 2: preview (Camera 2)"),
+                QStringLiteral("Light 3: live (Clip)"), QStringLiteral("Light 4: preview (vMix: Camera 1)") });
         })) << printed.toStdString();
         ASSERT_TRUE(eventually([&] { return lastTick() == "b1 21 02 d2 b3 23 04 d4"; })) << lastTick().toStdString();
     }
@@ -86,14 +86,16 @@ TEST_F(SeveralSwitchersWatchProcessTest, BothSwitchersLightTheLightsAndASharedNa
     printed.clear();
     vmix.send("cut");
     EXPECT_TRUE(eventually([&] {
-        return printedAll({ QStringLiteral("Light 3: preview"), QStringLiteral("Light 4: live") });
+        return printedAll(
+            { QStringLiteral("Light 3: preview (Clip)"), QStringLiteral("Light 4: live (vMix: Camera 1)") });
     })) << printed.toStdString();
     EXPECT_TRUE(eventually([&] { return lastTick() == "b1 21 02 d2 03 d3 b4 24"; })) << lastTick().toStdString();
     EXPECT_FALSE(printed.contains(QStringLiteral("Light 1:"))) << "the ATEM's Camera 1 is another camera";
     printed.clear();
     atem.send("cut");
     EXPECT_TRUE(eventually([&] {
-        return printedAll({ QStringLiteral("Light 1: preview"), QStringLiteral("Light 2: live") });
+        return printedAll(
+            { QStringLiteral("Light 1: preview (ATEM: Camera 1)"), QStringLiteral("Light 2: live (Camera 2)") });
     })) << printed.toStdString();
     EXPECT_TRUE(eventually([&] { return lastTick() == "01 d1 b2 22 03 d3 b4 24"; })) << lastTick().toStdString();
     EXPECT_FALSE(printed.contains(QStringLiteral("missing"))) << printed.toStdString();
@@ -111,7 +113,8 @@ TEST_F(SeveralSwitchersWatchProcessTest, AKilledSwitcherFreezesItsLightsWhileThe
     printed.clear();
     atem.send("cut");
     EXPECT_TRUE(eventually([&] {
-        return printedAll({ QStringLiteral("Light 1: preview"), QStringLiteral("Light 2: live") });
+        return printedAll(
+            { QStringLiteral("Light 1: preview (ATEM: Camera 1)"), QStringLiteral("Light 2: live (Camera 2)") });
     })) << printed.toStdString();
     // The vMix's lights keep their last state, as by default.
     EXPECT_TRUE(eventually([&] { return lastTick() == "01 d1 b2 22 b3 23 04 d4"; })) << lastTick().toStdString();
@@ -122,7 +125,8 @@ TEST_F(SeveralSwitchersWatchProcessTest, AKilledSwitcherFreezesItsLightsWhileThe
     printed.clear();
     vmix.send("cut");
     EXPECT_TRUE(eventually([&] {
-        return printedAll({ QStringLiteral("Light 3: preview"), QStringLiteral("Light 4: live") });
+        return printedAll(
+            { QStringLiteral("Light 3: preview (Clip)"), QStringLiteral("Light 4: live (vMix: Camera 1)") });
     })) << printed.toStdString();
 }
 
@@ -138,7 +142,8 @@ TEST_F(SeveralSwitchersWatchProcessTest, WithTheLightsOffWhenLostOnlyTheLostSwit
     printed.clear();
     vmix.send("cut");
     EXPECT_TRUE(eventually([&] {
-        return printedAll({ QStringLiteral("Light 3: preview"), QStringLiteral("Light 4: live") });
+        return printedAll(
+            { QStringLiteral("Light 3: preview (Clip)"), QStringLiteral("Light 4: live (vMix: Camera 1)") });
     })) << printed.toStdString();
     EXPECT_TRUE(eventually([&] { return lastTick() == "01 21 02 22 03 d3 b4 24"; })) << lastTick().toStdString();
 }
