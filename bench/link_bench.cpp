@@ -3,11 +3,11 @@
 // this process and run as a child, and the check whether Mixdesk runs.
 
 #include "link/AppleScriptNotationParser.h"
-#include "link/AppleScriptNotationWriter.h"
 #include "link/Mixdesk.h"
 #include "link/ShotDecoder.h"
 #include "link/linux/LinuxMixdeskPlatform.h"
 #include "link/linux/ShippedQuery.h"
+#include "support/QueryAnswers.h"
 
 #include <QDir>
 #include <QFile>
@@ -19,17 +19,7 @@
 
 namespace {
 
-QByteArray answerOf(int shots)
-{
-    QList<AppleEventDescriptor> records;
-    for (int i = 1; i <= shots; ++i) {
-        records.append(AppleEventDescriptor::userRecord({ { "shotId", AppleEventDescriptor::text(QString::number(i)) },
-            { "shotName", AppleEventDescriptor::text(QStringLiteral("Camera %1 — wide").arg(i)) },
-            { "isLive", AppleEventDescriptor::boolean(i == 3) },
-            { "isPreview", AppleEventDescriptor::boolean(i == 4) } }));
-    }
-    return AppleScriptNotationWriter::write(AppleEventDescriptor::list(records)).toUtf8() + '\n';
-}
+using QueryAnswers::answerOf;
 
 void parseAndDecode1000Shots(benchmark::State& state)
 {

@@ -2,6 +2,7 @@
 
 #include "link/Mixdesk.h"
 #include "support/QtPrinters.h"
+#include "support/ScopedEnvironment.h"
 
 #include <QCoreApplication>
 #include <QDir>
@@ -25,24 +26,6 @@ void writeFile(const QString& path, const QByteArray& content, bool executable =
         file.setPermissions(QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
     }
 }
-
-// Sets an environment variable for one test and puts back what was there.
-class ScopedEnvironment {
-public:
-    ScopedEnvironment(const char* name, const QByteArray& value)
-        : m_name(name)
-        , m_wasSet(qEnvironmentVariableIsSet(name))
-        , m_previous(qgetenv(name))
-    {
-        value.isNull() ? qunsetenv(name) : qputenv(name, value);
-    }
-    ~ScopedEnvironment() { m_wasSet ? qputenv(m_name, m_previous) : qunsetenv(m_name); }
-
-private:
-    const char* m_name;
-    bool m_wasSet;
-    QByteArray m_previous;
-};
 
 class LinuxMixdeskPlatformTest : public testing::Test {
 protected:

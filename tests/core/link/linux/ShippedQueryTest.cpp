@@ -5,10 +5,11 @@
 #include "link/linux/ShippedQuery.h"
 
 #include "link/AppleScriptNotationParser.h"
-#include "link/AppleScriptNotationWriter.h"
 #include "link/Mixdesk.h"
 #include "link/linux/LinuxMixdeskPlatform.h"
 #include "support/QtPrinters.h"
+#include "support/QueryAnswers.h"
+#include "support/ScopedEnvironment.h"
 
 #include <QDir>
 #include <QFile>
@@ -22,19 +23,9 @@
 
 namespace {
 
-const QString shippedScript = QStringLiteral(TALLY_SOURCE_DIR "/resources/query_shots");
+using QueryAnswers::answerOf;
 
-QByteArray answerOf(int shots)
-{
-    QList<AppleEventDescriptor> records;
-    for (int i = 1; i <= shots; ++i) {
-        records.append(AppleEventDescriptor::userRecord({ { "shotId", AppleEventDescriptor::text(QString::number(i)) },
-            { "shotName", AppleEventDescriptor::text(QStringLiteral("Camera %1 — wide").arg(i)) },
-            { "isLive", AppleEventDescriptor::boolean(i == 3) },
-            { "isPreview", AppleEventDescriptor::boolean(i == 4) } }));
-    }
-    return AppleScriptNotationWriter::write(AppleEventDescriptor::list(records)).toUtf8() + '\n';
-}
+const QString shippedScript = QStringLiteral(TALLY_SOURCE_DIR "/resources/query_shots");
 
 // Every byte value, line breaks of both kinds, a NUL at the start, middle and
 // end of lines, backslashes, blanks at both ends of a line, and no break at
@@ -56,24 +47,6 @@ void writeFile(const QString& path, const QByteArray& content)
     ASSERT_TRUE(file.open(QIODevice::WriteOnly | QIODevice::Truncate));
     file.write(content);
 }
-
-// Sets an environment variable for one test and puts back what was there.
-class ScopedEnvironment {
-public:
-    ScopedEnvironment(const char* name, const QByteArray& value)
-        : m_name(name)
-        , m_wasSet(qEnvironmentVariableIsSet(name))
-        , m_previous(qgetenv(name))
-    {
-        value.isNull() ? qunsetenv(name) : qputenv(name, value);
-    }
-    ~ScopedEnvironment() { m_wasSet ? qputenv(m_name, m_previous) : qunsetenv(m_name); }
-
-private:
-    const char* m_name;
-    bool m_wasSet;
-    QByteArray m_previous;
-};
 
 // The script run to its end as a child process: program and arguments, with
 // XDG_RUNTIME_DIR set to runtime (removed when it is null).
