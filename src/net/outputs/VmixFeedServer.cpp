@@ -36,6 +36,19 @@ VmixFeedServer::VmixFeedServer(QObject* parent)
 {
 }
 
+template<typename Act> void VmixFeedServer::forEachClient(Act act)
+{
+    // On a copy: what act does (a send that drops its client) changes the
+    // list.
+    m_clients.removeAll(nullptr);
+    const QList<QPointer<Client>> clients = m_clients;
+    for (const QPointer<Client>& client : clients) {
+        if (client) {
+            act(*client);
+        }
+    }
+}
+
 VmixFeedServer::~VmixFeedServer()
 {
     // The sockets go with the server. The last lines (the lights turned
@@ -95,14 +108,11 @@ void VmixFeedServer::setAllowedClients(const SenderAllowList& allowed)
     if (allowed.isEmpty()) {
         return;
     }
-    m_clients.removeAll(nullptr);
-    const QList<QPointer<Client>> clients = m_clients;
-    for (const QPointer<Client>& client : clients) {
-        if (client && !allowed.allows(client->socket.peerAddress())) {
-            client->dropped = true;
-            client->socket.abort();
+    forEachClient([this, &allowed](Client& client) {
+        if (!allowed.allows(client.socket.peerAddress())) {
+            drop(client);
         }
-    }
+    });
 }
 
 quint16 VmixFeedServer::port() const
@@ -127,13 +137,11 @@ void VmixFeedServer::tellSubscribers(const QByteArray& line)
         return; // a title may have changed: receivers read those with XML
     }
     m_tallyLine = line;
-    m_clients.removeAll(nullptr);
-    const QList<QPointer<Client>> clients = m_clients;
-    for (const QPointer<Client>& client : clients) {
-        if (client && client->subscribed) {
-            send(*client, m_tallyLine);
+    forEachClient([this](Client& client) {
+        if (client.subscribed) {
+            send(client, m_tallyLine);
         }
-    }
+    });
 }
 
 void VmixFeedServer::standDown()
@@ -159,13 +167,7 @@ void VmixFeedServer::listenAgain()
 
 void VmixFeedServer::closeEveryConnection()
 {
-    m_clients.removeAll(nullptr);
-    const QList<QPointer<Client>> clients = m_clients;
-    for (const QPointer<Client>& client : clients) {
-        if (client) {
-            close(*client);
-        }
-    }
+    forEachClient([this](Client& client) { close(client); });
 }
 
 void VmixFeedServer::close(Client& client)
@@ -270,9 +272,14 @@ void VmixFeedServer::send(Client& client, const QByteArray& bytes)
     if (client.socket.bytesToWrite() + bytes.size() > m_limits.maxUnsentBytes) {
         // It does not read what it is sent: let it go rather than keep an
         // ever longer queue for it.
-        client.dropped = true;
-        client.socket.abort();
+        drop(client);
         return;
     }
     client.socket.write(bytes);
+}
+
+void VmixFeedServer::drop(Client& client)
+{
+    client.dropped = true;
+    client.socket.abort();
 }

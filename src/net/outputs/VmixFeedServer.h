@@ -71,6 +71,10 @@ private:
     static bool cannotListen(const WebListenAddress& where, const QString& why, QString* problem);
     void accept();
     void answer(Client& client, const QByteArray& request);
+    // Calls act with every client still connected.
+    template<typename Act> void forEachClient(Act act);
+    // Cuts the client off at once, whatever it was still to be sent.
+    void drop(Client& client);
     // Sends bytes, or drops the client when too much is already waiting.
     void send(Client& client, const QByteArray& bytes);
     void subscribe(Client& client);
