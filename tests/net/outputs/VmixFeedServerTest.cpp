@@ -200,6 +200,23 @@ TEST_F(VmixFeedServerTest, WhileTheSwitcherIsLostTheFeedRefusesConnectionsUntilI
     EXPECT_EQ(later.nextLine(), QByteArray("TALLY OK 210"));
 }
 
+TEST_F(VmixFeedServerTest, OneOfSeveralSwitchersLostLeavesTheFeedTellingWhatTheBoxShows)
+{
+    start();
+    Receiver subscriber(port);
+    subscriber.send("SUBSCRIBE TALLY\r\n");
+    EXPECT_EQ(subscriber.nextLine(), QByteArray("SUBSCRIBE OK TALLY"));
+    EXPECT_EQ(subscriber.nextLine(), QByteArray("TALLY OK 120"));
+    // Light 2 rests on a lost switcher and the box keeps it on preview;
+    // another switcher runs, so the feed stays and says what the box says,
+    // having no word for one light's loss.
+    TallySnapshot partly = studio(TallyMode::preview, TallyMode::preview);
+    partly.lights[1].sourceLost = true;
+    server->publish(partly);
+    EXPECT_EQ(subscriber.nextLine(), QByteArray("TALLY OK 220"));
+    EXPECT_EQ(server->subscriberCount(), 1);
+}
+
 TEST_F(VmixFeedServerTest, UnderTestWithTheSwitcherLostTheFeedTellsWhatTheTestLights)
 {
     start();
