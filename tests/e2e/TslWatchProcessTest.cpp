@@ -87,6 +87,24 @@ TEST_F(TslWatchProcessTest, WatchSendsTheLightsAsTslFiveAndFollowsACut)
     EXPECT_EQ(undecodable, 0);
 }
 
+TEST_F(TslWatchProcessTest, WhenTheProgramGoesTheDisplaysSayLostWithTheBoxsColoursAndNoStaleWord)
+{
+    ASSERT_TRUE(standin.start());
+    start({ QStringLiteral("--tsl5"), QStringLiteral("udp://127.0.0.1:%1").arg(receiver.localPort()), mapPath });
+    ASSERT_TRUE(eventually([&] { return displayIs(1, TslUmd50::Colour::red, QStringLiteral("Camera 1")); }))
+        << watch.readAllStandardError().toStdString();
+    standin.send("quit\n");
+    ASSERT_TRUE(standin.waitForExit());
+    // The lights are kept as they were (the default choice), and the word in
+    // front says they are no longer the program's.
+    EXPECT_TRUE(eventually([&] {
+        return displayIs(1, TslUmd50::Colour::red, QStringLiteral("LOST Camera 1"))
+            && displayIs(2, TslUmd50::Colour::green, QStringLiteral("LOST Camera 2"))
+            && displayIs(8, TslUmd50::Colour::off, QStringLiteral("LOST"));
+    })) << watch.readAllStandardError().toStdString();
+    EXPECT_EQ(undecodable, 0);
+}
+
 TEST_F(TslWatchProcessTest, WatchFollowsASwitcherSpeakingTslFive)
 {
     const quint16 port = freeUdpPort();

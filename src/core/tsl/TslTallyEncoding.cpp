@@ -5,17 +5,17 @@
 
 namespace {
 
-QByteArray packet31(const LightState& light, int index, bool underTest)
+QByteArray packet31(const LightState& light, int index, TslTallyEncoding::Mark mark)
 {
     TslUmd31::Message message;
     message.address = index;
     message.tallies[0] = light.mode == TallyMode::live;
     message.tallies[1] = light.mode == TallyMode::preview;
-    message.text = TslTallyEncoding::lightText(light, underTest);
+    message.text = TslTallyEncoding::lightText(light, mark);
     return TslUmd31::encode(message);
 }
 
-QByteArray packet50(const LightState& light, int index, bool underTest)
+QByteArray packet50(const LightState& light, int index, TslTallyEncoding::Mark mark)
 {
     TslUmd50::Colour colour = TslUmd50::Colour::off;
     if (light.mode == TallyMode::live) {
@@ -28,7 +28,7 @@ QByteArray packet50(const LightState& light, int index, bool underTest)
     display.leftTally = colour;
     display.rightTally = colour;
     display.textTally = colour;
-    display.text = TslTallyEncoding::lightText(light, underTest);
+    display.text = TslTallyEncoding::lightText(light, mark);
     TslUmd50::Packet packet;
     packet.unicode = true;
     packet.displays.append(display);
@@ -43,24 +43,38 @@ int TslTallyEncoding::maxOffset(Version version, qsizetype lightCount)
     return highestIndex - static_cast<int>(lightCount);
 }
 
-QString TslTallyEncoding::lightText(const LightState& light, bool underTest)
+TslTallyEncoding::Mark TslTallyEncoding::markFor(const TallySnapshot& snapshot, qsizetype lightIndex)
 {
-    const QString names = light.shotNames.join(QStringLiteral(" + "));
-    if (!underTest) {
-        return names;
+    if (snapshot.underTest) {
+        return Mark::test;
     }
-    return names.isEmpty() ? QStringLiteral("TEST") : QStringLiteral("TEST ") + names;
+    if (snapshot.switcherUnknown()) {
+        return Mark::lost;
+    }
+    const bool onLostSwitcher
+        = lightIndex >= 0 && lightIndex < snapshot.lights.size() && snapshot.lights[lightIndex].sourceLost;
+    return onLostSwitcher ? Mark::lost : Mark::none;
 }
 
-QList<QByteArray> TslTallyEncoding::packets(
-    Version version, const QList<LightState>& lights, int offset, bool underTest)
+QString TslTallyEncoding::lightText(const LightState& light, Mark mark)
+{
+    const QString names = light.shotNames.join(QStringLiteral(" + "));
+    if (mark == Mark::none) {
+        return names;
+    }
+    const QString word = mark == Mark::test ? QStringLiteral("TEST") : QStringLiteral("LOST");
+    return names.isEmpty() ? word : word + QLatin1Char(' ') + names;
+}
+
+QList<QByteArray> TslTallyEncoding::packets(Version version, const TallySnapshot& snapshot, int offset)
 {
     QList<QByteArray> result;
-    result.reserve(lights.size());
-    for (qsizetype i = 0; i < lights.size(); ++i) {
+    result.reserve(snapshot.lights.size());
+    for (qsizetype i = 0; i < snapshot.lights.size(); ++i) {
         const int index = static_cast<int>(i) + 1 + offset;
-        result.append(
-            version == Version::v31 ? packet31(lights[i], index, underTest) : packet50(lights[i], index, underTest));
+        const Mark mark = markFor(snapshot, i);
+        const LightState& light = snapshot.lights[i];
+        result.append(version == Version::v31 ? packet31(light, index, mark) : packet50(light, index, mark));
     }
     return result;
 }

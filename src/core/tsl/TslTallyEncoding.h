@@ -11,8 +11,9 @@
 // program shows tally 1 (3.1) or red on the left, right and text tallies
 // (5.0); in preview tally 2 or green; off, none. The text is the light's
 // shot names. While the source is lost the displays show what the tally box
-// shows under the lost-source choice; while the test panel drives the box,
-// its lamps, with "TEST" before the text.
+// shows under the lost-source choice, with "LOST" before the text, since
+// the colour is then no longer the switcher's word; while the test panel
+// drives the box, its lamps, with "TEST" before the text.
 class TslTallyEncoding {
 public:
     enum class Version {
@@ -20,16 +21,33 @@ public:
         v50,
     };
 
+    // What a display says before the shot names when its colour is not the
+    // switcher's word now.
+    enum class Mark {
+        none,
+        // The test panel drives the lights.
+        test,
+        // The switcher this light rests on is lost (the whole source, or,
+        // with several switchers, the one its state comes from).
+        lost,
+    };
+
+    // The mark of the light at lightIndex in this report. A test wins over
+    // a lost switcher: the colours are then the panel's, which is true of
+    // the box. The lights turned off at quit need no mark: off is certain.
+    static Mark markFor(const TallySnapshot& snapshot, qsizetype lightIndex);
+
     // The highest offset that still gives every light a display index of
     // the version's range (3.1: 0-126; 5.0: 0-65534).
     static int maxOffset(Version version, qsizetype lightCount);
 
     // The text a display shows for a light: its shot names, joined by " + ",
-    // after "TEST " under test.
-    static QString lightText(const LightState& light, bool underTest = false);
+    // after "TEST " or "LOST " when marked ("TEST" or "LOST" alone for a
+    // light without shots).
+    static QString lightText(const LightState& light, Mark mark = Mark::none);
 
-    // One packet per light, light 1 first, unframed: receivers that read
-    // only the first display of a packet still see every light.
-    static QList<QByteArray> packets(
-        Version version, const QList<LightState>& lights, int offset, bool underTest = false);
+    // One packet per light of the report, light 1 first, unframed:
+    // receivers that read only the first display of a packet still see
+    // every light.
+    static QList<QByteArray> packets(Version version, const TallySnapshot& snapshot, int offset);
 };

@@ -122,12 +122,15 @@ TslSender::~TslSender() = default;
 
 void TslSender::publish(const TallySnapshot& snapshot)
 {
-    if (m_havePublished && snapshot.lights == m_lights && snapshot.underTest == m_underTest) {
+    // Only what the displays show counts: how long the switcher has been
+    // lost changes nothing on them.
+    const bool sameDisplays = snapshot.lights == m_snapshot.lights && snapshot.underTest == m_snapshot.underTest
+        && snapshot.switcherUnknown() == m_snapshot.switcherUnknown();
+    if (m_havePublished && sameDisplays) {
         return;
     }
     m_havePublished = true;
-    m_lights = snapshot.lights;
-    m_underTest = snapshot.underTest;
+    m_snapshot = snapshot;
     sendAll();
 }
 
@@ -137,9 +140,9 @@ void TslSender::sendAll()
         return; // nothing known yet: better no tally than a wrong one
     }
     const QList<QByteArray> packets31
-        = TslTallyEncoding::packets(TslTallyEncoding::Version::v31, m_lights, m_indexOffset, m_underTest);
+        = TslTallyEncoding::packets(TslTallyEncoding::Version::v31, m_snapshot, m_indexOffset);
     const QList<QByteArray> packets50
-        = TslTallyEncoding::packets(TslTallyEncoding::Version::v50, m_lights, m_indexOffset, m_underTest);
+        = TslTallyEncoding::packets(TslTallyEncoding::Version::v50, m_snapshot, m_indexOffset);
     for (const std::unique_ptr<Link>& link : m_links) {
         link->send(link->destination().version == TslTallyEncoding::Version::v31 ? packets31 : packets50);
     }

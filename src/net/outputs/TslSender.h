@@ -36,8 +36,7 @@ private:
 
     std::vector<std::unique_ptr<Link>> m_links;
     int m_indexOffset = 0;
-    QList<LightState> m_lights;
-    bool m_underTest = false;
+    TallySnapshot m_snapshot;
     bool m_havePublished = false;
     QTimer m_refreshTimer;
 };

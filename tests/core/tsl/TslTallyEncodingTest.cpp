@@ -6,9 +6,22 @@
 
 namespace {
 
-QList<LightState> lights(std::initializer_list<LightState> states)
+// A report from a running switcher with these lights.
+TallySnapshot lights(std::initializer_list<LightState> states)
 {
-    return QList<LightState>(states);
+    TallySnapshot snapshot;
+    snapshot.sourceRunning = true;
+    snapshot.lights = QList<LightState>(states);
+    return snapshot;
+}
+
+QList<QByteArray> texts31(const TallySnapshot& snapshot)
+{
+    QList<QByteArray> texts;
+    for (const QByteArray& packet : TslTallyEncoding::packets(TslTallyEncoding::Version::v31, snapshot, 0)) {
+        texts.append(packet.mid(2).trimmed());
+    }
+    return texts;
 }
 
 QByteArray hex(const char* text)
@@ -77,12 +90,59 @@ TEST(TslTallyEncodingTest, TheLargestOffsetKeepsTheLastLightInRange)
 
 TEST(TslTallyEncodingTest, UnderTestADisplaySaysTestBeforeItsShots)
 {
-    EXPECT_EQ(TslTallyEncoding::lightText({ TallyMode::live, { QStringLiteral("Cam 1") } }, true),
+    EXPECT_EQ(
+        TslTallyEncoding::lightText({ TallyMode::live, { QStringLiteral("Cam 1") } }, TslTallyEncoding::Mark::test),
         QStringLiteral("TEST Cam 1"));
-    EXPECT_EQ(TslTallyEncoding::lightText({ TallyMode::off, {} }, true), QStringLiteral("TEST"));
-    const QList<QByteArray> packets = TslTallyEncoding::packets(
-        TslTallyEncoding::Version::v31, lights({ { TallyMode::live, { QStringLiteral("Cam 1") } } }), 0, true);
+    EXPECT_EQ(
+        TslTallyEncoding::lightText({ TallyMode::off, {} }, TslTallyEncoding::Mark::test), QStringLiteral("TEST"));
+    TallySnapshot test = lights({ { TallyMode::live, { QStringLiteral("Cam 1") } } });
+    test.underTest = true;
+    const QList<QByteArray> packets = TslTallyEncoding::packets(TslTallyEncoding::Version::v31, test, 0);
     ASSERT_EQ(packets.size(), 1);
     EXPECT_EQ(packets[0].mid(2, 10), QByteArray("TEST Cam 1"));
     EXPECT_EQ(quint8(packets[0][1]) & 0x03, 0x01);
+}
+
+TEST(TslTallyEncodingTest, WithTheSwitcherLostEveryDisplaySaysLostBeforeItsShotsAndKeepsTheBoxsColour)
+{
+    TallySnapshot lost = lights({ { TallyMode::live, { QStringLiteral("Cam 1") } }, { TallyMode::off, {} } });
+    lost.sourceRunning = false;
+    lost.lostSinceMilliseconds = 1000;
+    EXPECT_EQ(texts31(lost), QList<QByteArray>({ "LOST Cam 1", "LOST" }));
+    // The colour is what the box shows under the lost-source choice (here
+    // kept); the word says it is no longer the switcher's.
+    EXPECT_EQ(quint8(TslTallyEncoding::packets(TslTallyEncoding::Version::v31, lost, 0)[0][1]) & 0x03, 0x01);
+    const QList<QByteArray> packets50 = TslTallyEncoding::packets(TslTallyEncoding::Version::v50, lost, 0);
+    // 5.0 text is UTF-16 little-endian, at the end of the display's data.
+    EXPECT_TRUE(packets50[0].endsWith(QByteArray("L\0O\0S\0T\0 \0C\0a\0m\0 \0"
+                                                 "1\0",
+        20)));
+}
+
+TEST(TslTallyEncodingTest, OneOfSeveralSwitchersLostMarksOnlyTheLightsThatRestOnIt)
+{
+    TallySnapshot partly = lights({ { TallyMode::live, { QStringLiteral("ATEM: Cam 1") } },
+        { TallyMode::preview, { QStringLiteral("vMix: Cam 1") } } });
+    partly.lights[1].sourceLost = true;
+    EXPECT_EQ(texts31(partly), QList<QByteArray>({ "ATEM: Cam 1", "LOST vMix: Cam 1" }));
+}
+
+TEST(TslTallyEncodingTest, ATestWinsOverALostSwitcherAndTheLightsTurnedOffAtQuitAreNotMarked)
+{
+    TallySnapshot test = lights({ { TallyMode::live, { QStringLiteral("Cam 1") } } });
+    test.sourceRunning = false;
+    test.underTest = true;
+    EXPECT_EQ(texts31(test), QList<QByteArray>({ "TEST Cam 1" }));
+    TallySnapshot quit = lights({ { TallyMode::off, { QStringLiteral("Cam 1") } } });
+    quit.sourceRunning = false;
+    quit.turnedOffAtQuit = true;
+    EXPECT_EQ(texts31(quit), QList<QByteArray>({ "Cam 1" }));
+}
+
+TEST(TslTallyEncodingTest, BeforeTheSwitcherFirstAnswersTheDisplaysSayLost)
+{
+    // Nothing vouches for the lights yet: dark, and saying why.
+    TallySnapshot starting;
+    starting.lights = QList<LightState>(2);
+    EXPECT_EQ(texts31(starting), QList<QByteArray>({ "LOST", "LOST" }));
 }

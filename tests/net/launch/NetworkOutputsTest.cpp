@@ -88,11 +88,13 @@ protected:
     void tick() { cycle.updateTallyLights(shotList, map); }
 
     // The lights after a tick: light 1 live on Camera 1, the others off.
-    static QList<LightState> lightsAfterTick()
+    static TallySnapshot lightsAfterTick()
     {
-        QList<LightState> lights(TallyMap::numberOfLights);
-        lights[0] = { TallyMode::live, { QStringLiteral("Camera 1") } };
-        return lights;
+        TallySnapshot snapshot;
+        snapshot.sourceRunning = true;
+        snapshot.lights = QList<LightState>(TallyMap::numberOfLights);
+        snapshot.lights[0] = { TallyMode::live, { QStringLiteral("Camera 1") } };
+        return snapshot;
     }
 
     static NetworkOutputChoices webOn(quint16 port)

@@ -158,6 +158,29 @@ TEST(DmxSenderTest, TheModesAreTheSnapshotsWhateverTheSourceSays)
     EXPECT_EQ(artNetLevels(datagrams[0]), QByteArray(512, char(0)));
 }
 
+// A fixture's level has no word for "this light rests on a lost switcher":
+// with one of several switchers lost, the levels stay what the box shows,
+// the lost one's lights as the lost-source choice made them.
+TEST(DmxSenderTest, OneOfSeveralSwitchersLostLeavesTheLevelsWhatTheBoxShows)
+{
+    Receiver receiver;
+    DmxSender sender({ local(DmxAddress::Protocol::artNet, receiver.port(), 0) },
+        *DmxLayout::make(DmxLayout::Kind::single, 1, 8, nullptr), testSource(), std::chrono::hours(1));
+    TallySnapshot partly = snapshotOf({ TallyMode::live, TallyMode::preview, TallyMode::off });
+    partly.lights[1].sourceLost = true;
+    partly.lights[2].sourceLost = true;
+    sender.publish(partly);
+    QList<QByteArray> datagrams = receiver.waitFor(1);
+    ASSERT_EQ(datagrams.size(), 1);
+    EXPECT_EQ(artNetLevels(datagrams[0]).left(3), QByteArray("\xff\x80\x00", 3));
+    // The lost switcher's lights turned off by the choice: so are the levels.
+    partly.lights[1].mode = TallyMode::off;
+    sender.publish(partly);
+    datagrams = receiver.waitFor(1);
+    ASSERT_EQ(datagrams.size(), 1);
+    EXPECT_EQ(artNetLevels(datagrams[0]).left(3), QByteArray("\xff\x00\x00", 3));
+}
+
 TEST(DmxSenderTest, SacnCarriesTheSourceAndEndsItsStreamThreeTimesWhenTheSenderGoes)
 {
     Receiver receiver;

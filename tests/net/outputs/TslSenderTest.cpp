@@ -50,7 +50,7 @@ TEST(TslSenderTest, AChangeGoesOutAtOnceAsOneDatagramPerLight)
     const TallySnapshot live = snapshot(TallyMode::live);
     sender.publish(live);
     const QList<QByteArray> datagrams = receiver.waitFor(8);
-    EXPECT_EQ(datagrams, TslTallyEncoding::packets(TslTallyEncoding::Version::v50, live.lights, 0));
+    EXPECT_EQ(datagrams, TslTallyEncoding::packets(TslTallyEncoding::Version::v50, live, 0));
 }
 
 TEST(TslSenderTest, ThreeOneAndFiveDestinationsEachGetTheirOwnVersion)
@@ -63,8 +63,8 @@ TEST(TslSenderTest, ThreeOneAndFiveDestinationsEachGetTheirOwnVersion)
         4);
     const TallySnapshot preview = snapshot(TallyMode::preview);
     sender.publish(preview);
-    EXPECT_EQ(receiver31.waitFor(8), TslTallyEncoding::packets(TslTallyEncoding::Version::v31, preview.lights, 4));
-    EXPECT_EQ(receiver50.waitFor(8), TslTallyEncoding::packets(TslTallyEncoding::Version::v50, preview.lights, 4));
+    EXPECT_EQ(receiver31.waitFor(8), TslTallyEncoding::packets(TslTallyEncoding::Version::v31, preview, 4));
+    EXPECT_EQ(receiver50.waitFor(8), TslTallyEncoding::packets(TslTallyEncoding::Version::v50, preview, 4));
 }
 
 TEST(TslSenderTest, TheSameLightsAgainAreNotSentButAChangeIs)
@@ -79,7 +79,7 @@ TEST(TslSenderTest, TheSameLightsAgainAreNotSentButAChangeIs)
     EXPECT_TRUE(receiver.waitFor(1, 300).isEmpty());
     const TallySnapshot preview = snapshot(TallyMode::preview);
     sender.publish(preview);
-    EXPECT_EQ(receiver.waitFor(8), TslTallyEncoding::packets(TslTallyEncoding::Version::v31, preview.lights, 0));
+    EXPECT_EQ(receiver.waitFor(8), TslTallyEncoding::packets(TslTallyEncoding::Version::v31, preview, 0));
 }
 
 TEST(TslSenderTest, TheStateIsRepeatedAtEveryRefreshWithoutAChange)
@@ -91,7 +91,7 @@ TEST(TslSenderTest, TheStateIsRepeatedAtEveryRefreshWithoutAChange)
     sender.publish(live);
     const QList<QByteArray> datagrams = receiver.waitFor(24, 5000);
     ASSERT_GE(datagrams.size(), 24);
-    EXPECT_EQ(datagrams.mid(16, 8), TslTallyEncoding::packets(TslTallyEncoding::Version::v31, live.lights, 0));
+    EXPECT_EQ(datagrams.mid(16, 8), TslTallyEncoding::packets(TslTallyEncoding::Version::v31, live, 0));
 }
 
 TEST(TslSenderTest, TheRefreshIsOneSecond)
@@ -119,7 +119,7 @@ TEST(TslSenderTest, ANameIsLookedUpAndThenSentTo)
     const QList<QByteArray> datagrams = receiver.waitFor(8, 5000);
     ASSERT_GE(datagrams.size(), 8);
     EXPECT_EQ(datagrams.first(),
-        TslTallyEncoding::packets(TslTallyEncoding::Version::v31, snapshot(TallyMode::live).lights, 0).first());
+        TslTallyEncoding::packets(TslTallyEncoding::Version::v31, snapshot(TallyMode::live), 0).first());
 }
 
 TEST(TslSenderTest, OverTcpFivePacketsAreFramedAndANewConnectionGetsTheWholeState)
@@ -141,7 +141,7 @@ TEST(TslSenderTest, OverTcpFivePacketsAreFramedAndANewConnectionGetsTheWholeStat
         },
         5000);
     ASSERT_GE(packets.size(), 8);
-    EXPECT_EQ(packets.first(8), TslTallyEncoding::packets(TslTallyEncoding::Version::v50, live.lights, 0));
+    EXPECT_EQ(packets.first(8), TslTallyEncoding::packets(TslTallyEncoding::Version::v50, live, 0));
     EXPECT_EQ(reader.rejectedCount(), 0);
 }
 
@@ -181,10 +181,10 @@ TEST(TslSenderTest, PublishingToAnUnreachableTcpDestinationDoesNotWait)
     EXPECT_LT(timer.elapsed(), 1000);
 }
 
-// TSL has no word for a lost switcher: the displays show what the tally box
-// shows, the lost-source choice applied, never the switcher's last picture
-// on its own; "TEST" under test; off once the lights were turned off at quit.
-TEST(TslSenderTest, TheDisplaysShowTheBoxsModesWhileLostUnderTestAndAtQuit)
+// The displays show what the tally box shows, the lost-source choice
+// applied, and say "LOST" before the shots while the switcher is lost;
+// "TEST" under test; off, unmarked, once the lights were turned off at quit.
+TEST(TslSenderTest, TheDisplaysShowTheBoxsModesMarkedWhileLostUnderTestAndAtQuit)
 {
     Receiver receiver;
     TslSender sender(
@@ -201,6 +201,7 @@ TEST(TslSenderTest, TheDisplaysShowTheBoxsModesWhileLostUnderTestAndAtQuit)
     std::optional<TslUmd50::Packet> packet = firstDisplay(receiver.waitFor(8));
     ASSERT_TRUE(packet.has_value());
     EXPECT_EQ(packet->displays.value(0).leftTally, TslUmd50::Colour::off);
+    EXPECT_EQ(packet->displays.value(0).text, QStringLiteral("LOST Cam 1"));
 
     TallySnapshot test = snapshot(TallyMode::live);
     test.sourceRunning = false;
@@ -213,9 +214,53 @@ TEST(TslSenderTest, TheDisplaysShowTheBoxsModesWhileLostUnderTestAndAtQuit)
         << packet->displays.value(0).text.toStdString();
 
     TallySnapshot quit = snapshot(TallyMode::off);
+    quit.sourceRunning = false;
     quit.turnedOffAtQuit = true;
     sender.publish(quit);
     packet = firstDisplay(receiver.waitFor(8));
     ASSERT_TRUE(packet.has_value());
     EXPECT_EQ(packet->displays.value(0).leftTally, TslUmd50::Colour::off);
+    EXPECT_EQ(packet->displays.value(0).text, QStringLiteral("Cam 1"));
+}
+
+TEST(TslSenderTest, ALostSwitcherIsSentAtOnceEvenWithTheLightsKeptAndItsReturnClearsTheMark)
+{
+    Receiver receiver;
+    // A refresh far away: what arrives is sent because the mark changed.
+    TslSender sender({ destination(TslTallyEncoding::Version::v50, TslDestination::Transport::udp, receiver.port()) },
+        0, std::chrono::hours(1));
+    const auto firstText = [&] {
+        const QList<QByteArray> datagrams = receiver.waitFor(8);
+        const std::optional<TslUmd50::Packet> packet
+            = datagrams.isEmpty() ? std::nullopt : TslUmd50::decode(datagrams.first());
+        return packet ? packet->displays.value(0).text : QStringLiteral("<nothing>");
+    };
+    const TallySnapshot running = snapshot(TallyMode::live);
+    sender.publish(running);
+    EXPECT_EQ(firstText(), QStringLiteral("Cam 1"));
+    // The lights are kept as they were: only the word changes.
+    TallySnapshot lost = running;
+    lost.sourceRunning = false;
+    lost.lostSinceMilliseconds = 5000;
+    sender.publish(lost);
+    EXPECT_EQ(firstText(), QStringLiteral("LOST Cam 1"));
+    sender.publish(running);
+    EXPECT_EQ(firstText(), QStringLiteral("Cam 1"));
+}
+
+TEST(TslSenderTest, OneOfSeveralSwitchersLostMarksOnlyTheDisplaysOfTheLightsThatRestOnIt)
+{
+    Receiver receiver;
+    TslSender sender(
+        { destination(TslTallyEncoding::Version::v31, TslDestination::Transport::udp, receiver.port()) }, 0);
+    TallySnapshot partly = snapshot(TallyMode::live, QStringLiteral("ATEM: Cam 1"));
+    partly.lights[1] = { TallyMode::preview, { QStringLiteral("vMix: Cam 1") } };
+    partly.lights[1].sourceLost = true;
+    sender.publish(partly);
+    const QList<QByteArray> datagrams = receiver.waitFor(8);
+    ASSERT_GE(datagrams.size(), 2);
+    EXPECT_EQ(datagrams[0].mid(2).trimmed(), QByteArray("ATEM: Cam 1"));
+    EXPECT_EQ(datagrams[1].mid(2).trimmed(), QByteArray("LOST vMix: Cam 1"));
+    // The colour is still the box's: preview, tally 2.
+    EXPECT_EQ(quint8(datagrams[1][1]) & 0x03, 0x02);
 }
