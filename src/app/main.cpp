@@ -115,6 +115,7 @@ int main(int argc, char* argv[])
     }
 
     QApplication app(argc, argv);
+    dropPeerHangUpWarnings();
     QApplication::setApplicationName(QStringLiteral("Mixdesk Tally"));
     QApplication::setApplicationVersion(QStringLiteral(TALLY_VERSION));
     QApplication::setOrganizationName(QStringLiteral("Mixdesk"));

@@ -19,8 +19,24 @@ void writeLine(std::FILE* stream, const QString& line)
     std::fflush(stream);
 }
 
+QtMessageHandler& earlierHandler()
+{
+    static QtMessageHandler handler = nullptr;
+    return handler;
+}
+
+void forwardUnlessPeerHangUp(QtMsgType type, const QMessageLogContext& context, const QString& message)
+{
+    if (!isPeerHangUpWarning(type, message) && earlierHandler()) {
+        earlierHandler()(type, context, message);
+    }
+}
+
 void printQtMessage(QtMsgType type, const QMessageLogContext& context, const QString& message)
 {
+    if (isPeerHangUpWarning(type, message)) {
+        return;
+    }
     printErrorLine(qFormatLogMessage(type, context, message));
     if (type == QtFatalMsg) {
         std::abort();
@@ -52,4 +68,16 @@ QString lineTimestamp(const QDateTime& time)
 void printQtMessagesAsLines()
 {
     qInstallMessageHandler(printQtMessage);
+}
+
+bool isPeerHangUpWarning(QtMsgType type, const QString& message)
+{
+    // Qt's WebSocket server peeks at a handshake after the peer has closed.
+    return type == QtWarningMsg && message.startsWith(QLatin1String("QIODevice::peek ("))
+        && message.endsWith(QLatin1String("): device not open"));
+}
+
+void dropPeerHangUpWarnings()
+{
+    earlierHandler() = qInstallMessageHandler(forwardUnlessPeerHangUp);
 }

@@ -2,6 +2,7 @@
 
 #include <QDateTime>
 #include <QString>
+#include <QtGlobal>
 
 #include <functional>
 
@@ -29,3 +30,14 @@ QString lineTimestamp(const QDateTime& time);
 // printErrorLine lines, stamped like the rest, instead of straight to
 // standard error.
 void printQtMessagesAsLines();
+
+// Whether a Qt warning says only that a network peer hung up while Qt was
+// still reading what it sent (a phone page closed mid-handshake). Peers on
+// the studio network do that all day, and a flood of them would otherwise
+// bury every line that matters in noise about sockets already gone.
+bool isPeerHangUpWarning(QtMsgType type, const QString& message);
+
+// For a program that keeps Qt's own way of printing its warnings (the
+// window): from now on the warnings isPeerHangUpWarning names are dropped
+// and every other message goes where it went before.
+void dropPeerHangUpWarnings();

@@ -1,5 +1,7 @@
 #include "base/StandardOutput.h"
 
+#include <QStringList>
+
 #include <gtest/gtest.h>
 
 TEST(StandardOutputTest, PrintLineWritesOneUtf8LineToStandardOutput)
@@ -73,4 +75,41 @@ TEST(StandardOutputTest, QtsOwnWarningsBecomeStampedLinesOnStandardError)
     qWarning("QWebSocketServer: the socket was closed");
     EXPECT_EQ(testing::internal::GetCapturedStderr(),
         "2026-11-23T12:04:05.678+01:00 QWebSocketServer: the socket was closed\n");
+}
+
+TEST(StandardOutputTest, AWarningThatOnlySaysAPeerHungUpMidRequestIsNotPrinted)
+{
+    StampedLines stamped;
+    printQtMessagesAsLines();
+    testing::internal::CaptureStderr();
+    qWarning("QIODevice::peek (QTcpSocket): device not open");
+    qWarning("QIODevice::read (QTcpSocket): device not open");
+    EXPECT_EQ(testing::internal::GetCapturedStderr(),
+        "2026-11-23T12:04:05.678+01:00 QIODevice::read (QTcpSocket): device not open\n");
+}
+
+namespace {
+
+QStringList& handedOn()
+{
+    static QStringList messages;
+    return messages;
+}
+
+void noteHandedOn(QtMsgType, const QMessageLogContext&, const QString& message)
+{
+    handedOn().append(message);
+}
+
+} // namespace
+
+TEST(StandardOutputTest, TheWindowKeepsQtsWayOfPrintingButDropsPeerHangUps)
+{
+    // Stands in for Qt's own handler, which prints everything it is given.
+    qInstallMessageHandler(noteHandedOn);
+    dropPeerHangUpWarnings();
+    qWarning("QIODevice::peek (QTcpSocket): device not open");
+    qWarning("QWebSocketServer: the socket was closed");
+    qInstallMessageHandler(nullptr);
+    EXPECT_EQ(handedOn(), QStringList { QStringLiteral("QWebSocketServer: the socket was closed") });
 }
