@@ -34,7 +34,7 @@ protected:
         QApplication::sendEvent(viewport, &release);
     }
 
-    ShowModel model;
+    ShowModel model { ShowModel::defaultShotNames(), { .program = 0, .preview = 1 } };
     AutoCut autoCut { model };
     MixdeskWindow window { model, autoCut };
 };
