@@ -69,7 +69,7 @@ void cutToPageRepaint(benchmark::State& state)
 {
     QTemporaryDir folder;
     StandinProcess standin;
-    if (!standin.start()) {
+    if (!standin.start(StandinProcess::studioStart())) {
         state.SkipWithError("the stand-in did not start");
         return;
     }

@@ -24,7 +24,7 @@ mkdir -p "$HOME"
 for i in $(seq 1 20); do echo "Camera $i"; done >"$work/shots.txt"
 printf '0|Camera 1\r\n1|Camera 2\r\n2|Camera 3|Camera 4\r\n3|Camera 20\r\n4|Camera 19\r\n5|\r\n6|\r\n7|\r\n' >"$work/map.tlx"
 
-(sleep $((seconds + 30)); echo quit) | "$bin/mixdesk" --headless --shots "$work/shots.txt" --auto-cut 2 >/dev/null &
+(sleep $((seconds + 30)); echo quit) | "$bin/mixdesk" --headless --shots "$work/shots.txt" --program 1 --preview 2 --auto-cut 2 >/dev/null &
 standin=$!
 until [[ -s "$XDG_RUNTIME_DIR/mixdesk/shots" ]]; do sleep 0.05; done
 

@@ -34,7 +34,7 @@ printf '0|Camera 1\r\n1|Camera 2\r\n2|Camera 1|Camera 2\r\n3|Wide Shot\r\n' >"$w
 
 echo "== No display: stand-in Mixdesk headless (cut every second), tallyctl watch for 5 seconds"
 echo "   Light 1 = Camera 1, light 2 = Camera 2, light 3 = both, light 4 = Wide Shot"
-(sleep 7; echo quit) | "$bin/mixdesk" --headless --auto-cut 1 >/dev/null &
+(sleep 7; echo quit) | "$bin/mixdesk" --headless --program 1 --preview 2 --auto-cut 1 >/dev/null &
 standin=$!
 sleep 0.5
 MIXDESK_TALLY_HID_CAPTURE="$work/capture.hex" "$bin/tallyctl" watch --ticks 20 "$work/demo.tlx"

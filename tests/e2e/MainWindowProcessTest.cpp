@@ -51,7 +51,7 @@ protected:
 
 TEST_F(MainWindowProcessTest, DrivesTheBoxFollowsCutsAndHandOversAndFreezesWhenMixdeskEnds)
 {
-    ASSERT_TRUE(standin.start());
+    ASSERT_TRUE(standin.start(StandinProcess::studioStart()));
     launch(tally, { map(QStringLiteral("studio.tlx"), "0|Camera 1\r\n1|Camera 2\r\n") });
 
     // Sixteen 64-byte reports per tick, light 1 first, program byte first.
@@ -98,7 +98,9 @@ TEST_F(MainWindowProcessTest, AMixdeskThatHasEndedButIsNotYetReapedFreezesTheLig
     QProcess parent;
     parent.setProcessEnvironment(standin.environment());
     parent.start(QStringLiteral("/bin/sh"),
-        { QStringLiteral("-c"), QStringLiteral("exec 3<&0; \"$0\" --headless <&3 3<&- & echo $!; exec sleep 60 3<&-"),
+        { QStringLiteral("-c"),
+            QStringLiteral(
+                "exec 3<&0; \"$0\" --headless --program 1 --preview 2 <&3 3<&- & echo $!; exec sleep 60 3<&-"),
             standin.program() });
     ASSERT_TRUE(parent.waitForStarted(10000));
     ASSERT_TRUE(eventually([&] { return parent.canReadLine(); }));
@@ -139,7 +141,7 @@ TEST_F(MainWindowProcessTest, WithoutMixdeskNothingIsSent)
 
 TEST_F(MainWindowProcessTest, AnUnreadableFileArgumentIsReportedAndTheWindowRunsOn)
 {
-    ASSERT_TRUE(standin.start());
+    ASSERT_TRUE(standin.start(StandinProcess::studioStart()));
     const QString missing = home.filePath(QStringLiteral("missing.tlx"));
     launch(tally, { missing });
     ASSERT_TRUE(eventually([&] { return !capture.ticks().isEmpty(); }));

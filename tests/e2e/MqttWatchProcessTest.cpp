@@ -155,7 +155,7 @@ protected:
 TEST_F(MqttWatchProcessTest, ALateSubscriberGetsTheRetainedStateAndThenEveryCut)
 {
     ASSERT_TRUE(mosquitto.start()) << mosquitto.output().toStdString();
-    ASSERT_TRUE(standin.start());
+    ASSERT_TRUE(standin.start(StandinProcess::studioStart()));
     start({ QStringLiteral("--mqtt"), broker() });
     ASSERT_TRUE(stateAtBroker()) << errors.toStdString();
     ASSERT_TRUE(subscriber.start(mosquitto.port(), QStringLiteral("studio/#")));
@@ -213,7 +213,7 @@ TEST_F(MqttWatchProcessTest, ALateSubscriberGetsTheRetainedStateAndThenEveryCut)
 TEST_F(MqttWatchProcessTest, ALostSwitcherIsUnknownAndAKilledProgramIsOfflineThroughTheLastWill)
 {
     ASSERT_TRUE(mosquitto.start()) << mosquitto.output().toStdString();
-    ASSERT_TRUE(standin.start());
+    ASSERT_TRUE(standin.start(StandinProcess::studioStart()));
     start({ QStringLiteral("--mqtt"), broker() });
     ASSERT_TRUE(subscriber.start(mosquitto.port(), QStringLiteral("studio/#")));
     ASSERT_TRUE(eventually([&] { return subscriber.saw(QStringLiteral("0 studio/light/1/state live")); }))
@@ -238,7 +238,7 @@ TEST_F(MqttWatchProcessTest, ALostSwitcherIsUnknownAndAKilledProgramIsOfflineThr
 TEST_F(MqttWatchProcessTest, ABrokerThatDiesAndComesBackGetsTheWholeStateAgainWhileTheBoxGoesOn)
 {
     ASSERT_TRUE(mosquitto.start()) << mosquitto.output().toStdString();
-    ASSERT_TRUE(standin.start());
+    ASSERT_TRUE(standin.start(StandinProcess::studioStart()));
     start({ QStringLiteral("--mqtt"), broker() });
     ASSERT_TRUE(stateAtBroker()) << errors.toStdString();
 
@@ -270,7 +270,7 @@ TEST_F(MqttWatchProcessTest, ABrokerThatDiesAndComesBackGetsTheWholeStateAgainWh
 TEST_F(MqttWatchProcessTest, ABrokerThatHangsIsNotSentEveryCutItMissedWhenItWakes)
 {
     ASSERT_TRUE(mosquitto.start()) << mosquitto.output().toStdString();
-    ASSERT_TRUE(standin.start());
+    ASSERT_TRUE(standin.start(StandinProcess::studioStart()));
     // The state is not said again during the test: each message seen is a
     // cut's.
     start({ QStringLiteral("--mqtt"), broker() },
@@ -307,7 +307,7 @@ TEST_F(MqttWatchProcessTest, ABrokerThatHangsIsNotSentEveryCutItMissedWhenItWake
 TEST_F(MqttWatchProcessTest, ABrokerAwayLongGetsTheStateWithinTwoSecondsOfComingBack)
 {
     ASSERT_TRUE(mosquitto.start()) << mosquitto.output().toStdString();
-    ASSERT_TRUE(standin.start());
+    ASSERT_TRUE(standin.start(StandinProcess::studioStart()));
     start({ QStringLiteral("--mqtt"), broker() });
     ASSERT_TRUE(stateAtBroker()) << errors.toStdString();
 
@@ -334,7 +334,7 @@ TEST_F(MqttWatchProcessTest, ABrokerThatNeverAnswersIsSaidWithinSecondsAndDoesNo
     // Takes the connection and never says a word, like a broker that hung.
     QTcpServer silent;
     ASSERT_TRUE(silent.listen(QHostAddress::LocalHost));
-    ASSERT_TRUE(standin.start());
+    ASSERT_TRUE(standin.start(StandinProcess::studioStart()));
     QElapsedTimer since;
     since.start();
     start({ QStringLiteral("--mqtt"), QStringLiteral("mqtt://127.0.0.1:%1/studio").arg(silent.serverPort()) });
@@ -360,7 +360,7 @@ TEST_F(MqttWatchProcessTest, ALoginWithAPasswordFromAFileOrTheEnvironmentAndARef
     MosquittoBroker::Options options;
     options.passwordFile = passwords;
     ASSERT_TRUE(mosquitto.start(options)) << mosquitto.output().toStdString();
-    ASSERT_TRUE(standin.start());
+    ASSERT_TRUE(standin.start(StandinProcess::studioStart()));
 
     // A wrong password: refused, said, tried again later; the box goes on.
     start({ QStringLiteral("--mqtt"), broker(QStringLiteral("mqtt"), QStringLiteral("tally")) },
@@ -395,7 +395,7 @@ TEST_F(MqttWatchProcessTest, TlsWithTheTestsOwnCaAndAnUntrustedCertificateIsSaid
     options.certFile = mosquitto.folder() + QStringLiteral("/server.pem");
     options.keyFile = mosquitto.folder() + QStringLiteral("/server.key");
     ASSERT_TRUE(mosquitto.start(options)) << mosquitto.output().toStdString();
-    ASSERT_TRUE(standin.start());
+    ASSERT_TRUE(standin.start(StandinProcess::studioStart()));
     const QString caFile = mosquitto.folder() + QStringLiteral("/ca.pem");
 
     // Without the test CA the system's store does not trust the broker.
@@ -429,7 +429,7 @@ TEST_F(MqttWatchProcessTest, TlsWithTheTestsOwnCaAndAnUntrustedCertificateIsSaid
 TEST_F(MqttWatchProcessTest, DiscoveryAnnouncesEveryLightToHomeAssistant)
 {
     ASSERT_TRUE(mosquitto.start()) << mosquitto.output().toStdString();
-    ASSERT_TRUE(standin.start());
+    ASSERT_TRUE(standin.start(StandinProcess::studioStart()));
     start({ QStringLiteral("--mqtt"), broker(), QStringLiteral("--mqtt-discovery") });
     ASSERT_TRUE(eventually([&] { return said(QStringLiteral("connected, topics under studio/")); }))
         << errors.toStdString();
@@ -460,7 +460,7 @@ TEST_F(MqttWatchProcessTest, ABadBrokerAddressIsAUsageErrorAndAnAbsentBrokerDoes
     // Nothing listens on the broker's port: said, and the box is lit.
     const quint16 closedPort = freePort();
     ASSERT_NE(closedPort, 0);
-    ASSERT_TRUE(standin.start());
+    ASSERT_TRUE(standin.start(StandinProcess::studioStart()));
     start({ QStringLiteral("--mqtt"), QStringLiteral("mqtt://127.0.0.1:%1").arg(closedPort) });
     EXPECT_TRUE(eventually([&] { return said(QStringLiteral("Connection refused; trying again in 1 s")); }))
         << errors.toStdString();
@@ -470,7 +470,7 @@ TEST_F(MqttWatchProcessTest, ABadBrokerAddressIsAUsageErrorAndAnAbsentBrokerDoes
 TEST_F(MqttWatchProcessTest, AfterSigtermOrCtrlCNoLightReadsLiveOrPreviewButUnknown)
 {
     ASSERT_TRUE(mosquitto.start()) << mosquitto.output().toStdString();
-    ASSERT_TRUE(standin.start());
+    ASSERT_TRUE(standin.start(StandinProcess::studioStart()));
     for (const int signalNumber : { SIGTERM, SIGINT }) {
         SCOPED_TRACE(signalNumber == SIGTERM ? "SIGTERM" : "SIGINT");
         start({ QStringLiteral("--mqtt"), broker() });
@@ -493,7 +493,7 @@ TEST_F(MqttWatchProcessTest, AfterSigtermOrCtrlCNoLightReadsLiveOrPreviewButUnkn
 TEST_F(MqttWatchProcessTest, WithLightsOffAtQuitEveryLightReadsOffAfterTheExit)
 {
     ASSERT_TRUE(mosquitto.start()) << mosquitto.output().toStdString();
-    ASSERT_TRUE(standin.start());
+    ASSERT_TRUE(standin.start(StandinProcess::studioStart()));
     start({ QStringLiteral("--mqtt"), broker(), QStringLiteral("--lights-off-at-quit") });
     endWhileLive(SIGTERM);
     EXPECT_EQ(watch.exitCode(), 0) << errors.toStdString();
@@ -513,7 +513,7 @@ TEST_F(MqttWatchProcessTest, WithLightsOffAtQuitEveryLightReadsOffAfterTheExit)
 TEST_F(MqttWatchProcessTest, AfterAKillALampThatConnectsOnceTheStateExpiredDoesNotReadLive)
 {
     ASSERT_TRUE(mosquitto.start()) << mosquitto.output().toStdString();
-    ASSERT_TRUE(standin.start());
+    ASSERT_TRUE(standin.start(StandinProcess::studioStart()));
     // The lights' state lasts two seconds at the broker instead of fifteen.
     start({ QStringLiteral("--mqtt"), broker() },
         { { QStringLiteral("MIXDESK_TALLY_MQTT_STATE_EXPIRY"), QStringLiteral("2") } });
@@ -546,7 +546,7 @@ TEST_F(MqttWatchProcessTest, AfterAKillALampThatConnectsOnceTheStateExpiredDoesN
 TEST_F(MqttWatchProcessTest, TheWindowEndedBySigtermLeavesEveryLightUnknown)
 {
     ASSERT_TRUE(mosquitto.start()) << mosquitto.output().toStdString();
-    ASSERT_TRUE(standin.start());
+    ASSERT_TRUE(standin.start(StandinProcess::studioStart()));
     WindowHome home;
     ASSERT_TRUE(home.isValid());
     QProcess window;

@@ -125,7 +125,7 @@ TEST_F(SecondLaunchProcessTest, AnOptionOnlyTheStartTakesIsRefusedBeforeAnyHandO
 
 TEST_F(SecondLaunchProcessTest, ASecondLaunchWithAMapOpensItInTheRunningWindow)
 {
-    ASSERT_TRUE(standin.start());
+    ASSERT_TRUE(standin.start(StandinProcess::studioStart()));
     startWindow({ home.write(QStringLiteral("studio.tlx"), "0|Camera 1\r\n1|Camera 2\r\n") });
     ASSERT_TRUE(home.lastTickIs(firstLiveSecondPreview));
 

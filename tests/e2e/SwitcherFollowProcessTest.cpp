@@ -64,7 +64,7 @@ protected:
 
 TEST_F(SwitcherFollowProcessTest, PreviewCutAndRenameInTheStandInReachTheBoxWithinTwoTicksAndQuittingFreezesIt)
 {
-    ASSERT_TRUE(standin.start());
+    ASSERT_TRUE(standin.start(StandinProcess::studioStart()));
     // Lights 1 to 3 follow Camera 1 to 3; light 4 waits for a shot named
     // Camera A, which does not exist yet.
     launchTally(writeMap("0|Camera 1\r\n1|Camera 2\r\n2|Camera 3\r\n3|Camera A\r\n"));

@@ -71,7 +71,7 @@ protected:
 
 TEST_F(TslWatchProcessTest, WatchSendsTheLightsAsTslFiveAndFollowsACut)
 {
-    ASSERT_TRUE(standin.start());
+    ASSERT_TRUE(standin.start(StandinProcess::studioStart()));
     start({ QStringLiteral("--tsl5"), QStringLiteral("udp://127.0.0.1:%1").arg(receiver.localPort()), mapPath });
     const QString both = QStringLiteral("Camera 1 + Camera 2");
     EXPECT_TRUE(eventually([&] {

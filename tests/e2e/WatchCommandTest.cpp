@@ -47,7 +47,7 @@ protected:
 
 TEST_F(WatchCommandTest, PrintsTheRunningStateAndEachLightOnceAndSendsEveryTick)
 {
-    ASSERT_TRUE(standin.start());
+    ASSERT_TRUE(standin.start(StandinProcess::studioStart()));
     start({ QStringLiteral("--ticks"), QStringLiteral("6"), mapPath });
     ASSERT_TRUE(finished());
     EXPECT_EQ(watch.exitCode(), 0);
@@ -67,7 +67,7 @@ TEST_F(WatchCommandTest, PrintsTheRunningStateAndEachLightOnceAndSendsEveryTick)
 
 TEST_F(WatchCommandTest, PrintsTheChangeAfterACut)
 {
-    ASSERT_TRUE(standin.start());
+    ASSERT_TRUE(standin.start(StandinProcess::studioStart()));
     start({ mapPath });
     QByteArray printed;
     ASSERT_TRUE(eventually([&] {
@@ -126,7 +126,7 @@ const QByteArray everyLightOff = "01 21 02 22 03 23 04 24 05 25 06 26 07 27 08 2
 
 TEST_F(WatchCommandTest, WithLightsOffAtQuitTheLastBytesSwitchEveryLightOff)
 {
-    ASSERT_TRUE(standin.start());
+    ASSERT_TRUE(standin.start(StandinProcess::studioStart()));
     start({ QStringLiteral("--ticks=3"), QStringLiteral("--lights-off-at-quit"), mapPath });
     ASSERT_TRUE(finished());
     EXPECT_EQ(watch.exitCode(), 0) << watch.readAllStandardError().toStdString();
@@ -138,7 +138,7 @@ TEST_F(WatchCommandTest, WithLightsOffAtQuitTheLastBytesSwitchEveryLightOff)
 
 TEST_F(WatchCommandTest, WithoutLightsOffAtQuitTheLastTickIsTheLastBytesSent)
 {
-    ASSERT_TRUE(standin.start());
+    ASSERT_TRUE(standin.start(StandinProcess::studioStart()));
     start({ QStringLiteral("--ticks=2"), mapPath });
     ASSERT_TRUE(finished());
     const QList<QByteArray> ticks = capture.ticks();
@@ -175,7 +175,7 @@ TEST_F(WatchCommandTest, AnUnreadableMapFailsWithTheReason)
 
 TEST_F(WatchCommandTest, JsonPrintsOneObjectPerChangeWithItsTime)
 {
-    ASSERT_TRUE(standin.start());
+    ASSERT_TRUE(standin.start(StandinProcess::studioStart()));
     start({ QStringLiteral("--json"), QStringLiteral("--ticks=4"), mapPath });
     ASSERT_TRUE(finished());
     EXPECT_EQ(watch.exitCode(), 0);
@@ -199,7 +199,7 @@ TEST_F(WatchCommandTest, JsonPrintsOneObjectPerChangeWithItsTime)
 
 TEST_F(WatchCommandTest, TimestampsPutTheTimeInFrontOfEachLine)
 {
-    ASSERT_TRUE(standin.start());
+    ASSERT_TRUE(standin.start(StandinProcess::studioStart()));
     start({ QStringLiteral("--timestamps"), QStringLiteral("--ticks=2"), mapPath });
     ASSERT_TRUE(finished());
     const QStringList lines = QString::fromUtf8(watch.readAllStandardOutput()).trimmed().split(u'\n');
@@ -216,7 +216,7 @@ TEST_F(WatchCommandTest, TimestampsPutTheTimeInFrontOfEachLine)
 
 TEST_F(WatchCommandTest, IntoAPipeLinesAreUnstampedUnlessAsked)
 {
-    ASSERT_TRUE(standin.start());
+    ASSERT_TRUE(standin.start(StandinProcess::studioStart()));
     start({ QStringLiteral("--no-timestamps"), QStringLiteral("--ticks=2"), mapPath });
     ASSERT_TRUE(finished());
     EXPECT_TRUE(watch.readAllStandardOutput().startsWith("Mixdesk running\nLight 1: live (Camera 1)\n"));
@@ -230,7 +230,7 @@ TEST_F(WatchCommandTest, WithoutATallyBoxItSaysSoOnce)
     if (!devices.out.contains(QStringLiteral("no tally device attached"))) {
         GTEST_SKIP() << "a tally box is plugged into this machine: " << devices.out.toStdString();
     }
-    ASSERT_TRUE(standin.start());
+    ASSERT_TRUE(standin.start(StandinProcess::studioStart()));
     start({ QStringLiteral("--ticks=4"), mapPath }, true);
     ASSERT_TRUE(finished());
     EXPECT_EQ(watch.exitCode(), 0);
@@ -245,7 +245,7 @@ TEST_F(WatchCommandTest, OnATerminalLinesAreStampedWithoutBeingAsked)
 {
     // script(1) (bsdutils, part of every Debian system) gives the command a
     // terminal of its own and copies what it prints.
-    ASSERT_TRUE(standin.start());
+    ASSERT_TRUE(standin.start(StandinProcess::studioStart()));
     QProcessEnvironment environment = standin.environment();
     environment.insert(QStringLiteral("MIXDESK_TALLY_HID_CAPTURE"), capture.path);
     watch.setProcessEnvironment(environment);

@@ -1,7 +1,8 @@
 // The web tally page in a real headless Chromium, fed by a page server in
 // this process: how a phone shows lights under test, shots the switcher
 // does not have, an off or empty light, why there is no signal, the way
-// back to the list, and a screen it cannot keep on.
+// back to the list, and a screen it cannot keep on, which a tap keeps awake
+// with a video.
 
 #include "net/outputs/WebTallyClient.h"
 #include "outputs/WebListenAddress.h"
@@ -76,6 +77,23 @@ const QString shotsText = QStringLiteral("document.getElementById('shots').textC
 const QString reasonText = QStringLiteral("document.getElementById('reason').textContent");
 const QString awakeNote = QStringLiteral("(function () { var note = document.getElementById('awake');"
                                          " return note.hidden ? '' : note.textContent; })()");
+// The video that keeps the screen awake, as "playing muted loop inline", or
+// "none" while the page has made none.
+const QString awakeVideo
+    = QStringLiteral("(function () { var video = document.getElementById('awake-video'); if (!video) { return 'none'; }"
+                     " return [video.paused ? 'paused' : 'playing', video.muted ? 'muted' : 'sound',"
+                     " video.loop ? 'loop' : 'once', video.hasAttribute('playsinline') ? 'inline' : 'full']"
+                     ".join(' '); })()");
+const QString playingNote
+    = QStringLiteral("Keeping this screen awake with a tiny silent video while this page is in front. If it still "
+                     "turns off, set the screen to stay on (the longest screen timeout, or stay awake while "
+                     "charging). Tap to hide.");
+
+// A browser that refuses the wake lock even on this computer, as a battery
+// saver makes it, from before the page's own script runs.
+const QString refusingWakeLock = QStringLiteral(
+    "window.wakeLockAsked = 0; Object.defineProperty(navigator, 'wakeLock', { value: { request: function () {"
+    " window.wakeLockAsked += 1; return Promise.reject(new DOMException('battery saver', 'NotAllowedError')); } } });");
 
 } // namespace
 
@@ -263,14 +281,68 @@ TEST_F(WebTallyPageMarksTest, OverPlainHttpFromAnotherNameThePageSaysTheScreenMa
     EXPECT_EQ(browser.evaluate(QStringLiteral("String(window.isSecureContext)")).toString(), QStringLiteral("false"));
     EXPECT_TRUE(reads(awakeNote,
         QStringLiteral("This screen may turn off: opened over plain http from another computer, the browser does not "
-                       "let the page keep it on. While this is a tally, set the screen to stay on (the longest screen "
-                       "timeout, or stay awake while charging). Tap to hide.")));
-    // A tap puts it away for good; the light stays.
-    browser.evaluate(QStringLiteral("document.getElementById('awake').click()"));
+                       "let the page keep it on. Tap here to keep it awake with a tiny silent video (most phones stay "
+                       "on while it plays, with this page in front), or set the screen to stay on (the longest screen "
+                       "timeout, or stay awake while charging).")));
+    EXPECT_EQ(browser.evaluate(awakeVideo).toString(), QStringLiteral("none")) << "no video before a tap";
+
+    // A tap on the note starts a tiny, silent, looping video that plays on,
+    // and the note says so.
+    ASSERT_TRUE(browser.click(QStringLiteral("#awake")));
+    EXPECT_TRUE(reads(awakeVideo, QStringLiteral("playing muted loop inline")));
+    EXPECT_TRUE(reads(awakeNote, playingNote));
+    EXPECT_TRUE(
+        reads(QStringLiteral("String(document.getElementById('awake-video').currentTime > 0)"), QStringLiteral("true")))
+        << "the video does not advance";
+    EXPECT_TRUE(reads(QStringLiteral("String(document.querySelectorAll('video').length)"), QStringLiteral("1")));
+
+    // A tap puts the note away for good; the video and the light stay.
+    ASSERT_TRUE(browser.click(QStringLiteral("#awake")));
     EXPECT_TRUE(reads(awakeNote, QString()));
-    browser.evaluate(QStringLiteral("document.body.click()"));
+    ASSERT_TRUE(browser.click(QStringLiteral("#state")));
     EXPECT_TRUE(reads(awakeNote, QString()));
+    EXPECT_TRUE(reads(awakeVideo, QStringLiteral("playing muted loop inline")));
+    EXPECT_TRUE(reads(QStringLiteral("String(document.querySelectorAll('video').length)"), QStringLiteral("1")));
     EXPECT_TRUE(reads(stateText, QStringLiteral("LIVE")));
+}
+
+TEST_F(WebTallyPageMarksTest, AWakeLockRefusedOnThisComputerIsMadeUpForByTheVideoAfterATap)
+{
+    browser.call(
+        QStringLiteral("Page.addScriptToEvaluateOnNewDocument"), { { QStringLiteral("source"), refusingWakeLock } });
+    publish(true, false, { { TallyMode::preview, { QStringLiteral("Camera 2") } } });
+    open(QStringLiteral("/light/1"));
+    EXPECT_TRUE(reads(stateText, QStringLiteral("PREVIEW")));
+    EXPECT_TRUE(reads(awakeNote,
+        QStringLiteral("This screen may turn off: the browser refused to keep it on (a battery saver does that). Tap "
+                       "here to keep it awake with a tiny silent video, or set the screen to stay on while this is a "
+                       "tally.")));
+    EXPECT_EQ(browser.evaluate(awakeVideo).toString(), QStringLiteral("none"));
+    ASSERT_TRUE(browser.click(QStringLiteral("#awake")));
+    EXPECT_TRUE(reads(awakeVideo, QStringLiteral("playing muted loop inline")));
+    EXPECT_TRUE(reads(awakeNote, playingNote));
+    EXPECT_TRUE(reads(stateText, QStringLiteral("PREVIEW")));
+}
+
+TEST_F(WebTallyPageMarksTest, ABrowserThatCannotMakeTheVideoIsToldOnlyOfThePhonesSetting)
+{
+    browser.call(QStringLiteral("Page.addScriptToEvaluateOnNewDocument"),
+        { { QStringLiteral("source"),
+            refusingWakeLock + QStringLiteral(" delete HTMLCanvasElement.prototype.captureStream;") } });
+    publish(true, false, { { TallyMode::live, { QStringLiteral("Camera 1") } } });
+    open(QStringLiteral("/light/1"));
+    EXPECT_TRUE(reads(awakeNote,
+        QStringLiteral("This screen may turn off: the browser refused to keep it on (a battery saver does that). Tap "
+                       "to try again, or set the screen to stay on while this is a tally.")));
+    EXPECT_TRUE(reads(QStringLiteral("String(window.wakeLockAsked)"), QStringLiteral("1")));
+    ASSERT_TRUE(browser.click(QStringLiteral("#awake")));
+    // The lock is asked again, refused again: the note comes back, and no
+    // video is made.
+    EXPECT_TRUE(reads(QStringLiteral("String(window.wakeLockAsked)"), QStringLiteral("2")));
+    EXPECT_TRUE(reads(awakeNote,
+        QStringLiteral("This screen may turn off: the browser refused to keep it on (a battery saver does that). Tap "
+                       "to try again, or set the screen to stay on while this is a tally.")));
+    EXPECT_EQ(browser.evaluate(awakeVideo).toString(), QStringLiteral("none"));
 }
 
 TEST_F(WebTallyPageMarksTest, OnThisComputerThePageNeverBlamesPlainHttp)

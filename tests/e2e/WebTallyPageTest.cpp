@@ -140,7 +140,7 @@ protected:
 
 TEST_F(WebTallyPageTest, ALightPageFollowsACutShowsNoSignalWhenTheServerDiesAndRecoversWhenItReturns)
 {
-    ASSERT_TRUE(standin.start());
+    ASSERT_TRUE(standin.start(StandinProcess::studioStart()));
     startWatch();
     startBrowser();
     ASSERT_TRUE(browser.navigate(url(QStringLiteral("/light/1"))));
@@ -161,7 +161,7 @@ TEST_F(WebTallyPageTest, ALightPageFollowsACutShowsNoSignalWhenTheServerDiesAndR
 
 TEST_F(WebTallyPageTest, ALightPageShowsNoSignalWhenTheServerFallsSilentWithTheConnectionOpen)
 {
-    ASSERT_TRUE(standin.start());
+    ASSERT_TRUE(standin.start(StandinProcess::studioStart()));
     startWatch();
     startBrowser();
     ASSERT_TRUE(browser.navigate(url(QStringLiteral("/light/1"))));
@@ -177,7 +177,7 @@ TEST_F(WebTallyPageTest, ALightPageShowsNoSignalWhenTheServerFallsSilentWithTheC
 
 TEST_F(WebTallyPageTest, ALightPageShowsNoSignalWhenTheSwitcherIsGone)
 {
-    ASSERT_TRUE(standin.start());
+    ASSERT_TRUE(standin.start(StandinProcess::studioStart()));
     startWatch();
     startBrowser();
     ASSERT_TRUE(browser.navigate(url(QStringLiteral("/light/2"))));
@@ -191,7 +191,7 @@ TEST_F(WebTallyPageTest, ALightPageShowsNoSignalWhenTheSwitcherIsGone)
 
 TEST_F(WebTallyPageTest, AnUnassignedLightIsDarkAndTheListLinksEveryLight)
 {
-    ASSERT_TRUE(standin.start());
+    ASSERT_TRUE(standin.start(StandinProcess::studioStart()));
     startWatch();
     startBrowser();
     ASSERT_TRUE(browser.navigate(url(QStringLiteral("/light/4"))));
@@ -212,7 +212,7 @@ TEST_F(WebTallyPageTest, AnUnassignedLightIsDarkAndTheListLinksEveryLight)
 
 TEST_F(WebTallyPageTest, APictureOfLightOneReadsAsATally)
 {
-    ASSERT_TRUE(standin.start());
+    ASSERT_TRUE(standin.start(StandinProcess::studioStart()));
     startWatch();
     startBrowser();
     browser.emulateScreen(390, 844, 2);
@@ -229,7 +229,7 @@ TEST_F(WebTallyPageTest, APictureOfLightOneReadsAsATally)
 
 TEST_F(WebTallyPageTest, TheListOfLightsGivesAPhoneBigTapTargets)
 {
-    ASSERT_TRUE(standin.start());
+    ASSERT_TRUE(standin.start(StandinProcess::studioStart()));
     startWatch();
     startBrowser();
     browser.emulateScreen(390, 844, 3);
@@ -339,7 +339,7 @@ TEST_F(WebTallyPageTest, ABusyPortIsAClearErrorAndNotACrash)
 
 TEST_F(WebTallyPageTest, TheWindowServesThePageForItsOpenMap)
 {
-    ASSERT_TRUE(standin.start());
+    ASSERT_TRUE(standin.start(StandinProcess::studioStart()));
     QProcess window;
     launchWindow(window, { QStringLiteral("--web"), QStringLiteral("127.0.0.1:%1").arg(port), mapPath });
     QByteArray state;
@@ -385,7 +385,7 @@ TEST_F(WebTallyPageTest, TheWindowWithABadTslDestinationBesideThePageIsAUsageErr
 
 TEST_F(WebTallyPageTest, APageAndAPlainWebSocketStayConnectedForAMinuteWhileTheStudioIsSteady)
 {
-    ASSERT_TRUE(standin.start());
+    ASSERT_TRUE(standin.start(StandinProcess::studioStart()));
     startWatch();
     startBrowser();
     ASSERT_TRUE(browser.navigate(url(QStringLiteral("/light/1"))));

@@ -149,6 +149,30 @@ QJsonValue HeadlessChromium::evaluate(const QString& expression)
     return result.value(QStringLiteral("result")).toObject().value(QStringLiteral("value"));
 }
 
+bool HeadlessChromium::click(const QString& selector)
+{
+    const QJsonValue middle = evaluate(
+        QStringLiteral("(function () { var element = document.querySelector('%1');"
+                       " if (!element) { return null; } var box = element.getBoundingClientRect();"
+                       " return box.width > 0 && box.height > 0 ? [box.left + box.width / 2, box.top + box.height / 2]"
+                       " : null; })()")
+            .arg(selector));
+    if (!middle.isArray()) {
+        return false;
+    }
+    for (const char* type : { "mousePressed", "mouseReleased" }) {
+        call(QStringLiteral("Input.dispatchMouseEvent"),
+            {
+                { QStringLiteral("type"), QLatin1String(type) },
+                { QStringLiteral("x"), middle.toArray().at(0).toDouble() },
+                { QStringLiteral("y"), middle.toArray().at(1).toDouble() },
+                { QStringLiteral("button"), QStringLiteral("left") },
+                { QStringLiteral("clickCount"), 1 },
+            });
+    }
+    return true;
+}
+
 void HeadlessChromium::emulateScreen(int width, int height, double scale)
 {
     call(QStringLiteral("Emulation.setDeviceMetricsOverride"),

@@ -25,6 +25,11 @@ public:
     bool navigate(const QString& url);
     // The value of a JavaScript expression in the page (awaited if a promise).
     QJsonValue evaluate(const QString& expression);
+    // Clicks the middle of the first element the CSS selector finds, with
+    // the mouse, as a user's tap: unlike a click() from script it counts as
+    // a gesture, which a page needs to start a video. False when no
+    // element is shown there.
+    bool click(const QString& selector);
     // Sets the page's size as a phone's screen.
     void emulateScreen(int width, int height, double scale);
     // A PNG picture of the page.

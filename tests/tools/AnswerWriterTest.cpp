@@ -162,7 +162,7 @@ TEST(AnswerWriterTest, FollowWritesTheAnswerNowAndAfterEveryChange)
 {
     QTemporaryDir directory;
     ASSERT_TRUE(directory.isValid());
-    ShowModel model({ "A", "B", "C" });
+    ShowModel model({ "A", "B", "C" }, { .program = 0, .preview = 1 });
     AnswerWriter writer(directory.filePath("shots"));
     QString error;
     ASSERT_TRUE(writer.follow(model, &error)) << error.toStdString();

@@ -17,7 +17,7 @@ TEST(AutoCutTest, IsOffAtFirst)
 
 TEST(AutoCutTest, CutsTheShowWhenItsIntervalIsUp)
 {
-    ShowModel model;
+    ShowModel model { ShowModel::defaultShotNames(), { .program = 0, .preview = 1 } };
     AutoCut autoCut(model);
     autoCut.setIntervalSeconds(1);
     EXPECT_TRUE(autoCut.isRunning());

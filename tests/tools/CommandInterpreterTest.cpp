@@ -28,7 +28,7 @@ protected:
         return testing::internal::GetCapturedStderr();
     }
 
-    ShowModel model;
+    ShowModel model { ShowModel::defaultShotNames(), { .program = 0, .preview = 1 } };
     AutoCut autoCut { model };
     CommandInterpreter interpreter { model, autoCut };
     CommandInterpreter::Outcome outcome = CommandInterpreter::Outcome::Continue;

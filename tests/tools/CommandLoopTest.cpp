@@ -63,7 +63,7 @@ protected:
     }
 
     int fds[2] = { -1, -1 };
-    ShowModel model;
+    ShowModel model { ShowModel::defaultShotNames(), { .program = 0, .preview = 1 } };
     AutoCut autoCut { model };
     CommandInterpreter interpreter { model, autoCut };
     std::unique_ptr<CommandLoop> loop;

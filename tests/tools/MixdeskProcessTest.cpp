@@ -35,8 +35,9 @@ QByteArray answerOf(const QList<QByteArray>& records)
     return answer + "}\n";
 }
 
-// The defaults with program on `live` and preview on `preview` (1-based ids).
-QByteArray defaultAnswer(int live = 1, int preview = 2)
+// The defaults with program on `live` and preview on `preview` (1-based ids,
+// 0 for an empty bus).
+QByteArray defaultAnswer(int live, int preview)
 {
     const char* names[]
         = { "Camera 1", "Camera 2", "Camera 3", "Camera 4", "Wide Shot", "Titles", "Lower Third Clear Layer" };
@@ -75,11 +76,32 @@ QString queryShots()
 
 } // namespace
 
-TEST(MixdeskProcessTest, HeadlessWritesTheAnswerAtStart)
+TEST(MixdeskProcessTest, HeadlessWritesTheAnswerAtStartWithNothingOnProgramOrInPreview)
 {
     StandinProcess standin;
     ASSERT_TRUE(standin.start()) << standin.process().readAllStandardError().toStdString();
-    EXPECT_EQ(standin.answer(), defaultAnswer());
+    EXPECT_EQ(standin.answer(), defaultAnswer(0, 0));
+}
+
+TEST(MixdeskProcessTest, ProgramAndPreviewOptionsPutTheirShotsThereFromTheStart)
+{
+    StandinProcess standin;
+    ASSERT_TRUE(standin.start({ "--program", "3", "--preview", "5" }))
+        << standin.process().readAllStandardError().toStdString();
+    EXPECT_EQ(standin.answer(), defaultAnswer(3, 5));
+    standin.send("cut\n");
+    EXPECT_EQ(standin.waitForAnswer(defaultAnswer(5, 3)), defaultAnswer(5, 3));
+}
+
+TEST(MixdeskProcessTest, AProgramShotPastTheEndOfTheListExitsTwoWithAMessage)
+{
+    StandinProcess standin;
+    const Finished run = runToEnd(standin.program(),
+        { "--headless", "--shots", TALLY_SOURCE_DIR "/tests/tools/data/two-shots.txt", "--program", "3" },
+        standin.environment());
+    EXPECT_EQ(run.exitCode, 2);
+    EXPECT_EQ(run.standardError, "mixdesk: --program 3 names no shot: there are 2\n");
+    EXPECT_FALSE(QFile::exists(standin.shotsPath()));
 }
 
 TEST(MixdeskProcessTest, TheAnswerDirectoryIsPrivate)
@@ -93,7 +115,7 @@ TEST(MixdeskProcessTest, TheAnswerDirectoryIsPrivate)
 TEST(MixdeskProcessTest, PreviewThreeThenCutPutsCameraThreeOnProgram)
 {
     StandinProcess standin;
-    ASSERT_TRUE(standin.start());
+    ASSERT_TRUE(standin.start(StandinProcess::studioStart()));
     standin.send("preview 3\n");
     EXPECT_EQ(standin.waitForAnswer(defaultAnswer(1, 3)), defaultAnswer(1, 3));
     standin.send("cut\n");
@@ -103,7 +125,7 @@ TEST(MixdeskProcessTest, PreviewThreeThenCutPutsCameraThreeOnProgram)
 TEST(MixdeskProcessTest, RenameKeepsTheIdsAndTheTally)
 {
     StandinProcess standin;
-    ASSERT_TRUE(standin.start());
+    ASSERT_TRUE(standin.start(StandinProcess::studioStart()));
     standin.send("rename 1 Host \"A\"\\B\nrename 4 Cam\xC3\xA9ra\n");
     const QByteArray expected = answerOf({ record(1, "Host \\\"A\\\"\\\\B", true, false),
         record(2, "Camera 2", false, true), record(3, "Camera 3", false, false),
@@ -115,7 +137,7 @@ TEST(MixdeskProcessTest, RenameKeepsTheIdsAndTheTally)
 TEST(MixdeskProcessTest, AnAddedShotGetsAnIdThatWasNeverUsed)
 {
     StandinProcess standin;
-    ASSERT_TRUE(standin.start({ "--shots", TALLY_SOURCE_DIR "/tests/tools/data/two-shots.txt" }));
+    ASSERT_TRUE(standin.start({ "--shots", TALLY_SOURCE_DIR "/tests/tools/data/two-shots.txt", "--program", "1" }));
     standin.send("remove 2\nadd Guest\n");
     const QByteArray expected = answerOf({ record(1, "Host", true, false), record(3, "Guest", false, false) });
     EXPECT_EQ(standin.waitForAnswer(expected), expected);
@@ -124,21 +146,22 @@ TEST(MixdeskProcessTest, AnAddedShotGetsAnIdThatWasNeverUsed)
 TEST(MixdeskProcessTest, ShotsOptionStartsWithTheNamesOfTheFile)
 {
     StandinProcess standin;
-    ASSERT_TRUE(standin.start({ "--shots", TALLY_SOURCE_DIR "/tests/tools/data/two-shots.txt" }));
+    ASSERT_TRUE(standin.start(
+        QStringList { "--shots", TALLY_SOURCE_DIR "/tests/tools/data/two-shots.txt" } + StandinProcess::studioStart()));
     EXPECT_EQ(standin.answer(), answerOf({ record(1, "Host", true, false), record(2, "Guest Wide", false, true) }));
 }
 
 TEST(MixdeskProcessTest, AutoCutOptionCutsWithNobodyAtTheSwitcher)
 {
     StandinProcess standin;
-    ASSERT_TRUE(standin.start({ "--auto-cut", "1" }));
+    ASSERT_TRUE(standin.start(QStringList { "--auto-cut", "1" } + StandinProcess::studioStart()));
     EXPECT_EQ(standin.waitForAnswer(defaultAnswer(2, 1)), defaultAnswer(2, 1));
 }
 
 TEST(MixdeskProcessTest, ListPrintsTheShots)
 {
     StandinProcess standin;
-    ASSERT_TRUE(standin.start());
+    ASSERT_TRUE(standin.start(StandinProcess::studioStart()));
     standin.send("list\n");
     QByteArray printed;
     eventually([&] {
@@ -153,7 +176,7 @@ TEST(MixdeskProcessTest, ListPrintsTheShots)
 TEST(MixdeskProcessTest, AnUnknownCommandIsReportedAndTheProgramGoesOn)
 {
     StandinProcess standin;
-    ASSERT_TRUE(standin.start());
+    ASSERT_TRUE(standin.start(StandinProcess::studioStart()));
     standin.send("fade 3\npreview 4\n");
     EXPECT_EQ(standin.waitForAnswer(defaultAnswer(1, 4)), defaultAnswer(1, 4));
     QByteArray error;
@@ -225,7 +248,7 @@ TEST(MixdeskProcessTest, HeadlessNeedsNoDisplay)
     }
     standin.process().setProcessEnvironment(environment);
     ASSERT_TRUE(standin.start()) << standin.process().readAllStandardError().toStdString();
-    EXPECT_EQ(standin.answer(), defaultAnswer());
+    EXPECT_EQ(standin.answer(), defaultAnswer(0, 0));
 }
 
 TEST(MixdeskProcessTest, AWindowWithoutADisplaySuggestsHeadless)
@@ -284,7 +307,7 @@ TEST(MixdeskProcessTest, AnUnusableRuntimeDirectoryExitsOneWithAMessage)
 TEST(MixdeskProcessTest, QueryShotsPrintsTheAnswerAndExitsZero)
 {
     StandinProcess standin;
-    ASSERT_TRUE(standin.start());
+    ASSERT_TRUE(standin.start(StandinProcess::studioStart()));
     standin.send("preview 5\n");
     ASSERT_EQ(standin.waitForAnswer(defaultAnswer(1, 5)), defaultAnswer(1, 5));
     const Finished run = runToEnd(queryShots(), {}, standin.environment());
@@ -399,7 +422,7 @@ protected:
         ASSERT_EQ(::chmod(native.constData(), mode), 0);
         QFile answer(folder + "/shots");
         ASSERT_TRUE(answer.open(QIODevice::WriteOnly));
-        answer.write(defaultAnswer());
+        answer.write(defaultAnswer(1, 2));
         answer.close();
         ASSERT_EQ(::chown(QFile::encodeName(answer.fileName()).constData(), answerOwner, answerOwner), 0);
     }
@@ -426,7 +449,7 @@ TEST_F(SharedTmpFolderTest, AnAnswerInTheUsersOwnPrivateFolderIsRead)
     const Finished run = queryAsNobody();
     EXPECT_EQ(run.standardError, "");
     EXPECT_EQ(run.exitCode, 0);
-    EXPECT_EQ(run.standardOutput, defaultAnswer());
+    EXPECT_EQ(run.standardOutput, defaultAnswer(1, 2));
 }
 
 TEST_F(SharedTmpFolderTest, AFolderMadeByAnotherUserIsNotRead)

@@ -34,7 +34,7 @@ protected:
         QApplication::sendEvent(viewport, &release);
     }
 
-    ShowModel model;
+    ShowModel model { ShowModel::defaultShotNames(), { .program = 0, .preview = 1 } };
     AutoCut autoCut { model };
     MixdeskWindow window { model, autoCut };
 };
@@ -153,4 +153,29 @@ TEST_F(MixdeskWindowTest, ScreenshotOfTheWindow)
     const QString path = directory + "/mixdesk-standin.png";
     ASSERT_TRUE(picture.save(path));
     EXPECT_EQ(QImage(path).size(), picture.size());
+}
+
+// A show started without --program or --preview: nothing is red or green
+// until the user puts a shot on a bus, so the first light to go on is one
+// they caused.
+TEST(MixdeskWindowStartTest, AShowStartedEmptyShowsNoBusUntilAShotIsPutInPreviewAndCut)
+{
+    ShowModel model;
+    AutoCut autoCut { model };
+    MixdeskWindow window { model, autoCut };
+    auto* shotList = window.findChild<QTreeWidget*>("shotList");
+    ASSERT_NE(shotList, nullptr);
+    ASSERT_EQ(shotList->topLevelItemCount(), 7);
+    for (int position = 0; position < 7; ++position) {
+        EXPECT_EQ(shotList->topLevelItem(position)->text(1), "") << position;
+        EXPECT_EQ(shotList->topLevelItem(position)->background(0).style(), Qt::NoBrush) << position;
+    }
+    model.setPreview(2);
+    window.findChild<QPushButton*>("cutButton")->click();
+    EXPECT_EQ(model.programPosition(), 2);
+    EXPECT_EQ(model.previewPosition(), -1);
+    EXPECT_EQ(shotList->topLevelItem(2)->text(1), "PROGRAM");
+    for (const int position : { 0, 1, 3, 4, 5, 6 }) {
+        EXPECT_EQ(shotList->topLevelItem(position)->text(1), "") << position;
+    }
 }

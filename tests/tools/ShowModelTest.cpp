@@ -26,22 +26,31 @@ QList<qint64> idsOf(const ShowModel& model)
 
 } // namespace
 
-TEST(ShowModelTest, StartsWithTheDefaultShotsCameraOneOnProgramAndCameraTwoInPreview)
+TEST(ShowModelTest, StartsWithTheDefaultShotsAndNothingOnProgramOrInPreview)
 {
     const ShowModel model;
     EXPECT_EQ(namesOf(model),
         QStringList(
             { "Camera 1", "Camera 2", "Camera 3", "Camera 4", "Wide Shot", "Titles", "Lower Third Clear Layer" }));
-    EXPECT_EQ(model.programPosition(), 0);
-    EXPECT_EQ(model.previewPosition(), 1);
-    EXPECT_TRUE(model.shotAt(0).isLive);
-    EXPECT_FALSE(model.shotAt(0).isPreview);
-    EXPECT_FALSE(model.shotAt(1).isLive);
-    EXPECT_TRUE(model.shotAt(1).isPreview);
-    for (int position = 2; position < model.count(); ++position) {
+    EXPECT_EQ(model.programPosition(), -1);
+    EXPECT_EQ(model.previewPosition(), -1);
+    for (int position = 0; position < model.count(); ++position) {
         EXPECT_FALSE(model.shotAt(position).isLive) << position;
         EXPECT_FALSE(model.shotAt(position).isPreview) << position;
     }
+}
+
+TEST(ShowModelTest, AStartPutsItsShotsOnProgramAndInPreview)
+{
+    const ShowModel model({ "A", "B", "C", "D" }, { .program = 2, .preview = 0 });
+    EXPECT_EQ(model.programPosition(), 2);
+    EXPECT_EQ(model.previewPosition(), 0);
+    EXPECT_TRUE(model.shotAt(2).isLive);
+    EXPECT_FALSE(model.shotAt(2).isPreview);
+    EXPECT_TRUE(model.shotAt(0).isPreview);
+    EXPECT_FALSE(model.shotAt(0).isLive);
+    EXPECT_FALSE(model.shotAt(1).isLive || model.shotAt(1).isPreview);
+    EXPECT_FALSE(model.shotAt(3).isLive || model.shotAt(3).isPreview);
 }
 
 TEST(ShowModelTest, IdsAreNumberedFromOneInListOrder)
@@ -50,16 +59,19 @@ TEST(ShowModelTest, IdsAreNumberedFromOneInListOrder)
     EXPECT_EQ(idsOf(model), QList<qint64>({ 1, 2, 3 }));
 }
 
-TEST(ShowModelTest, ASingleShotStartsOnProgramWithPreviewEmpty)
+TEST(ShowModelTest, AStartMayLeaveOneBusEmpty)
 {
-    const ShowModel model({ "Only" });
-    EXPECT_EQ(model.programPosition(), 0);
-    EXPECT_EQ(model.previewPosition(), -1);
+    const ShowModel onProgram({ "Only" }, { .program = 0 });
+    EXPECT_EQ(onProgram.programPosition(), 0);
+    EXPECT_EQ(onProgram.previewPosition(), -1);
+    const ShowModel inPreview({ "A", "B" }, { .preview = 1 });
+    EXPECT_EQ(inPreview.programPosition(), -1);
+    EXPECT_EQ(inPreview.previewPosition(), 1);
 }
 
 TEST(ShowModelTest, PreviewPutsTheShotInPreviewAndTakesItOffTheOtherOne)
 {
-    ShowModel model;
+    ShowModel model { ShowModel::defaultShotNames(), { .program = 0, .preview = 1 } };
     model.setPreview(2);
     EXPECT_TRUE(model.shotAt(2).isPreview);
     EXPECT_FALSE(model.shotAt(1).isPreview);
@@ -69,7 +81,7 @@ TEST(ShowModelTest, PreviewPutsTheShotInPreviewAndTakesItOffTheOtherOne)
 
 TEST(ShowModelTest, ProgramPutsTheShotOnProgramAndLeavesPreviewAlone)
 {
-    ShowModel model;
+    ShowModel model { ShowModel::defaultShotNames(), { .program = 0, .preview = 1 } };
     model.setProgram(3);
     EXPECT_TRUE(model.shotAt(3).isLive);
     EXPECT_FALSE(model.shotAt(0).isLive);
@@ -78,7 +90,7 @@ TEST(ShowModelTest, ProgramPutsTheShotOnProgramAndLeavesPreviewAlone)
 
 TEST(ShowModelTest, TheProgramShotCanAlsoBeInPreview)
 {
-    ShowModel model;
+    ShowModel model { ShowModel::defaultShotNames(), { .program = 0, .preview = 1 } };
     model.setPreview(0);
     EXPECT_TRUE(model.shotAt(0).isLive);
     EXPECT_TRUE(model.shotAt(0).isPreview);
@@ -87,7 +99,7 @@ TEST(ShowModelTest, TheProgramShotCanAlsoBeInPreview)
 
 TEST(ShowModelTest, CutSwapsProgramAndPreview)
 {
-    ShowModel model;
+    ShowModel model { ShowModel::defaultShotNames(), { .program = 0, .preview = 1 } };
     model.setPreview(2);
     model.cut();
     EXPECT_EQ(model.programPosition(), 2);
@@ -99,7 +111,7 @@ TEST(ShowModelTest, CutSwapsProgramAndPreview)
 
 TEST(ShowModelTest, CutWithPreviewEmptyLeavesProgramEmpty)
 {
-    ShowModel model;
+    ShowModel model { ShowModel::defaultShotNames(), { .program = 0, .preview = 1 } };
     model.remove(1);
     model.cut();
     EXPECT_EQ(model.programPosition(), -1);
@@ -108,7 +120,7 @@ TEST(ShowModelTest, CutWithPreviewEmptyLeavesProgramEmpty)
 
 TEST(ShowModelTest, RenameKeepsTheIdAndTheTally)
 {
-    ShowModel model;
+    ShowModel model { ShowModel::defaultShotNames(), { .program = 0, .preview = 1 } };
     model.rename(0, "Host");
     EXPECT_EQ(model.shotAt(0).name, "Host");
     EXPECT_EQ(model.shotAt(0).id, 1);
@@ -140,7 +152,7 @@ TEST(ShowModelTest, AddNeverReusesTheIdOfARemovedShot)
 
 TEST(ShowModelTest, RemoveOfTheProgramShotLeavesNothingLive)
 {
-    ShowModel model;
+    ShowModel model { ShowModel::defaultShotNames(), { .program = 0, .preview = 1 } };
     model.remove(0);
     EXPECT_EQ(model.count(), 6);
     EXPECT_EQ(model.programPosition(), -1);
@@ -154,7 +166,7 @@ TEST(ShowModelTest, RemoveOfTheProgramShotLeavesNothingLive)
 
 TEST(ShowModelTest, RemoveOfThePreviewShotLeavesPreviewEmpty)
 {
-    ShowModel model;
+    ShowModel model { ShowModel::defaultShotNames(), { .program = 0, .preview = 1 } };
     model.remove(1);
     EXPECT_EQ(model.previewPosition(), -1);
     EXPECT_EQ(model.programPosition(), 0);
@@ -189,4 +201,6 @@ TEST(ShowModelDeathTest, APositionOutsideTheListIsAFatalError)
     ShowModel model({ "A" });
     EXPECT_DEATH(model.setPreview(1), "fatal error: ShowModel::setPreview: no shot at position 1 of 1");
     EXPECT_DEATH(model.remove(-1), "fatal error: ShowModel::remove: no shot at position -1 of 1");
+    EXPECT_DEATH(
+        ShowModel({ "A", "B" }, { .preview = 2 }), "fatal error: ShowModel::ShowModel: no shot at position 2 of 2");
 }

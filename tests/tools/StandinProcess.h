@@ -20,8 +20,16 @@ public:
     QProcessEnvironment environment() const;
 
     // Starts `mixdesk --headless` with these extra arguments and waits for
-    // its first answer. False when it did not start or wrote no answer.
+    // its first answer. False when it did not start or wrote no answer. The
+    // stand-in starts with nothing on program or preview unless the
+    // arguments say otherwise (studioStart()).
     bool start(const QStringList& arguments = {});
+    // As a studio is found when the show is already running: the first shot
+    // on program, the second in preview.
+    static QStringList studioStart()
+    {
+        return { QStringLiteral("--program"), QStringLiteral("1"), QStringLiteral("--preview"), QStringLiteral("2") };
+    }
     QProcess& process() { return m_process; }
 
     void send(const QByteArray& commands);

@@ -16,6 +16,11 @@ struct CommandLineOptions {
     QString shotsFile;
     // 0: no auto-cut at start.
     int autoCutSeconds = 0;
+    // The shot (from 1, as the user counts) that starts on program or in
+    // preview; 0: that bus starts empty. Whether the show has that many
+    // shots is known only once its shots are read.
+    int programShot = 0;
+    int previewShot = 0;
 
     // `arguments` starts with the program name, as QCoreApplication gives
     // it. Needs no application object, so that the choice between a window

@@ -15,17 +15,19 @@ QStringList ShowModel::defaultShotNames()
     };
 }
 
-ShowModel::ShowModel(const QStringList& names, QObject* parent)
+ShowModel::ShowModel(const QStringList& names, ShowStart start, QObject* parent)
     : QObject(parent)
 {
     for (const QString& name : names) {
         m_entries.append({ m_nextId++, name });
     }
-    if (m_entries.size() > 0) {
-        m_programId = m_entries.at(0).id;
+    if (start.program != -1) {
+        checkPosition(start.program, "ShowModel");
+        m_programId = m_entries.at(start.program).id;
     }
-    if (m_entries.size() > 1) {
-        m_previewId = m_entries.at(1).id;
+    if (start.preview != -1) {
+        checkPosition(start.preview, "ShowModel");
+        m_previewId = m_entries.at(start.preview).id;
     }
 }
 

@@ -5,6 +5,14 @@
 #include <QString>
 #include <QStringList>
 
+// Where a show starts: the 0-based positions of the shots on program and in
+// preview, -1 for an empty bus. A show starts with both empty unless told,
+// so that the first light to go on is one somebody put on a bus.
+struct ShowStart {
+    int program = -1;
+    int preview = -1;
+};
+
 // The show as the stand-in production application runs it: an ordered list
 // of shots, one of them on program (live) and one in preview. Every shot has
 // an id that stays with it through renames and moves and is never given to
@@ -29,9 +37,10 @@ public:
     // The shots a fresh show starts with when no shot list is given.
     static QStringList defaultShotNames();
 
-    // Ids 1, 2, 3... in the order of the names; the first shot goes on
-    // program and the second into preview, as a switcher comes up.
-    explicit ShowModel(const QStringList& names = defaultShotNames(), QObject* parent = nullptr);
+    // Ids 1, 2, 3... in the order of the names, with the shots at `start`
+    // on program and in preview (a position outside the list stops the
+    // process, as for every other position).
+    explicit ShowModel(const QStringList& names = defaultShotNames(), ShowStart start = {}, QObject* parent = nullptr);
 
     int count() const;
     Shot shotAt(int position) const;

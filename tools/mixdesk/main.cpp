@@ -19,6 +19,8 @@
 #include <QCoreApplication>
 
 #include <memory>
+#include <optional>
+#include <tuple>
 #include <unistd.h>
 
 namespace {
@@ -56,6 +58,26 @@ std::unique_ptr<QCoreApplication> makeApplication(bool headless, int& argc, char
     return std::make_unique<QApplication>(argc, argv);
 }
 
+// The buses as the options ask, or nothing after saying which option names a
+// shot the show does not have.
+std::optional<ShowStart> showStart(const CommandLineOptions& options, qsizetype shotCount)
+{
+    ShowStart start;
+    for (const auto& [shot, position, option] : { std::tuple { options.programShot, &start.program, "--program" },
+             std::tuple { options.previewShot, &start.preview, "--preview" } }) {
+        if (shot == 0) {
+            continue;
+        }
+        if (shot > shotCount) {
+            printErrorLine(QStringLiteral("mixdesk: %1 %2 names no shot: there are %3")
+                               .arg(QLatin1String(option), QString::number(shot), QString::number(shotCount)));
+            return std::nullopt;
+        }
+        *position = shot - 1;
+    }
+    return start;
+}
+
 } // namespace
 
 int main(int argc, char* argv[])
@@ -85,10 +107,15 @@ int main(int argc, char* argv[])
         names = *read;
     }
 
+    const std::optional<ShowStart> start = showStart(options, names.size());
+    if (!start) {
+        return 2;
+    }
+
     const std::unique_ptr<QCoreApplication> application = makeApplication(options.headless, argc, argv);
     QCoreApplication::setApplicationName(QStringLiteral("mixdesk"));
 
-    ShowModel model(names);
+    ShowModel model(names, *start);
     AutoCut autoCut(model);
     TerminationSignals terminationSignals;
     QObject::connect(&terminationSignals, &TerminationSignals::received, application.get(), &QCoreApplication::quit);

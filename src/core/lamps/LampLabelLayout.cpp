@@ -39,6 +39,7 @@ LampLabelLayout::LampLabelLayout(QSizeF widgetSize, int lightNumber, const QStri
     if (!m_textRect.isValid()) {
         m_textRect = QRectF(m_lampRect.center(), QSizeF(0, 0));
     }
+    m_textUnit = fittingTextUnit();
     place(fittingSlots(), lightNumber, shotNames);
 }
 
@@ -49,7 +50,7 @@ qreal LampLabelLayout::cornerRadius() const
 
 int LampLabelLayout::labelPixelSize() const
 {
-    return std::max(minimumPixelSize, m_unit);
+    return std::max(minimumPixelSize, m_textUnit);
 }
 
 std::optional<LampLabelLayout::Line> LampLabelLayout::line(Role role) const
@@ -89,26 +90,46 @@ qreal LampLabelLayout::liveFrameWidth() const
 
 int LampLabelLayout::minimumLampHeight()
 {
-    const int text = 3 * lineHeight(minimumPixelSize) + 4 * lineGap;
+    const int text = 2 * lineHeight(minimumAddedPixelSize) + lineHeight(minimumPixelSize) + 4 * lineGap;
     return static_cast<int>(std::ceil(text + 2 * (lampMargin + thinnestLiveFrame)));
 }
 
 int LampLabelLayout::naturalLampHeight()
 {
-    const int text = lineHeight(2 * minimumPixelSize) + 2 * lineHeight(minimumPixelSize) + 4 * lineGap;
+    int text = 4 * lineGap;
+    for (const Slot& slot : allLines(minimumPixelSize)) {
+        text += lineHeight(slot.pixelSize);
+    }
     return static_cast<int>(std::ceil(text + 2 * (lampMargin + thinnestLiveFrame)));
+}
+
+// The three lines in their proportions at `unit`: the number twice the
+// mode's word, the shots three quarters of it, none below its floor.
+QList<LampLabelLayout::Slot> LampLabelLayout::allLines(int unit)
+{
+    return {
+        { Role::number, std::max(minimumAddedPixelSize, 2 * unit), 1 },
+        { Role::shots, std::max(minimumAddedPixelSize, unit * 3 / 4), 1 },
+        { Role::mode, std::max(minimumPixelSize, unit), 1 },
+    };
+}
+
+int LampLabelLayout::fittingTextUnit() const
+{
+    // The floors of the number and the shots weigh more in a low lamp than
+    // the lamp's own scale allows for: the text then takes a smaller scale,
+    // down to the mode word's floor, before the number gives up its share.
+    int unit = m_unit;
+    while (unit > minimumPixelSize && !fits(allLines(unit))) {
+        --unit;
+    }
+    return unit;
 }
 
 QList<LampLabelLayout::Slot> LampLabelLayout::fittingSlots() const
 {
-    const int number = std::max(minimumPixelSize, 2 * m_unit);
-    const int shots = std::max(minimumPixelSize, m_unit * 3 / 4);
-    const int word = labelPixelSize();
-    const QList<QList<Slot>> choices {
-        { { Role::number, number, 1 }, { Role::shots, shots, 1 }, { Role::mode, word, 1 } },
-        { { Role::number, number, 1 }, { Role::shots, shots, 1 } },
-        { { Role::number, number, 1 } },
-    };
+    const QList<Slot> all = allLines(m_textUnit);
+    const QList<QList<Slot>> choices { all, all.mid(0, 2), all.mid(0, 1) };
     for (QList<Slot> slots : choices) {
         if (fits(slots)) {
             // Room to spare goes to a second line of shots first, then to
@@ -129,7 +150,7 @@ QList<LampLabelLayout::Slot> LampLabelLayout::fittingSlots() const
         }
         const qreal room = m_textRect.height() - lineGap * (slots.size() + 1) - others;
         const int shrunk = static_cast<int>(std::floor(room / lineSpacing));
-        const int least = slots.size() > 1 ? minimumPixelSize : smallestNumberPixelSize;
+        const int least = slots.size() > 1 ? minimumAddedPixelSize : smallestNumberPixelSize;
         if (shrunk >= least) {
             slots[0].pixelSize = std::min(slots[0].pixelSize, shrunk);
             return slots;

@@ -43,9 +43,14 @@ public:
         QRectF box;
     };
 
-    // No text is drawn smaller than the small style's label, unless the
-    // lamp cannot hold even the number at that size.
+    // The mode's word is never drawn smaller than the small style's label,
+    // the LIVE / PREVIEW every lamp of the plain window shows.
     static constexpr int minimumPixelSize = 12;
+    // The number and the shots are what only this style adds, and what an
+    // operator reads from a distance: never smaller than this while they
+    // share the lamp with another line. A lamp that cannot hold even the
+    // number at that size shows the number alone, as large as it fits.
+    static constexpr int minimumAddedPixelSize = 18;
 
     LampLabelLayout(QSizeF widgetSize, int lightNumber, const QString& shotNames, TallyMode mode);
 
@@ -67,13 +72,13 @@ public:
     qreal frameWidth() const;
     Qt::PenStyle frameStyle() const;
 
-    // The smallest widget height that holds all three lines at the smallest
-    // text size.
+    // The smallest widget height that holds all three lines at their
+    // smallest sizes.
     static int minimumLampHeight();
     // The smallest widget height that shows all three lines in their full
     // proportions, the number twice the size of the mode's word, at the
-    // smallest text size: the least a window should give a lamp that has
-    // the width for it.
+    // smallest sizes: the least a window should give a lamp that has the
+    // width for it.
     static int naturalLampHeight();
 
 private:
@@ -84,6 +89,8 @@ private:
     };
 
     qreal liveFrameWidth() const;
+    static QList<Slot> allLines(int unit);
+    int fittingTextUnit() const;
     QList<Slot> fittingSlots() const;
     void growNumber(QList<Slot>& slots) const;
     bool fits(const QList<Slot>& slots) const;
@@ -92,6 +99,10 @@ private:
     QRectF m_lampRect;
     QRectF m_textRect;
     TallyMode m_mode;
+    // The lamp's scale, which the frames follow.
     int m_unit = 0;
+    // The scale of the text: the lamp's, or less where the lamp is too low
+    // for all three lines in their proportions at its own scale.
+    int m_textUnit = 0;
     QList<Line> m_lines;
 };

@@ -148,10 +148,54 @@ TEST(LampLabelLayoutTest, NoNumberForALampThatIsNotANumberedLight)
 
 TEST(LampLabelLayoutTest, ALowLampDropsTheModeWordFirstAndKeepsNumberAndShots)
 {
-    const LampLabelLayout layout = lamp(QSizeF(104, 48));
+    const LampLabelLayout layout = lamp(QSizeF(104, 66));
     EXPECT_EQ(roles(layout), QList<Role>({ Role::number, Role::shots }));
-    EXPECT_GE(pixelSize(layout, Role::number), LampLabelLayout::minimumPixelSize);
-    EXPECT_GE(pixelSize(layout, Role::shots), LampLabelLayout::minimumPixelSize);
+    EXPECT_GE(pixelSize(layout, Role::number), LampLabelLayout::minimumAddedPixelSize);
+    EXPECT_GE(pixelSize(layout, Role::shots), LampLabelLayout::minimumAddedPixelSize);
+}
+
+TEST(LampLabelLayoutTest, ALampTooLowForNumberAndShotsAtTheirSmallestShowsTheNumberAlone)
+{
+    // The small style's own height: with large labels a window gives its
+    // lamps more, but a lamp this low must not squeeze the shots small.
+    const LampLabelLayout layout = lamp(QSizeF(104, 48));
+    EXPECT_EQ(roles(layout), QList<Role>({ Role::number }));
+    EXPECT_GE(pixelSize(layout, Role::number), LampLabelLayout::minimumAddedPixelSize);
+}
+
+TEST(LampLabelLayoutTest, NumberAndShotsAreAtLeastEighteenPixelsWhereverTheyShareTheLamp)
+{
+    QList<QSizeF> all = sizes;
+    for (int height = 60; height <= 200; height += 3) {
+        all.append(QSizeF(104, height));
+        all.append(QSizeF(130, height));
+    }
+    for (const QSizeF size : all) {
+        const LampLabelLayout layout = lamp(size);
+        if (layout.lines().size() < 2) {
+            continue;
+        }
+        EXPECT_GE(pixelSize(layout, Role::number), 18) << size.width() << "x" << size.height();
+        EXPECT_GE(pixelSize(layout, Role::shots), 18) << size.width() << "x" << size.height();
+        if (layout.line(Role::mode)) {
+            EXPECT_GE(pixelSize(layout, Role::mode), LampLabelLayout::minimumPixelSize)
+                << size.width() << "x" << size.height();
+        }
+    }
+}
+
+TEST(LampLabelLayoutTest, ALampAWindowWidensAtItsNaturalHeightKeepsTheNumberTwiceTheModesWord)
+{
+    // Wider lamps scale their text up with the width until the height runs
+    // out: the text takes the largest scale at which all three lines still
+    // fit in proportion, rather than squeezing the number.
+    const int height = LampLabelLayout::naturalLampHeight();
+    for (int width = 104; width <= 400; width += 8) {
+        const LampLabelLayout layout = lamp(QSizeF(width, height));
+        ASSERT_EQ(roles(layout), QList<Role>({ Role::number, Role::shots, Role::mode })) << width;
+        EXPECT_GE(pixelSize(layout, Role::number), 2 * pixelSize(layout, Role::mode)) << width;
+        EXPECT_GE(pixelSize(layout, Role::shots), LampLabelLayout::minimumAddedPixelSize) << width;
+    }
 }
 
 TEST(LampLabelLayoutTest, ALampTheSizeOfACheckBoxShowsOnlyItsNumber)
@@ -166,9 +210,9 @@ TEST(LampLabelLayoutTest, TheMinimumLampHeightHoldsAllThreeLinesAndOnePixelLessD
     const int height = LampLabelLayout::minimumLampHeight();
     const LampLabelLayout enough = lamp(QSizeF(104, height));
     EXPECT_EQ(roles(enough), QList<Role>({ Role::number, Role::shots, Role::mode }));
-    for (const LampLabelLayout::Line& line : enough.lines()) {
-        EXPECT_GE(line.pixelSize, LampLabelLayout::minimumPixelSize);
-    }
+    EXPECT_GE(pixelSize(enough, Role::number), LampLabelLayout::minimumAddedPixelSize);
+    EXPECT_GE(pixelSize(enough, Role::shots), LampLabelLayout::minimumAddedPixelSize);
+    EXPECT_GE(pixelSize(enough, Role::mode), LampLabelLayout::minimumPixelSize);
     EXPECT_EQ(roles(lamp(QSizeF(104, height - 1))), QList<Role>({ Role::number, Role::shots }));
 }
 
@@ -180,6 +224,7 @@ TEST(LampLabelLayoutTest, AtItsNaturalHeightALampShowsTheNumberTwiceTheSizeOfThe
     ASSERT_EQ(roles(natural), QList<Role>({ Role::number, Role::shots, Role::mode }));
     EXPECT_EQ(pixelSize(natural, Role::mode), LampLabelLayout::minimumPixelSize);
     EXPECT_EQ(pixelSize(natural, Role::number), 2 * LampLabelLayout::minimumPixelSize);
+    EXPECT_EQ(pixelSize(natural, Role::shots), LampLabelLayout::minimumAddedPixelSize);
     // A pixel less and the number gives up some of its size first.
     const LampLabelLayout lower = lamp(QSizeF(104, height - 1));
     EXPECT_EQ(roles(lower), QList<Role>({ Role::number, Role::shots, Role::mode }));

@@ -8,7 +8,9 @@
 #include "widgets/mainwindow/MainWindowFixture.h"
 
 #include <QApplication>
+#include <QFontInfo>
 #include <QImage>
+#include <QLabel>
 
 namespace {
 
@@ -86,6 +88,16 @@ TEST_F(LargeLampLabelsTest, OffByDefaultTheLampsKeepTheirSmallLabelAtTheFoot)
         EXPECT_FALSE(display->glanceable);
         EXPECT_EQ(display->minimumHeight(), 48);
     }
+    // The lamp's LIVE / PREVIEW keeps its 12 pixels; the light numbers the
+    // window adds over the lamps read from further away.
+    EXPECT_EQ(TallyState::labelFont().pixelSize(), 12);
+    for (int light = 1; light <= 8; ++light) {
+        QLabel* number = controller->findChild<QLabel*>(QStringLiteral("lightNumber%1").arg(light));
+        ASSERT_NE(number, nullptr) << light;
+        number->ensurePolished();
+        EXPECT_EQ(number->text(), QString::number(light));
+        EXPECT_GE(QFontInfo(number->font()).pixelSize(), 18) << "light " << light;
+    }
     // All the ink of the live lamp is its small label, over the bottom edge.
     const QImage image = lamp(1)->grab().toImage();
     const QRectF label = lamp(1)->labelRect().adjusted(-1, -1, 1, 1);
@@ -114,6 +126,11 @@ TEST_F(LargeLampLabelsTest, ChoosingThemPutsEachLightsNumberAndShotsInsideItsLam
         const LampLabelLayout layout = lamp(light)->glanceableLayout();
         EXPECT_GE(layout.line(LampLabelLayout::Role::number)->pixelSize,
             2 * layout.line(LampLabelLayout::Role::mode)->pixelSize);
+        // The number and the shots, which only this style shows, read from
+        // a distance; the mode's word is at least the small label's size.
+        EXPECT_GE(layout.line(LampLabelLayout::Role::number)->pixelSize, 18) << "light " << light;
+        EXPECT_GE(layout.line(LampLabelLayout::Role::shots)->pixelSize, 18) << "light " << light;
+        EXPECT_GE(layout.line(LampLabelLayout::Role::mode)->pixelSize, TallyState::labelFont().pixelSize());
     }
     EXPECT_EQ(lamp(1)->shotNames, QStringLiteral("Camera 1"));
     EXPECT_EQ(lamp(2)->shotNames, QStringLiteral("Camera 2"));

@@ -23,8 +23,24 @@
   // Over plain http on a network a browser gives no wake lock (it keeps
   // that for https and for the computer itself), and one may refuse it even
   // there (a battery saver); either way the screen would go dark in the
-  // middle of a take, so the page says so and what to do instead.
+  // middle of a take, so the page says so and offers what works instead: a
+  // playing video keeps most phones' screens on, but browsers start one only
+  // after a tap, and the phone's own setting always works.
   var AWAKE_NOTES = {
+    insecure: 'This screen may turn off: opened over plain http from another computer, the browser does not ' +
+      'let the page keep it on. Tap here to keep it awake with a tiny silent video (most phones stay on ' +
+      'while it plays, with this page in front), or set the screen to stay on (the longest screen timeout, ' +
+      'or stay awake while charging).',
+    refused: 'This screen may turn off: the browser refused to keep it on (a battery saver does that). ' +
+      'Tap here to keep it awake with a tiny silent video, or set the screen to stay on while this is a tally.',
+    playing: 'Keeping this screen awake with a tiny silent video while this page is in front. If it still ' +
+      'turns off, set the screen to stay on (the longest screen timeout, or stay awake while charging). ' +
+      'Tap to hide.',
+    unplayable: 'This screen may turn off: the browser would not play the silent video that keeps it on. Set ' +
+      'the screen to stay on (the longest screen timeout, or stay awake while charging). Tap to hide.'
+  };
+  // A browser that cannot make the video gets the setting's advice alone.
+  var AWAKE_NOTES_WITHOUT_VIDEO = {
     insecure: 'This screen may turn off: opened over plain http from another computer, the browser does not ' +
       'let the page keep it on. While this is a tally, set the screen to stay on (the longest screen ' +
       'timeout, or stay awake while charging). Tap to hide.',
@@ -43,6 +59,7 @@
   var programLost = false;
   var awakeNote = document.getElementById('awake');
   var awakeDismissed = false;
+  var awakeVideo = null;
 
   // Touches the page only when the look changes: the state arrives once a
   // second even when nothing happens, and a phone need not restyle for it.
@@ -208,20 +225,83 @@
     expectWordSoon();
   }
 
+  // The video is made here, from a canvas of four pixels, so the page
+  // needs no file from elsewhere; one pixel changes shade every second,
+  // since a canvas that never changes sends no frames and its video stalls.
+  function canKeepAwakeByVideo() {
+    return typeof HTMLCanvasElement !== 'undefined' && 'captureStream' in HTMLCanvasElement.prototype;
+  }
+
+  function makeAwakeVideo() {
+    var canvas = document.createElement('canvas');
+    canvas.width = 2;
+    canvas.height = 2;
+    var context = canvas.getContext('2d');
+    var shade = 0;
+    function paint() {
+      shade = 1 - shade;
+      context.fillStyle = shade ? '#010101' : '#000000';
+      context.fillRect(0, 0, 2, 2);
+    }
+    paint();
+    setInterval(paint, 1000);
+    var video = document.createElement('video');
+    video.id = 'awake-video';
+    video.className = 'awake-video';
+    // Muted and inline: what phones require to play a video without
+    // sound and without taking the whole screen.
+    video.muted = true;
+    video.loop = true;
+    video.playsInline = true;
+    video.setAttribute('muted', '');
+    video.setAttribute('loop', '');
+    video.setAttribute('playsinline', '');
+    video.setAttribute('aria-hidden', 'true');
+    video.srcObject = canvas.captureStream(1);
+    body.appendChild(video);
+    return video;
+  }
+
   function showAwakeNote(kind) {
     if (!awakeNote || awakeDismissed) {
       return;
     }
-    awakeNote.textContent = AWAKE_NOTES[kind];
+    var notes = canKeepAwakeByVideo() ? AWAKE_NOTES : AWAKE_NOTES_WITHOUT_VIDEO;
+    awakeNote.textContent = notes[kind];
     awakeNote.setAttribute('data-kind', kind);
     awakeNote.hidden = false;
+  }
+
+  // Must run inside the tap: browsers start a video only for a gesture.
+  function keepAwakeByVideo() {
+    if (!awakeVideo) {
+      awakeVideo = makeAwakeVideo();
+    }
+    var playing = awakeVideo.play();
+    if (!playing || typeof playing.then !== 'function') {
+      showAwakeNote(awakeVideo.paused ? 'unplayable' : 'playing');
+      return;
+    }
+    playing.then(
+      function () {
+        showAwakeNote('playing');
+      },
+      function () {
+        showAwakeNote('unplayable');
+      });
   }
 
   // A phone used as a tally must not go dark. Browsers grant the lock only
   // to a visible page (and only over https or on the computer itself), and
   // drop it when the page is hidden, so it is asked for again each time the
-  // page returns.
+  // page returns; a video the page plays instead is started again too.
   function keepScreenOn() {
+    if (document.visibilityState === 'visible' && awakeVideo && awakeVideo.paused) {
+      awakeVideo.play();
+    }
+    if (awakeVideo) {
+      return;
+    }
     if (!('wakeLock' in navigator)) {
       showAwakeNote('insecure');
       return;
@@ -241,15 +321,20 @@
   }
 
   if (awakeNote) {
-    // A tap is what some browsers want before they grant the lock: a refused
-    // one is asked again; the note that no lock can come just goes.
+    // A tap on a note of a screen that may turn off starts the video where
+    // the browser can make one; otherwise a refused lock is asked again and
+    // the note that no lock can come just goes. Any other note goes, for
+    // good.
     awakeNote.addEventListener('click', function (event) {
       event.stopPropagation();
+      var kind = awakeNote.getAttribute('data-kind');
       awakeNote.hidden = true;
-      if (awakeNote.getAttribute('data-kind') === 'insecure') {
-        awakeDismissed = true;
-      } else {
+      if ((kind === 'insecure' || kind === 'refused') && canKeepAwakeByVideo()) {
+        keepAwakeByVideo();
+      } else if (kind === 'refused') {
         keepScreenOn();
+      } else {
+        awakeDismissed = true;
       }
     });
   }
