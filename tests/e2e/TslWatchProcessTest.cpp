@@ -89,7 +89,7 @@ TEST_F(TslWatchProcessTest, WatchSendsTheLightsAsTslFiveAndFollowsACut)
 
 TEST_F(TslWatchProcessTest, WhenTheProgramGoesTheDisplaysSayLostWithTheBoxsColoursAndNoStaleWord)
 {
-    ASSERT_TRUE(standin.start());
+    ASSERT_TRUE(standin.start(StandinProcess::studioStart()));
     start({ QStringLiteral("--tsl5"), QStringLiteral("udp://127.0.0.1:%1").arg(receiver.localPort()), mapPath });
     ASSERT_TRUE(eventually([&] { return displayIs(1, TslUmd50::Colour::red, QStringLiteral("Camera 1")); }))
         << watch.readAllStandardError().toStdString();
