@@ -165,9 +165,10 @@ bool MainMenu::addSource(const QString& address, QString* problem)
     const QString written = address.trimmed();
     const QStringList before = addedSources();
     const QString writtenAddress = CombinedShotSource::splitLabel(written).address;
-    const QStringList followed = QStringList { rememberedSource() } + before;
-    for (const QString& kept : followed) {
-        if (!kept.isEmpty() && Text::equal(CombinedShotSource::splitLabel(kept).address, writtenAddress)) {
+    // Nothing remembered: the chosen source is Mixdesk.
+    const QString chosen = rememberedSource().isEmpty() ? QStringLiteral("mixdesk") : rememberedSource();
+    for (const QString& kept : QStringList { chosen } + before) {
+        if (Text::equal(CombinedShotSource::splitLabel(kept).address, writtenAddress)) {
             return reportProblem(problem, tr("%1 is followed already").arg(written));
         }
     }

@@ -678,6 +678,16 @@ TEST_F(SourceMenuTest, MixdeskAddedFromTheMenuIsFollowedBesideTheChosenSwitcher)
     EXPECT_TRUE(main.menu->atemSourceAction()->isChecked());
 }
 
+TEST_F(SourceMenuTest, MixdeskIsNotAddedBesideItselfWhenItIsTheChosenSource)
+{
+    makeWindow();
+    QString problem;
+    EXPECT_FALSE(main.menu->addSource(QStringLiteral("mixdesk"), &problem));
+    EXPECT_TRUE(problem.contains(QStringLiteral("followed already"))) << problem.toStdString();
+    EXPECT_EQ(controller->shotSource().displayName(), QStringLiteral("Mixdesk"));
+    EXPECT_TRUE(MainMenu::addedSources().isEmpty());
+}
+
 TEST_F(SourceMenuTest, AnOBSStudioAddedInItsDialogConnectsAtOnceWithItsPasswordWhichTheSecretStoreKeeps)
 {
     FakeObsServer server;
