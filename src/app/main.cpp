@@ -141,25 +141,29 @@ int main(int argc, char* argv[])
     delegate.applicationDidFinishLaunching();
     QObject::connect(&app, &QApplication::aboutToQuit, &delegate, &AppDelegate::applicationWillTerminate);
 
-    // Without --source, the source chosen in the window last time.
+    // Without --source, the source chosen in the window last time, and the
+    // switchers added beside it in the Source menu.
     if (!options.sourceGiven) {
         const UserDefaults& defaults = UserDefaults::standardUserDefaults();
         const QString saved = defaults.objectForKey(Preferences::shotSource).toString();
         if (!saved.isEmpty()) {
             options.source = saved;
-            // The senders a saved TSL listener hears, unless --tsl-allow says.
-            if (TslShotSource::isTslAddress(saved) && options.tslAllowedSenders.isEmpty()) {
-                options.tslAllowedSenders = defaults.objectForKey(Preferences::tslAllowedSenders).toStringList();
-            }
-            // And how long its senders may be silent, unless --tsl-silence
-            // says.
-            if (TslShotSource::isTslAddress(saved) && !options.tslSilenceSeconds) {
-                options.tslSilenceSeconds = MainMenu::rememberedTslSilence();
-            }
-            options.passwordFromSecretStore = true;
         }
-        // And the switchers added beside it in the Source menu.
+        // Any OBS Studio among them waits for the kept password.
+        options.passwordFromSecretStore = true;
         options.additionalSources = MainMenu::addedSources();
+        // The senders the saved TSL listeners hear and how long they may be
+        // silent, unless --tsl-allow and --tsl-silence say.
+        bool followsTsl = false;
+        for (const QString& text : options.sources()) {
+            followsTsl = followsTsl || TslShotSource::isTslAddress(CombinedShotSource::splitLabel(text).address);
+        }
+        if (followsTsl && options.tslAllowedSenders.isEmpty()) {
+            options.tslAllowedSenders = defaults.objectForKey(Preferences::tslAllowedSenders).toStringList();
+        }
+        if (followsTsl && !options.tslSilenceSeconds) {
+            options.tslSilenceSeconds = MainMenu::rememberedTslSilence();
+        }
     }
     QString sourceProblem;
     ViewController::Dependencies dependencies;

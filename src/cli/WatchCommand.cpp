@@ -224,6 +224,18 @@ int runWatch(const QStringList& arguments)
     }
     WatchPrinter printer(tallyMap->shotSelections().size(), printStyle(options));
     printer.setSource(source->displayName(), source->kind());
+    // Several switchers: the JSON running events tell of each one. The
+    // ticker owns the source from here on and keeps it to the end.
+    if (auto* combined = qobject_cast<CombinedShotSource*>(source.get())) {
+        printer.setSwitchers([combined] {
+            QList<WatchPrinter::SwitcherState> states;
+            for (qsizetype index = 0; index < combined->memberCount(); ++index) {
+                states.append(
+                    { combined->label(index), combined->member(index).kind(), combined->memberRunning(index) });
+            }
+            return states;
+        });
+    }
     // Status lines are for a person; with --json they go to standard error
     // so that standard output stays one object a line.
     QObject::connect(source.get(), &ShotSource::statusChanged,

@@ -3,6 +3,7 @@
 #include "base/StandardOutput.h"
 #include "model/LightJson.h"
 
+#include <QJsonArray>
 #include <QJsonDocument>
 
 namespace {
@@ -46,12 +47,26 @@ void WatchPrinter::setSource(const QString& name, ShotSource::Kind kind)
 void WatchPrinter::setMixdeskWarningHidden(bool hidden)
 {
     const bool running = hidden;
-    if (m_running == running) {
+    const QList<SwitcherState> switchers = m_switchers ? m_switchers() : QList<SwitcherState>();
+    // A plain line is about the whole: each switcher's own comings and
+    // goings are on its status lines already.
+    const bool switchersChanged = m_style == Style::Json && switchers != m_switcherStates;
+    if (m_running == running && !switchersChanged) {
         return;
     }
     m_running = running;
-    emitChange(m_sourceName + (running ? QStringLiteral(" running") : QStringLiteral(" not running")),
-        { { QStringLiteral("event"), m_runningEvent }, { QStringLiteral("running"), running } });
+    m_switcherStates = switchers;
+    QJsonObject json { { QStringLiteral("event"), m_runningEvent }, { QStringLiteral("running"), running } };
+    if (!switchers.isEmpty()) {
+        QJsonArray each;
+        for (const SwitcherState& switcher : switchers) {
+            each.append(QJsonObject { { QStringLiteral("label"), switcher.label },
+                { QStringLiteral("kind"), runningEventName(switcher.kind) },
+                { QStringLiteral("running"), switcher.running } });
+        }
+        json.insert(QStringLiteral("switchers"), each);
+    }
+    emitChange(m_sourceName + (running ? QStringLiteral(" running") : QStringLiteral(" not running")), json);
 }
 
 void WatchPrinter::setEnableEditing(bool /*enabled*/)

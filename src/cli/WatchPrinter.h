@@ -28,6 +28,9 @@
 // every JSON output gives it (LightJson) with its event name and time.
 // A JSON running event is named after the kind of switcher followed
 // ({"event":"obs","running":true}), "mixdesk" for Mixdesk as it always was.
+// With several switchers followed it is named after the first and carries
+// them all, each with its label, kind and whether it runs, and it comes
+// whenever any one of them is lost or found again, not only the whole.
 class WatchPrinter : public TallyCycle::Observer, public TallyOutput {
 public:
     enum class Style { Plain, Json };
@@ -41,6 +44,20 @@ public:
     // The switcher followed: its name in the running lines, its kind in the
     // JSON running events. Mixdesk unless set.
     void setSource(const QString& name, ShotSource::Kind kind);
+
+    // One of several switchers followed together, as a JSON running event
+    // gives it.
+    struct SwitcherState {
+        QString label;
+        ShotSource::Kind kind = ShotSource::Kind::mixdesk;
+        bool running = false;
+
+        friend bool operator==(const SwitcherState&, const SwitcherState&) = default;
+    };
+    using Switchers = std::function<QList<SwitcherState>()>;
+    // Where the state of each of several switchers is read, after the tick
+    // has asked them whether they run. Unset: one switcher, as always.
+    void setSwitchers(Switchers switchers) { m_switchers = std::move(switchers); }
 
     void setMixdeskWarningHidden(bool hidden) override;
     void setEnableEditing(bool enabled) override;
@@ -74,6 +91,8 @@ private:
     QString m_sourceName = QStringLiteral("Mixdesk");
     QString m_runningEvent = QStringLiteral("mixdesk");
     std::optional<bool> m_running;
+    Switchers m_switchers;
+    QList<SwitcherState> m_switcherStates;
     std::optional<bool> m_boxAttached;
     // Per light, whether the cycle has shown it a mode yet: until it has
     // (a switcher lost from the start), the light has nothing to say.

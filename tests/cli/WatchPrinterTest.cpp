@@ -225,3 +225,41 @@ TEST_F(WatchPrinterTest, PlainRunningLinesNameTheSwitcherFollowed)
         QStringList({ QStringLiteral("Blackmagic ATEM running"),
             QStringLiteral("Assigned shots renamed in Blackmagic ATEM") }));
 }
+
+TEST_F(WatchPrinterTest, WithSeveralSwitchersAJsonRunningEventCarriesEachOneAndComesWhenOneIsLost)
+{
+    QList<WatchPrinter::SwitcherState> states { { QStringLiteral("ATEM"), ShotSource::Kind::atem, true },
+        { QStringLiteral("Playback"), ShotSource::Kind::vmix, true } };
+    WatchPrinter json = printer(WatchPrinter::Style::Json);
+    json.setSource(QStringLiteral("ATEM + Playback"), ShotSource::Kind::atem);
+    json.setSwitchers([&states] { return states; });
+    json.setMixdeskWarningHidden(true);
+    json.setMixdeskWarningHidden(true);
+    states[1].running = false; // vMix lost, the ATEM goes on: the whole still runs
+    json.setMixdeskWarningHidden(true);
+    json.setMixdeskWarningHidden(true);
+    ASSERT_EQ(lines.size(), 2) << lines.join(QLatin1Char('\n')).toStdString();
+    EXPECT_EQ(lines[0],
+        QStringLiteral("{\"event\":\"atem\",\"running\":true,\"switchers\":["
+                       "{\"kind\":\"atem\",\"label\":\"ATEM\",\"running\":true},"
+                       "{\"kind\":\"vmix\",\"label\":\"Playback\",\"running\":true}],"
+                       "\"time\":\"2026-11-23T12:04:05.678+01:00\"}"));
+    EXPECT_EQ(lines[1],
+        QStringLiteral("{\"event\":\"atem\",\"running\":true,\"switchers\":["
+                       "{\"kind\":\"atem\",\"label\":\"ATEM\",\"running\":true},"
+                       "{\"kind\":\"vmix\",\"label\":\"Playback\",\"running\":false}],"
+                       "\"time\":\"2026-11-23T12:04:05.678+01:00\"}"));
+}
+
+TEST_F(WatchPrinterTest, PlainRunningLinesOfSeveralSwitchersStayAboutTheWhole)
+{
+    QList<WatchPrinter::SwitcherState> states { { QStringLiteral("ATEM"), ShotSource::Kind::atem, true },
+        { QStringLiteral("vMix"), ShotSource::Kind::vmix, true } };
+    WatchPrinter plain = printer(WatchPrinter::Style::Plain);
+    plain.setSource(QStringLiteral("ATEM + vMix"), ShotSource::Kind::atem);
+    plain.setSwitchers([&states] { return states; });
+    plain.setMixdeskWarningHidden(true);
+    states[1].running = false;
+    plain.setMixdeskWarningHidden(true);
+    EXPECT_EQ(lines, QStringList { QStringLiteral("ATEM + vMix running") });
+}

@@ -10,6 +10,7 @@
 #include "tools/StandinProcess.h"
 
 #include <QDir>
+#include <QFile>
 #include <QFileInfo>
 #include <QProcess>
 #include <QTcpServer>
@@ -148,5 +149,34 @@ TEST_F(SecondLaunchProcessTest, AWindowThatCannotTakeWhatWasHandedTellsTheSecond
     EXPECT_TRUE(run.standardError.startsWith(QStringLiteral("mixdesk-tally: the running Mixdesk Tally refused: ")))
         << run.standardError.toStdString();
     EXPECT_TRUE(run.standardOutput.isEmpty()) << run.standardOutput.toStdString();
+    EXPECT_EQ(window.state(), QProcess::Running);
+}
+
+TEST_F(SecondLaunchProcessTest, ASecondLaunchWithSeveralSourcesHandsThemAllAndTheWindowFollowsAndRemembersThatSet)
+{
+    startWindow();
+    const QString settingsPath = home.filePath(QStringLiteral("config/Mixdesk/Mixdesk Tally.conf"));
+    const auto settings = [&] {
+        QFile file(settingsPath);
+        return file.open(QIODevice::ReadOnly) ? QString::fromUtf8(file.readAll()) : QString();
+    };
+    const LaunchRun run = secondLaunch({ QStringLiteral("--source"), QStringLiteral("atem://127.0.0.1:1"),
+        QStringLiteral("--source"), QStringLiteral("Playback=vmix://127.0.0.1:2") });
+    EXPECT_EQ(run.exitCode, 0) << run.standardError.toStdString();
+    EXPECT_EQ(run.standardOutput,
+        QStringLiteral("mixdesk-tally: the running window took source atem://127.0.0.1:1, source "
+                       "Playback=vmix://127.0.0.1:2\n"));
+    EXPECT_TRUE(eventually([&] {
+        const QString now = settings();
+        return now.contains(QStringLiteral("atem://127.0.0.1:1"))
+            && now.contains(QStringLiteral("Playback=vmix://127.0.0.1:2"));
+    })) << settings().toStdString();
+
+    // One --source again: the window follows that one alone.
+    const LaunchRun alone = secondLaunch({ QStringLiteral("--source"), QStringLiteral("atem://127.0.0.1:1") });
+    EXPECT_EQ(alone.exitCode, 0) << alone.standardError.toStdString();
+    EXPECT_TRUE(eventually([&] { return !settings().contains(QStringLiteral("vmix://")); }))
+        << settings().toStdString();
+    EXPECT_TRUE(settings().contains(QStringLiteral("atem://127.0.0.1:1")));
     EXPECT_EQ(window.state(), QProcess::Running);
 }

@@ -196,3 +196,56 @@ TEST_F(SeveralSwitchersWatchProcessTest, TwoSourcesWithOneLabelAreRefusedBeforeA
     const QString errors = QString::fromUtf8(watch.readAllStandardError());
     EXPECT_TRUE(errors.contains(QStringLiteral("two sources are labelled 'ATEM'"))) << errors.toStdString();
 }
+
+namespace {
+
+// Whether watch --json has printed a running event for the whole (named
+// after the first switcher, the ATEM, and running) that gives each
+// switcher's label, kind and state as said.
+bool hasRunningEvent(const QString& printed, bool atemRunning, bool vmixRunning)
+{
+    const QJsonArray expected {
+        QJsonObject { { QStringLiteral("label"), QStringLiteral("ATEM") },
+            { QStringLiteral("kind"), QStringLiteral("atem") }, { QStringLiteral("running"), atemRunning } },
+        QJsonObject { { QStringLiteral("label"), QStringLiteral("vMix") },
+            { QStringLiteral("kind"), QStringLiteral("vmix") }, { QStringLiteral("running"), vmixRunning } },
+    };
+    for (const QString& line : printed.split(QLatin1Char('\n'), Qt::SkipEmptyParts)) {
+        const QJsonObject event = QJsonDocument::fromJson(line.toUtf8()).object();
+        if (event.value(QStringLiteral("event")) == QStringLiteral("atem")
+            && event.value(QStringLiteral("running")).toBool()
+            && event.value(QStringLiteral("switchers")).toArray() == expected) {
+            return true;
+        }
+    }
+    return false;
+}
+
+} // namespace
+
+TEST_F(SeveralSwitchersWatchProcessTest, JsonRunningEventsTellOfEachSwitcherAndOfOneLostWhileTheOtherRuns)
+{
+    startBoth({ QStringLiteral("--json") });
+    ASSERT_TRUE(eventually([&] {
+        printedAll({});
+        return hasRunningEvent(printed, true, true);
+    })) << printed.toStdString();
+    printed.clear();
+    vmix.stop();
+    EXPECT_TRUE(eventually(
+        [&] {
+            printedAll({});
+            return hasRunningEvent(printed, true, false);
+        },
+        5000))
+        << printed.toStdString();
+    printed.clear();
+    ASSERT_TRUE(vmix.restart());
+    EXPECT_TRUE(eventually(
+        [&] {
+            printedAll({});
+            return hasRunningEvent(printed, true, true);
+        },
+        10000))
+        << printed.toStdString();
+}

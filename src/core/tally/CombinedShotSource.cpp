@@ -115,8 +115,23 @@ CombinedShotSource::CombinedShotSource(std::vector<Member> members, QObject* par
 
 CombinedShotSource::~CombinedShotSource() = default;
 
+std::vector<CombinedShotSource::Member> CombinedShotSource::releaseMembers()
+{
+    std::vector<Member> members;
+    for (std::unique_ptr<Followed>& followed : m_members) {
+        followed->source->disconnect(this);
+        members.push_back({ std::move(followed->source), followed->label });
+    }
+    m_members.clear();
+    return members;
+}
+
 ShotSource::Kind CombinedShotSource::kind() const
 {
+    // Emptied by releaseMembers, it follows nothing of its own.
+    if (m_members.empty()) {
+        return Kind::mixdesk;
+    }
     return m_members.front()->source->kind();
 }
 

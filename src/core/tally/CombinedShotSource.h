@@ -97,6 +97,11 @@ public:
     // Tests set the time by hand; the blink follows it.
     void setClock(TallyCycle::Clock clock) { m_clock = std::move(clock); }
 
+    // Gives the switchers back with their labels and follows none from then
+    // on, so that a new combination can take over those that go on running
+    // rather than start them again. Only for a source about to be dropped.
+    std::vector<Member> releaseMembers();
+
     qsizetype memberCount() const { return qsizetype(m_members.size()); }
     QString label(qsizetype index) const;
     ShotSource& member(qsizetype index) const;

@@ -62,6 +62,16 @@ void TallyTicker::setSource(std::unique_ptr<ShotSource> source)
     followSource();
 }
 
+void TallyTicker::rebuildSource(const Rebuild& rebuild)
+{
+    m_source->disconnect(this);
+    std::unique_ptr<ShotSource> next = rebuild(std::move(m_source));
+    m_cycle.setSource(*next);
+    m_source = std::move(next);
+    m_shotList.clear();
+    followSource();
+}
+
 void TallyTicker::setLostSourcePolicy(const LostSourcePolicy& policy)
 {
     m_cycle.setLostSourcePolicy(policy);

@@ -68,6 +68,13 @@ public:
     // name, as after a restart of Mixdesk; the lights keep their state until
     // that answer. A null source changes nothing.
     void setSource(std::unique_ptr<ShotSource> source);
+    // Follows what rebuild makes of the source followed now. It is handed
+    // that source and may keep parts of it running inside the one it gives
+    // back (a listener keeps its port, a connection stays up); it must give
+    // one back, and must not return to the event loop meanwhile. As with
+    // setSource, the first answer binds the assignments by name again.
+    using Rebuild = std::function<std::unique_ptr<ShotSource>(std::unique_ptr<ShotSource> current)>;
+    void rebuildSource(const Rebuild& rebuild);
     ShotSource& source() const { return *m_source; }
 
     // The latest answer of the source (the previous one during a tick).

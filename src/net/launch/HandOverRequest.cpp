@@ -4,6 +4,7 @@
 #include "launch/RunBuilder.h"
 #include "launch/RunOptions.h"
 #include "mqtt/MqttBrokerAddress.h"
+#include "tally/CombinedShotSource.h"
 
 #include <QDir>
 #include <QJsonArray>
@@ -23,6 +24,7 @@ const QString source = QStringLiteral("source");
 const QString address = QStringLiteral("address");
 const QString password = QStringLiteral("password");
 const QString allowedSenders = QStringLiteral("allowedSenders");
+const QString added = QStringLiteral("added");
 const QString web = QStringLiteral("web");
 const QString vmixFeed = QStringLiteral("vmixFeed");
 const QString vmixFeedAllow = QStringLiteral("vmixFeedAllow");
@@ -88,25 +90,33 @@ bool checkHandedOptions(const RunOptions& options, QString* problem)
 
 std::optional<HandOverRequest::Source> sourceOf(const RunOptions& options, QString* problem)
 {
-    // The window keeps the switchers it follows in its Source menu; one
-    // address is all a second launch can hand it.
-    if (!options.additionalSources.isEmpty()) {
-        reportProblem(problem,
-            QStringLiteral("a running window follows one --source from a second launch; add more switchers in "
-                           "its Source menu"));
-        return std::nullopt;
-    }
     if (!checkShotSource(options, problem)) {
         return std::nullopt;
     }
+    // The window's Source menu ticks its chosen source by kind and keeps
+    // labels for the switchers added beside it only.
+    const CombinedShotSource::LabelledAddress first = CombinedShotSource::splitLabel(options.source);
+    if (!first.label.isEmpty()) {
+        reportProblem(problem,
+            QStringLiteral("the running window cannot take a label on the first --source ('%1'); label the "
+                           "others only")
+                .arg(options.source));
+        return std::nullopt;
+    }
     HandOverRequest::Source source;
-    source.address = options.source;
+    source.address = first.address;
     source.allowedSenders = options.tslAllowedSenders;
-    if (shotSourceKindOf(options.source) != ShotSource::Kind::obsStudio) {
+    source.added = options.additionalSources;
+    bool followsObs = false;
+    for (const QString& text : options.sources()) {
+        const auto kind = shotSourceKindOf(CombinedShotSource::splitLabel(text).address);
+        followsObs = followsObs || kind == ShotSource::Kind::obsStudio;
+    }
+    if (!followsObs) {
         if (!options.passwordFile.isEmpty()) {
             reportProblem(problem,
                 QStringLiteral("--password-file applies to an OBS Studio source (obs://…), not to '%1'")
-                    .arg(options.source));
+                    .arg(options.sources().join(QStringLiteral("', '"))));
             return std::nullopt;
         }
         return source;
@@ -257,6 +267,9 @@ void readSource(FieldReader& fields, HandOverRequest* request)
     read.address = source.text(Key::address);
     read.password = source.text(Key::password);
     read.allowedSenders = source.texts(Key::allowedSenders);
+    if (source.has(Key::added)) {
+        read.added = source.texts(Key::added);
+    }
     if (read.address.isEmpty()) {
         source.fail(QStringLiteral("'address' must name the source"));
     }
@@ -343,6 +356,9 @@ QJsonObject sourceObject(const HandOverRequest::Source& source)
     }
     if (!source.allowedSenders.isEmpty()) {
         object.insert(Key::allowedSenders, QJsonArray::fromStringList(source.allowedSenders));
+    }
+    if (source.added) {
+        object.insert(Key::added, QJsonArray::fromStringList(*source.added));
     }
     return object;
 }
@@ -467,6 +483,9 @@ QStringList HandOverRequest::summary() const
     QStringList parts;
     if (source) {
         parts.append(QStringLiteral("source ") + source->address);
+        for (const QString& added : source->added.value_or(QStringList())) {
+            parts.append(QStringLiteral("source ") + added);
+        }
     }
     if (webGiven) {
         parts.append(QStringLiteral("web tally page on ") + outputs.web.value_or(QString()));

@@ -23,7 +23,9 @@ struct RunOptions;
 // the user can write to it, and nothing it writes may upset the window.
 struct HandOverRequest {
     // The source to follow, as its address is written ("mixdesk",
-    // "obs://HOST:PORT", "tsl://PORT", "atem://HOST").
+    // "obs://HOST:PORT", "tsl://PORT", "atem://HOST"), and the switchers
+    // followed beside it. The password and the senders hold for every OBS
+    // Studio and every TSL listener among them, as on the command line.
     struct Source {
         QString address;
         // OBS Studio's password, read by the launch from its password file
@@ -31,6 +33,13 @@ struct HandOverRequest {
         QString password;
         // The senders a TSL source hears; empty: every sender.
         QStringList allowedSenders;
+        // The switchers to follow beside it, each as --source gives it
+        // ("LABEL=ADDRESS" or an address alone), in order: the window
+        // follows the same set as the launch would have. A launch always
+        // sets it (empty for one switcher); nothing, from a launch of a
+        // version that handed one source only, leaves the switchers added
+        // in the window as they are.
+        std::optional<QStringList> added;
 
         friend bool operator==(const Source&, const Source&) = default;
     };

@@ -314,6 +314,40 @@ std::unique_ptr<ShotSource> makeShotSource(const RunOptions& options, QString* p
     return nullptr;
 }
 
+bool followsSameSwitcher(ShotSource& running, const RunOptions& options)
+{
+    const std::optional<ShotSource::Kind> kind = shotSourceKindOf(options.source);
+    if (!kind || running.kind() != *kind) {
+        return false;
+    }
+    switch (*kind) {
+    case ShotSource::Kind::mixdesk:
+        return true;
+    case ShotSource::Kind::tslUmd: {
+        const auto* listener = qobject_cast<TslShotSource*>(&running);
+        const std::optional<TslShotSource::Listen> listen = TslShotSource::parseAddress(options.source, nullptr);
+        return listener && listen && listener->listen().toString() == listen->toString();
+    }
+    case ShotSource::Kind::atem: {
+        const auto* atem = qobject_cast<AtemShotSource*>(&running);
+        const std::optional<AtemAddress> address = AtemAddress::parse(options.source, nullptr);
+        return atem && address && atem->settings().address.toString() == address->toString()
+            && atem->settings().mixEffect == options.atemMixEffect - 1;
+    }
+    case ShotSource::Kind::vmix: {
+        const auto* vmix = qobject_cast<VmixShotSource*>(&running);
+        const std::optional<VmixAddress> address = VmixAddress::parse(options.source, nullptr);
+        return vmix && address && vmix->address().toString() == address->toString();
+    }
+    case ShotSource::Kind::obsStudio: {
+        const auto* obs = qobject_cast<ObsShotSource*>(&running);
+        const std::optional<ObsAddress> address = ObsAddress::parse(options.source, nullptr);
+        return obs && address && obs->address().display() == address->display();
+    }
+    }
+    return false;
+}
+
 namespace {
 
 // The TSL destinations the options name, checked against the offset; nothing,

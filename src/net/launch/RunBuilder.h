@@ -50,6 +50,13 @@ std::optional<std::chrono::milliseconds> tslSilenceLimit(int seconds);
 // The shot source the options choose, or nothing with the reason in problem.
 std::unique_ptr<ShotSource> makeShotSource(const RunOptions& options, QString* problem);
 
+// Whether running already follows the one switcher the options name (their
+// source an address alone), the way makeShotSource would follow it: the same
+// kind at the same address, an ATEM on the same mix effect. Such a switcher
+// can go on running when the switchers followed change, instead of being
+// made again: a listener would find its own port taken.
+bool followsSameSwitcher(ShotSource& running, const RunOptions& options);
+
 class TslSender;
 
 // The TSL UMD sender the options ask for: nothing and no problem when they

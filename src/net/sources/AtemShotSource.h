@@ -48,6 +48,7 @@ public:
     QString notRunningWarning() const override;
     Kind kind() const override { return Kind::atem; }
     QString displayName() const override;
+    const Settings& settings() const { return m_settings; }
     Details details() const override;
 
     // Datagrams dropped so far: from elsewhere, or not packets of the

@@ -75,10 +75,22 @@ void MainMenu::buildAddedSourceItems()
 {
     m_sourceMenu->addSeparator();
     m_addSourceMenu = m_sourceMenu->addMenu(tr("Add Switcher"));
-    QAction* addAtem = m_addSourceMenu->addAction(tr("Blackmagic ATEM…"));
-    QAction* addVmix = m_addSourceMenu->addAction(tr("vMix…"));
-    connect(addAtem, &QAction::triggered, this, [this] { askForAddedSource(ShotSource::Kind::atem); });
-    connect(addVmix, &QAction::triggered, this, [this] { askForAddedSource(ShotSource::Kind::vmix); });
+    // Every kind the window can follow can be followed beside another, in
+    // the order of the items above.
+    const struct {
+        QString text;
+        ShotSource::Kind kind;
+    } kinds[] = {
+        { tr("Mixdesk"), ShotSource::Kind::mixdesk },
+        { tr("OBS Studio…"), ShotSource::Kind::obsStudio },
+        { tr("TSL UMD Listener…"), ShotSource::Kind::tslUmd },
+        { tr("Blackmagic ATEM…"), ShotSource::Kind::atem },
+        { tr("vMix…"), ShotSource::Kind::vmix },
+    };
+    for (const auto& item : kinds) {
+        QAction* add = m_addSourceMenu->addAction(item.text);
+        connect(add, &QAction::triggered, this, [this, kind = item.kind] { askForAddedSource(kind); });
+    }
     m_removeSourceMenu = m_sourceMenu->addMenu(tr("Remove Switcher"));
     fillRemoveSourceMenu();
 }
@@ -106,14 +118,41 @@ void MainMenu::fillRemoveSourceMenu()
 
 void MainMenu::askForAddedSource(ShotSource::Kind kind)
 {
-    if (kind == ShotSource::Kind::atem) {
-        AtemSourceDialog dialog(QString(), m_controller.window());
-        runSourceDialog(
-            dialog, tr("Add Switcher"), [&](QString* problem) { return addSource(dialog.address(), problem); });
+    const QString title = tr("Add Switcher");
+    switch (kind) {
+    case ShotSource::Kind::mixdesk: {
+        QString problem;
+        if (!addSource(QStringLiteral("mixdesk"), &problem)) {
+            WindowModalMessage::show(m_controller.window(), QMessageBox::Warning, title, problem);
+        }
         return;
     }
-    VmixSourceDialog dialog(QString(), m_controller.window());
-    runSourceDialog(dialog, tr("Add Switcher"), [&](QString* problem) { return addSource(dialog.address(), problem); });
+    case ShotSource::Kind::obsStudio: {
+        ObsSourceDialog dialog(QString(), QString(), m_controller.window());
+        runSourceDialog(dialog, title,
+            [&](QString* problem) { return addObsSource(dialog.address(), dialog.password(), problem); });
+        return;
+    }
+    case ShotSource::Kind::tslUmd: {
+        const UserDefaults& defaults = UserDefaults::standardUserDefaults();
+        TslSourceDialog dialog(QString(), defaults.objectForKey(Preferences::tslAllowedSenders).toStringList(),
+            rememberedTslSilence(), m_controller.window());
+        runSourceDialog(dialog, title, [&](QString* problem) {
+            return addTslSource(dialog.address(), dialog.allowedSenders(), problem, dialog.silenceSeconds());
+        });
+        return;
+    }
+    case ShotSource::Kind::atem: {
+        AtemSourceDialog dialog(QString(), m_controller.window());
+        runSourceDialog(dialog, title, [&](QString* problem) { return addSource(dialog.address(), problem); });
+        return;
+    }
+    case ShotSource::Kind::vmix: {
+        VmixSourceDialog dialog(QString(), m_controller.window());
+        runSourceDialog(dialog, title, [&](QString* problem) { return addSource(dialog.address(), problem); });
+        return;
+    }
+    }
 }
 
 QStringList MainMenu::addedSources()
@@ -125,13 +164,72 @@ bool MainMenu::addSource(const QString& address, QString* problem)
 {
     const QString written = address.trimmed();
     const QStringList before = addedSources();
-    for (const QString& kept : before) {
-        if (Text::equal(
-                CombinedShotSource::splitLabel(kept).address, CombinedShotSource::splitLabel(written).address)) {
+    const QString writtenAddress = CombinedShotSource::splitLabel(written).address;
+    // Nothing remembered: the chosen source is Mixdesk.
+    const QString chosen = rememberedSource().isEmpty() ? QStringLiteral("mixdesk") : rememberedSource();
+    for (const QString& kept : QStringList { chosen } + before) {
+        if (Text::equal(CombinedShotSource::splitLabel(kept).address, writtenAddress)) {
             return reportProblem(problem, tr("%1 is followed already").arg(written));
         }
     }
     return followWithAdded(before + QStringList { written }, problem);
+}
+
+bool MainMenu::addObsSource(const QString& address, const QString& password, QString* problem)
+{
+    const QString written = address.trimmed();
+    const QStringList before = addedSources();
+    if (before.contains(written, Qt::CaseInsensitive) || Text::equal(rememberedSource(), written)) {
+        return reportProblem(problem, tr("%1 is followed already").arg(written));
+    }
+    if (!ObsAddress::parse(CombinedShotSource::splitLabel(written).address, problem)) {
+        return false;
+    }
+    // The password goes where the chosen OBS Studio's goes, the secret
+    // store, and the next start hands it to every OBS Studio followed. An
+    // empty one leaves a kept one alone: OBS Studio without a password
+    // ignores one given.
+    if (!password.isEmpty()) {
+        m_controller.obsPassword().keep(password);
+    }
+    return followWithAdded(before + QStringList { written }, problem);
+}
+
+bool MainMenu::addTslSource(
+    const QString& address, const QStringList& allowedSenders, QString* problem, std::optional<int> silenceSeconds)
+{
+    const std::optional<SenderAllowList> allowed = SenderAllowList::parse(allowedSenders, problem);
+    if (!allowed) {
+        return false;
+    }
+    // The senders and the silence are remembered once for every TSL
+    // listener, as --tsl-allow and --tsl-silence hold for every TSL source
+    // on the command line; they go back as they were should the listener
+    // not be had.
+    UserDefaults& defaults = UserDefaults::standardUserDefaults();
+    const QVariant sendersBefore = defaults.objectForKey(Preferences::tslAllowedSenders);
+    const QVariant silenceBefore = defaults.objectForKey(Preferences::tslSilenceSeconds);
+    rememberTslChoices(*allowed, silenceSeconds);
+    if (addSource(address, problem)) {
+        return true;
+    }
+    const auto restore = [&defaults](const QString& key, const QVariant& value) {
+        value.isValid() ? defaults.setObject(key, value) : defaults.removeObjectForKey(key);
+    };
+    restore(Preferences::tslAllowedSenders, sendersBefore);
+    restore(Preferences::tslSilenceSeconds, silenceBefore);
+    return false;
+}
+
+void MainMenu::rememberTslChoices(const SenderAllowList& allowed, std::optional<int> silenceSeconds)
+{
+    UserDefaults& defaults = UserDefaults::standardUserDefaults();
+    defaults.setObject(Preferences::tslAllowedSenders, allowed.entries());
+    if (silenceSeconds) {
+        defaults.setObject(Preferences::tslSilenceSeconds, *silenceSeconds);
+    } else {
+        defaults.removeObjectForKey(Preferences::tslSilenceSeconds);
+    }
 }
 
 bool MainMenu::removeSource(const QString& address, QString* problem)
@@ -143,31 +241,38 @@ bool MainMenu::removeSource(const QString& address, QString* problem)
     return followWithAdded(added, problem);
 }
 
+RunOptions MainMenu::rememberedOptionsFor(const QString& address)
+{
+    RunOptions options;
+    options.source = address;
+    if (TslShotSource::isTslAddress(address)) {
+        options.tslAllowedSenders
+            = UserDefaults::standardUserDefaults().objectForKey(Preferences::tslAllowedSenders).toStringList();
+        options.tslSilenceSeconds = rememberedTslSilence();
+    }
+    // As at the next start: an OBS Studio made now waits for the password
+    // the secret store keeps.
+    options.passwordFromSecretStore = true;
+    return options;
+}
+
 bool MainMenu::followWithAdded(const QStringList& added, QString* problem)
 {
-    // The chosen source is built again from the settings, as at the next
-    // start, so that what runs now is what will run then.
-    RunOptions options;
-    const QString remembered = rememberedSource();
-    if (!remembered.isEmpty()) {
-        options.source = remembered;
-        if (TslShotSource::isTslAddress(remembered)) {
-            options.tslAllowedSenders
-                = UserDefaults::standardUserDefaults().objectForKey(Preferences::tslAllowedSenders).toStringList();
-            options.tslSilenceSeconds = rememberedTslSilence();
-        }
+    // The chosen source is followed as the settings remember it, as at the
+    // next start, so that what runs now is what will run then.
+    std::vector<Wanted> wanted;
+    wanted.push_back(
+        { rememberedOptionsFor(rememberedSource().isEmpty() ? QStringLiteral("mixdesk") : rememberedSource()),
+            QString(), nullptr });
+    for (const QString& text : added) {
+        const CombinedShotSource::LabelledAddress labelled = CombinedShotSource::splitLabel(text);
+        wanted.push_back({ rememberedOptionsFor(labelled.address), labelled.label, nullptr });
     }
-    options.additionalSources = added;
     // Checked whole first: a bad address or a label twice refuses the
     // change and leaves what runs alone.
-    if (!checkShotSource(options, problem)) {
+    if (!followSwitchers(std::move(wanted), false, problem)) {
         return false;
     }
-    std::unique_ptr<ShotSource> source = makeShotSource(options, problem);
-    if (!source) {
-        return false;
-    }
-    m_controller.setShotSource(std::move(source));
     UserDefaults& defaults = UserDefaults::standardUserDefaults();
     if (added.isEmpty()) {
         defaults.removeObjectForKey(Preferences::addedShotSources);
@@ -179,37 +284,174 @@ bool MainMenu::followWithAdded(const QStringList& added, QString* problem)
     return true;
 }
 
-std::unique_ptr<ShotSource> MainMenu::withAddedSources(
-    std::unique_ptr<ShotSource> main, const QStringList& added, QString* problem)
+namespace {
+
+// The switchers a source follows, owned: a combined source's members (the
+// emptied whole goes once control is back in the event loop: it may be
+// inside one of its own signals), else the source itself.
+std::vector<std::unique_ptr<ShotSource>> takeSwitchers(std::unique_ptr<ShotSource> source)
 {
-    if (added.isEmpty()) {
-        return main;
-    }
-    QList<ShotSource::Kind> kinds { main->kind() };
-    QStringList givenLabels { QString() };
     std::vector<std::unique_ptr<ShotSource>> switchers;
-    for (const QString& text : added) {
-        const CombinedShotSource::LabelledAddress labelled = CombinedShotSource::splitLabel(text);
-        RunOptions options;
-        options.source = labelled.address;
-        std::unique_ptr<ShotSource> switcher = makeShotSource(options, problem);
-        if (!switcher) {
-            continue;
+    auto* combined = qobject_cast<CombinedShotSource*>(source.get());
+    if (!combined) {
+        switchers.push_back(std::move(source));
+        return switchers;
+    }
+    for (CombinedShotSource::Member& member : combined->releaseMembers()) {
+        switchers.push_back(std::move(member.source));
+    }
+    source.release()->deleteLater();
+    return switchers;
+}
+
+// A switcher no longer followed: a listener lets its port go at once (one
+// made in its place may want it), and the rest goes as the ticker lets old
+// sources go.
+void dropSwitcher(std::unique_ptr<ShotSource> switcher)
+{
+    if (auto* listener = qobject_cast<TslShotSource*>(switcher.get())) {
+        listener->stop();
+    }
+    switcher.release()->deleteLater();
+}
+
+// Gives a kept TSL listener the senders and silence the settings now
+// remember for every listener.
+void applyTslChoices(ShotSource& switcher, const RunOptions& options)
+{
+    auto* listener = qobject_cast<TslShotSource*>(&switcher);
+    if (!listener) {
+        return;
+    }
+    if (const std::optional<SenderAllowList> allowed = SenderAllowList::parse(options.tslAllowedSenders, nullptr)) {
+        listener->setAllowedSenders(*allowed);
+    }
+    if (options.tslSilenceSeconds) {
+        listener->chooseSilenceLimit(tslSilenceLimit(*options.tslSilenceSeconds));
+    } else {
+        listener->useDefaultSilenceLimit();
+    }
+}
+
+} // namespace
+
+bool MainMenu::followSwitchers(std::vector<Wanted> wanted, bool leaveOutUnusable, QString* problem)
+{
+    const QList<ShotSource*> running = CombinedShotSource::switchersOf(m_controller.shotSource());
+    // Per switcher wanted, the one running now that follows it, if any: it
+    // goes on as it is; the others are made here.
+    QList<ShotSource*> kept;
+    std::vector<Wanted> usable;
+    for (size_t index = 0; index < wanted.size(); ++index) {
+        Wanted& one = wanted[index];
+        ShotSource* same = nullptr;
+        for (ShotSource* candidate : running) {
+            if (!one.made && !kept.contains(candidate) && followsSameSwitcher(*candidate, one.options)) {
+                same = candidate;
+                break;
+            }
         }
-        kinds.append(switcher->kind());
-        givenLabels.append(labelled.label);
-        switchers.push_back(std::move(switcher));
+        if (!same && !one.made) {
+            QString reason;
+            if (checkShotSource(one.options, &reason)) {
+                one.made = makeShotSource(one.options, &reason);
+            }
+            if (!one.made) {
+                // The chosen source is never left out: without it there is
+                // nothing to follow.
+                if (!leaveOutUnusable || index == 0) {
+                    return reportProblem(problem, reason);
+                }
+                reportProblem(problem, reason);
+                continue;
+            }
+        }
+        kept.append(same);
+        usable.push_back(std::move(one));
+    }
+    QList<ShotSource::Kind> kinds;
+    QStringList givenLabels;
+    for (qsizetype index = 0; index < kept.size(); ++index) {
+        const Wanted& one = usable[size_t(index)];
+        kinds.append(kept[index] ? kept[index]->kind() : one.made->kind());
+        givenLabels.append(one.label);
     }
     QStringList labels;
-    if (switchers.empty() || !CombinedShotSource::chooseLabels(kinds, givenLabels, &labels, problem)) {
-        return main;
+    if (!CombinedShotSource::chooseLabels(kinds, givenLabels, &labels, problem)) {
+        if (!leaveOutUnusable) {
+            return false;
+        }
+        // Added switchers whose labels clash are all left out: the chosen
+        // source is followed alone.
+        kept = kept.mid(0, 1);
+        usable.resize(1);
+        labels = QStringList { QString() };
     }
-    std::vector<CombinedShotSource::Member> members;
-    members.push_back({ std::move(main), labels.first() });
-    for (size_t index = 0; index < switchers.size(); ++index) {
-        members.push_back({ std::move(switchers[index]), labels.value(qsizetype(index) + 1) });
+    m_controller.rebuildShotSource([&](std::unique_ptr<ShotSource> current) -> std::unique_ptr<ShotSource> {
+        std::vector<std::unique_ptr<ShotSource>> owned = takeSwitchers(std::move(current));
+        std::vector<CombinedShotSource::Member> members;
+        for (qsizetype index = 0; index < kept.size(); ++index) {
+            Wanted& one = usable[size_t(index)];
+            std::unique_ptr<ShotSource> switcher = std::move(one.made);
+            for (std::unique_ptr<ShotSource>& candidate : owned) {
+                if (kept[index] && candidate.get() == kept[index]) {
+                    switcher = std::move(candidate);
+                    applyTslChoices(*switcher, one.options);
+                    break;
+                }
+            }
+            members.push_back({ std::move(switcher), labels.value(index) });
+        }
+        for (std::unique_ptr<ShotSource>& left : owned) {
+            if (left) {
+                dropSwitcher(std::move(left));
+            }
+        }
+        if (members.size() == 1) {
+            return std::move(members.front().source);
+        }
+        return std::make_unique<CombinedShotSource>(std::move(members));
+    });
+    givePasswordToWaitingObs();
+    return true;
+}
+
+void MainMenu::givePasswordToWaitingObs()
+{
+    // As at start: an OBS Studio made without a password gets the one the
+    // secret store keeps as soon as the store answers.
+    const auto waiting = [](ShotSource& source) {
+        QList<ObsShotSource*> found;
+        for (ShotSource* switcher : CombinedShotSource::switchersOf(source)) {
+            if (auto* obs = qobject_cast<ObsShotSource*>(switcher); obs && obs->awaitsPassword()) {
+                found.append(obs);
+            }
+        }
+        return found;
+    };
+    if (waiting(m_controller.shotSource()).isEmpty()) {
+        return;
     }
-    return std::make_unique<CombinedShotSource>(std::move(members));
+    const QPointer<MainMenu> self(this);
+    m_controller.obsPassword().fetch([self, waiting](const QString& password) {
+        if (!self) {
+            return;
+        }
+        // Another source may have been chosen meanwhile.
+        for (ObsShotSource* obs : waiting(self->m_controller.shotSource())) {
+            obs->setPassword(password);
+        }
+    });
+}
+
+bool MainMenu::followsObsStudio() const
+{
+    for (ShotSource* switcher : CombinedShotSource::switchersOf(m_controller.shotSource())) {
+        if (switcher->kind() == ShotSource::Kind::obsStudio) {
+            return true;
+        }
+    }
+    return false;
 }
 
 void MainMenu::checkCurrentSource()
@@ -232,13 +474,21 @@ void MainMenu::chooseMixdeskSource()
 
 void MainMenu::followAndRemember(std::unique_ptr<ShotSource> source, const QString& remembered)
 {
-    const bool needsObsPassword = source->kind() == ShotSource::Kind::obsStudio;
-    // The switchers added beside the chosen one stay followed.
-    QString addedProblem;
-    m_controller.setShotSource(withAddedSources(std::move(source), addedSources(), &addedProblem));
+    // The switchers added beside the chosen one stay followed; one that
+    // cannot be had now (its address no longer usable) is left out until
+    // the next start.
+    std::vector<Wanted> wanted;
+    wanted.push_back({ rememberedOptionsFor(remembered), QString(), std::move(source) });
+    for (const QString& text : addedSources()) {
+        const CombinedShotSource::LabelledAddress labelled = CombinedShotSource::splitLabel(text);
+        wanted.push_back({ rememberedOptionsFor(labelled.address), labelled.label, nullptr });
+    }
+    m_leftOut.clear();
+    followSwitchers(std::move(wanted), true, &m_leftOut);
     UserDefaults::standardUserDefaults().setObject(Preferences::shotSource, remembered);
-    // Only OBS Studio has a password: it is not kept for a source nobody uses.
-    if (!needsObsPassword) {
+    // Only OBS Studio has a password: it is not kept when no OBS Studio is
+    // followed.
+    if (!followsObsStudio()) {
         m_controller.obsPassword().forget();
     }
     checkCurrentSource();
@@ -347,13 +597,7 @@ bool MainMenu::chooseTslSource(
         checkCurrentSource();
         return false;
     }
-    UserDefaults& defaults = UserDefaults::standardUserDefaults();
-    defaults.setObject(Preferences::tslAllowedSenders, allowed->entries());
-    if (silenceSeconds) {
-        defaults.setObject(Preferences::tslSilenceSeconds, *silenceSeconds);
-    } else {
-        defaults.removeObjectForKey(Preferences::tslSilenceSeconds);
-    }
+    rememberTslChoices(*allowed, silenceSeconds);
     followAndRemember(std::move(source), address);
     return true;
 }
@@ -400,7 +644,14 @@ bool MainMenu::startInPlaceOfCurrentListener(TslShotSource& source, QString* pro
     // The listener the window follows may hold the port (the operator
     // changed only the allowed senders): it makes way, and listens again
     // should the new one still not start.
-    auto* current = qobject_cast<TslShotSource*>(&m_controller.shotSource());
+    TslShotSource* current = nullptr;
+    for (ShotSource* switcher : CombinedShotSource::switchersOf(m_controller.shotSource())) {
+        auto* listener = qobject_cast<TslShotSource*>(switcher);
+        if (listener && listener->listen().port == source.listen().port) {
+            current = listener;
+            break;
+        }
+    }
     if (!current) {
         return false;
     }
@@ -454,7 +705,7 @@ void MainMenu::showOutputsChosen(bool pageWasServed)
 
 bool MainMenu::takeHandOver(const HandOverRequest& request, QString* problem)
 {
-    if (request.source && !chooseHandedSource(*request.source, problem)) {
+    if (request.source && !chooseHandedSources(*request.source, problem)) {
         return false;
     }
     if (request.changesOutputs()) {
@@ -467,6 +718,55 @@ bool MainMenu::takeHandOver(const HandOverRequest& request, QString* problem)
     }
     if (request.changesLostSourcePolicy()) {
         m_lostSourceMenu->choose(request.lostSourcePolicyOver(m_controller.ticker().lostSourcePolicy()));
+    }
+    return true;
+}
+
+bool MainMenu::chooseHandedSources(const HandOverRequest::Source& source, QString* problem)
+{
+    // From a launch that hands one source only: the added switchers stay.
+    if (!source.added) {
+        return chooseHandedSource(source, problem);
+    }
+    // Checked whole first: a bad address or a label twice refuses the lot
+    // and leaves what runs alone.
+    RunOptions whole;
+    whole.source = source.address;
+    whole.additionalSources = *source.added;
+    whole.tslAllowedSenders = source.allowedSenders;
+    if (!checkShotSource(whole, problem)) {
+        return false;
+    }
+    const std::optional<ShotSource::Kind> kind = shotSourceKindOf(source.address);
+    // The password and the senders hold for every OBS Studio and every TSL
+    // listener among them, the added ones too.
+    if (!source.password.isEmpty() && kind != ShotSource::Kind::obsStudio) {
+        m_controller.obsPassword().keep(source.password);
+    }
+    if (kind != ShotSource::Kind::tslUmd) {
+        if (const std::optional<SenderAllowList> allowed = SenderAllowList::parse(source.allowedSenders, nullptr)) {
+            rememberTslChoices(*allowed, std::nullopt);
+        }
+    }
+    // The added switchers are settled first, so that the chosen source is
+    // followed with them in one change.
+    UserDefaults& defaults = UserDefaults::standardUserDefaults();
+    const QVariant addedBefore = defaults.objectForKey(Preferences::addedShotSources);
+    if (source.added->isEmpty()) {
+        defaults.removeObjectForKey(Preferences::addedShotSources);
+    } else {
+        defaults.setObject(Preferences::addedShotSources, *source.added);
+    }
+    m_leftOut.clear();
+    if (!chooseHandedSource(source, problem)) {
+        addedBefore.isValid() ? defaults.setObject(Preferences::addedShotSources, addedBefore)
+                              : defaults.removeObjectForKey(Preferences::addedShotSources);
+        return false;
+    }
+    fillRemoveSourceMenu();
+    // The others are followed; the launch hears which one could not be.
+    if (!m_leftOut.isEmpty()) {
+        return reportProblem(problem, m_leftOut);
     }
     return true;
 }

@@ -4,6 +4,7 @@
 #include "lamps/BigTallyView.h"
 #include "launch/HandOverRequest.h"
 #include "launch/NetworkOutputChoices.h"
+#include "launch/RunOptions.h"
 #include "mainwindow/LostSourceMenu.h"
 #include "sources/ShotSource.h"
 
@@ -16,8 +17,10 @@
 #include <functional>
 #include <memory>
 #include <optional>
+#include <vector>
 
 class QDialog;
+class SenderAllowList;
 class ShotSource;
 class TslShotSource;
 class ViewController;
@@ -92,8 +95,10 @@ public:
     // next start. False, with the reason, for an unusable address.
     bool chooseVmixSource(const QString& address, QString* problem = nullptr);
     LostSourceMenu* lostSourceMenu() const { return m_lostSourceMenu; }
-    // Source > Add Switcher (an ATEM or vMix followed besides the source
-    // chosen above) and Source > Remove Switcher (one item per added one).
+    // Source > Add Switcher (a switcher of any kind followed besides the
+    // source chosen above) and Source > Remove Switcher (one item per added
+    // one). A switcher followed before and after a change goes on running as
+    // it was: a listener keeps its port, a connection stays up.
     QMenu* addSourceMenu() const { return m_addSourceMenu; }
     QMenu* removeSourceMenu() const { return m_removeSourceMenu; }
     // Follows the switcher at address ("atem://HOST:PORT", "vmix://…", or
@@ -101,6 +106,15 @@ public:
     // next start. False, with the reason and nothing changed, for an unusable
     // address, one already added, or a label two switchers would share.
     bool addSource(const QString& address, QString* problem = nullptr);
+    // Adds OBS Studio at address with its password, which goes to the
+    // secret store like the chosen OBS Studio's (one password is kept for
+    // every OBS Studio followed); the switcher has it at once.
+    bool addObsSource(const QString& address, const QString& password, QString* problem = nullptr);
+    // Adds a TSL listener; the senders and silence become those remembered
+    // for every TSL listener followed, as --tsl-allow and --tsl-silence are
+    // for every TSL source on the command line.
+    bool addTslSource(const QString& address, const QStringList& allowedSenders, QString* problem = nullptr,
+        std::optional<int> silenceSeconds = std::nullopt);
     // Stops following an added switcher, now and at the next start. False,
     // with the reason, when it was not added.
     bool removeSource(const QString& address, QString* problem = nullptr);
@@ -152,13 +166,31 @@ private:
     void fillRemoveSourceMenu();
     void askForAddedSource(ShotSource::Kind kind);
     // Follows the chosen source and the added ones, as the settings now say;
-    // false, with the reason, when that cannot be built.
+    // false, with the reason and what runs left alone, when one cannot be
+    // had.
     bool followWithAdded(const QStringList& added, QString* problem);
-    // main alone when nothing is added, else main and the added switchers
-    // together; an added one that cannot be built is left out, with the
-    // reason in problem.
-    static std::unique_ptr<ShotSource> withAddedSources(
-        std::unique_ptr<ShotSource> main, const QStringList& added, QString* problem);
+    // One switcher to follow: the options that make it (its address alone
+    // as the source), the label it goes by (empty: its kind's), and the
+    // source already made when one was just chosen.
+    struct Wanted {
+        RunOptions options;
+        QString label;
+        std::unique_ptr<ShotSource> made;
+    };
+    // Follows the switchers wanted, the first being the chosen source: one
+    // followed now at the same address goes on running as it is, the others
+    // are made, and those no longer wanted stop. An OBS Studio made without
+    // a password gets the kept one. False, with the reason and what runs
+    // left alone, when one cannot be made or two labels would be the same;
+    // with leaveOutUnusable, added ones that cannot be had are left out
+    // instead (the reason still in problem).
+    bool followSwitchers(std::vector<Wanted> wanted, bool leaveOutUnusable, QString* problem);
+    // The options the settings give the switcher at address, as the next
+    // start would make it.
+    static RunOptions rememberedOptionsFor(const QString& address);
+    static void rememberTslChoices(const SenderAllowList& allowed, std::optional<int> silenceSeconds);
+    void givePasswordToWaitingObs();
+    bool followsObsStudio() const;
     // The source the settings remember, as the source dialogs start from it.
     static QString rememberedSource();
     // The OBS dialog starts from the OBS Studio the window follows (chosen
@@ -180,6 +212,11 @@ private:
     // The phone links brought up to date after the outputs were chosen, and
     // shown when a page has just been turned on.
     void showOutputsChosen(bool pageWasServed);
+    // The handed source and the switchers handed with it, which replace
+    // those added in the window. False, with the reason, when one cannot be
+    // had: nothing changes when an address is bad, while an added switcher
+    // that cannot start (its port taken) is left out and the rest followed.
+    bool chooseHandedSources(const HandOverRequest::Source& source, QString* problem);
     bool chooseHandedSource(const HandOverRequest::Source& source, QString* problem);
     void buildHelpMenu(QMenuBar& menuBar);
     void openManual();
@@ -228,4 +265,7 @@ private:
     QPointer<QAction> m_about;
     QPointer<QAction> m_help;
     QStringList m_manualFolders;
+    // Why the last change of source left an added switcher out; empty when
+    // every one is followed.
+    QString m_leftOut;
 };

@@ -120,6 +120,13 @@ void ViewController::setShotSource(std::unique_ptr<ShotSource> source)
     followShotSource();
 }
 
+void ViewController::rebuildShotSource(const TallyTicker::Rebuild& rebuild)
+{
+    m_sourceReport->leaveSource();
+    m_ticker.rebuildSource(rebuild);
+    followShotSource();
+}
+
 void ViewController::showEvent(QShowEvent* event)
 {
     QWidget::showEvent(event);

@@ -137,6 +137,9 @@ public:
 
     // Follows another switcher from now on (the user chose one).
     void setShotSource(std::unique_ptr<ShotSource> source);
+    // Follows what rebuild makes of the source followed now, keeping what
+    // it keeps of it running (see TallyTicker::rebuildSource).
+    void rebuildShotSource(const TallyTicker::Rebuild& rebuild);
 
     // Segues to the other screens.
     bool shouldPerformSegueWithIdentifier(const QString& identifier, QObject* sender) const;

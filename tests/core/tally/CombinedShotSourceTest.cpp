@@ -6,6 +6,7 @@
 #include "tallymap/TallyMap.h"
 
 #include <QElapsedTimer>
+#include <QPointer>
 #include <QSignalSpy>
 #include <QTest>
 #include <QTimer>
@@ -432,4 +433,54 @@ TEST_F(CombinedSourceCycleTest, AShotIsNotCalledMissingBeforeEverySwitcherHasAns
     EXPECT_TRUE(combined->knowsEveryShot());
     EXPECT_TRUE(cycle.lastSnapshot().lights[1].missingShots.isEmpty());
     EXPECT_EQ(cycle.lastSnapshot().lights[3].missingShots, QStringList { QStringLiteral("Typo") });
+}
+
+TEST_F(CombinedShotSourceTest, ReleasedSwitchersComeBackWithTheirLabelsAndNoLongerSpeakThroughTheWhole)
+{
+    QSignalSpy changed(combined.get(), &ShotSource::shotsChanged);
+    QSignalSpy said(combined.get(), &ShotSource::statusChanged);
+    std::vector<CombinedShotSource::Member> members = combined->releaseMembers();
+    ASSERT_EQ(members.size(), 2u);
+    EXPECT_EQ(members[0].source.get(), atem);
+    EXPECT_EQ(members[0].label, QStringLiteral("ATEM"));
+    EXPECT_EQ(members[1].source.get(), vmix);
+    EXPECT_EQ(members[1].label, QStringLiteral("vMix"));
+    EXPECT_EQ(combined->memberCount(), 0);
+    vmix->announceChange();
+    Q_EMIT vmix->statusChanged(QStringLiteral("connected"));
+    EXPECT_EQ(changed.size(), 0);
+    EXPECT_EQ(said.size(), 0);
+    EXPECT_TRUE(combined->queryShots().isEmpty());
+}
+
+TEST(CombinedSourceTicker, ARebuiltSourceKeepsTheSwitchersItTakesOverAndTheirChangesReachTheTicker)
+{
+    auto keptOwned = std::make_unique<FakeShotSource>();
+    FakeShotSource* kept = keptOwned.get();
+    kept->sourceKind = ShotSource::Kind::tslUmd;
+    kept->shots = { shot(QStringLiteral("1"), QStringLiteral("Camera 1")) };
+    TallyMap map;
+    map.setShotSelection(0, { std::make_shared<Shot>(QStringLiteral("Camera 1")) });
+    RecordingObserver observer;
+    TallyTicker ticker(
+        std::move(keptOwned), map, observer, TallyCycle::byteByByte([&observer](quint8 byte) { observer.send(byte); }));
+    QPointer<FakeShotSource> added;
+    ticker.rebuildSource([&](std::unique_ptr<ShotSource> current) -> std::unique_ptr<ShotSource> {
+        EXPECT_EQ(current.get(), kept);
+        auto addedOwned = std::make_unique<FakeShotSource>();
+        added = addedOwned.get();
+        addedOwned->sourceKind = ShotSource::Kind::atem;
+        std::vector<CombinedShotSource::Member> members;
+        members.push_back({ std::move(current), QStringLiteral("TSL") });
+        members.push_back({ std::move(addedOwned), QStringLiteral("ATEM") });
+        return std::make_unique<CombinedShotSource>(std::move(members));
+    });
+    EXPECT_EQ(CombinedShotSource::switchersOf(ticker.source()), (QList<ShotSource*> { kept, added.data() }));
+    ticker.start();
+    QTest::qWait(50); // the first tick, with the light off
+    ASSERT_EQ(observer.modes[0], TallyMode::off);
+    kept->shots.first()->isLive = true;
+    kept->announceChange();
+    EXPECT_TRUE(QTest::qWaitFor([&] { return observer.modes[0] == TallyMode::live; }, 200))
+        << "the kept switcher's cut reaches the lights at once";
 }

@@ -53,7 +53,8 @@ HandOverRequest everyChoice()
 {
     HandOverRequest request;
     request.files = QStringList { "/home/operator/maps/studio.tlx", "/srv/other map.tlx" };
-    request.source = HandOverRequest::Source { "tsl5://9900", "", { "10.0.0.5", "10.0.1.0/24" } };
+    request.source = HandOverRequest::Source { "tsl5://9900", "", { "10.0.0.5", "10.0.1.0/24" },
+        QStringList { "Playback=vmix://10.0.0.6" } };
     request.webGiven = true;
     request.outputs.web = "127.0.0.1:8090";
     request.vmixFeedGiven = true;
@@ -95,7 +96,7 @@ TEST(HandOverRequestTest, AnObsPasswordAndAPathWithALineFeedStayInTheOneLine)
 {
     HandOverRequest sent;
     sent.files = QStringList { "/maps/two\nlines.tlx" };
-    sent.source = HandOverRequest::Source { "obs://studio:4455", "pa\"ss\nword", {} };
+    sent.source = HandOverRequest::Source { "obs://studio:4455", "pa\"ss\nword", {}, std::nullopt };
     const QByteArray line = sent.encode();
     EXPECT_EQ(line.count('\n'), 1);
     const std::optional<HandOverRequest> received = HandOverRequest::decode(line, nullptr);
@@ -257,7 +258,7 @@ TEST(HandOverRequestTest, AnObsSourceCarriesThePasswordOfItsFile)
         = secondLaunch({ "--source", "obs://studio:4455", "--password-file", "obs-password" }, folder.path());
     ASSERT_TRUE(launch.request) << launch.problem.toStdString();
     ASSERT_TRUE(launch.request->source);
-    EXPECT_EQ(*launch.request->source, (HandOverRequest::Source { "obs://studio:4455", "s3cret", {} }));
+    EXPECT_EQ(*launch.request->source, (HandOverRequest::Source { "obs://studio:4455", "s3cret", {}, QStringList() }));
 }
 
 TEST(HandOverRequestTest, AnUnreadablePasswordFileIsRefusedByTheLaunch)
@@ -271,7 +272,8 @@ TEST(HandOverRequestTest, ATslSourceCarriesTheSendersItHears)
     const Launch launch = secondLaunch({ "--source", "tsl://9900", "--tsl-allow", "10.0.0.5,10.0.1.0/24" });
     ASSERT_TRUE(launch.request) << launch.problem.toStdString();
     ASSERT_TRUE(launch.request->source);
-    EXPECT_EQ(*launch.request->source, (HandOverRequest::Source { "tsl://9900", "", { "10.0.0.5,10.0.1.0/24" } }));
+    EXPECT_EQ(*launch.request->source,
+        (HandOverRequest::Source { "tsl://9900", "", { "10.0.0.5,10.0.1.0/24" }, QStringList() }));
 }
 
 TEST(HandOverRequestTest, TheWebPageAloneReplacesOnlyTheWindowsWebPage)
@@ -436,4 +438,73 @@ TEST(HandOverRequestTest, TheAnswerOfAnEarlierWindowIsNotTakenForAnAnswer)
 {
     EXPECT_FALSE(HandOverAnswer::decode("ok\n"));
     EXPECT_FALSE(HandOverAnswer::decode(R"({"version":1})"));
+}
+
+TEST(HandOverRequestTest, SeveralSourcesAreHandedOverInTheirOrderWithTheirLabels)
+{
+    const Launch launch = secondLaunch(
+        { "--source", "atem://10.0.0.5", "--source", "Playback=vmix://10.0.0.6", "--source", "tsl5://9000" });
+    ASSERT_TRUE(launch.request) << launch.problem.toStdString();
+    ASSERT_TRUE(launch.request->source);
+    EXPECT_EQ(launch.request->source->address, QStringLiteral("atem://10.0.0.5"));
+    EXPECT_EQ(launch.request->source->added,
+        (QStringList { QStringLiteral("Playback=vmix://10.0.0.6"), QStringLiteral("tsl5://9000") }));
+    QString problem;
+    const std::optional<HandOverRequest> received = HandOverRequest::decode(launch.request->encode(), &problem);
+    ASSERT_TRUE(received) << problem.toStdString();
+    EXPECT_EQ(*received, *launch.request);
+    EXPECT_EQ(received->summary(),
+        (QStringList { QStringLiteral("source atem://10.0.0.5"), QStringLiteral("source Playback=vmix://10.0.0.6"),
+            QStringLiteral("source tsl5://9000") }));
+}
+
+TEST(HandOverRequestTest, OneSourceHandsAnEmptyListSoTheWindowFollowsItAlone)
+{
+    const Launch launch = secondLaunch({ "--source", "atem://10.0.0.5" });
+    ASSERT_TRUE(launch.request) << launch.problem.toStdString();
+    ASSERT_TRUE(launch.request->source);
+    ASSERT_TRUE(launch.request->source->added.has_value());
+    EXPECT_TRUE(launch.request->source->added->isEmpty());
+    EXPECT_TRUE(launch.request->encode().contains("\"added\":[]")) << launch.request->encode().toStdString();
+}
+
+TEST(HandOverRequestTest, ASourceFromALaunchThatHandsOneOnlyLeavesTheAddedSwitchersUnsaid)
+{
+    QString problem;
+    const std::optional<HandOverRequest> received
+        = HandOverRequest::decode(R"({"version":1,"source":{"address":"atem://10.0.0.5"}})", &problem);
+    ASSERT_TRUE(received) << problem.toStdString();
+    ASSERT_TRUE(received->source);
+    EXPECT_FALSE(received->source->added.has_value());
+}
+
+TEST(HandOverRequestTest, AnAddedListThatIsNotTextsIsRefused)
+{
+    const std::optional<QString> problem
+        = decodeProblem(R"({"version":1,"source":{"address":"atem://10.0.0.5","added":[3]}})");
+    ASSERT_TRUE(problem);
+    EXPECT_TRUE(problem->contains(QStringLiteral("added"))) << problem->toStdString();
+}
+
+TEST(HandOverRequestTest, ALabelOnTheFirstSourceOrTwiceTheSameLabelIsRefusedByTheLaunch)
+{
+    EXPECT_TRUE(refusalOf({ "--source", "Cams=atem://10.0.0.5", "--source", "vmix://10.0.0.6" })
+                    .contains(QStringLiteral("cannot take a label on the first --source")));
+    EXPECT_TRUE(refusalOf({ "--source", "atem://10.0.0.5", "--source", "ATEM=vmix://10.0.0.6" })
+                    .contains(QStringLiteral("two sources are labelled 'ATEM'")));
+}
+
+TEST(HandOverRequestTest, APasswordFileGoesWithAnAddedObsSourceToo)
+{
+    QTemporaryDir folder;
+    QFile file(folder.filePath(QStringLiteral("obs-password")));
+    ASSERT_TRUE(file.open(QIODevice::WriteOnly));
+    file.write("s3cret\n");
+    file.close();
+    const Launch launch = secondLaunch(
+        { "--source", "atem://10.0.0.5", "--source", "obs://studio:4455", "--password-file", "obs-password" },
+        folder.path());
+    ASSERT_TRUE(launch.request) << launch.problem.toStdString();
+    ASSERT_TRUE(launch.request->source);
+    EXPECT_EQ(launch.request->source->password, QStringLiteral("s3cret"));
 }

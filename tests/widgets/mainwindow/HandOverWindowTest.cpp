@@ -7,6 +7,7 @@
 #include "outputs/WebTallyServer.h"
 #include "sources/TslShotSource.h"
 #include "support/FreePort.h"
+#include "tally/CombinedShotSource.h"
 #include "tally/TallyTicker.h"
 #include "widgets/mainwindow/MainWindowFixture.h"
 
@@ -23,7 +24,7 @@ TEST_F(HandOverWindowTest, AHandedOverSourceIsFollowedAndRememberedAsIfChosenInT
     makeWindow();
     const QString address = QStringLiteral("tsl5://127.0.0.1:%1").arg(freeUdpPort());
     HandOverRequest request;
-    request.source = HandOverRequest::Source { address, QString(), { QStringLiteral("127.0.0.1") } };
+    request.source = HandOverRequest::Source { address, QString(), { QStringLiteral("127.0.0.1") }, QStringList() };
     QString problem;
     ASSERT_TRUE(main.menu->takeHandOver(request, &problem)) << problem.toStdString();
 
@@ -93,4 +94,61 @@ TEST_F(HandOverWindowTest, HandedOverLostSwitcherChoicesTakeEffectAndAreTickedAn
     EXPECT_TRUE(main.menu->lostSourceMenu()->blinkAction(7)->isChecked());
     EXPECT_TRUE(main.menu->lostSourceMenu()->lightsOffAtQuitAction()->isChecked());
     EXPECT_EQ(LostSourcePolicy::fromDefaults(UserDefaults::standardUserDefaults()), policy);
+}
+
+TEST_F(HandOverWindowTest, HandedOverSwitchersReplaceTheAddedOnesAndThoseFollowedBeforeGoOnRunning)
+{
+    makeWindow();
+    QString problem;
+    ASSERT_TRUE(main.menu->addSource(QStringLiteral("vmix://127.0.0.1:2"), &problem)) << problem.toStdString();
+    ASSERT_TRUE(main.menu->addSource(QStringLiteral("atem://127.0.0.1:3"), &problem)) << problem.toStdString();
+    ShotSource* vmix = CombinedShotSource::switchersOf(controller->shotSource()).at(1);
+    HandOverRequest request;
+    request.source = HandOverRequest::Source { QStringLiteral("atem://127.0.0.1:1"), QString(), {},
+        QStringList { QStringLiteral("vmix://127.0.0.1:2") } };
+    ASSERT_TRUE(main.menu->takeHandOver(request, &problem)) << problem.toStdString();
+    EXPECT_EQ(controller->shotSource().displayName(), QStringLiteral("ATEM + vMix"));
+    const QList<ShotSource*> switchers = CombinedShotSource::switchersOf(controller->shotSource());
+    ASSERT_EQ(switchers.size(), 2);
+    EXPECT_EQ(switchers.at(1), vmix) << "the vMix followed before goes on as it was";
+    EXPECT_TRUE(main.menu->atemSourceAction()->isChecked());
+    UserDefaults& defaults = UserDefaults::standardUserDefaults();
+    EXPECT_EQ(defaults.objectForKey(Preferences::shotSource).toString(), QStringLiteral("atem://127.0.0.1:1"));
+    EXPECT_EQ(MainMenu::addedSources(), QStringList { QStringLiteral("vmix://127.0.0.1:2") });
+    ASSERT_EQ(main.menu->removeSourceMenu()->actions().size(), 1);
+}
+
+TEST_F(HandOverWindowTest, AHandedOverSourceAloneIsFollowedAloneAndOneFromAnEarlierLaunchKeepsTheAddedOnes)
+{
+    makeWindow();
+    QString problem;
+    ASSERT_TRUE(main.menu->addSource(QStringLiteral("vmix://127.0.0.1:2"), &problem)) << problem.toStdString();
+    HandOverRequest earlier;
+    earlier.source = HandOverRequest::Source { QStringLiteral("atem://127.0.0.1:1"), QString(), {}, std::nullopt };
+    ASSERT_TRUE(main.menu->takeHandOver(earlier, &problem)) << problem.toStdString();
+    EXPECT_EQ(controller->shotSource().displayName(), QStringLiteral("ATEM + vMix"));
+
+    HandOverRequest alone;
+    alone.source = HandOverRequest::Source { QStringLiteral("atem://127.0.0.1:1"), QString(), {}, QStringList() };
+    ASSERT_TRUE(main.menu->takeHandOver(alone, &problem)) << problem.toStdString();
+    EXPECT_EQ(controller->shotSource().kind(), ShotSource::Kind::atem);
+    EXPECT_EQ(CombinedShotSource::switchersOf(controller->shotSource()).size(), 1);
+    EXPECT_TRUE(MainMenu::addedSources().isEmpty());
+}
+
+TEST_F(HandOverWindowTest, HandedOverSwitchersWithABadAddressOrALabelTwiceChangeNothing)
+{
+    makeWindow();
+    QString problem;
+    ASSERT_TRUE(main.menu->addSource(QStringLiteral("vmix://127.0.0.1:2"), &problem)) << problem.toStdString();
+    HandOverRequest request;
+    request.source = HandOverRequest::Source { QStringLiteral("atem://127.0.0.1:1"), QString(), {},
+        QStringList { QStringLiteral("vmix://host:http") } };
+    EXPECT_FALSE(main.menu->takeHandOver(request, &problem));
+    EXPECT_TRUE(problem.contains(QStringLiteral("the port 'http' is not a number"))) << problem.toStdString();
+    request.source->added = QStringList { QStringLiteral("ATEM=vmix://127.0.0.1:5") };
+    EXPECT_FALSE(main.menu->takeHandOver(request, &problem));
+    EXPECT_TRUE(problem.contains(QStringLiteral("two sources are labelled 'ATEM'"))) << problem.toStdString();
+    EXPECT_EQ(controller->shotSource().displayName(), QStringLiteral("Mixdesk + vMix"));
+    EXPECT_EQ(MainMenu::addedSources(), QStringList { QStringLiteral("vmix://127.0.0.1:2") });
 }

@@ -8,10 +8,12 @@
 #include "dialogs/TslSourceDialog.h"
 #include "dialogs/VmixSourceDialog.h"
 #include "mainwindow/StatusLine.h"
+#include "net/sources/FakeObsServer.h"
 #include "sources/ObsShotSource.h"
 #include "sources/TslShotSource.h"
 #include "support/Eventually.h"
 #include "support/FreePort.h"
+#include "tally/CombinedShotSource.h"
 #include "tsl/TslUmd50.h"
 #include "widgets/mainwindow/MainWindowFixture.h"
 
@@ -564,4 +566,209 @@ TEST_F(SourceMenuTest, AOneSourceSettingFromBeforeIsTheFirstOfTheSwitchersFollow
     EXPECT_EQ(controller->shotSource().displayName(), QStringLiteral("vMix + ATEM"));
     EXPECT_EQ(UserDefaults::standardUserDefaults().objectForKey(Preferences::shotSource).toString(),
         QStringLiteral("vmix://127.0.0.1:5"));
+}
+
+TEST_F(SourceMenuTest, AddingAndRemovingSwitchersBesideATslListenerKeepsTheListenerRunningOnItsPort)
+{
+    makeWindow();
+    const QString address = QStringLiteral("tsl5://127.0.0.1:%1").arg(freeUdpPort());
+    QString problem;
+    ASSERT_TRUE(main.menu->chooseTslSource(address, {}, &problem)) << problem.toStdString();
+    auto* listener = qobject_cast<TslShotSource*>(&controller->shotSource());
+    ASSERT_NE(listener, nullptr);
+    ASSERT_TRUE(main.menu->addSource(QStringLiteral("atem://127.0.0.1:1"), &problem)) << problem.toStdString();
+    QList<ShotSource*> switchers = CombinedShotSource::switchersOf(controller->shotSource());
+    ASSERT_EQ(switchers.size(), 2);
+    EXPECT_EQ(switchers.first(), listener) << "the listener is the one that ran before, not one built again";
+    ShotSource* atem = switchers.last();
+    ASSERT_TRUE(main.menu->addSource(QStringLiteral("vmix://127.0.0.1:2"), &problem)) << problem.toStdString();
+    switchers = CombinedShotSource::switchersOf(controller->shotSource());
+    ASSERT_EQ(switchers.size(), 3);
+    EXPECT_EQ(switchers.at(0), listener);
+    EXPECT_EQ(switchers.at(1), atem) << "an unchanged added switcher goes on as it was";
+    ASSERT_TRUE(main.menu->removeSource(QStringLiteral("atem://127.0.0.1:1"), &problem)) << problem.toStdString();
+    ASSERT_TRUE(main.menu->removeSource(QStringLiteral("vmix://127.0.0.1:2"), &problem)) << problem.toStdString();
+    EXPECT_EQ(&controller->shotSource(), listener) << "alone again, the listener is followed as it always was";
+    // It still hears its port: a TSL 5.0 message from here reaches it.
+    QUdpSocket sender;
+    TslUmd50::Packet packet;
+    TslUmd50::Display display;
+    display.index = 1;
+    display.leftTally = TslUmd50::Colour::red;
+    display.text = QStringLiteral("Cam 1");
+    packet.displays.append(display);
+    sender.writeDatagram(TslUmd50::encode(packet), QHostAddress::LocalHost, listener->localPort());
+    EXPECT_TRUE(eventually([&] { return !listener->queryShots().isEmpty(); }, 5000));
+}
+
+TEST_F(SourceMenuTest, AnAddedTslListenerGoesOnListeningWhenAnotherSourceIsChosen)
+{
+    makeWindow();
+    const QString address = QStringLiteral("tsl5://127.0.0.1:%1").arg(freeUdpPort());
+    QString problem;
+    ASSERT_TRUE(main.menu->addSource(address, &problem)) << problem.toStdString();
+    QList<ShotSource*> switchers = CombinedShotSource::switchersOf(controller->shotSource());
+    ASSERT_EQ(switchers.size(), 2);
+    ShotSource* listener = switchers.last();
+    ASSERT_TRUE(main.menu->chooseAtemSource(QStringLiteral("atem://127.0.0.1:1"), &problem)) << problem.toStdString();
+    switchers = CombinedShotSource::switchersOf(controller->shotSource());
+    ASSERT_EQ(switchers.size(), 2) << "the added listener is not left out for its port being taken";
+    EXPECT_EQ(switchers.first()->kind(), ShotSource::Kind::atem);
+    EXPECT_EQ(switchers.last(), listener);
+}
+
+namespace {
+
+// The Add Switcher item whose text is given.
+QAction* addSwitcherItem(MainMenu& menu, const QString& text)
+{
+    for (QAction* item : menu.addSourceMenu()->actions()) {
+        if (item->text() == text) {
+            return item;
+        }
+    }
+    return nullptr;
+}
+
+// The OBS Studio among the switchers the window follows, if any.
+ObsShotSource* followedObs(ViewController& controller)
+{
+    for (ShotSource* switcher : CombinedShotSource::switchersOf(controller.shotSource())) {
+        if (auto* obs = qobject_cast<ObsShotSource*>(switcher)) {
+            return obs;
+        }
+    }
+    return nullptr;
+}
+
+// An OBS Studio in the test that asks for password, with one scene.
+void setUpObsServer(FakeObsServer& server, const QString& password)
+{
+    server.password = password;
+    server.scenes = { QStringLiteral("Wide") };
+    server.inputs = { QStringLiteral("Camera 1") };
+    server.items[QStringLiteral("Wide")] = { FakeObsServer::Item { 1, QStringLiteral("Camera 1") } };
+    server.program = QStringLiteral("Wide");
+}
+
+} // namespace
+
+TEST_F(SourceMenuTest, AddSwitcherOffersEveryKindTheWindowCanFollow)
+{
+    makeWindow();
+    QStringList texts;
+    for (QAction* item : main.menu->addSourceMenu()->actions()) {
+        texts.append(item->text());
+    }
+    EXPECT_EQ(texts,
+        (QStringList { QStringLiteral("Mixdesk"), QStringLiteral("OBS Studio…"), QStringLiteral("TSL UMD Listener…"),
+            QStringLiteral("Blackmagic ATEM…"), QStringLiteral("vMix…") }));
+}
+
+TEST_F(SourceMenuTest, MixdeskAddedFromTheMenuIsFollowedBesideTheChosenSwitcher)
+{
+    makeWindow();
+    QString problem;
+    ASSERT_TRUE(main.menu->chooseAtemSource(QStringLiteral("atem://127.0.0.1:1"), &problem)) << problem.toStdString();
+    QAction* item = addSwitcherItem(*main.menu, QStringLiteral("Mixdesk"));
+    ASSERT_NE(item, nullptr);
+    item->trigger();
+    EXPECT_EQ(controller->shotSource().displayName(), QStringLiteral("ATEM + Mixdesk"));
+    EXPECT_EQ(MainMenu::addedSources(), QStringList { QStringLiteral("mixdesk") });
+    EXPECT_TRUE(main.menu->atemSourceAction()->isChecked());
+}
+
+TEST_F(SourceMenuTest, MixdeskIsNotAddedBesideItselfWhenItIsTheChosenSource)
+{
+    makeWindow();
+    QString problem;
+    EXPECT_FALSE(main.menu->addSource(QStringLiteral("mixdesk"), &problem));
+    EXPECT_TRUE(problem.contains(QStringLiteral("followed already"))) << problem.toStdString();
+    EXPECT_EQ(controller->shotSource().displayName(), QStringLiteral("Mixdesk"));
+    EXPECT_TRUE(MainMenu::addedSources().isEmpty());
+}
+
+TEST_F(SourceMenuTest, AnOBSStudioAddedInItsDialogConnectsAtOnceWithItsPasswordWhichTheSecretStoreKeeps)
+{
+    FakeObsServer server;
+    ASSERT_TRUE(server.listening());
+    setUpObsServer(server, QStringLiteral("added 5"));
+    makeWindow();
+    main.window->show();
+    QString problem;
+    ASSERT_TRUE(main.menu->chooseAtemSource(QStringLiteral("atem://127.0.0.1:1"), &problem)) << problem.toStdString();
+    QTimer::singleShot(0, [&] {
+        auto* dialog = qobject_cast<ObsSourceDialog*>(QApplication::activeModalWidget());
+        ASSERT_NE(dialog, nullptr);
+        dialog->hostField->setText(QStringLiteral("127.0.0.1"));
+        dialog->portField->setValue(server.port());
+        dialog->passwordField->setText(QStringLiteral("added 5"));
+        dialog->accept();
+    });
+    QAction* item = addSwitcherItem(*main.menu, QStringLiteral("OBS Studio…"));
+    ASSERT_NE(item, nullptr);
+    item->trigger();
+    ObsShotSource* obs = followedObs(*controller);
+    ASSERT_NE(obs, nullptr);
+    EXPECT_EQ(controller->shotSource().displayName(), QStringLiteral("ATEM + OBS"));
+    EXPECT_TRUE(eventually([&] { return obs->isRunning(); }, 10000)) << "OBS Studio took the password";
+    EXPECT_EQ(secretStore->secrets.value(ObsPasswordKeeper::secretKey), QStringLiteral("added 5"));
+    EXPECT_FALSE(readFile(UserDefaults::standardUserDefaults().settingsFilePath()).contains("added 5"));
+    EXPECT_EQ(MainMenu::addedSources(), QStringList { QStringLiteral("obs://127.0.0.1:%1").arg(server.port()) });
+}
+
+TEST_F(SourceMenuTest, AnOBSStudioAddedWithoutAPasswordGetsTheOneTheSecretStoreKeeps)
+{
+    FakeObsServer server;
+    ASSERT_TRUE(server.listening());
+    setUpObsServer(server, QStringLiteral("kept 7"));
+    makeWindow();
+    secretStore->secrets.insert(ObsPasswordKeeper::secretKey, QStringLiteral("kept 7"));
+    QString problem;
+    ASSERT_TRUE(main.menu->addSource(QStringLiteral("obs://127.0.0.1:%1").arg(server.port()), &problem))
+        << problem.toStdString();
+    ObsShotSource* obs = followedObs(*controller);
+    ASSERT_NE(obs, nullptr);
+    EXPECT_TRUE(eventually([&] { return obs->isRunning(); }, 10000)) << "OBS Studio took the kept password";
+    EXPECT_EQ(secretStore->secrets.value(ObsPasswordKeeper::secretKey), QStringLiteral("kept 7"));
+}
+
+TEST_F(SourceMenuTest, ChoosingAnotherSourceKeepsThePasswordOfAnAddedOBSStudio)
+{
+    makeWindow();
+    QString problem;
+    ASSERT_TRUE(main.menu->addObsSource(QStringLiteral("obs://127.0.0.1:1"), QStringLiteral("pw 3"), &problem))
+        << problem.toStdString();
+    ASSERT_TRUE(main.menu->chooseAtemSource(QStringLiteral("atem://127.0.0.1:2"), &problem)) << problem.toStdString();
+    EXPECT_EQ(secretStore->secrets.value(ObsPasswordKeeper::secretKey), QStringLiteral("pw 3"));
+    ASSERT_TRUE(main.menu->removeSource(QStringLiteral("obs://127.0.0.1:1"), &problem)) << problem.toStdString();
+    main.menu->chooseMixdeskSource();
+    EXPECT_TRUE(secretStore->secrets.isEmpty()) << "no OBS Studio is followed any more";
+}
+
+TEST_F(SourceMenuTest, ATslListenerAddedInItsDialogListensForTheChosenSendersWhichAreRemembered)
+{
+    makeWindow();
+    main.window->show();
+    const quint16 port = freeUdpPort();
+    QTimer::singleShot(0, [&] {
+        auto* dialog = qobject_cast<TslSourceDialog*>(QApplication::activeModalWidget());
+        ASSERT_NE(dialog, nullptr);
+        dialog->listenAddressField->setText(QStringLiteral("127.0.0.1"));
+        dialog->portField->setValue(port);
+        dialog->allowedSendersField->setText(QStringLiteral("127.0.0.1"));
+        dialog->accept();
+    });
+    QAction* item = addSwitcherItem(*main.menu, QStringLiteral("TSL UMD Listener…"));
+    ASSERT_NE(item, nullptr);
+    item->trigger();
+    const QList<ShotSource*> switchers = CombinedShotSource::switchersOf(controller->shotSource());
+    ASSERT_EQ(switchers.size(), 2);
+    auto* listener = qobject_cast<TslShotSource*>(switchers.last());
+    ASSERT_NE(listener, nullptr);
+    EXPECT_EQ(listener->localPort(), port);
+    EXPECT_EQ(listener->allowedSenders().entries(), QStringList { QStringLiteral("127.0.0.1") });
+    EXPECT_EQ(UserDefaults::standardUserDefaults().objectForKey(Preferences::tslAllowedSenders).toStringList(),
+        QStringList { QStringLiteral("127.0.0.1") });
+    EXPECT_TRUE(main.menu->mixdeskSourceAction()->isChecked()) << "the chosen source is still Mixdesk";
 }
