@@ -89,6 +89,7 @@ int runHelp(const QStringList& arguments)
 int main(int argc, char* argv[])
 {
     QCoreApplication app(argc, argv);
+    dropPeerHangUpWarnings();
     QStringList arguments = QCoreApplication::arguments().mid(1);
     // Alone, tallyctl explains itself: asking what it can do is not a mistake.
     if (arguments.isEmpty()) {
