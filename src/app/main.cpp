@@ -1,14 +1,14 @@
 // Mixdesk Tally: the main window beside Mixdesk, driving the tally box.
 
+#include "LaunchInformation.h"
+#include "SingleInstance.h"
 #include "base/FallbackSecretStore.h"
 #include "base/Problem.h"
 #include "base/SecretFile.h"
 #include "base/StandardOutput.h"
 #include "base/UserDefaults.h"
 #include "launch/HandOverRequest.h"
-#include "launch/LaunchInformation.h"
 #include "launch/RunBuilder.h"
-#include "launch/SingleInstance.h"
 #include "mainwindow/AppDelegate.h"
 #include "mainwindow/MainMenu.h"
 #include "mainwindow/MainWindow.h"

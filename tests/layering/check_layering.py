@@ -70,6 +70,7 @@ COMPONENTS = (
         ("src/widgets", "src/core", "src/net"),
         ("src/widgets", "src/net", "src/core"),
     ),
+    # mixdesk-tally's own files include each other by bare name, from their folder.
     Component(
         "src/app",
         "mixdesk-tally",
@@ -96,6 +97,12 @@ COMPONENTS = (
         "the tallywidgets tests",
         ("tests", "src/widgets", "src/core", "src/net"),
         ("tests/widgets", "tests/net", "tests/core", "tests/support", "src/widgets", "src/net", "src/core"),
+    ),
+    Component(
+        "tests/app",
+        "the mixdesk-tally tests",
+        ("src/app", "tests", "src/core", "src/net"),
+        ("tests/app", "tests/net", "tests/core", "tests/support", "src/app", "src/net", "src/core"),
     ),
     Component(
         "tests/cli",

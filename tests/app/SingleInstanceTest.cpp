@@ -1,4 +1,4 @@
-#include "launch/SingleInstance.h"
+#include "SingleInstance.h"
 
 #include "support/QtPrinters.h"
 

@@ -1,4 +1,4 @@
-#include "launch/LaunchInformation.h"
+#include "LaunchInformation.h"
 
 #include "launch/RunOptions.h"
 
