@@ -33,21 +33,6 @@ constexpr int maxDatagramsPerRead = 64;
 // queue a flood's backlog in front of the switcher's next message.
 constexpr int receiveBufferBytes = 1024 * 1024;
 
-struct Scheme {
-    const char* prefix;
-    TslTallyEncoding::Version version;
-    TslShotSource::Transport transport;
-};
-
-const Scheme schemes[] = {
-    { "tsl://", TslTallyEncoding::Version::v31, TslShotSource::Transport::udp },
-    { "tsl+udp://", TslTallyEncoding::Version::v31, TslShotSource::Transport::udp },
-    { "tsl+tcp://", TslTallyEncoding::Version::v31, TslShotSource::Transport::tcp },
-    { "tsl5://", TslTallyEncoding::Version::v50, TslShotSource::Transport::udp },
-    { "tsl5+udp://", TslTallyEncoding::Version::v50, TslShotSource::Transport::udp },
-    { "tsl5+tcp://", TslTallyEncoding::Version::v50, TslShotSource::Transport::tcp },
-};
-
 // A switcher's connection is kept however long it stays silent, so the
 // system probes it: a switcher unplugged or powered off mid-show, which
 // never closes its end, is noticed within about ten seconds instead of the
@@ -73,16 +58,6 @@ void probeWhileSilent(QTcpSocket& socket)
 #if defined(TCP_KEEPCNT)
     set(TCP_KEEPCNT, 5);
 #endif
-}
-
-const Scheme* schemeOf(const QString& source)
-{
-    for (const Scheme& scheme : schemes) {
-        if (source.startsWith(QLatin1String(scheme.prefix))) {
-            return &scheme;
-        }
-    }
-    return nullptr;
 }
 
 } // namespace
@@ -182,41 +157,26 @@ QString TslShotSource::Listen::toString() const
 
 bool TslShotSource::isTslAddress(const QString& source)
 {
-    return schemeOf(source) != nullptr;
+    return TslAddress::looksLikeAddress(source);
 }
 
 std::optional<TslShotSource::Listen> TslShotSource::parseAddress(const QString& source, QString* problem)
 {
-    const auto fail = [&](const QString& why) -> std::optional<Listen> {
-        reportProblem(problem, QStringLiteral("bad TSL source '%1': %2").arg(source, why));
+    const std::optional<TslAddress> written = TslAddress::parse(source, problem);
+    if (!written) {
         return std::nullopt;
-    };
-    const Scheme* scheme = schemeOf(source);
-    if (!scheme) {
-        return fail(QStringLiteral("expected tsl://, tsl+tcp://, tsl5:// or tsl5+tcp:// and [ADDRESS:]PORT"));
     }
     Listen listen;
-    listen.version = scheme->version;
-    listen.transport = scheme->transport;
-    const QString rest = source.mid(qsizetype(qstrlen(scheme->prefix)));
-    const qsizetype colon = rest.lastIndexOf(QLatin1Char(':'));
-    const QString portText = colon < 0 ? rest : rest.mid(colon + 1);
-    if (colon >= 0) {
-        QString host = rest.left(colon);
-        if (host.startsWith(QLatin1Char('[')) && host.endsWith(QLatin1Char(']'))) {
-            host = host.mid(1, host.size() - 2);
-        }
-        listen.address = QHostAddress(host);
+    listen.version = written->version;
+    listen.transport = written->transport;
+    listen.port = written->port;
+    if (written->host) {
+        listen.address = QHostAddress(*written->host);
         if (listen.address.isNull()) {
-            return fail(QStringLiteral("'%1' is not an address of this computer's").arg(host));
+            reportProblem(problem, TslAddress::badHostProblem(source, *written->host));
+            return std::nullopt;
         }
     }
-    bool isNumber = false;
-    const uint port = portText.toUInt(&isNumber);
-    if (!isNumber || port < 1 || port > 65535) {
-        return fail(QStringLiteral("the port must be a number from 1 to 65535"));
-    }
-    listen.port = static_cast<quint16>(port);
     return listen;
 }
 

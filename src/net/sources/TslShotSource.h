@@ -2,6 +2,7 @@
 
 #include "sources/SenderAllowList.h"
 #include "sources/ShotSource.h"
+#include "sources/TslAddress.h"
 #include "sources/TslDisplayTable.h"
 #include "tsl/TslTallyEncoding.h"
 
@@ -56,15 +57,10 @@ class TslShotSource : public ShotSource {
     Q_OBJECT
 
 public:
-    enum class Transport {
-        udp,
-        tcp,
-    };
+    using Transport = TslAddress::Transport;
 
-    // Where to listen and for which version, from the source's address:
-    //   tsl://[ADDRESS:]PORT, tsl+udp://… or tsl+tcp://…    TSL UMD 3.1
-    //   tsl5://[ADDRESS:]PORT, tsl5+udp://… or tsl5+tcp://… TSL UMD 5.0
-    // Without an address, every interface.
+    // Where to listen and for which version, from the source's address
+    // (TslAddress), its host read as one of this computer's addresses.
     struct Listen {
         TslTallyEncoding::Version version = TslTallyEncoding::Version::v50;
         Transport transport = Transport::udp;
@@ -98,6 +94,8 @@ public:
 
     // Whether the source's address is one of the TSL schemes.
     static bool isTslAddress(const QString& source);
+    // Where to listen, or nothing with the reason in problem: TslAddress's
+    // reasons, or that the host is not a numeric address.
     static std::optional<Listen> parseAddress(const QString& source, QString* problem);
 
     // Milliseconds on a steady clock; tests pass their own.
