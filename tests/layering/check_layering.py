@@ -204,6 +204,8 @@ def default_roots_file(source_dir):
 #   atem      the ATEM switcher protocol: packets, commands, the client's
 #             session and the switcher's picture
 #   vmix      vMix's TCP API: its reader, XML and tally, the client's session
+#   obs       OBS Studio's websocket protocol: the session, its sign-in and
+#             the scene graph read into shots
 #   mqtt      the MQTT topics, payloads, discovery documents, outbox, back-off
 #   dmx       the lights as Art-Net and sACN levels
 #   hardware  the USB tally box and its light command bytes
@@ -213,10 +215,10 @@ def default_roots_file(source_dir):
 #   sources   where the shots come from (Mixdesk through link, a TSL table)
 #   tally     the update cycle, which ties the lights to all of the above
 #
-# link, tsl, atem, vmix, mqtt, dmx and hardware talk to the world outside and know nothing
+# link, tsl, atem, vmix, obs, mqtt, dmx and hardware talk to the world outside and know nothing
 # of each other; lock, lamps and tallymap are the rules the screens and tallyctl
 # work with; sources and tally put those pieces together.
-CORE_LAYERS = ("base", "model", "link", "tsl", "atem", "vmix", "mqtt", "dmx", "hardware", "lock", "lamps", "tallymap", "sources", "tally")
+CORE_LAYERS = ("base", "model", "link", "tsl", "atem", "vmix", "obs", "mqtt", "dmx", "hardware", "lock", "lamps", "tallymap", "sources", "tally")
 
 # Offences known today, each with the reason it stands and what removes it.
 # An entry names the including file and the include as written; delete the

@@ -1,7 +1,7 @@
 #pragma once
 
+#include "obs/ObsSession.h"
 #include "sources/ObsAddress.h"
-#include "sources/ObsSession.h"
 
 #include <QObject>
 #include <QTimer>

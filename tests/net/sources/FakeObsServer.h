@@ -5,7 +5,7 @@
 // test controls, and sends the events a test asks for. It can also misbehave:
 // stay silent, send garbage, drop its clients.
 
-#include "sources/ObsAuthentication.h"
+#include "obs/ObsAuthentication.h"
 
 #include <QHostAddress>
 #include <QJsonArray>

@@ -5,7 +5,7 @@
 #include "sources/ObsShotSource.h"
 
 #include "net/sources/FakeObsServer.h"
-#include "sources/ObsAuthentication.h"
+#include "obs/ObsAuthentication.h"
 #include "support/Eventually.h"
 #include "support/QtPrinters.h"
 #include "support/ShotSummary.h"

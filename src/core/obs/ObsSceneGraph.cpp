@@ -1,4 +1,4 @@
-#include "sources/ObsSceneGraph.h"
+#include "obs/ObsSceneGraph.h"
 
 #include <QSet>
 

@@ -1,9 +1,9 @@
 // The conversation with OBS Studio without a socket: what it answers to the
 // greeting, how it reads the picture, and what it refuses.
 
-#include "sources/ObsSession.h"
+#include "obs/ObsSession.h"
 
-#include "sources/ObsAuthentication.h"
+#include "obs/ObsAuthentication.h"
 #include "support/ShotSummary.h"
 
 #include <QHash>

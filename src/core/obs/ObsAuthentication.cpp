@@ -1,4 +1,4 @@
-#include "sources/ObsAuthentication.h"
+#include "obs/ObsAuthentication.h"
 
 #include <QCryptographicHash>
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "sources/ObsSceneGraph.h"
+#include "obs/ObsSceneGraph.h"
 
 #include <QHash>
 #include <QJsonObject>

@@ -1,7 +1,7 @@
 // The shot list OBS Studio's scenes and inputs give: which shots exist, their
 // ids, and which are live or in preview.
 
-#include "sources/ObsSceneGraph.h"
+#include "obs/ObsSceneGraph.h"
 
 #include "support/ShotSummary.h"
 

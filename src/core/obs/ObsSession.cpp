@@ -1,6 +1,6 @@
-#include "sources/ObsSession.h"
+#include "obs/ObsSession.h"
 
-#include "sources/ObsAuthentication.h"
+#include "obs/ObsAuthentication.h"
 
 #include <QJsonArray>
 #include <QJsonDocument>
