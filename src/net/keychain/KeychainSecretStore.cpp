@@ -1,4 +1,4 @@
-#include "secrets/KeychainSecretStore.h"
+#include "keychain/KeychainSecretStore.h"
 
 #include <qt6keychain/keychain.h>
 

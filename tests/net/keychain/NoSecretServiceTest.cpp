@@ -3,7 +3,7 @@
 
 #include "base/FallbackSecretStore.h"
 #include "base/SecretFile.h"
-#include "secrets/KeychainSecretStore.h"
+#include "keychain/KeychainSecretStore.h"
 #include "support/Eventually.h"
 
 #include <QFile>

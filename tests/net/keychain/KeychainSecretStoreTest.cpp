@@ -2,11 +2,11 @@
 // Service (GNOME Keyring on a private session bus), and what happens where
 // none answers.
 
-#include "secrets/KeychainSecretStore.h"
+#include "keychain/KeychainSecretStore.h"
 
 #include "base/FallbackSecretStore.h"
 #include "base/SecretFile.h"
-#include "net/secrets/PrivateSecretService.h"
+#include "net/keychain/PrivateSecretService.h"
 #include "support/Eventually.h"
 
 #include <QFile>
