@@ -2,9 +2,7 @@
 
 #include "LaunchInformation.h"
 #include "SingleInstance.h"
-#include "base/FallbackSecretStore.h"
 #include "base/Problem.h"
-#include "base/SecretFile.h"
 #include "base/StandardOutput.h"
 #include "base/UserDefaults.h"
 #include "keychain/KeychainSecretStore.h"
@@ -14,6 +12,8 @@
 #include "mainwindow/MainMenu.h"
 #include "mainwindow/MainWindow.h"
 #include "mainwindow/ModalPanelProbe.h"
+#include "secrets/FallbackSecretStore.h"
+#include "secrets/SecretFile.h"
 #include "sources/ObsShotSource.h"
 #include "sources/TslShotSource.h"
 #include "tally/CombinedShotSource.h"

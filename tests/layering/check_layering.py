@@ -198,6 +198,7 @@ def default_roots_file(source_dir):
 # folders belong to it.
 #
 #   base      fatal stops, text, files, the log, user defaults: no layer below
+#   secrets   the secret store and its private fall-back file
 #   model     the light mode every layer above shares
 #   link      the link to Mixdesk: its shots, the query and its decoder
 #   tsl       the TSL UMD 3.1 and 5.0 codecs
@@ -218,7 +219,7 @@ def default_roots_file(source_dir):
 # link, tsl, atem, vmix, obs, mqtt, dmx and hardware talk to the world outside and know nothing
 # of each other; lock, lamps and tallymap are the rules the screens and tallyctl
 # work with; sources and tally put those pieces together.
-CORE_LAYERS = ("base", "model", "link", "tsl", "atem", "vmix", "obs", "mqtt", "dmx", "hardware", "lock", "lamps", "tallymap", "sources", "tally")
+CORE_LAYERS = ("base", "secrets", "model", "link", "tsl", "atem", "vmix", "obs", "mqtt", "dmx", "hardware", "lock", "lamps", "tallymap", "sources", "tally")
 
 # Offences known today, each with the reason it stands and what removes it.
 # An entry names the including file and the include as written; delete the

@@ -4,9 +4,9 @@
 
 #include "keychain/KeychainSecretStore.h"
 
-#include "base/FallbackSecretStore.h"
-#include "base/SecretFile.h"
 #include "net/keychain/PrivateSecretService.h"
+#include "secrets/FallbackSecretStore.h"
+#include "secrets/SecretFile.h"
 #include "support/Eventually.h"
 
 #include <QFile>

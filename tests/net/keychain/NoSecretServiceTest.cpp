@@ -1,9 +1,9 @@
 // Where no Secret Service answers (no session bus at all), the store says
 // so, and the password goes to the private file instead.
 
-#include "base/FallbackSecretStore.h"
-#include "base/SecretFile.h"
 #include "keychain/KeychainSecretStore.h"
+#include "secrets/FallbackSecretStore.h"
+#include "secrets/SecretFile.h"
 #include "support/Eventually.h"
 
 #include <QFile>

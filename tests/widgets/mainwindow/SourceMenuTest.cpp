@@ -1,13 +1,13 @@
 // The Source menu: following Mixdesk, OBS Studio, a TSL switcher or an ATEM,
 // chosen in the window and remembered for the next start.
 
-#include "base/FallbackSecretStore.h"
-#include "base/SecretFile.h"
 #include "dialogs/AtemSourceDialog.h"
 #include "dialogs/ObsSourceDialog.h"
 #include "dialogs/TslSourceDialog.h"
 #include "dialogs/VmixSourceDialog.h"
 #include "mainwindow/StatusLine.h"
+#include "secrets/FallbackSecretStore.h"
+#include "secrets/SecretFile.h"
 #include "sources/ObsShotSource.h"
 #include "sources/TslShotSource.h"
 #include "support/Eventually.h"

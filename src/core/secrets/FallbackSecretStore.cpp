@@ -1,4 +1,4 @@
-#include "base/FallbackSecretStore.h"
+#include "secrets/FallbackSecretStore.h"
 
 FallbackSecretStore::FallbackSecretStore(std::unique_ptr<SecretStore> preferred, std::unique_ptr<SecretStore> fallback)
     : m_preferred(std::move(preferred))

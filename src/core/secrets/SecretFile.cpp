@@ -1,4 +1,4 @@
-#include "base/SecretFile.h"
+#include "secrets/SecretFile.h"
 
 #include "base/Problem.h"
 

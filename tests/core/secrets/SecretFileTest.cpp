@@ -1,7 +1,7 @@
 // The file that keeps secrets where no desktop store answers: private from
 // the moment it exists, replaced whole, gone with its last secret.
 
-#include "base/SecretFile.h"
+#include "secrets/SecretFile.h"
 
 #include <QDir>
 #include <QFile>

@@ -1,8 +1,8 @@
 // The desktop's store first, the private file only while no store answers.
 
-#include "base/FallbackSecretStore.h"
+#include "secrets/FallbackSecretStore.h"
 
-#include "base/SecretFile.h"
+#include "secrets/SecretFile.h"
 #include "support/FakeSecretStore.h"
 
 #include <QFile>
