@@ -14,8 +14,8 @@
 #include "mainwindow/ModalPanelProbe.h"
 #include "secrets/FallbackSecretStore.h"
 #include "secrets/SecretFile.h"
-#include "sources/ObsShotSource.h"
-#include "sources/TslShotSource.h"
+#include "switchers/ObsShotSource.h"
+#include "switchers/TslShotSource.h"
 #include "tally/CombinedShotSource.h"
 
 #include <QApplication>

@@ -5,8 +5,8 @@
 #include "launch/NetworkOutputs.h"
 #include "mainwindow/LostSourceMenu.h"
 #include "outputs/WebTallyServer.h"
-#include "sources/TslShotSource.h"
 #include "support/FreePort.h"
+#include "switchers/TslShotSource.h"
 #include "tally/TallyTicker.h"
 #include "widgets/mainwindow/MainWindowFixture.h"
 

@@ -8,10 +8,10 @@
 #include "mainwindow/StatusLine.h"
 #include "secrets/FallbackSecretStore.h"
 #include "secrets/SecretFile.h"
-#include "sources/ObsShotSource.h"
-#include "sources/TslShotSource.h"
 #include "support/Eventually.h"
 #include "support/FreePort.h"
+#include "switchers/ObsShotSource.h"
+#include "switchers/TslShotSource.h"
 #include "tsl/TslUmd50.h"
 #include "widgets/mainwindow/MainWindowFixture.h"
 

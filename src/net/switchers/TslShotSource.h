@@ -1,9 +1,9 @@
 #pragma once
 
-#include "sources/SenderAllowList.h"
 #include "sources/ShotSource.h"
 #include "sources/TslAddress.h"
 #include "sources/TslDisplayTable.h"
+#include "switchers/SenderAllowList.h"
 #include "tsl/TslTallyEncoding.h"
 
 #include <QElapsedTimer>

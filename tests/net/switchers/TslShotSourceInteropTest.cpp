@@ -1,7 +1,7 @@
-#include "sources/TslShotSource.h"
 #include "support/Eventually.h"
 #include "support/NodeTsl.h"
 #include "support/QtPrinters.h"
+#include "switchers/TslShotSource.h"
 
 #include <gtest/gtest.h>
 
@@ -33,7 +33,7 @@ void sendWithNode(
     TslShotSource::Transport transport, quint16 port, int index, int rh, int textTally, int lh, const QString& text)
 {
     QProcess node;
-    NodeTsl::start(node, QStringLiteral("net/sources/tsl_umd_v5_sender.js"),
+    NodeTsl::start(node, QStringLiteral("net/switchers/tsl_umd_v5_sender.js"),
         { transportName(transport), QStringLiteral("127.0.0.1"), QString::number(port), QString::number(index),
             QString::number(rh), QString::number(textTally), QString::number(lh), text });
     // The source lives on this thread: keep its events going while node runs.

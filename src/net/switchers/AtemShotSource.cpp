@@ -1,4 +1,4 @@
-#include "sources/AtemShotSource.h"
+#include "switchers/AtemShotSource.h"
 
 #include <QHostInfo>
 #include <QNetworkDatagram>

@@ -1,4 +1,4 @@
-#include "sources/TslShotSource.h"
+#include "switchers/TslShotSource.h"
 
 #include "base/SystemLog.h"
 #include "support/Eventually.h"

@@ -2,9 +2,9 @@
 // process: logging in, reading the scenes, following events, and staying
 // calm when the connection fails or the server misbehaves.
 
-#include "sources/ObsShotSource.h"
+#include "switchers/ObsShotSource.h"
 
-#include "net/sources/FakeObsServer.h"
+#include "net/switchers/FakeObsServer.h"
 #include "obs/ObsAuthentication.h"
 #include "support/Eventually.h"
 #include "support/QtPrinters.h"

@@ -2,7 +2,7 @@
 // socket: the shots it reads, when it counts as running, what it does with
 // datagrams that are not the switcher's, and that a change ticks at once.
 
-#include "sources/AtemShotSource.h"
+#include "switchers/AtemShotSource.h"
 
 #include "atem/AtemCommand.h"
 #include "atem/AtemPacket.h"

@@ -2,9 +2,9 @@
 // websocket server in the test's own process: what it says when OBS
 // accepts, refuses the password, or does not answer.
 
-#include "sources/ObsConnectionCheck.h"
+#include "switchers/ObsConnectionCheck.h"
 
-#include "net/sources/FakeObsServer.h"
+#include "net/switchers/FakeObsServer.h"
 #include "support/Eventually.h"
 #include "support/FreePort.h"
 #include "support/QtPrinters.h"

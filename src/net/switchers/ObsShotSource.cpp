@@ -1,4 +1,4 @@
-#include "sources/ObsShotSource.h"
+#include "switchers/ObsShotSource.h"
 
 #include <QWebSocket>
 

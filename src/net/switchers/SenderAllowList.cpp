@@ -1,4 +1,4 @@
-#include "sources/SenderAllowList.h"
+#include "switchers/SenderAllowList.h"
 
 #include "base/Problem.h"
 

@@ -1,4 +1,4 @@
-#include "sources/ObsConnectionCheck.h"
+#include "switchers/ObsConnectionCheck.h"
 
 #include <QWebSocket>
 

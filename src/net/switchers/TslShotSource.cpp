@@ -1,4 +1,4 @@
-#include "sources/TslShotSource.h"
+#include "switchers/TslShotSource.h"
 
 #include "base/Problem.h"
 #include "base/SystemLog.h"

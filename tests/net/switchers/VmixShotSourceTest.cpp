@@ -3,7 +3,7 @@
 // closed connection and a server that stops answering both counted as lost,
 // and trying again.
 
-#include "sources/VmixShotSource.h"
+#include "switchers/VmixShotSource.h"
 
 #include "support/Eventually.h"
 #include "support/QtPrinters.h"

@@ -1,4 +1,4 @@
-#include "sources/VmixShotSource.h"
+#include "switchers/VmixShotSource.h"
 
 #include <algorithm>
 
