@@ -211,15 +211,15 @@ def default_roots_file(source_dir):
 #   dmx       the lights as Art-Net and sACN levels
 #   hardware  the USB tally box and its light command bytes
 #   lock      the editing lock and its password
-#   lamps     how a lamp lays out its label
+#   labels    how a lamp lays out its label
 #   tallymap  the tally map and its file format (shots from link)
 #   sources   where the shots come from (Mixdesk through link, a TSL table)
 #   tally     the update cycle, which ties the lights to all of the above
 #
 # link, tsl, atem, vmix, obs, mqtt, dmx and hardware talk to the world outside and know nothing
-# of each other; lock, lamps and tallymap are the rules the screens and tallyctl
+# of each other; lock, labels and tallymap are the rules the screens and tallyctl
 # work with; sources and tally put those pieces together.
-CORE_LAYERS = ("base", "secrets", "model", "link", "tsl", "atem", "vmix", "obs", "mqtt", "dmx", "hardware", "lock", "lamps", "tallymap", "sources", "tally")
+CORE_LAYERS = ("base", "secrets", "model", "link", "tsl", "atem", "vmix", "obs", "mqtt", "dmx", "hardware", "lock", "labels", "tallymap", "sources", "tally")
 
 # Offences known today, each with the reason it stands and what removes it.
 # An entry names the including file and the include as written; delete the

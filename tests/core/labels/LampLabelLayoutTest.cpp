@@ -1,4 +1,4 @@
-#include "lamps/LampLabelLayout.h"
+#include "labels/LampLabelLayout.h"
 
 #include "support/QtPrinters.h"
 
