@@ -411,7 +411,7 @@ def check(source_dir, roots, allowed=ALLOWED):
                     0,
                     "",
                     "this folder is not a library, program or test folder the layering knows; "
-                    "add it to COMPONENTS with its include roots",
+                    "add it to COMPONENTS with what it may use",
                     "unknown folder",
                 )
             )
@@ -426,8 +426,36 @@ def check(source_dir, roots, allowed=ALLOWED):
                 result.allowed += 1
                 continue
             result.offences.append(offence)
+    result.offences.extend(shared_folder_names(sources))
     result.stale_allowances = [entry for key, entry in allowances.items() if key not in used_allowances]
     return result
+
+
+def shared_folder_names(sources):
+    """An offence for every folder name that stands in more than one library
+    of src/: "sources/X.h" would then name a different file depending on
+    where it is written, and a header could be found in the wrong library
+    by whoever sees both roots."""
+    first_file = {}
+    for path in sources:
+        parts = PurePosixPath(path).parts
+        if len(parts) > 3 and parts[0] == "src":
+            first_file.setdefault(parts[2], {}).setdefault(parts[1], path)
+    offences = []
+    for name, libraries in sorted(first_file.items()):
+        if len(libraries) < 2:
+            continue
+        where = ", ".join(f"src/{library}/{name}/" for library in sorted(libraries))
+        offences.append(
+            Offence(
+                min(libraries.values()),
+                0,
+                "",
+                f"the folder name {name}/ stands in more than one library ({where}); rename all but one",
+                "folder name in two libraries",
+            )
+        )
+    return offences
 
 
 def run_check(source_dir, roots_file=None):
@@ -638,6 +666,14 @@ def self_test():
         what = "tallywidgets built without tallynet's include root"
         expect(what, completed.returncode == 1, f"exit status {completed.returncode}, wanted 1\n{completed.stdout}")
         expect(what, widget_offences == wanted, f"reported {sorted(widget_offences)}\nwanted {sorted(wanted)}")
+
+        # A folder name in two libraries: tally/ in tallynet as in tallycore.
+        write_tree(root, {"src/net/tally/Relay.h": "#pragma once\n"})
+        completed, _ = run_script_on(root, roots_file)
+        line = "src/core/tally/Cycle.cpp: the folder name tally/ stands in more than one library"
+        what = "a folder name in two libraries"
+        expect(what, completed.returncode == 1, f"exit status {completed.returncode}, wanted 1\n{completed.stdout}")
+        expect(what, line in completed.stdout and "[folder name in two libraries]" in completed.stdout, completed.stdout)
 
     if failures:
         for failure in failures:
