@@ -9,8 +9,8 @@
 // A line holding only byte 1 restarts the connection, byte 2 brings the
 // password, as happen in the program.
 
-#include "sources/ObsSceneGraph.h"
-#include "sources/ObsSession.h"
+#include "obs/ObsSceneGraph.h"
+#include "obs/ObsSession.h"
 
 #include <QByteArrayView>
 #include <QSet>

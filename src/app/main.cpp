@@ -1,21 +1,21 @@
 // Mixdesk Tally: the main window beside Mixdesk, driving the tally box.
 
-#include "base/FallbackSecretStore.h"
+#include "LaunchInformation.h"
+#include "SingleInstance.h"
 #include "base/Problem.h"
-#include "base/SecretFile.h"
 #include "base/StandardOutput.h"
 #include "base/UserDefaults.h"
+#include "keychain/KeychainSecretStore.h"
 #include "launch/HandOverRequest.h"
-#include "launch/LaunchInformation.h"
 #include "launch/RunBuilder.h"
-#include "launch/SingleInstance.h"
 #include "mainwindow/AppDelegate.h"
 #include "mainwindow/MainMenu.h"
 #include "mainwindow/MainWindow.h"
 #include "mainwindow/ModalPanelProbe.h"
-#include "secrets/KeychainSecretStore.h"
-#include "sources/ObsShotSource.h"
-#include "sources/TslShotSource.h"
+#include "secrets/FallbackSecretStore.h"
+#include "secrets/SecretFile.h"
+#include "switchers/ObsShotSource.h"
+#include "switchers/TslShotSource.h"
 #include "tally/CombinedShotSource.h"
 
 #include <QApplication>

@@ -10,7 +10,7 @@
 #include "launch/RunBuilder.h"
 #include "outputs/VmixFeedServer.h"
 #include "outputs/WebTallyServer.h"
-#include "sources/TslShotSource.h"
+#include "switchers/TslShotSource.h"
 #include "tally/CombinedShotSource.h"
 #include "tally/TallyTicker.h"
 

@@ -4,7 +4,7 @@
 
 #include "ObsStudioProcess.h"
 #include "WindowHome.h"
-#include "net/secrets/PrivateSecretService.h"
+#include "net/keychain/PrivateSecretService.h"
 #include "support/Eventually.h"
 #include "support/FreePort.h"
 #include "support/ObsTestClient.h"

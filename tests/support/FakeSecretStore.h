@@ -5,7 +5,7 @@
 // answers back until the test lets them go, as a store waiting for the user
 // to unlock it does.
 
-#include "base/SecretStore.h"
+#include "secrets/SecretStore.h"
 
 #include <QList>
 #include <QMap>

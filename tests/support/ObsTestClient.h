@@ -4,7 +4,7 @@
 // creates scenes and inputs and switches program and preview, each call
 // waiting for OBS's answer while the caller's event loop keeps running.
 
-#include "sources/ObsAuthentication.h"
+#include "obs/ObsAuthentication.h"
 #include "support/Eventually.h"
 
 #include <QJsonArray>

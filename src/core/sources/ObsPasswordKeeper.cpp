@@ -1,8 +1,8 @@
 #include "sources/ObsPasswordKeeper.h"
 
-#include "base/SecretFile.h"
 #include "base/SystemLog.h"
 #include "base/UserDefaults.h"
+#include "secrets/SecretFile.h"
 
 const QString ObsPasswordKeeper::secretKey = QStringLiteral("ObsPassword");
 

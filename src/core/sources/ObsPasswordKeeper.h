@@ -1,6 +1,6 @@
 #pragma once
 
-#include "base/SecretStore.h"
+#include "secrets/SecretStore.h"
 
 #include <QString>
 

@@ -8,7 +8,7 @@
 #include "model/LightCount.h"
 #include "mqtt/MqttBrokerAddress.h"
 #include "outputs/TslDestination.h"
-#include "sources/SenderAllowList.h"
+#include "switchers/SenderAllowList.h"
 #include "tsl/TslTallyEncoding.h"
 
 namespace {

@@ -6,8 +6,8 @@
 // found before anything listens or connects.
 
 #include "launch/RunOptions.h"
-#include "sources/SenderAllowList.h"
 #include "sources/ShotSource.h"
+#include "switchers/SenderAllowList.h"
 
 #include <chrono>
 #include <memory>

@@ -2,7 +2,7 @@
 
 #include "base/Problem.h"
 #include "dmx/DmxLayout.h"
-#include "sources/SenderAllowList.h"
+#include "switchers/SenderAllowList.h"
 
 #include <functional>
 

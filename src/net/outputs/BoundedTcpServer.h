@@ -1,6 +1,6 @@
 #pragma once
 
-#include "sources/SenderAllowList.h"
+#include "switchers/SenderAllowList.h"
 
 #include <QHostAddress>
 #include <QList>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "sources/ObsConnectionCheck.h"
+#include "switchers/ObsConnectionCheck.h"
 
 #include <QDialog>
 #include <QPointer>

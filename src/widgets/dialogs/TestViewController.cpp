@@ -9,7 +9,6 @@
 #include <QCheckBox>
 #include <QCoreApplication>
 #include <QLayout>
-#include <QTimer>
 
 namespace {
 
@@ -147,21 +146,6 @@ void TestViewController::showChaseProgress()
     stopButton->setEnabled(m_runner->isRunning());
 }
 
-QTimer* TestViewController::timer() const
-{
-    return m_runner->timer();
-}
-
-qint64 TestViewController::testStep() const
-{
-    return m_runner->testStep();
-}
-
-const QList<QList<quint8>>& TestViewController::testSequence() const
-{
-    return LightCommand::testSequence();
-}
-
 TestSequenceRunner* TestViewController::runner() const
 {
     return m_runner;
@@ -191,11 +175,6 @@ void TestViewController::testAllWithSender(QObject* /*sender*/)
     // alone while the chase runs.
     clearAllCheckBoxes();
     m_runner->testAll();
-}
-
-void TestViewController::runTestWithTimer(QTimer* timer)
-{
-    m_runner->runTestWithTimer(timer);
 }
 
 void TestViewController::stopTestWithSender(QObject* /*sender*/)

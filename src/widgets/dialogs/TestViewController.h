@@ -15,7 +15,6 @@
 #include <memory>
 
 class QCheckBox;
-class QTimer;
 class TallyState;
 
 namespace Ui {
@@ -67,13 +66,9 @@ public:
     const LightCommandMirror& mirror() const { return m_mirror; }
     const ChaseProgress& chaseProgress() const { return m_progress; }
 
-    // The chase's current timer (before any start, one that never runs), the
-    // index of its next step, and the steps themselves.
-    QTimer* timer() const;
-    qint64 testStep() const;
-    const QList<QList<quint8>>& testSequence() const;
-
-    // The runner behind the panel, for whoever watches its steps.
+    // The runner behind the panel: the chase itself (its timer, its next
+    // step), for whoever watches or drives its steps. The panel adds only
+    // the boxes, the lamps and the progress line.
     TestSequenceRunner* runner() const;
 
 public Q_SLOTS:
@@ -88,8 +83,6 @@ public Q_SLOTS:
     // Clears the boxes and restarts the chase at its first step; a chase
     // already running goes on with its own timer, at the same step counter.
     void testAllWithSender(QObject* sender);
-
-    void runTestWithTimer(QTimer* timer);
 
     // Stops every running chase timer; the lights stay as they are.
     void stopTestWithSender(QObject* sender);

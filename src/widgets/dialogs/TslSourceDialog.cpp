@@ -1,8 +1,8 @@
 #include "dialogs/TslSourceDialog.h"
 
 #include "launch/RunOptions.h"
-#include "sources/SenderAllowList.h"
-#include "sources/TslShotSource.h"
+#include "switchers/SenderAllowList.h"
+#include "switchers/TslShotSource.h"
 
 #include <QComboBox>
 #include <QDialogButtonBox>

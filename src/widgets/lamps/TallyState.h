@@ -1,6 +1,6 @@
 #pragma once
 
-#include "lamps/LampLabelLayout.h"
+#include "labels/LampLabelLayout.h"
 #include "model/TallyMode.h"
 #include "tally/LampMark.h"
 

@@ -4,9 +4,9 @@
 
 #include "sources/ObsPasswordKeeper.h"
 
-#include "base/FallbackSecretStore.h"
-#include "base/SecretFile.h"
 #include "base/UserDefaults.h"
+#include "secrets/FallbackSecretStore.h"
+#include "secrets/SecretFile.h"
 #include "support/FakeSecretStore.h"
 
 #include <QFile>

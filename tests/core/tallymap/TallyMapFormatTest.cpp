@@ -579,3 +579,29 @@ TEST(TallyMapFormatTest, ReadingRecordsGivesEachNameARecordOfItsOwn)
     EXPECT_NE(lights[0][0], lights[1][0]);
     EXPECT_EQ(lights[1][0]->name, "Same");
 }
+
+// The records of a line are made together, but each stands alone: one kept
+// after the map and the rest of its line are gone is whole, and changing it
+// changes no other record.
+TEST(TallyMapFormatTest, ARecordOutlivesTheMapAndTheRestOfItsLine)
+{
+    ShotPtr kept;
+    ShotPtr neighbour;
+    {
+        TallyMap map;
+        ASSERT_TRUE(map.readFromData("0|Camera 1|Camera 2|Camera 3\r\n1|Wide\r\n", type, nullptr));
+        kept = map.shotSelection(0).at(1);
+        neighbour = map.shotSelection(0).at(2);
+        kept->shotId = QStringLiteral("id-2");
+        kept->isLive = true;
+        EXPECT_EQ(neighbour->shotId, QString());
+        EXPECT_FALSE(neighbour->isLive);
+        EXPECT_EQ(map.shotSelection(0).at(0)->name, "Camera 1");
+    }
+    neighbour.reset();
+    EXPECT_EQ(kept->name, "Camera 2");
+    EXPECT_EQ(kept->shotId, "id-2");
+    EXPECT_TRUE(kept->isLive);
+    kept->name = QStringLiteral("Renamed");
+    EXPECT_EQ(kept->name, "Renamed");
+}

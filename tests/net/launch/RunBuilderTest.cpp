@@ -9,10 +9,10 @@
 #include "outputs/WebTallyServer.h"
 #include "sources/AtemAddress.h"
 #include "sources/ObsAddress.h"
-#include "sources/ObsShotSource.h"
-#include "sources/TslShotSource.h"
 #include "support/FreePort.h"
 #include "support/QtPrinters.h"
+#include "switchers/ObsShotSource.h"
+#include "switchers/TslShotSource.h"
 #include "tally/CombinedShotSource.h"
 
 #include <QFile>

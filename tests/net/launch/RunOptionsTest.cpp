@@ -6,8 +6,8 @@
 #include "outputs/WebTallyServer.h"
 #include "sources/AtemAddress.h"
 #include "sources/ObsAddress.h"
-#include "sources/ObsShotSource.h"
 #include "support/QtPrinters.h"
+#include "switchers/ObsShotSource.h"
 
 #include <QFile>
 #include <QSysInfo>

@@ -5,9 +5,9 @@
 
 #include "outputs/VmixFeedServer.h"
 
-#include "sources/SenderAllowList.h"
 #include "support/Eventually.h"
 #include "support/QtPrinters.h"
+#include "switchers/SenderAllowList.h"
 
 #include <QTcpServer>
 #include <QTcpSocket>

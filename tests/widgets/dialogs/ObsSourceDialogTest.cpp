@@ -4,7 +4,7 @@
 
 #include "dialogs/ObsSourceDialog.h"
 
-#include "net/sources/FakeObsServer.h"
+#include "net/switchers/FakeObsServer.h"
 #include "support/Eventually.h"
 #include "support/FreePort.h"
 #include "support/QtPrinters.h"

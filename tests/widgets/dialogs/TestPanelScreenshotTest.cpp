@@ -105,7 +105,7 @@ TEST_F(TestPanelScreenshotTest, PanelDuringTheChaseShowsTheLampsLitAndTheStep)
     QApplication::processEvents();
     panel.testButton->click();
     for (int ticks = 0; ticks < 6; ++ticks) {
-        QMetaObject::invokeMethod(panel.timer(), "timeout");
+        QMetaObject::invokeMethod(panel.runner()->timer(), "timeout");
     }
     // Light 5's preview switched on by hand while the chase walks light 2.
     box(panel.previewStackView, 5)->click();

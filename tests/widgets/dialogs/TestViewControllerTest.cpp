@@ -116,11 +116,11 @@ TEST_F(TestViewControllerTest, RowsAreLabelledProgramAndPreview)
 TEST_F(TestViewControllerTest, StartsIdleWithATimerThatNeverRuns)
 {
     TestViewController panel { sendToSharedBox };
-    EXPECT_EQ(panel.testStep(), 0);
-    ASSERT_NE(panel.timer(), nullptr);
-    EXPECT_FALSE(panel.timer()->isActive());
-    EXPECT_EQ(panel.testSequence().size(), 21);
-    EXPECT_EQ(&panel.testSequence(), &LightCommand::testSequence());
+    EXPECT_EQ(panel.runner()->testStep(), 0);
+    ASSERT_NE(panel.runner()->timer(), nullptr);
+    EXPECT_FALSE(panel.runner()->timer()->isActive());
+    EXPECT_EQ(LightCommand::testSequence().size(), 21);
+    EXPECT_EQ(&LightCommand::testSequence(), &LightCommand::testSequence());
     EXPECT_TRUE(takeSent().isEmpty());
 }
 
@@ -220,7 +220,7 @@ TEST_F(TestViewControllerTest, TestButtonClearsTheBoxesSilentlyAndSendsTheFirstS
     EXPECT_EQ(takeSent(), QList<quint8>({ 0xB0, 0xD0, 0xB1, 0xB2, 0xB3, 0xB4, 0xB5, 0xB6, 0xB7, 0xB8 }));
     EXPECT_FALSE(box(panel.programStackView, 4)->isChecked());
     EXPECT_FALSE(box(panel.previewStackView, 6)->isChecked());
-    EXPECT_EQ(panel.testStep(), 1);
+    EXPECT_EQ(panel.runner()->testStep(), 1);
 }
 
 TEST_F(TestViewControllerTest, ChaseRunsItsTwentyOneStepsEveryHalfSecondWhileThePanelIsUpThenItsTimerStops)
@@ -230,7 +230,7 @@ TEST_F(TestViewControllerTest, ChaseRunsItsTwentyOneStepsEveryHalfSecondWhileThe
     ASSERT_EQ(QApplication::activeModalWidget(), &panel);
 
     panel.testAllWithSender(panel.testButton);
-    QTimer* timer = panel.timer();
+    QTimer* timer = panel.runner()->timer();
     EXPECT_TRUE(timer->isActive());
     EXPECT_FALSE(timer->isSingleShot());
     EXPECT_EQ(timer->interval(), 500);
@@ -240,7 +240,7 @@ TEST_F(TestViewControllerTest, ChaseRunsItsTwentyOneStepsEveryHalfSecondWhileThe
         tick(timer);
         EXPECT_EQ(takeSent(), step(index)) << "step " << index + 1;
     }
-    EXPECT_EQ(panel.testStep(), 21);
+    EXPECT_EQ(panel.runner()->testStep(), 21);
     EXPECT_TRUE(timer->isActive());
 
     tick(timer);
@@ -254,7 +254,7 @@ TEST_F(TestViewControllerTest, ChaseHasNotMovedTheBoxesWhenItEnds)
     showModal(panel);
     panel.testButton->click();
     for (int ticks = 0; ticks < 21; ++ticks) {
-        tick(panel.timer());
+        tick(panel.runner()->timer());
     }
     for (QWidget* row : { panel.programStackView.data(), panel.previewStackView.data() }) {
         for (const QCheckBox* each : boxesOf(row)) {
@@ -277,7 +277,7 @@ TEST_F(TestViewControllerTest, ChaseStepsOnTheEventLoopsOwnTicks)
     loop.exec();
 
     EXPECT_EQ(takeSent(), step(1));
-    EXPECT_EQ(panel.testStep(), 2);
+    EXPECT_EQ(panel.runner()->testStep(), 2);
 }
 
 TEST_F(TestViewControllerTest, ChaseWaitsWhileNoModalPanelIsUpAndGoesOnWhenOneIsUpAgain)
@@ -285,22 +285,22 @@ TEST_F(TestViewControllerTest, ChaseWaitsWhileNoModalPanelIsUpAndGoesOnWhenOneIs
     TestViewController panel { sendToSharedBox };
     showModal(panel);
     panel.testButton->click();
-    tick(panel.timer());
+    tick(panel.runner()->timer());
     takeSent();
 
     panel.closeButton->click();
     QApplication::processEvents();
     ASSERT_FALSE(panel.isVisible());
-    tick(panel.timer());
-    tick(panel.timer());
+    tick(panel.runner()->timer());
+    tick(panel.runner()->timer());
     EXPECT_TRUE(takeSent().isEmpty());
-    EXPECT_EQ(panel.testStep(), 2);
-    EXPECT_TRUE(panel.timer()->isActive());
+    EXPECT_EQ(panel.runner()->testStep(), 2);
+    EXPECT_TRUE(panel.runner()->timer()->isActive());
 
     QDialog otherPanel;
     otherPanel.setWindowModality(Qt::ApplicationModal);
     showModal(otherPanel);
-    tick(panel.timer());
+    tick(panel.runner()->timer());
     EXPECT_EQ(takeSent(), step(2));
 }
 
@@ -317,7 +317,7 @@ TEST_F(TestViewControllerTest, AWindowModalSheetDoesNotLetTheChaseStep)
     QWidget sheet(&mainWindow, Qt::Sheet);
     sheet.setWindowModality(Qt::WindowModal);
     showModal(sheet);
-    tick(panel.timer());
+    tick(panel.runner()->timer());
 
     EXPECT_TRUE(takeSent().isEmpty());
 }
@@ -328,7 +328,7 @@ TEST_F(TestViewControllerTest, ChaseOutlivesADeletedPanelAndFreesItselfAfterItsL
     showModal(*panel);
     panel->testButton->click();
     QPointer<TestSequenceRunner> runner = panel->runner();
-    QPointer<QTimer> timer = panel->timer();
+    QPointer<QTimer> timer = panel->runner()->timer();
     takeSent();
 
     delete panel;
@@ -365,9 +365,9 @@ TEST_F(TestViewControllerTest, DeletingAnIdlePanelKeepsNothingBehind)
         showModal(finished);
         finished.testButton->click();
         for (int ticks = 0; ticks < 21; ++ticks) {
-            tick(finished.timer());
+            tick(finished.runner()->timer());
         }
-        ASSERT_FALSE(finished.timer()->isActive());
+        ASSERT_FALSE(finished.runner()->timer()->isActive());
         finishedRunner = finished.runner();
     }
     EXPECT_TRUE(runner.isNull());
@@ -379,17 +379,17 @@ TEST_F(TestViewControllerTest, RestartDuringAChaseDoublesThePaceAndBothTimersSto
     TestViewController panel { sendToSharedBox };
     showModal(panel);
     panel.testButton->click();
-    QTimer* first = panel.timer();
+    QTimer* first = panel.runner()->timer();
     tick(first);
     tick(first);
     takeSent();
 
     panel.testButton->click();
-    QTimer* second = panel.timer();
+    QTimer* second = panel.runner()->timer();
     ASSERT_NE(second, first);
     EXPECT_TRUE(first->isActive());
     EXPECT_EQ(takeSent(), step(0));
-    EXPECT_EQ(panel.testStep(), 1);
+    EXPECT_EQ(panel.runner()->testStep(), 1);
 
     // Both timers tick every half second and share one step counter: two
     // steps go out per half second until the chase ends.
@@ -403,7 +403,7 @@ TEST_F(TestViewControllerTest, RestartDuringAChaseDoublesThePaceAndBothTimersSto
         }
     }
     EXPECT_EQ(takeSent(), expected);
-    EXPECT_EQ(panel.testStep(), 21);
+    EXPECT_EQ(panel.runner()->testStep(), 21);
     // Ten rounds sent steps 2 to 21; each timer stops on its own first tick
     // after the last step, sending nothing.
     EXPECT_TRUE(first->isActive());
@@ -423,10 +423,10 @@ TEST_F(TestViewControllerTest, CheckBoxesAndAllOffMixTheirBytesWithARunningChase
     panel.testButton->click();
     takeSent();
 
-    tick(panel.timer());
+    tick(panel.runner()->timer());
     box(panel.previewStackView, 5)->click();
     panel.allOffButton->click();
-    tick(panel.timer());
+    tick(panel.runner()->timer());
 
     QList<quint8> expected = step(1);
     expected += QList<quint8>({ 0xD5, 0xB0, 0xD0 });
@@ -477,7 +477,7 @@ TEST_F(TestViewControllerTest, BytesVanishWhileNoDeviceIsAttachedAndThePanelCarr
     box(panel.programStackView, 1)->click();
     panel.allOffButton->click();
     panel.testButton->click();
-    EXPECT_EQ(panel.testStep(), 1);
+    EXPECT_EQ(panel.runner()->testStep(), 1);
 
     auto late = std::make_shared<FakeDevice>(QStringLiteral("late"));
     bare->plug(late);
@@ -611,9 +611,9 @@ TEST_F(TestViewControllerTest, SentLampsFollowTheChaseStepByStepWhileTheBoxesSta
         modes({ 2 }, {}),
     };
     for (const QList<TallyMode>& next : expected) {
-        tick(panel.timer());
-        EXPECT_EQ(sentModes(panel), next) << "step " << panel.testStep();
-        EXPECT_FALSE(anyBoxChecked(panel)) << "step " << panel.testStep();
+        tick(panel.runner()->timer());
+        EXPECT_EQ(sentModes(panel), next) << "step " << panel.runner()->testStep();
+        EXPECT_FALSE(anyBoxChecked(panel)) << "step " << panel.runner()->testStep();
     }
 }
 
@@ -638,16 +638,16 @@ TEST_F(TestViewControllerTest, ChaseProgressCountsTheStepsSentAndEndsFinished)
     EXPECT_EQ(panel.chaseProgressLabel->text(), QStringLiteral("Step 1 of 21"));
     EXPECT_EQ(panel.chaseProgressBar->value(), 1);
     for (int ticks = 0; ticks < 6; ++ticks) {
-        tick(panel.timer());
+        tick(panel.runner()->timer());
     }
     EXPECT_EQ(panel.chaseProgressLabel->text(), QStringLiteral("Step 7 of 21"));
     EXPECT_EQ(panel.chaseProgressBar->value(), 7);
 
     for (int ticks = 0; ticks < 14; ++ticks) {
-        tick(panel.timer());
+        tick(panel.runner()->timer());
     }
     EXPECT_EQ(panel.chaseProgressLabel->text(), QStringLiteral("Step 21 of 21"));
-    tick(panel.timer());
+    tick(panel.runner()->timer());
     EXPECT_EQ(panel.chaseProgressLabel->text(), QStringLiteral("Chase finished: 21 steps"));
     EXPECT_EQ(panel.chaseProgressBar->value(), 21);
 }
@@ -661,10 +661,10 @@ TEST_F(TestViewControllerTest, StopIsEnabledOnlyWhileAChaseRuns)
     panel.testButton->click();
     EXPECT_TRUE(panel.stopButton->isEnabled());
     for (int ticks = 0; ticks < 20; ++ticks) {
-        tick(panel.timer());
+        tick(panel.runner()->timer());
     }
     EXPECT_TRUE(panel.stopButton->isEnabled()) << "the timer has yet to stop itself";
-    tick(panel.timer());
+    tick(panel.runner()->timer());
     EXPECT_FALSE(panel.stopButton->isEnabled());
 }
 
@@ -673,15 +673,15 @@ TEST_F(TestViewControllerTest, StopEndsEveryChaseTimerARestartLeftAndSendsNothin
     TestViewController panel { sendToSharedBox };
     showModal(panel);
     panel.testButton->click();
-    QTimer* first = panel.timer();
+    QTimer* first = panel.runner()->timer();
     tick(first);
     panel.testButton->click();
-    QTimer* second = panel.timer();
+    QTimer* second = panel.runner()->timer();
     for (int ticks = 0; ticks < 3; ++ticks) {
         tick(first);
         tick(second);
     }
-    ASSERT_EQ(panel.testStep(), 7);
+    ASSERT_EQ(panel.runner()->testStep(), 7);
     const QList<TallyMode> before = sentModes(panel);
     ASSERT_EQ(before, modes({ 2 }, {}));
     takeSent();
@@ -698,7 +698,7 @@ TEST_F(TestViewControllerTest, StopEndsEveryChaseTimerARestartLeftAndSendsNothin
     QTimer::singleShot(1200, &loop, &QEventLoop::quit);
     loop.exec();
     EXPECT_TRUE(takeSent().isEmpty());
-    EXPECT_EQ(panel.testStep(), 7);
+    EXPECT_EQ(panel.runner()->testStep(), 7);
     EXPECT_EQ(sentModes(panel), before);
     EXPECT_FALSE(anyBoxChecked(panel));
 }
@@ -708,14 +708,14 @@ TEST_F(TestViewControllerTest, TestAfterStopRunsTheChaseAgainFromItsFirstStep)
     TestViewController panel { sendToSharedBox };
     showModal(panel);
     panel.testButton->click();
-    tick(panel.timer());
+    tick(panel.runner()->timer());
     panel.stopButton->click();
     takeSent();
 
     panel.testButton->click();
 
     EXPECT_EQ(takeSent(), step(0));
-    EXPECT_TRUE(panel.timer()->isActive());
+    EXPECT_TRUE(panel.runner()->timer()->isActive());
     EXPECT_TRUE(panel.stopButton->isEnabled());
     EXPECT_EQ(panel.chaseProgressLabel->text(), QStringLiteral("Step 1 of 21"));
 }

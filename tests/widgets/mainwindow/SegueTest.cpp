@@ -6,6 +6,7 @@
 #include "dialogs/EditViewController.h"
 #include "dialogs/TestViewController.h"
 #include "hardware/CaptureBackend.h"
+#include "hardware/LightCommand.h"
 #include "support/CaptureFile.h"
 #include "support/FakeShotSource.h"
 #include "support/QtPrinters.h"
@@ -381,7 +382,7 @@ TEST_F(SegueTest, TheTestPanelsBytesNeverInterleaveWithTicksAndTicksResumeAfterI
         [&] { return CaptureFile::read(capturePath).size() >= beforePanel.size() + 1 + 10 + 1; }, 5000));
     QTest::qWait(600);
     QList<quint8> panelBytes { 0xB3 };
-    for (const QList<quint8>& step : panel->testSequence()) {
+    for (const QList<quint8>& step : LightCommand::testSequence()) {
         panelBytes += step;
     }
     panel->closeButton->click();

@@ -1,18 +1,18 @@
 // The Source menu: following Mixdesk, OBS Studio, a TSL switcher or an ATEM,
 // chosen in the window and remembered for the next start.
 
-#include "base/FallbackSecretStore.h"
-#include "base/SecretFile.h"
 #include "dialogs/AtemSourceDialog.h"
 #include "dialogs/ObsSourceDialog.h"
 #include "dialogs/TslSourceDialog.h"
 #include "dialogs/VmixSourceDialog.h"
 #include "mainwindow/StatusLine.h"
-#include "net/sources/FakeObsServer.h"
-#include "sources/ObsShotSource.h"
-#include "sources/TslShotSource.h"
+#include "net/switchers/FakeObsServer.h"
+#include "secrets/FallbackSecretStore.h"
+#include "secrets/SecretFile.h"
 #include "support/Eventually.h"
 #include "support/FreePort.h"
+#include "switchers/ObsShotSource.h"
+#include "switchers/TslShotSource.h"
 #include "tally/CombinedShotSource.h"
 #include "tsl/TslUmd50.h"
 #include "widgets/mainwindow/MainWindowFixture.h"

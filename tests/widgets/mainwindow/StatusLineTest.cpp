@@ -5,13 +5,13 @@
 #include "mainwindow/StatusLine.h"
 
 #include "net/outputs/WebTallyClient.h"
-#include "net/sources/FakeObsServer.h"
+#include "net/switchers/FakeObsServer.h"
 #include "outputs/WebTallyServer.h"
 #include "sources/MixdeskShotSource.h"
-#include "sources/ObsShotSource.h"
-#include "sources/TslShotSource.h"
 #include "support/FreePort.h"
 #include "support/QtPrinters.h"
+#include "switchers/ObsShotSource.h"
+#include "switchers/TslShotSource.h"
 #include "tsl/TslUmd50.h"
 #include "widgets/mainwindow/MainWindowFixture.h"
 
