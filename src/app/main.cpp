@@ -182,19 +182,10 @@ int main(int argc, char* argv[])
     ObsPasswordKeeper& obsPassword = main.controller->obsPassword();
     obsPassword.moveOutOfSettings();
     // With several switchers followed, any OBS Studio among them.
-    const auto awaitingObs = [](ShotSource& source) {
-        QList<ObsShotSource*> waiting;
-        for (ShotSource* switcher : CombinedShotSource::switchersOf(source)) {
-            if (auto* obs = qobject_cast<ObsShotSource*>(switcher); obs && obs->awaitsPassword()) {
-                waiting.append(obs);
-            }
-        }
-        return waiting;
-    };
-    if (!awaitingObs(main.controller->shotSource()).isEmpty()) {
-        obsPassword.fetch([controller = main.controller, awaitingObs](const QString& password) {
+    if (!ObsShotSource::awaitingPassword(main.controller->shotSource()).isEmpty()) {
+        obsPassword.fetch([controller = main.controller](const QString& password) {
             // The operator may have chosen another source meanwhile.
-            for (ObsShotSource* current : awaitingObs(controller->shotSource())) {
+            for (ObsShotSource* current : ObsShotSource::awaitingPassword(controller->shotSource())) {
                 current->setPassword(password);
             }
         });

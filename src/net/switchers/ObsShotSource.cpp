@@ -1,5 +1,7 @@
 #include "switchers/ObsShotSource.h"
 
+#include "tally/CombinedShotSource.h"
+
 #include <QWebSocket>
 
 #include <algorithm>
@@ -196,4 +198,15 @@ ShotSource::Details ObsShotSource::details() const
     details.followed = QStringLiteral("OBS Studio at %1").arg(m_settings.address.display());
     details.link = connectionInWords(m_session.isReady(), m_retryTimer.isActive(), m_notConnectedWhy);
     return details;
+}
+
+QList<ObsShotSource*> ObsShotSource::awaitingPassword(ShotSource& source)
+{
+    QList<ObsShotSource*> waiting;
+    for (ShotSource* switcher : CombinedShotSource::switchersOf(source)) {
+        if (auto* obs = qobject_cast<ObsShotSource*>(switcher); obs && obs->awaitsPassword()) {
+            waiting.append(obs);
+        }
+    }
+    return waiting;
 }

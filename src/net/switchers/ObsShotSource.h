@@ -61,6 +61,12 @@ public:
     void setPassword(const QString& password);
     bool awaitsPassword() const { return m_session.awaitsPassword(); }
 
+    // Every OBS Studio that source follows (it alone, or among the switchers
+    // it combines) still waiting for its password: the ones a password
+    // fetched from the secret store is for, looked up again when it comes,
+    // since the operator may have chosen another source meanwhile.
+    static QList<ObsShotSource*> awaitingPassword(ShotSource& source);
+
     // Where OBS Studio is followed.
     const ObsAddress& address() const { return m_settings.address; }
 

@@ -420,25 +420,16 @@ void MainMenu::givePasswordToWaitingObs()
 {
     // As at start: an OBS Studio made without a password gets the one the
     // secret store keeps as soon as the store answers.
-    const auto waiting = [](ShotSource& source) {
-        QList<ObsShotSource*> found;
-        for (ShotSource* switcher : CombinedShotSource::switchersOf(source)) {
-            if (auto* obs = qobject_cast<ObsShotSource*>(switcher); obs && obs->awaitsPassword()) {
-                found.append(obs);
-            }
-        }
-        return found;
-    };
-    if (waiting(m_controller.shotSource()).isEmpty()) {
+    if (ObsShotSource::awaitingPassword(m_controller.shotSource()).isEmpty()) {
         return;
     }
     const QPointer<MainMenu> self(this);
-    m_controller.obsPassword().fetch([self, waiting](const QString& password) {
+    m_controller.obsPassword().fetch([self](const QString& password) {
         if (!self) {
             return;
         }
         // Another source may have been chosen meanwhile.
-        for (ObsShotSource* obs : waiting(self->m_controller.shotSource())) {
+        for (ObsShotSource* obs : ObsShotSource::awaitingPassword(self->m_controller.shotSource())) {
             obs->setPassword(password);
         }
     });
