@@ -64,5 +64,14 @@ struct TallySnapshot {
     // for what the box shows. An output that can say so says so.
     bool switcherUnknown() const { return !sourceRunning && !underTest && !turnedOffAtQuit; }
 
+    // The same for one light of this report: the whole source is unknown,
+    // or, with several switchers, the one this light rests on is lost and
+    // no test vouches for the box. Every output that marks single lights
+    // (MQTT's "unknown", a TSL display's "LOST") asks this.
+    bool switcherUnknownFor(const LightState& light) const
+    {
+        return switcherUnknown() || (light.sourceLost && !underTest);
+    }
+
     friend bool operator==(const TallySnapshot&, const TallySnapshot&) = default;
 };

@@ -58,11 +58,7 @@ QByteArray MqttTallyState::stateWord(const TallySnapshot& snapshot, const LightS
     // Lights turned off at quit are off for certain, source or not; under
     // test the lamps follow the box, whatever the switcher (the JSON topics
     // say it is a test).
-    if (snapshot.switcherUnknown()) {
-        return QByteArrayLiteral("unknown");
-    }
-    // One of several switchers is lost and this light rests on it.
-    if (light.sourceLost && !snapshot.underTest) {
+    if (snapshot.switcherUnknownFor(light)) {
         return QByteArrayLiteral("unknown");
     }
     return tallyModeName(light.mode).toUtf8();

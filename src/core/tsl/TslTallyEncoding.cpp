@@ -43,17 +43,12 @@ int TslTallyEncoding::maxOffset(Version version, qsizetype lightCount)
     return highestIndex - static_cast<int>(lightCount);
 }
 
-TslTallyEncoding::Mark TslTallyEncoding::markFor(const TallySnapshot& snapshot, qsizetype lightIndex)
+TslTallyEncoding::Mark TslTallyEncoding::markFor(const TallySnapshot& snapshot, const LightState& light)
 {
     if (snapshot.underTest) {
         return Mark::test;
     }
-    if (snapshot.switcherUnknown()) {
-        return Mark::lost;
-    }
-    const bool onLostSwitcher
-        = lightIndex >= 0 && lightIndex < snapshot.lights.size() && snapshot.lights[lightIndex].sourceLost;
-    return onLostSwitcher ? Mark::lost : Mark::none;
+    return snapshot.switcherUnknownFor(light) ? Mark::lost : Mark::none;
 }
 
 QString TslTallyEncoding::lightText(const LightState& light, Mark mark)
@@ -72,8 +67,8 @@ QList<QByteArray> TslTallyEncoding::packets(Version version, const TallySnapshot
     result.reserve(snapshot.lights.size());
     for (qsizetype i = 0; i < snapshot.lights.size(); ++i) {
         const int index = static_cast<int>(i) + 1 + offset;
-        const Mark mark = markFor(snapshot, i);
         const LightState& light = snapshot.lights[i];
+        const Mark mark = markFor(snapshot, light);
         result.append(version == Version::v31 ? packet31(light, index, mark) : packet50(light, index, mark));
     }
     return result;

@@ -32,10 +32,10 @@ public:
         lost,
     };
 
-    // The mark of the light at lightIndex in this report. A test wins over
-    // a lost switcher: the colours are then the panel's, which is true of
-    // the box. The lights turned off at quit need no mark: off is certain.
-    static Mark markFor(const TallySnapshot& snapshot, qsizetype lightIndex);
+    // The mark of a light of this report. A test wins over a lost
+    // switcher: the colours are then the panel's, which is true of the box.
+    // The lights turned off at quit need no mark: off is certain.
+    static Mark markFor(const TallySnapshot& snapshot, const LightState& light);
 
     // The highest offset that still gives every light a display index of
     // the version's range (3.1: 0-126; 5.0: 0-65534).
