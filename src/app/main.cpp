@@ -2,6 +2,7 @@
 
 #include "LaunchInformation.h"
 #include "SingleInstance.h"
+#include "StopSignals.h"
 #include "base/Problem.h"
 #include "base/StandardOutput.h"
 #include "base/UserDefaults.h"
@@ -20,40 +21,8 @@
 
 #include <QApplication>
 #include <QDir>
-#include <QTimer>
-
-#include <csignal>
 
 namespace {
-
-// Set by SIGINT and SIGTERM (Ctrl-C in the terminal that started the window,
-// a session that ends): the program then quits as from its menu, so that the
-// lights at quit are done and the network outputs say goodbye, instead of
-// dying where it stands.
-volatile std::sig_atomic_t quitRequested = 0;
-
-extern "C" void requestQuit(int /*signalNumber*/)
-{
-    quitRequested = 1;
-}
-
-// A handler may do almost nothing, so the flag is looked at from the event
-// loop, often enough for a person not to notice.
-void quitOnStopSignals(QObject* owner)
-{
-    struct sigaction action { };
-    action.sa_handler = requestQuit;
-    sigemptyset(&action.sa_mask);
-    sigaction(SIGINT, &action, nullptr);
-    sigaction(SIGTERM, &action, nullptr);
-    auto* watch = new QTimer(owner);
-    QObject::connect(watch, &QTimer::timeout, [] {
-        if (quitRequested != 0) {
-            QCoreApplication::quit();
-        }
-    });
-    watch->start(100);
-}
 
 // After the known options only files may remain: an unknown option is a
 // mistake to report, not a file to open. "--" ends the options, so a file
@@ -208,7 +177,8 @@ int main(int argc, char* argv[])
     TallyTicker& ticker = main.controller->ticker();
     ticker.setLostSourcePolicy(options.lostSourcePolicy(ticker.lostSourcePolicy()));
     QObject::connect(&app, &QApplication::aboutToQuit, main.controller, &ViewController::applicationWillQuit);
-    quitOnStopSignals(&app);
+    StopSignals stopSignals;
+    QObject::connect(&stopSignals, &StopSignals::stopRequested, &app, &QCoreApplication::quit);
     delegate.setKeyWindow(main.window.get());
     main.window->restoreSavedGeometry();
     main.window->show();
