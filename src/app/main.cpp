@@ -3,6 +3,7 @@
 #include "LaunchInformation.h"
 #include "SingleInstance.h"
 #include "StopSignals.h"
+#include "base/MemoryPolicy.h"
 #include "base/Problem.h"
 #include "base/StandardOutput.h"
 #include "base/UserDefaults.h"
@@ -70,6 +71,7 @@ int handToRunningWindow(SingleInstance& instance, const RunOptions& options, con
 
 int main(int argc, char* argv[])
 {
+    MemoryPolicy::keepFreedMemory();
     // Help and the version need no window: answered before QApplication
     // looks for a display, so they work where there is none.
     QStringList rawArguments;

@@ -11,6 +11,7 @@
 #include "OffCommand.h"
 #include "SendCommand.h"
 #include "WatchCommand.h"
+#include "base/MemoryPolicy.h"
 #include "base/StandardOutput.h"
 
 #include <QCoreApplication>
@@ -88,6 +89,7 @@ int runHelp(const QStringList& arguments)
 
 int main(int argc, char* argv[])
 {
+    MemoryPolicy::keepFreedMemory();
     QCoreApplication app(argc, argv);
     dropPeerHangUpWarnings();
     QStringList arguments = QCoreApplication::arguments().mid(1);
