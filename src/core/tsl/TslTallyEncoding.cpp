@@ -48,15 +48,28 @@ TslTallyEncoding::Mark TslTallyEncoding::markFor(const TallySnapshot& snapshot, 
     if (snapshot.underTest) {
         return Mark::test;
     }
-    return snapshot.switcherUnknownFor(light) ? Mark::lost : Mark::none;
+    if (snapshot.switcherUnknownFor(light)) {
+        return Mark::lost;
+    }
+    if (snapshot.turnedOffAtQuit || light.missingShots.isEmpty()) {
+        return Mark::none;
+    }
+    return Mark::missing;
 }
 
 QString TslTallyEncoding::lightText(const LightState& light, Mark mark)
 {
-    const QString names = light.shotNames.join(QStringLiteral(" + "));
-    if (mark == Mark::none) {
-        return names;
+    const QString separator = QStringLiteral(" + ");
+    switch (mark) {
+    case Mark::none:
+        return light.shotNames.join(separator);
+    case Mark::missing:
+        return QStringLiteral("MISSING ") + light.missingShots.join(separator);
+    case Mark::test:
+    case Mark::lost:
+        break;
     }
+    const QString names = light.shotNames.join(separator);
     const QString word = mark == Mark::test ? QStringLiteral("TEST") : QStringLiteral("LOST");
     return names.isEmpty() ? word : word + QLatin1Char(' ') + names;
 }

@@ -146,3 +146,32 @@ TEST(TslTallyEncodingTest, BeforeTheSwitcherFirstAnswersTheDisplaysSayLost)
     starting.lights = QList<LightState>(2);
     EXPECT_EQ(texts31(starting), QList<QByteArray>({ "LOST", "LOST" }));
 }
+
+TEST(TslTallyEncodingTest, ALightWithShotsTheSwitcherLacksSaysMissingAndNamesThem)
+{
+    TallySnapshot missing = lights({ { TallyMode::off, { QStringLiteral("Cam 9") }, { QStringLiteral("Cam 9") } },
+        { TallyMode::live, { QStringLiteral("Cam 1"), QStringLiteral("Old"), QStringLiteral("Gone") },
+            { QStringLiteral("Old"), QStringLiteral("Gone") } },
+        { TallyMode::preview, { QStringLiteral("Cam 2") } } });
+    EXPECT_EQ(texts31(missing), QList<QByteArray>({ "MISSING Cam 9", "MISSING Old + Go", "Cam 2" }));
+    // The colour stays the switcher's word for the shots it has.
+    const QList<QByteArray> packets = TslTallyEncoding::packets(TslTallyEncoding::Version::v31, missing, 0);
+    EXPECT_EQ(quint8(packets[0][1]) & 0x03, 0x00);
+    EXPECT_EQ(quint8(packets[1][1]) & 0x03, 0x01);
+    EXPECT_EQ(TslTallyEncoding::markFor(missing, missing.lights[0]), TslTallyEncoding::Mark::missing);
+    EXPECT_EQ(TslTallyEncoding::markFor(missing, missing.lights[2]), TslTallyEncoding::Mark::none);
+}
+
+TEST(TslTallyEncodingTest, ALostSwitcherOrATestWinsOverMissingShotsAndTheLightsOffAtQuitAreNotMarked)
+{
+    const LightState missingCam { TallyMode::off, { QStringLiteral("Cam 9") }, { QStringLiteral("Cam 9") } };
+    TallySnapshot lost = lights({ missingCam });
+    lost.sourceRunning = false;
+    EXPECT_EQ(texts31(lost), QList<QByteArray>({ "LOST Cam 9" }));
+    TallySnapshot test = lights({ missingCam });
+    test.underTest = true;
+    EXPECT_EQ(texts31(test), QList<QByteArray>({ "TEST Cam 9" }));
+    TallySnapshot quit = lights({ missingCam });
+    quit.turnedOffAtQuit = true;
+    EXPECT_EQ(texts31(quit), QList<QByteArray>({ "Cam 9" }));
+}

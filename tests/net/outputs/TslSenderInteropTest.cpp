@@ -146,6 +146,36 @@ TEST(TslSenderInteropTest, TheNpmDecoderFollowsACut)
         15000));
 }
 
+TEST(TslSenderInteropTest, TheNpmDecoderReadsWhichShotsAreMissing)
+{
+    if (const std::optional<QString> why = NodeTsl::missing()) {
+        GTEST_SKIP() << why->toStdString();
+    }
+    const quint16 port = freeUdpPort();
+    NodeReceiver receiver(port);
+    TslDestination destination;
+    destination.version = TslTallyEncoding::Version::v50;
+    destination.host = QStringLiteral("127.0.0.1");
+    destination.port = port;
+    TslSender sender({ destination }, 0, std::chrono::milliseconds(200));
+    TallySnapshot snapshot = studio();
+    snapshot.lights[2] = { TallyMode::off, { QStringLiteral("Cam 9") }, { QStringLiteral("Cam 9") } };
+    sender.publish(snapshot);
+    std::optional<QJsonObject> missing;
+    ASSERT_TRUE(eventually(
+        [&] {
+            missing = receiver.lastFor(3);
+            return missing.has_value();
+        },
+        15000))
+        << receiver.errors().toStdString();
+    EXPECT_EQ(missing->value(QStringLiteral("text")).toString(), asSingleBytes(QStringLiteral("MISSING Cam 9")));
+    EXPECT_EQ(missing->value(QStringLiteral("rh_tally")).toInt(), 0);
+    // A light whose shots are all there keeps its names.
+    ASSERT_TRUE(receiver.lastFor(1).has_value());
+    EXPECT_EQ(receiver.lastFor(1)->value(QStringLiteral("text")).toString(), asSingleBytes(QStringLiteral("Cam 1")));
+}
+
 // Over TCP the decoder strips DLE STX from the front of what it reads. It
 // reads each chunk the connection delivers as one packet, and the sender's
 // packets come back to back, so only the first of a chunk is read whole and
