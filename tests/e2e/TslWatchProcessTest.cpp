@@ -105,6 +105,28 @@ TEST_F(TslWatchProcessTest, WhenTheProgramGoesTheDisplaysSayLostWithTheBoxsColou
     EXPECT_EQ(undecodable, 0);
 }
 
+TEST_F(TslWatchProcessTest, AShotTheProgramNoLongerHasIsNamedMissingOnEveryDisplayThatUsesIt)
+{
+    ASSERT_TRUE(standin.start(StandinProcess::studioStart()));
+    start({ QStringLiteral("--tsl5"), QStringLiteral("udp://127.0.0.1:%1").arg(receiver.localPort()), mapPath });
+    ASSERT_TRUE(eventually([&] { return displayIs(2, TslUmd50::Colour::green, QStringLiteral("Camera 2")); }))
+        << watch.readAllStandardError().toStdString();
+    standin.send("remove 2\n");
+    // Light 3 still shows Camera 1 on program: its colour stays the
+    // switcher's word; the text says what it can no longer follow.
+    EXPECT_TRUE(eventually([&] {
+        return displayIs(2, TslUmd50::Colour::off, QStringLiteral("MISSING Camera 2"))
+            && displayIs(3, TslUmd50::Colour::red, QStringLiteral("MISSING Camera 2"))
+            && displayIs(1, TslUmd50::Colour::red, QStringLiteral("Camera 1"));
+    })) << watch.readAllStandardError().toStdString();
+    standin.send("add Camera 2\n");
+    EXPECT_TRUE(eventually([&] {
+        return displayIs(2, TslUmd50::Colour::off, QStringLiteral("Camera 2"))
+            && displayIs(3, TslUmd50::Colour::red, QStringLiteral("Camera 1 + Camera 2"));
+    })) << watch.readAllStandardError().toStdString();
+    EXPECT_EQ(undecodable, 0);
+}
+
 TEST_F(TslWatchProcessTest, WatchFollowsASwitcherSpeakingTslFive)
 {
     const quint16 port = freeUdpPort();
