@@ -26,6 +26,14 @@ LampMark markForLight(const TallySnapshot& snapshot, qsizetype lightIndex, bool 
     return onLostSwitcher ? LampMark::lost : LampMark::none;
 }
 
+LampMark markForLightOrMissing(const TallySnapshot& snapshot, qsizetype lightIndex)
+{
+    const LampMark mark = markForLight(snapshot, lightIndex);
+    const bool missing
+        = lightIndex >= 0 && lightIndex < snapshot.lights.size() && !snapshot.lights[lightIndex].missingShots.isEmpty();
+    return mark == LampMark::none && missing ? LampMark::missing : mark;
+}
+
 QString lostFor(const TallySnapshot& snapshot, qint64 nowMilliseconds)
 {
     if (snapshot.sourceRunning || !snapshot.lostSinceMilliseconds) {

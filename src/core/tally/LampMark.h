@@ -13,6 +13,10 @@ enum class LampMark {
     lost,
     // The test panel drives the lights: the colour is the panel's.
     test,
+    // Some of the light's shots are not among the switcher's: the colour is
+    // the switcher's word for the others, but the light can never light for
+    // those. Only where nothing else on screen says so (Big Tally).
+    missing,
 };
 
 namespace LampMarks {
@@ -29,6 +33,12 @@ LampMark markFor(const TallySnapshot& snapshot, bool markLost = true);
 // shown while any switcher runs, and no other word says which lights it
 // concerns.
 LampMark markForLight(const TallySnapshot& snapshot, qsizetype lightIndex, bool markLost = true);
+
+// As markForLight, and missing where that gives none and the switcher lacks
+// some of the light's shots: for a view with nowhere else to say so (Big
+// Tally). The main window flags them on the light's assignment button and
+// keeps its lamps as they are.
+LampMark markForLightOrMissing(const TallySnapshot& snapshot, qsizetype lightIndex);
 
 // How long the source has been lost at nowMilliseconds (same clock as the
 // report's), as a clock reads: "0:07", "12:34", "1:02:03". Empty while it

@@ -67,8 +67,12 @@ void BigTallyView::showReport(const TallySnapshot& snapshot, qint64 nowMilliseco
     const QString detail = mark == LampMark::lost ? LampMarks::lostFor(snapshot, nowMilliseconds) : QString();
     for (qsizetype lightIndex = 0; lightIndex < m_lamps.size(); ++lightIndex) {
         if (TallyState* lamp = m_lamps[lightIndex]) {
-            const LampMark own = LampMarks::markForLight(snapshot, lightIndex);
-            lamp->showMark(own, own == mark ? detail : QString());
+            const LampMark own = LampMarks::markForLightOrMissing(snapshot, lightIndex);
+            if (own == LampMark::missing) {
+                lamp->showMark(own, snapshot.lights[lightIndex].missingShots.join(QStringLiteral(", ")));
+            } else {
+                lamp->showMark(own, own == mark ? detail : QString());
+            }
         }
     }
     const QString banner = LampMarks::banner(snapshot, nowMilliseconds);

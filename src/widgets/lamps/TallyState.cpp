@@ -140,6 +140,8 @@ QString TallyState::markText() const
         return markDetail.isEmpty() ? QStringLiteral("LOST") : QStringLiteral("LOST ") + markDetail;
     case Mark::test:
         return QStringLiteral("TEST");
+    case Mark::missing:
+        return markDetail.isEmpty() ? QStringLiteral("MISSING") : QStringLiteral("MISSING ") + markDetail;
     case Mark::none:
         break;
     }

@@ -51,7 +51,9 @@ public:
     // A mark over the lamp, besides colour, that its state is not the
     // switcher's now: "LOST" (with how long, in markDetail) over a hatched,
     // dimmed lamp while the source is lost; "TEST" while the test panel
-    // drives the lights. None by default, as the plain window draws it.
+    // drives the lights; "MISSING" (with the shots, in markDetail) over a
+    // lamp whose colour is still true while some of its shots are not the
+    // switcher's. None by default, as the plain window draws it.
     Mark mark = Mark::none;
     QString markDetail;
     // Sets the mark and its detail, redrawing only when either changed.

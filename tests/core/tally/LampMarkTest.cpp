@@ -71,3 +71,20 @@ TEST(LampMarkTest, ALampOnASwitcherLostWhileOthersRunIsMarkedAloneEvenWhereTheSc
     snapshot.underTest = true;
     EXPECT_EQ(LampMarks::markForLight(snapshot, 0), LampMark::test);
 }
+
+TEST(LampMarkTest, ALampWhoseShotsTheSwitcherLacksIsMarkedMissingOnlyWhereAskedAndOnlyWhenNothingElseIs)
+{
+    TallySnapshot snapshot;
+    snapshot.sourceRunning = true;
+    snapshot.lights = { LightState(TallyMode::off, { QStringLiteral("Cam 9") }, { QStringLiteral("Cam 9") }),
+        LightState(TallyMode::live, { QStringLiteral("Cam 1") }) };
+    EXPECT_EQ(LampMarks::markForLightOrMissing(snapshot, 0), LampMark::missing);
+    EXPECT_EQ(LampMarks::markForLightOrMissing(snapshot, 1), LampMark::none);
+    EXPECT_EQ(LampMarks::markForLightOrMissing(snapshot, 2), LampMark::none) << "a lamp past the report";
+    EXPECT_EQ(LampMarks::markForLight(snapshot, 0), LampMark::none) << "the main window's lamps stay as they are";
+    snapshot.underTest = true;
+    EXPECT_EQ(LampMarks::markForLightOrMissing(snapshot, 0), LampMark::test);
+    snapshot.underTest = false;
+    snapshot.sourceRunning = false;
+    EXPECT_EQ(LampMarks::markForLightOrMissing(snapshot, 0), LampMark::lost);
+}

@@ -51,6 +51,25 @@ TEST_F(BigTallyViewTest, TheLampsFollowTheNextTick)
     EXPECT_EQ(main.menu->bigTallyView()->lamps()[1]->mode, TallyMode::live);
 }
 
+TEST_F(BigTallyViewTest, AShotTheSwitcherNoLongerHasIsNamedOverItsLampWhileTheWindowsLampsStayAsTheyAre)
+{
+    showLiveAndPreview();
+    main.menu->bigTallyAction()->trigger();
+    BigTallyView* view = main.menu->bigTallyView();
+    ASSERT_NE(view, nullptr);
+    answer({ { "1", "Camera 1", true, false } });
+    tick();
+    EXPECT_EQ(view->lamps()[1]->mark, LampMark::missing);
+    EXPECT_EQ(view->lamps()[1]->markText(), QStringLiteral("MISSING Camera 2"));
+    EXPECT_EQ(view->lamps()[0]->mark, LampMark::none);
+    EXPECT_EQ(controller->tallyStateDisplays()[1]->mark, LampMark::none);
+    // Back in the switcher, the mark goes.
+    answer({ { "1", "Camera 1", true, false }, { "2", "Camera 2", false, true } });
+    tick();
+    EXPECT_EQ(view->lamps()[1]->mark, LampMark::none);
+    EXPECT_EQ(view->lamps()[1]->mode, TallyMode::preview);
+}
+
 TEST_F(BigTallyViewTest, EscapeLeavesAndUnticksTheMenuItem)
 {
     showLiveAndPreview();
