@@ -59,6 +59,17 @@ QString asSingleBytes(const QString& text)
     return spread;
 }
 
+// A TSL 5.0 destination on this machine, as the decoder reads it.
+TslDestination loopback(quint16 port, TslDestination::Transport transport = TslDestination::Transport::udp)
+{
+    TslDestination destination;
+    destination.version = TslTallyEncoding::Version::v50;
+    destination.transport = transport;
+    destination.host = QStringLiteral("127.0.0.1");
+    destination.port = port;
+    return destination;
+}
+
 TallySnapshot studio()
 {
     TallySnapshot snapshot;
@@ -80,10 +91,7 @@ TEST(TslSenderInteropTest, TheNpmDecoderReadsProgramPreviewAndNamesFromTheSender
     }
     const quint16 port = freeUdpPort();
     NodeReceiver receiver(port);
-    TslDestination destination;
-    destination.version = TslTallyEncoding::Version::v50;
-    destination.host = QStringLiteral("127.0.0.1");
-    destination.port = port;
+    const TslDestination destination = loopback(port);
     // Refreshing quickly: the receiver may not be listening yet when the
     // first change goes out.
     TslSender sender({ destination }, 0, std::chrono::milliseconds(200));
@@ -127,9 +135,7 @@ TEST(TslSenderInteropTest, TheNpmDecoderFollowsACut)
     }
     const quint16 port = freeUdpPort();
     NodeReceiver receiver(port);
-    TslDestination destination;
-    destination.host = QStringLiteral("127.0.0.1");
-    destination.port = port;
+    const TslDestination destination = loopback(port);
     TslSender sender({ destination }, 0, std::chrono::milliseconds(200));
     TallySnapshot snapshot = studio();
     sender.publish(snapshot);
@@ -153,10 +159,7 @@ TEST(TslSenderInteropTest, TheNpmDecoderReadsWhichShotsAreMissing)
     }
     const quint16 port = freeUdpPort();
     NodeReceiver receiver(port);
-    TslDestination destination;
-    destination.version = TslTallyEncoding::Version::v50;
-    destination.host = QStringLiteral("127.0.0.1");
-    destination.port = port;
+    const TslDestination destination = loopback(port);
     TslSender sender({ destination }, 0, std::chrono::milliseconds(200));
     TallySnapshot snapshot = studio();
     snapshot.lights[2] = { TallyMode::off, { QStringLiteral("Cam 9") }, { QStringLiteral("Cam 9") } };
@@ -189,10 +192,7 @@ TEST(TslSenderInteropTest, TheNpmDecoderReadsTheSendersTcpFrames)
     }
     const quint16 port = freePort();
     NodeReceiver receiver(port, QStringLiteral("tcp"));
-    TslDestination destination;
-    destination.transport = TslDestination::Transport::tcp;
-    destination.host = QStringLiteral("127.0.0.1");
-    destination.port = port;
+    const TslDestination destination = loopback(port, TslDestination::Transport::tcp);
     TslSender sender({ destination }, 0, std::chrono::milliseconds(200));
     sender.publish(studio());
 
