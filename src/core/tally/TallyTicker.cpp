@@ -16,6 +16,10 @@ TallyTicker::TallyTicker(std::unique_ptr<ShotSource> source, TallyMap& tallyMap,
     , m_timer(new QTimer(this))
     , m_mergedTick(new QTimer(this))
 {
+    // Exactly a quarter second: left to Qt's default, the timer may fire up
+    // to 12 ms early or late to share a wake-up with other timers, and the
+    // first tick would drift with the wall clock's quarter seconds.
+    m_timer->setTimerType(Qt::PreciseTimer);
     m_timer->setInterval(interval);
     connect(m_timer, &QTimer::timeout, this, [this] { tick(Reason::timer); });
     m_mergedTick->setSingleShot(true);
