@@ -26,6 +26,10 @@ set(CPACK_DEBIAN_PACKAGE_SECTION video)
 set(CPACK_DEBIAN_PACKAGE_PRIORITY optional)
 set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
+# Opened when the first MQTT client is made rather than linked, so the
+# loader's list of needed libraries, from which the rest is worked out, does
+# not name it.
+set(CPACK_DEBIAN_PACKAGE_DEPENDS "libmosquitto1")
 set(CPACK_DEBIAN_PACKAGE_RECOMMENDS "shared-mime-info, desktop-file-utils")
 # Control files with the modes Debian tools expect (0644, scripts 0755).
 set(CPACK_DEBIAN_PACKAGE_CONTROL_STRICT_PERMISSION ON)

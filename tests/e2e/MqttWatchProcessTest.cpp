@@ -565,3 +565,40 @@ TEST_F(MqttWatchProcessTest, TheWindowEndedBySigtermLeavesEveryLightUnknown)
     EXPECT_EQ(words.size(), 24) << held.join('\n').toStdString();
     EXPECT_EQ(words.count(QStringLiteral("unknown")), words.size()) << held.join('\n').toStdString();
 }
+
+namespace {
+
+// Whether the running process has the MQTT client library loaded.
+bool hasMqttLibraryLoaded(const QProcess& process)
+{
+    QFile maps(QStringLiteral("/proc/%1/maps").arg(process.processId()));
+    return maps.open(QIODevice::ReadOnly) && maps.readAll().contains("/libmosquitto.so");
+}
+
+} // namespace
+
+// Loading the library and OpenSSL with it would add to every start, before
+// the first tick; a program asked for no MQTT output never loads it.
+TEST_F(MqttWatchProcessTest, TheMqttLibraryIsLoadedOnlyWhenAnMqttOutputIsAsked)
+{
+    ASSERT_TRUE(mosquitto.start()) << mosquitto.output().toStdString();
+    ASSERT_TRUE(standin.start(StandinProcess::studioStart()));
+    WindowHome home;
+    ASSERT_TRUE(home.isValid());
+    QProcess window;
+    WindowHome::launch(window, home.environment(standin.environment()), { mapPath });
+    ASSERT_TRUE(eventually([&] { return !home.capture().ticks().isEmpty(); }))
+        << window.readAllStandardError().toStdString();
+    EXPECT_FALSE(hasMqttLibraryLoaded(window));
+    start({});
+    ASSERT_TRUE(eventually([&] { return !capture.ticks().isEmpty(); })) << errors.toStdString();
+    EXPECT_FALSE(hasMqttLibraryLoaded(watch));
+    window.terminate();
+    ASSERT_TRUE(window.waitForFinished(10000));
+    watch.terminate();
+    ASSERT_TRUE(watch.waitForFinished(10000));
+
+    start({ QStringLiteral("--mqtt"), broker() });
+    ASSERT_TRUE(stateAtBroker()) << errors.toStdString();
+    EXPECT_TRUE(hasMqttLibraryLoaded(watch));
+}

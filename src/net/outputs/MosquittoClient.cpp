@@ -1,5 +1,7 @@
 #include "outputs/MosquittoClient.h"
 
+#include "outputs/MosquittoLibrary.h"
+
 #include <QFileInfo>
 #include <QMetaObject>
 
@@ -10,7 +12,6 @@
 #include <cstring>
 #include <functional>
 #include <map>
-#include <mosquitto.h>
 #include <mqtt_protocol.h>
 #include <mutex>
 #include <optional>
@@ -34,8 +35,6 @@ constexpr std::chrono::milliseconds closeWait { 500 };
 constexpr std::chrono::milliseconds goodbyeWait { 400 };
 // How long a loop waits for the socket while closing.
 constexpr int closingLoopWaitMilliseconds = 10;
-
-std::once_flag libraryInitialised;
 
 // Where the system keeps the certificates it trusts, as a folder of hashed
 // names (Debian's ca-certificates); empty where there is none.
@@ -62,23 +61,23 @@ bool refusesProtocol(int code)
 
 // A refusal in the words of MQTT 3.1.1 where it has them, so that the
 // operator reads the same sentence whichever version the broker speaks.
-QString refusalText(int code)
+QString refusalText(const MosquittoLibrary& library, int code)
 {
     switch (code) {
     case MQTT_RC_UNSUPPORTED_PROTOCOL_VERSION:
-        return withoutFullStop(mosquitto_connack_string(CONNACK_REFUSED_PROTOCOL_VERSION));
+        return withoutFullStop(library.connackString(CONNACK_REFUSED_PROTOCOL_VERSION));
     case MQTT_RC_CLIENTID_NOT_VALID:
-        return withoutFullStop(mosquitto_connack_string(CONNACK_REFUSED_IDENTIFIER_REJECTED));
+        return withoutFullStop(library.connackString(CONNACK_REFUSED_IDENTIFIER_REJECTED));
     case MQTT_RC_SERVER_UNAVAILABLE:
-        return withoutFullStop(mosquitto_connack_string(CONNACK_REFUSED_SERVER_UNAVAILABLE));
+        return withoutFullStop(library.connackString(CONNACK_REFUSED_SERVER_UNAVAILABLE));
     case MQTT_RC_BAD_USERNAME_OR_PASSWORD:
-        return withoutFullStop(mosquitto_connack_string(CONNACK_REFUSED_BAD_USERNAME_PASSWORD));
+        return withoutFullStop(library.connackString(CONNACK_REFUSED_BAD_USERNAME_PASSWORD));
     case MQTT_RC_NOT_AUTHORIZED:
-        return withoutFullStop(mosquitto_connack_string(CONNACK_REFUSED_NOT_AUTHORIZED));
+        return withoutFullStop(library.connackString(CONNACK_REFUSED_NOT_AUTHORIZED));
     default:
         break;
     }
-    return withoutFullStop(code < 128 ? mosquitto_connack_string(code) : mosquitto_reason_string(code));
+    return withoutFullStop(code < 128 ? library.connackString(code) : library.reasonString(code));
 }
 
 } // namespace
@@ -86,6 +85,7 @@ QString refusalText(int code)
 struct MosquittoClient::Shared {
     Settings settings;
     QString host;
+    const MosquittoLibrary* library = nullptr;
     mosquitto* handle = nullptr;
     // Why the client cannot work at all (its settings); empty when it can.
     QString setupProblem;
@@ -120,7 +120,7 @@ struct MosquittoClient::Shared {
     ~Shared()
     {
         if (handle) {
-            mosquitto_destroy(handle);
+            library->destroy(handle);
         }
     }
 
@@ -163,7 +163,7 @@ struct MosquittoClient::Shared {
         default:
             break;
         }
-        return withoutFullStop(mosquitto_strerror(result));
+        return withoutFullStop(library->strerror(result));
     }
 };
 
@@ -178,7 +178,8 @@ void MosquittoClient::onConnect(mosquitto* /*handle*/, void* userData, int code)
         return;
     }
     if (code != 0) {
-        shared->refusal = QStringLiteral("the broker refused the connection: %1").arg(refusalText(code));
+        shared->refusal
+            = QStringLiteral("the broker refused the connection: %1").arg(refusalText(*shared->library, code));
         return; // the loop ends with MOSQ_ERR_CONN_REFUSED, which says so
     }
     shared->post([](MosquittoClient& client) { Q_EMIT client.connected(); });
@@ -209,34 +210,43 @@ void MosquittoClient::onLog(mosquitto* /*handle*/, void* userData, int level, co
 }
 
 MosquittoClient::MosquittoClient(const Settings& settings, QObject* parent)
+    : MosquittoClient(settings, MosquittoLibrary::shared(), parent)
+{
+}
+
+MosquittoClient::MosquittoClient(const Settings& settings, const MosquittoLibrary& library, QObject* parent)
     : MqttClient(parent)
     , m_shared(std::make_shared<Shared>())
 {
-    std::call_once(libraryInitialised, [] { mosquitto_lib_init(); });
     Shared& shared = *m_shared;
     shared.settings = settings;
     shared.host = settings.address.host;
     shared.receiver = this;
-    shared.handle = mosquitto_new(settings.clientId.toUtf8().constData(), true, &shared);
+    shared.library = &library;
+    if (!library.isLoaded()) {
+        shared.setupProblem = library.problem();
+        return;
+    }
+    shared.handle = library.newClient(settings.clientId.toUtf8().constData(), true, &shared);
     if (!shared.handle) {
         shared.setupProblem
             = QStringLiteral("the MQTT client could not be made: %1").arg(QString::fromLocal8Bit(std::strerror(errno)));
         return;
     }
-    mosquitto_threaded_set(shared.handle, true);
+    library.threadedSet(shared.handle, true);
     // A cut is a burst of small messages that matter now: Nagle's algorithm
     // would hold all but the first until the broker acknowledged it.
-    mosquitto_int_option(shared.handle, MOSQ_OPT_TCP_NODELAY, 1);
-    mosquitto_connect_callback_set(shared.handle, onConnect);
-    mosquitto_publish_callback_set(shared.handle, onPublish);
-    mosquitto_log_callback_set(shared.handle, onLog);
+    library.intOption(shared.handle, MOSQ_OPT_TCP_NODELAY, 1);
+    library.connectCallbackSet(shared.handle, onConnect);
+    library.publishCallbackSet(shared.handle, onPublish);
+    library.logCallbackSet(shared.handle, onLog);
     const QByteArray willPayload = settings.will.payload;
-    mosquitto_will_set(shared.handle, settings.will.topic.toUtf8().constData(), static_cast<int>(willPayload.size()),
+    library.willSet(shared.handle, settings.will.topic.toUtf8().constData(), static_cast<int>(willPayload.size()),
         willPayload.constData(), stateQos, settings.will.retain);
     if (!settings.address.user.isEmpty()) {
         const QByteArray user = settings.address.user.toUtf8();
         const QByteArray password = settings.password.toUtf8();
-        mosquitto_username_pw_set(
+        library.usernamePwSet(
             shared.handle, user.constData(), settings.password.isEmpty() ? nullptr : password.constData());
     }
     if (settings.address.tls) {
@@ -259,11 +269,11 @@ void MosquittoClient::trustCertificates(Shared& shared, const QString& caFile)
     const QByteArray folder = systemCertificateFolder();
     const QByteArray file = caFile.isEmpty() ? QByteArray() : QFileInfo(caFile).absoluteFilePath().toUtf8();
     if (folder.isEmpty() && file.isEmpty()) {
-        mosquitto_int_option(shared.handle, MOSQ_OPT_TLS_USE_OS_CERTS, 1);
+        shared.library->intOption(shared.handle, MOSQ_OPT_TLS_USE_OS_CERTS, 1);
         return;
     }
-    if (mosquitto_tls_set(shared.handle, file.isEmpty() ? nullptr : file.constData(),
-            folder.isEmpty() ? nullptr : folder.constData(), nullptr, nullptr, nullptr)
+    if (shared.library->tlsSet(
+            shared.handle, file.isEmpty() ? nullptr : file.constData(), folder.isEmpty() ? nullptr : folder.constData())
         != MOSQ_ERR_SUCCESS) {
         shared.setupProblem = QStringLiteral("cannot use the CA file '%1'").arg(caFile);
     }
@@ -305,14 +315,14 @@ bool MosquittoClient::send(const MqttMessage& message, int* messageId)
     // Without MQTT 5 nothing expires: the message goes without.
     mosquitto_property* properties = nullptr;
     if (message.expires() && m_shared->mqtt5) {
-        mosquitto_property_add_int32(
+        m_shared->library->propertyAddInt32(
             &properties, MQTT_PROP_MESSAGE_EXPIRY_INTERVAL, static_cast<uint32_t>(message.expiry.count()));
     }
     // In the threaded mode this only queues the packet and wakes the
     // connection's thread, which writes it.
-    const int result = mosquitto_publish_v5(m_shared->handle, messageId, topic.constData(),
+    const int result = m_shared->library->publishV5(m_shared->handle, messageId, topic.constData(),
         static_cast<int>(message.payload.size()), message.payload.constData(), stateQos, message.retain, properties);
-    mosquitto_property_free_all(&properties);
+    m_shared->library->propertyFreeAll(&properties);
     return result == MOSQ_ERR_SUCCESS;
 }
 
@@ -331,7 +341,7 @@ void MosquittoClient::close(const QList<MqttMessage>& goodbye)
         // Nothing to wait for: the disconnect goes at once, and wakes the
         // connection's thread as a message would.
         if (m_shared->unacknowledged.empty()) {
-            mosquitto_disconnect(m_shared->handle);
+            m_shared->library->disconnect(m_shared->handle);
         }
     }
     stopThread();
@@ -367,7 +377,7 @@ int MosquittoClient::runConnection(Shared& shared, int* savedErrno)
     bool disconnecting = false;
     for (;;) {
         const int result
-            = mosquitto_loop(shared.handle, closingSince ? closingLoopWaitMilliseconds : loopWaitMilliseconds, 1);
+            = shared.library->loop(shared.handle, closingSince ? closingLoopWaitMilliseconds : loopWaitMilliseconds, 1);
         *savedErrno = errno;
         if (result != MOSQ_ERR_SUCCESS) {
             // Once the disconnect is written the library closes the socket.
@@ -391,7 +401,7 @@ int MosquittoClient::runConnection(Shared& shared, int* savedErrno)
                 acknowledged = shared.unacknowledged.empty();
             }
             if (acknowledged || now - *closingSince > goodbyeWait) {
-                mosquitto_disconnect(shared.handle);
+                shared.library->disconnect(shared.handle);
                 disconnecting = true;
             }
         } else if (now - *closingSince > closeWait) {
@@ -415,16 +425,16 @@ void MosquittoClient::run(const std::shared_ptr<Shared>& shared)
         lock.unlock();
         shared->refusal.clear();
         shared->lastLibraryError.clear();
-        mosquitto_int_option(
+        shared->library->intOption(
             shared->handle, MOSQ_OPT_PROTOCOL_VERSION, shared->mqtt5 ? MQTT_PROTOCOL_V5 : MQTT_PROTOCOL_V311);
-        int result = mosquitto_connect(shared->handle, host.constData(), port, keepAliveSeconds);
+        int result = shared->library->connect(shared->handle, host.constData(), port, keepAliveSeconds);
         int savedErrno = errno;
         if (result == MOSQ_ERR_SUCCESS) {
             shared->inConnection = true;
             result = runConnection(*shared, &savedErrno);
         }
         shared->inConnection = false;
-        mosquitto_disconnect(shared->handle);
+        shared->library->disconnect(shared->handle);
         const QString reason = shared->describe(result, savedErrno);
         lock.lock();
         if (shared->stopping) {

@@ -7,10 +7,13 @@
 #include <thread>
 
 struct mosquitto;
+class MosquittoLibrary;
 
 // MqttClient on libmosquitto (Debian libmosquitto-dev), the C client of the
 // Mosquitto project: small, on every distribution, and speaking TLS through
-// OpenSSL with the system's certificate store.
+// OpenSSL with the system's certificate store. The library is opened when
+// the first client is made (MosquittoLibrary); where it cannot be, the
+// client says so as it would say a broker cannot be reached.
 //
 // The connection runs on a thread of its own, and the rest of the program
 // never calls into the network. The alternative, the library's socket
@@ -38,6 +41,8 @@ public:
     };
 
     explicit MosquittoClient(const Settings& settings, QObject* parent = nullptr);
+    // On the given library, which outlives the client.
+    MosquittoClient(const Settings& settings, const MosquittoLibrary& library, QObject* parent = nullptr);
     // Closes without a goodbye message if close() was not called.
     ~MosquittoClient() override;
 

@@ -1,5 +1,6 @@
 #include "outputs/MosquittoClient.h"
 
+#include "outputs/MosquittoLibrary.h"
 #include "support/Eventually.h"
 
 #include <QHostAddress>
@@ -118,5 +119,24 @@ TEST(MosquittoClientTest, ABrokerWithoutMqtt5IsSaidAndTheNextAttemptSpeaksMqtt31
     // cannot carry: retained, QoS 1.
     EXPECT_TRUE(client.publish({ QStringLiteral("studio/light/1/state"), "live", true, 15s }));
     EXPECT_TRUE(eventually([&] { return broker.packetTypes().contains(0x33); }, 10000));
+    client.close({});
+}
+
+TEST(MosquittoClientTest, WithoutItsLibraryTheClientSaysWhyAtEachAttemptAndSendsNothing)
+{
+    const MosquittoLibrary missing(QStringLiteral("mosquitto-not-installed"), 1);
+    MosquittoClient::Settings settings;
+    QString problem;
+    settings.address = *MqttBrokerAddress::parse(QStringLiteral("mqtt://127.0.0.1:1883/studio"), &problem);
+    settings.clientId = QStringLiteral("mosquitto-client-test");
+    MosquittoClient client(settings, missing);
+    QSignalSpy disconnected(&client, &MqttClient::disconnected);
+
+    client.connectToBroker();
+    ASSERT_TRUE(eventually([&] { return !disconnected.isEmpty(); }, 5000));
+    EXPECT_EQ(disconnected.first().first().toString(), missing.problem());
+    EXPECT_FALSE(client.publish({ QStringLiteral("studio/light/1/state"), "live", true, 15s }));
+    client.connectToBroker();
+    EXPECT_TRUE(eventually([&] { return disconnected.size() == 2; }, 5000));
     client.close({});
 }
