@@ -13,6 +13,7 @@
 
 #include <QDir>
 #include <QFile>
+#include <QLockFile>
 #include <QProcess>
 #include <QTemporaryDir>
 
@@ -282,6 +283,10 @@ protected:
         if (::getuid() != 0) {
             GTEST_SKIP() << "running the query as another user needs root";
         }
+        // The tests of this fixture run as processes of their own, side by
+        // side, and all use the one folder: each waits for the others, or
+        // it would find their folder and skip.
+        ASSERT_TRUE(fixtureLock.tryLock(60000)) << "another run holds " << fixtureLock.fileName().toStdString();
         if (QFileInfo::exists(folder) || QFileInfo(folder).isSymLink()) {
             GTEST_SKIP() << folder.toStdString() << " is in use on this machine";
         }
@@ -319,6 +324,7 @@ protected:
     }
 
     const QString folder = QStringLiteral("/tmp/mixdesk-%1").arg(nobody);
+    QLockFile fixtureLock { QDir::temp().filePath(QStringLiteral("mixdesk-tally-shared-folder-tests.lock")) };
     QTemporaryDir scriptCopy;
     QString script;
     bool made = false;
