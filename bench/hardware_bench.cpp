@@ -90,8 +90,9 @@ void BM_TickHandedToABoxWriter(benchmark::State& state)
         BoxWriter writer([&delegate](quint8 byte) { delegate.sendControl(byte); });
         for (auto _ : state) {
             for (qsizetype light = 0; light < 8; ++light) {
-                writer.sendLight(light, { bytes[std::size_t(2 * light)], bytes[std::size_t(2 * light + 1)] });
+                writer.handInLight(light, { bytes[std::size_t(2 * light)], bytes[std::size_t(2 * light + 1)] });
             }
+            writer.startWriting(); // as the tick does once its lights are in
         }
     } // the last round of the box is written here, after the timed loop
     state.SetItemsProcessed(state.iterations() * 8);

@@ -250,7 +250,8 @@ int runWatch(const QStringList& arguments)
     // lights at quit before the command returns.
     BoxWriter boxWriter([&tallyBox](quint8 byte) { tallyBox.sendControl(byte); });
     TallyTicker ticker(std::move(source), *tallyMap, printer,
-        [&boxWriter](qsizetype lightIndex, LightCommand::BytePair bytes) { boxWriter.sendLight(lightIndex, bytes); });
+        [&boxWriter](qsizetype lightIndex, LightCommand::BytePair bytes) { boxWriter.handInLight(lightIndex, bytes); });
+    ticker.cycle().setRoundHandedIn([&boxWriter] { boxWriter.startWriting(); });
     ticker.cycle().addOutput(&printer);
     outputs->addTo(ticker.cycle());
     ticker.setLostSourcePolicy(options.run.lostSourcePolicy());

@@ -26,34 +26,54 @@ BoxWriter::~BoxWriter()
 
 void BoxWriter::sendLight(qsizetype lightIndex, LightCommand::BytePair bytes)
 {
+    handInLight(lightIndex, bytes);
+    startWriting();
+}
+
+void BoxWriter::handInLight(qsizetype lightIndex, LightCommand::BytePair bytes)
+{
     const Pending pending { lightIndex, bytes.first, bytes.second };
     if (m_threading == Threading::callersThread) {
         write(pending);
         return;
     }
+    queueLight(pending);
+}
+
+void BoxWriter::queueLight(const Pending& pending)
+{
+    const std::lock_guard lock(m_mutex);
+    // Back to front, up to the first single byte: a pair never moves past a
+    // byte handed in after it.
+    Pending* latest = nullptr;
+    int waiting = 0;
+    for (auto it = m_pending.rbegin(); it != m_pending.rend() && it->lightIndex >= 0; ++it) {
+        if (it->lightIndex == pending.lightIndex) {
+            latest = latest != nullptr ? latest : &*it;
+            ++waiting;
+        }
+    }
+    // The device is behind when it is still in a write, or when two of this
+    // light's pairs already wait. A writer merely not yet woken (a busy
+    // machine, or a round still being handed in) is not behind: the pair
+    // goes after the others, so that a box that keeps up gets every tick
+    // whole.
+    if (latest != nullptr && (m_writing || waiting >= 2)) {
+        *latest = pending;
+    } else {
+        m_pending.push_back(pending);
+    }
+}
+
+void BoxWriter::startWriting()
+{
+    if (m_threading == Threading::callersThread) {
+        return;
+    }
     bool wake = false;
     {
         const std::lock_guard lock(m_mutex);
-        // Back to front, up to the first single byte: a pair never moves
-        // past a byte handed in after it.
-        Pending* latest = nullptr;
-        int waiting = 0;
-        for (auto it = m_pending.rbegin(); it != m_pending.rend() && it->lightIndex >= 0; ++it) {
-            if (it->lightIndex == lightIndex) {
-                latest = latest != nullptr ? latest : &*it;
-                ++waiting;
-            }
-        }
-        // The device is behind when it is still in a write, or when two of
-        // this light's pairs already wait. A writer merely not yet woken (a
-        // busy machine) is not behind: the pair goes after the others, so
-        // that a box that keeps up gets every tick whole.
-        if (latest != nullptr && (m_writing || waiting >= 2)) {
-            *latest = pending;
-        } else {
-            m_pending.push_back(pending);
-        }
-        wake = std::exchange(m_writerAsleep, false);
+        wake = !m_pending.empty() && std::exchange(m_writerAsleep, false);
     }
     if (wake) {
         m_work.notify_one();
@@ -67,19 +87,16 @@ void BoxWriter::sendByte(quint8 byte)
         write(pending);
         return;
     }
-    bool wake = false;
     {
         const std::lock_guard lock(m_mutex);
         m_pending.push_back(pending);
-        wake = std::exchange(m_writerAsleep, false);
     }
-    if (wake) {
-        m_work.notify_one();
-    }
+    startWriting();
 }
 
 void BoxWriter::waitUntilWritten()
 {
+    startWriting();
     std::unique_lock lock(m_mutex);
     m_idle.wait(lock, [this] { return m_pending.empty() && !m_writing; });
 }

@@ -53,12 +53,23 @@ public:
     BoxWriter(const BoxWriter&) = delete;
     BoxWriter& operator=(const BoxWriter&) = delete;
 
-    // The two bytes of the light at lightIndex; returns at once.
+    // The two bytes of the light at lightIndex; returns at once, and the
+    // writer starts on them at once.
     void sendLight(qsizetype lightIndex, LightCommand::BytePair bytes);
+    // As sendLight, but a sleeping writer is left asleep until startWriting:
+    // for a caller that hands in a whole round of lights (a tick) and wakes
+    // it once when the round is in. Woken for each light, the writer would
+    // take the core from the caller, write that one pair and sleep again,
+    // eight times a tick: most of an idle window's time went to these
+    // switches between its two threads.
+    void handInLight(qsizetype lightIndex, LightCommand::BytePair bytes);
+    // Wakes the writer for everything handed in so far, if it sleeps.
+    void startWriting();
     // One byte on its own, after everything handed in before it.
     void sendByte(quint8 byte);
 
-    // Blocks until everything handed in so far has been written.
+    // Blocks until everything handed in so far has been written; starts the
+    // writer first if lights wait for startWriting.
     void waitUntilWritten();
 
 private:
@@ -69,6 +80,8 @@ private:
         quint8 second;
     };
 
+    // Puts the pair among those waiting, merged as the class says.
+    void queueLight(const Pending& pending);
     void run();
     void write(const Pending& pending);
 
@@ -84,9 +97,9 @@ private:
     bool m_writing = false; // guarded by m_mutex
     bool m_stopping = false; // guarded by m_mutex
     // The writer waits for work and no wake-up is on its way to it: only
-    // then does handing something in signal m_work. A tick hands in a pair
-    // for every light at once, and waking the writer for each of them would
-    // cost a system call apiece. Guarded by m_mutex.
+    // then does waking it signal m_work; a tick hands in a pair for every
+    // light at once, and a signal for each of them would cost a system call
+    // apiece. Guarded by m_mutex.
     bool m_writerAsleep = false;
     std::thread m_thread; // last: it starts once the members above exist
 };

@@ -154,6 +154,7 @@ void TallyCycle::followPolicyWhileLost(qsizetype lightCount)
         for (qsizetype lightIndex = 0; lightIndex < lightCount; ++lightIndex) {
             showAndSend(lightIndex, TallyMode::off);
         }
+        endRound();
         return;
     case LostSourcePolicy::Action::blink: {
         const qint64 blinking = now - *m_lostSince - qint64(m_policy.blinkAfterSeconds) * 1000;
@@ -171,6 +172,7 @@ void TallyCycle::followPolicyWhileLost(qsizetype lightCount)
                 showAndSend(lightIndex, held, m_lastLitBy.value(lightIndex));
             }
         }
+        endRound();
         return;
     }
     }
@@ -183,6 +185,7 @@ void TallyCycle::turnLightsOff(const QList<ShotList>& lights)
     for (qsizetype lightIndex = 0; lightIndex < lights.size(); ++lightIndex) {
         showAndSend(lightIndex, TallyMode::off);
     }
+    endRound();
     // Else the outputs would keep the last tick's picture, and a network
     // lamp stay red after the box went dark.
     publish(!m_lostSince.has_value(), false, lights, true);
@@ -252,5 +255,13 @@ void TallyCycle::driveLights(const QList<ShotList>& lights, const ShotList& shot
         m_shownLitBy[lightIndex] = m_lastLitBy[lightIndex];
         m_observer.showLightMode(lightIndex, mode);
         m_sendLight(lightIndex, TallyEvaluation::bytesForLight(lightIndex, mode));
+    }
+    endRound();
+}
+
+void TallyCycle::endRound()
+{
+    if (m_roundHandedIn) {
+        m_roundHandedIn();
     }
 }

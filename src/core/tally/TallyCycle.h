@@ -59,6 +59,11 @@ public:
     // light, light 1 first: the tally box, through its BoxWriter, in the
     // program; whatever the owner gives it.
     using SendLight = std::function<void(qsizetype lightIndex, LightCommand::BytePair bytes)>;
+    // Told once all the lights of a round have gone to SendLight: a tick's,
+    // the lights while the source is lost, the lights at quit. A tally box
+    // written on a thread of its own is woken here, once, rather than for
+    // every light.
+    using RoundHandedIn = std::function<void()>;
     // Where single bytes go, one call per byte.
     using SendByte = std::function<void(quint8)>;
 
@@ -79,6 +84,7 @@ public:
     // as they are and sends nothing.
     void setLostSourcePolicy(const LostSourcePolicy& policy) { m_policy = policy; }
     const LostSourcePolicy& lostSourcePolicy() const { return m_policy; }
+    void setRoundHandedIn(RoundHandedIn roundHandedIn) { m_roundHandedIn = std::move(roundHandedIn); }
     // Tests set the time by hand; the blink and its grace period follow it.
     void setClock(Clock clock) { m_clock = std::move(clock); }
 
@@ -123,10 +129,12 @@ private:
     void followPolicyWhileLost(qsizetype lightCount);
     void showAndSend(qsizetype lightIndex, TallyMode mode, const QStringList& litBy = {});
     void noteShown(qsizetype lightIndex, TallyMode mode, const QStringList& litBy = {});
+    void endRound();
 
     ShotSource* m_source;
     Observer& m_observer;
     SendLight m_sendLight;
+    RoundHandedIn m_roundHandedIn;
     QList<TallyOutput*> m_outputs;
     // The modes the last tick decided from the source, held while it is lost.
     QList<TallyMode> m_lastModes;

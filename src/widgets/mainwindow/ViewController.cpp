@@ -22,7 +22,7 @@ ViewController::ViewController(Dependencies dependencies, QWidget* parent)
     , m_document(std::move(dependencies.recentDocuments))
     , m_boxWriting(dependencies.boxWriting)
     , m_ticker(std::move(dependencies.shotSource), m_document.tallyMap(), *this,
-          [this](qsizetype lightIndex, LightCommand::BytePair bytes) { tallyBox().sendLight(lightIndex, bytes); })
+          [this](qsizetype lightIndex, LightCommand::BytePair bytes) { tallyBox().handInLight(lightIndex, bytes); })
     , m_networkOutputs(m_ticker.cycle())
     , m_obsPassword(UserDefaults::standardUserDefaults(), std::move(dependencies.secretStore))
 {
@@ -51,6 +51,7 @@ ViewController::ViewController(Dependencies dependencies, QWidget* parent)
     m_lightReport->setMarkLampsWhileLost(
         UserDefaults::standardUserDefaults().boolForKey(Preferences::markLampsWhileSourceIsLost));
     m_ticker.cycle().addOutput(m_lightReport.get());
+    m_ticker.cycle().setRoundHandedIn([this] { tallyBox().startWriting(); });
     connectParts();
     followShotSource();
     m_ticker.setLostSourcePolicy(LostSourcePolicy::fromDefaults(UserDefaults::standardUserDefaults()));

@@ -104,6 +104,14 @@ void handInTick(BoxWriter& writer, quint8 tick)
     }
 }
 
+// The same, each light left for the writer until the caller starts it.
+void handInRound(BoxWriter& writer, quint8 tick)
+{
+    for (qsizetype light = 0; light < 8; ++light) {
+        writer.handInLight(light, pair(quint8(tick * 16 + light), quint8(0x80 + light)));
+    }
+}
+
 QList<quint8> tickBytes(quint8 tick)
 {
     QList<quint8> bytes;
@@ -294,4 +302,63 @@ TEST(BoxWriterTest, ABoxPluggedInBetweenTwoTicksGetsTheWholeStateOfTheNextOne)
     writer.waitUntilWritten();
 
     EXPECT_EQ(device->commandBytes(), tickBytes(2));
+}
+
+TEST(BoxWriterTest, ARoundHandedInWaitsForTheWriterToBeStartedAndThenGoesOutWhole)
+{
+    RecordingBox box;
+    BoxWriter writer(box.writer());
+    // The tick before: once it is written, the writer sleeps. (A writer that
+    // has not yet slept at all takes whatever waits, woken or not.)
+    handInTick(writer, 1);
+    writer.waitUntilWritten();
+
+    handInRound(writer, 2);
+    // Time enough for a writer woken by the first light to have written it.
+    std::this_thread::sleep_for(50ms);
+    EXPECT_EQ(box.bytes(), tickBytes(1));
+    writer.startWriting();
+    writer.waitUntilWritten();
+
+    EXPECT_EQ(box.bytes(), tickBytes(1) + tickBytes(2));
+}
+
+TEST(BoxWriterTest, ARoundNobodyStartedIsWrittenByWaitingForItOrByEndingTheWriter)
+{
+    RecordingBox box;
+    {
+        BoxWriter writer(box.writer());
+        handInRound(writer, 1);
+        writer.waitUntilWritten();
+        EXPECT_EQ(box.bytes(), tickBytes(1));
+        // The lights at quit, handed in as the program ends.
+        handInRound(writer, 2);
+    }
+
+    EXPECT_EQ(box.bytes(), tickBytes(1) + tickBytes(2));
+}
+
+TEST(BoxWriterTest, ASingleByteStartsTheRoundHandedInBeforeIt)
+{
+    RecordingBox box;
+    BoxWriter writer(box.writer());
+
+    handInRound(writer, 1);
+    writer.sendByte(0xB0);
+    // Not waitUntilWritten, which would start the writer itself.
+    const auto deadline = std::chrono::steady_clock::now() + 10s;
+    while (box.bytes().size() < 17 && std::chrono::steady_clock::now() < deadline) {
+        std::this_thread::sleep_for(1ms);
+    }
+
+    EXPECT_EQ(box.bytes(), tickBytes(1) + QList<quint8>({ 0xB0 }));
+}
+
+TEST(BoxWriterTest, OnTheCallersThreadALightHandedInIsWrittenBeforeTheCallReturns)
+{
+    RecordingBox box;
+    BoxWriter writer(box.writer(), BoxWriter::Threading::callersThread);
+
+    writer.handInLight(3, pair(0xB4, 0x24));
+    EXPECT_EQ(box.bytes(), QList<quint8>({ 0xB4, 0x24 }));
 }

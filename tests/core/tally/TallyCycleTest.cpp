@@ -590,3 +590,98 @@ TEST_F(TallyCycleTest, TheTickAfterATestBringsBackTheSwitchersLights)
     EXPECT_EQ(output.snapshots[2].lights[0].mode, TallyMode::live);
     EXPECT_EQ(cycle.lastSnapshot(), output.snapshots[2]);
 }
+
+namespace {
+
+// What reached the box, in order, and when the round was said handed in:
+// the log without the indicators and the warning.
+QStringList boxLog(const QStringList& log)
+{
+    QStringList entries;
+    for (const QString& entry : log) {
+        if (entry.startsWith(QStringLiteral("send")) || entry == QStringLiteral("round")) {
+            entries.append(entry);
+        }
+    }
+    return entries;
+}
+
+// Sixteen bytes and then the round, once.
+void expectOneWholeRound(const QStringList& log)
+{
+    const QStringList round = boxLog(log);
+    ASSERT_EQ(round.size(), 17) << round.join(QStringLiteral(", ")).toStdString();
+    EXPECT_EQ(round.indexOf(QStringLiteral("round")), 16);
+}
+
+} // namespace
+
+namespace {
+
+// Notes in the observer's log when the outputs hear of the lights.
+class LoggingOutput : public TallyOutput {
+public:
+    explicit LoggingOutput(QStringList& log)
+        : m_log(log)
+    {
+    }
+
+    void publish(const TallySnapshot&) override { m_log.append(QStringLiteral("publish")); }
+
+private:
+    QStringList& m_log;
+};
+
+} // namespace
+
+TEST_F(TallyCycleTest, ATicksLightsAreHandedInAsOneRoundAfterTheLastLightsBytesAndBeforeTheOutputsHearOfThem)
+{
+    cycle.setRoundHandedIn([this] { observer.log.append(QStringLiteral("round")); });
+    LoggingOutput output(observer.log);
+    cycle.addOutput(&output);
+    answer({ { "1", "Cam 1", true, false } });
+    map.setShotSelection(0, { record("Cam 1") });
+    for (int tickNumber = 0; tickNumber < 2; ++tickNumber) {
+        observer.log.clear();
+        tick();
+        expectOneWholeRound(observer.log);
+        // The box starts on the lights before the network outputs are told.
+        EXPECT_EQ(observer.log.indexOf(QStringLiteral("round")) + 1, observer.log.indexOf(QStringLiteral("publish")));
+    }
+}
+
+TEST_F(TallyCycleTest, ALostSourceWhoseLightsAreKeptHandsInNoRound)
+{
+    int rounds = 0;
+    cycle.setRoundHandedIn([&rounds] { ++rounds; });
+    answer({ { "1", "Cam 1", true, false } });
+    tick();
+    platform->runningCount = 0;
+    observer.log.clear();
+    tick();
+    EXPECT_TRUE(boxLog(observer.log).isEmpty());
+    EXPECT_EQ(rounds, 1);
+}
+
+TEST_F(TallyCycleTest, LightsTurnedOffOrBlinkedWhileLostAndTheLightsAtQuitAreEachHandedInAsARound)
+{
+    cycle.setRoundHandedIn([this] { observer.log.append(QStringLiteral("round")); });
+    cycle.setClock([] { return qint64(0); });
+    answer({ { "1", "Cam 1", true, false } });
+    tick();
+    platform->runningCount = 0;
+
+    cycle.setLostSourcePolicy({ LostSourcePolicy::Action::turnOff });
+    observer.log.clear();
+    tick();
+    expectOneWholeRound(observer.log);
+
+    cycle.setLostSourcePolicy({ LostSourcePolicy::Action::blink, 0 });
+    observer.log.clear();
+    tick();
+    expectOneWholeRound(observer.log);
+
+    observer.log.clear();
+    cycle.turnLightsOff(QList<ShotList>(TallyMap::numberOfLights));
+    expectOneWholeRound(observer.log);
+}
