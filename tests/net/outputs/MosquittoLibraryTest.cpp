@@ -1,6 +1,7 @@
 #include "outputs/MosquittoLibrary.h"
 
 #include <gtest/gtest.h>
+
 #include <mqtt_protocol.h>
 
 TEST(MosquittoLibraryTest, TheSystemsLibraryIsOpenedWithEveryFunctionTheClientCalls)
