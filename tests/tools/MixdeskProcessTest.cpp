@@ -3,6 +3,7 @@
 
 #include "StandinProcess.h"
 #include "link/ShotsFile.h"
+#include "support/NobodysAnswerFolder.h"
 #include "support/QtPrinters.h"
 
 #include <QDir>
@@ -387,13 +388,14 @@ namespace {
 // to that user. Only root can run a program as another user.
 class SharedTmpFolderTest : public testing::Test {
 protected:
-    static constexpr uid_t nobody = 65534;
+    static constexpr uid_t nobody = NobodysAnswerFolder::nobody;
 
     void SetUp() override
     {
         if (::getuid() != 0) {
             GTEST_SKIP() << "running the query as another user needs root";
         }
+        ASSERT_TRUE(folderLock.take()) << "another test holds " << folderLock.lockPath().toStdString();
         if (QFileInfo::exists(folder)) {
             GTEST_SKIP() << folder.toStdString() << " is in use on this machine";
         }
@@ -435,7 +437,8 @@ protected:
             environment);
     }
 
-    const QString folder = QStringLiteral("/tmp/mixdesk-%1").arg(nobody);
+    const QString folder = NobodysAnswerFolder::path();
+    NobodysAnswerFolder folderLock;
     QTemporaryDir scriptCopy;
     QString script;
     bool made = false;

@@ -7,13 +7,13 @@
 #include "link/AppleScriptNotationParser.h"
 #include "link/Mixdesk.h"
 #include "link/linux/LinuxMixdeskPlatform.h"
+#include "support/NobodysAnswerFolder.h"
 #include "support/QtPrinters.h"
 #include "support/QueryAnswers.h"
 #include "support/ScopedEnvironment.h"
 
 #include <QDir>
 #include <QFile>
-#include <QLockFile>
 #include <QProcess>
 #include <QTemporaryDir>
 
@@ -276,17 +276,14 @@ namespace {
 // test may make and hand to that user or another.
 class ShippedQuerySharedFolderTest : public testing::Test {
 protected:
-    static constexpr uid_t nobody = 65534;
+    static constexpr uid_t nobody = NobodysAnswerFolder::nobody;
 
     void SetUp() override
     {
         if (::getuid() != 0) {
             GTEST_SKIP() << "running the query as another user needs root";
         }
-        // The tests of this fixture run as processes of their own, side by
-        // side, and all use the one folder: each waits for the others, or
-        // it would find their folder and skip.
-        ASSERT_TRUE(fixtureLock.tryLock(60000)) << "another run holds " << fixtureLock.fileName().toStdString();
+        ASSERT_TRUE(folderLock.take()) << "another test holds " << folderLock.lockPath().toStdString();
         if (QFileInfo::exists(folder) || QFileInfo(folder).isSymLink()) {
             GTEST_SKIP() << folder.toStdString() << " is in use on this machine";
         }
@@ -323,8 +320,8 @@ protected:
         expectSameOutcome(run, ShippedQuery::answer(QByteArray(), ShippedQuery::User { nobody, nobody }));
     }
 
-    const QString folder = QStringLiteral("/tmp/mixdesk-%1").arg(nobody);
-    QLockFile fixtureLock { QDir::temp().filePath(QStringLiteral("mixdesk-tally-shared-folder-tests.lock")) };
+    const QString folder = NobodysAnswerFolder::path();
+    NobodysAnswerFolder folderLock;
     QTemporaryDir scriptCopy;
     QString script;
     bool made = false;
