@@ -24,12 +24,6 @@ BoxWriter::~BoxWriter()
     m_thread.join();
 }
 
-void BoxWriter::sendLight(qsizetype lightIndex, LightCommand::BytePair bytes)
-{
-    handInLight(lightIndex, bytes);
-    startWriting();
-}
-
 void BoxWriter::handInLight(qsizetype lightIndex, LightCommand::BytePair bytes)
 {
     const Pending pending { lightIndex, bytes.first, bytes.second };

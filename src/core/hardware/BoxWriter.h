@@ -27,13 +27,14 @@
 // Single bytes (the test panel's) are never merged; they go in order, and a
 // light's pair never moves past a single byte handed in after it.
 //
-// Threading: sendLight, sendByte, waitUntilWritten and the destructor are
-// called from one owning thread (the main thread). The write function runs
-// on the writer's own thread only, one call at a time, never while the
-// writer's lock is held, so it may block for as long as the device takes.
+// Threading: handInLight, startWriting, sendByte, waitUntilWritten and the
+// destructor are called from one owning thread (the main thread). The
+// write function runs on the writer's own thread only, one call at a time,
+// never while the writer's lock is held, so it may block for as long as the
+// device takes.
 // The pending pairs are guarded by one mutex; nothing else is shared.
 // With Threading::callersThread there is no second thread: every byte is
-// written at once inside sendLight or sendByte, as a plain blocking call.
+// written at once inside handInLight or sendByte, as a plain blocking call.
 class BoxWriter {
 public:
     // Writes one command byte to the box, blocking until it went out or failed.
@@ -53,15 +54,12 @@ public:
     BoxWriter(const BoxWriter&) = delete;
     BoxWriter& operator=(const BoxWriter&) = delete;
 
-    // The two bytes of the light at lightIndex; returns at once, and the
-    // writer starts on them at once.
-    void sendLight(qsizetype lightIndex, LightCommand::BytePair bytes);
-    // As sendLight, but a sleeping writer is left asleep until startWriting:
-    // for a caller that hands in a whole round of lights (a tick) and wakes
-    // it once when the round is in. Woken for each light, the writer would
-    // take the core from the caller, write that one pair and sleep again,
-    // eight times a tick: most of an idle window's time went to these
-    // switches between its two threads.
+    // The two bytes of the light at lightIndex; returns at once. A sleeping
+    // writer is left asleep until startWriting: a caller hands in a whole
+    // round of lights (a tick) and wakes it once. Woken for each light, the
+    // writer would take the core from the caller, write that one pair and
+    // sleep again, eight times a tick: most of an idle window's thread
+    // switches went to that.
     void handInLight(qsizetype lightIndex, LightCommand::BytePair bytes);
     // Wakes the writer for everything handed in so far, if it sleeps.
     void startWriting();

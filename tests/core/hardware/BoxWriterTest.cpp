@@ -95,28 +95,35 @@ private:
     QList<std::thread::id> m_threads;
 };
 
-// The bytes of one tick of eight lights, each light's pair made from the
-// tick's number so that ticks can be told apart.
-void handInTick(BoxWriter& writer, quint8 tick)
+// One light's pair in a tick, made from the tick's number so that ticks
+// can be told apart.
+LightCommand::BytePair tickPair(quint8 tick, qsizetype light)
 {
-    for (qsizetype light = 0; light < 8; ++light) {
-        writer.sendLight(light, pair(quint8(tick * 16 + light), quint8(0x80 + light)));
-    }
+    return pair(quint8(tick * 16 + light), quint8(0x80 + light));
 }
 
-// The same, each light left for the writer until the caller starts it.
+// The lights of one tick of eight, left for the writer until the caller
+// starts it.
 void handInRound(BoxWriter& writer, quint8 tick)
 {
     for (qsizetype light = 0; light < 8; ++light) {
-        writer.handInLight(light, pair(quint8(tick * 16 + light), quint8(0x80 + light)));
+        writer.handInLight(light, tickPair(tick, light));
     }
+}
+
+// One tick as the program hands it in: the round, then the writer started.
+void handInTick(BoxWriter& writer, quint8 tick)
+{
+    handInRound(writer, tick);
+    writer.startWriting();
 }
 
 QList<quint8> tickBytes(quint8 tick)
 {
     QList<quint8> bytes;
-    for (int light = 0; light < 8; ++light) {
-        bytes << quint8(tick * 16 + light) << quint8(0x80 + light);
+    for (qsizetype light = 0; light < 8; ++light) {
+        const LightCommand::BytePair bytesOfLight = tickPair(tick, light);
+        bytes << bytesOfLight.first << bytesOfLight.second;
     }
     return bytes;
 }
@@ -143,7 +150,7 @@ TEST(BoxWriterTest, TheBytesAreWrittenOnAThreadOtherThanTheCallers)
     RecordingBox box;
     BoxWriter writer(box.writer());
 
-    writer.sendLight(0, pair(0xB1, 0x21));
+    writer.handInLight(0, pair(0xB1, 0x21));
     writer.waitUntilWritten();
 
     ASSERT_EQ(box.threads().size(), 2);
@@ -156,7 +163,8 @@ TEST(BoxWriterTest, HandingInNeverWaitsForABusyDevice)
     box.holdFirstWrite();
     BoxWriter writer(box.writer());
 
-    writer.sendLight(0, pair(0xB1, 0x21));
+    writer.handInLight(0, pair(0xB1, 0x21));
+    writer.startWriting();
     box.waitForFirstWrite();
     // The device is stuck in its first write; a tick still returns.
     for (quint8 tick = 1; tick < 100; ++tick) {
@@ -173,11 +181,13 @@ TEST(BoxWriterTest, ALightHandedInAgainBeforeItsPairWentOutReplacesThatPairWhere
     box.holdFirstWrite();
     BoxWriter writer(box.writer());
 
-    writer.sendLight(0, pair(0x01, 0x21));
+    writer.handInLight(0, pair(0x01, 0x21));
+    writer.startWriting();
     box.waitForFirstWrite();
-    writer.sendLight(1, pair(0x02, 0x22));
-    writer.sendLight(2, pair(0x03, 0x23));
-    writer.sendLight(1, pair(0xB2, 0x22));
+    writer.handInLight(1, pair(0x02, 0x22));
+    writer.handInLight(2, pair(0x03, 0x23));
+    writer.handInLight(1, pair(0xB2, 0x22));
+    writer.startWriting();
     box.release();
     writer.waitUntilWritten();
 
@@ -239,14 +249,16 @@ TEST(BoxWriterTest, SingleBytesAreNeverMergedAndNoPairMovesPastOne)
     box.holdFirstWrite();
     BoxWriter writer(box.writer());
 
-    writer.sendLight(0, pair(0x01, 0x21));
+    writer.handInLight(0, pair(0x01, 0x21));
+    writer.startWriting();
     box.waitForFirstWrite();
     writer.sendByte(0xB0);
-    writer.sendLight(1, pair(0x02, 0x22));
+    writer.handInLight(1, pair(0x02, 0x22));
     writer.sendByte(0xB0);
-    writer.sendLight(1, pair(0xB2, 0x22));
-    writer.sendLight(2, pair(0x03, 0x23));
-    writer.sendLight(1, pair(0x02, 0xD2));
+    writer.handInLight(1, pair(0xB2, 0x22));
+    writer.handInLight(2, pair(0x03, 0x23));
+    writer.handInLight(1, pair(0x02, 0xD2));
+    writer.startWriting();
     box.release();
     writer.waitUntilWritten();
 
@@ -260,7 +272,7 @@ TEST(BoxWriterTest, EndingTheWriterWritesEverythingStillWaitingFirst)
         BoxWriter writer(box.writer());
         // The lights off at quit, handed in just before the program ends.
         for (qsizetype light = 0; light < 8; ++light) {
-            writer.sendLight(light, pair(quint8(light + 1), quint8(0x20 + light + 1)));
+            writer.handInLight(light, pair(quint8(light + 1), quint8(0x20 + light + 1)));
         }
         writer.sendByte(0xB0);
     }
@@ -278,7 +290,7 @@ TEST(BoxWriterTest, OnTheCallersThreadEveryByteIsWrittenBeforeTheCallReturns)
     RecordingBox box;
     BoxWriter writer(box.writer(), BoxWriter::Threading::callersThread);
 
-    writer.sendLight(3, pair(0xB4, 0x24));
+    writer.handInLight(3, pair(0xB4, 0x24));
     EXPECT_EQ(box.bytes(), QList<quint8>({ 0xB4, 0x24 }));
     writer.sendByte(0xD0);
     EXPECT_EQ(box.bytes(), QList<quint8>({ 0xB4, 0x24, 0xD0 }));
@@ -352,13 +364,4 @@ TEST(BoxWriterTest, ASingleByteStartsTheRoundHandedInBeforeIt)
     }
 
     EXPECT_EQ(box.bytes(), tickBytes(1) + QList<quint8>({ 0xB0 }));
-}
-
-TEST(BoxWriterTest, OnTheCallersThreadALightHandedInIsWrittenBeforeTheCallReturns)
-{
-    RecordingBox box;
-    BoxWriter writer(box.writer(), BoxWriter::Threading::callersThread);
-
-    writer.handInLight(3, pair(0xB4, 0x24));
-    EXPECT_EQ(box.bytes(), QList<quint8>({ 0xB4, 0x24 }));
 }
