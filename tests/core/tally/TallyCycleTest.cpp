@@ -614,10 +614,6 @@ void expectOneWholeRound(const QStringList& log)
     EXPECT_EQ(round.indexOf(QStringLiteral("round")), 16);
 }
 
-} // namespace
-
-namespace {
-
 // Notes in the observer's log when the outputs hear of the lights.
 class LoggingOutput : public TallyOutput {
 public:
