@@ -4,6 +4,8 @@
 // tick waits one 250 ms interval by design; the counter "beyond_interval_ms"
 // is the rest, the loader, Qt and the window up to its timer.
 
+#include "e2e/CaptureFile.h"
+#include "e2e/WindowEnvironment.h"
 #include "tools/StandinProcess.h"
 
 #include <QDir>
@@ -18,13 +20,6 @@
 namespace {
 
 constexpr double tickIntervalMilliseconds = 250;
-constexpr qsizetype reportsInATick = 16;
-
-qsizetype reportCount(const QString& capture)
-{
-    QFile file(capture);
-    return file.open(QIODevice::ReadOnly) ? file.readAll().count('\n') : 0;
-}
 
 void startToFirstTick(benchmark::State& state)
 {
@@ -41,16 +36,13 @@ void startToFirstTick(benchmark::State& state)
         return;
     }
     map.close();
-    const QString capture = home.filePath(QStringLiteral("capture.hex"));
-    QProcessEnvironment environment = standin.environment();
-    environment.insert(QStringLiteral("HOME"), home.path());
-    environment.insert(QStringLiteral("XDG_CONFIG_HOME"), home.filePath(QStringLiteral("config")));
-    environment.insert(QStringLiteral("QT_QPA_PLATFORM"), QStringLiteral("offscreen"));
-    environment.insert(QStringLiteral("MIXDESK_TALLY_HID_CAPTURE"), capture);
+    const CaptureFile capture { home.filePath(QStringLiteral("capture.hex")) };
+    const QProcessEnvironment environment
+        = windowEnvironment(standin.environment(), home.path(), home.filePath(QStringLiteral("config")), capture.path);
 
     double totalMilliseconds = 0;
     for (auto _ : state) {
-        QFile::remove(capture);
+        QFile::remove(capture.path);
         QProcess window;
         window.setProcessEnvironment(environment);
         window.setStandardOutputFile(QProcess::nullDevice());
@@ -60,7 +52,7 @@ void startToFirstTick(benchmark::State& state)
         window.start(QStringLiteral(TALLY_BINARY_DIR "/bin/mixdesk-tally"), { mapPath });
         // Looked at every half millisecond, on the other core of a small
         // machine.
-        while (reportCount(capture) < reportsInATick && since.elapsed() < 10000) {
+        while (capture.ticks().isEmpty() && since.elapsed() < 10000) {
             QThread::usleep(500);
         }
         const double milliseconds = static_cast<double>(since.nsecsElapsed()) / 1e6;

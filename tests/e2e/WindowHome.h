@@ -8,6 +8,7 @@
 // privateRuntimeFolder() for a window that follows no stand-in.
 
 #include "CaptureFile.h"
+#include "WindowEnvironment.h"
 #include "support/Eventually.h"
 
 #include <QDir>
@@ -17,6 +18,8 @@
 #include <QTemporaryDir>
 
 #include <gtest/gtest.h>
+
+#include <utility>
 
 class WindowHome {
 public:
@@ -59,11 +62,7 @@ public:
     // base with the home's variables put over it.
     QProcessEnvironment environment(QProcessEnvironment base = QProcessEnvironment::systemEnvironment()) const
     {
-        base.insert(QStringLiteral("HOME"), path());
-        base.insert(QStringLiteral("XDG_CONFIG_HOME"), filePath(QStringLiteral("config")));
-        base.insert(QStringLiteral("QT_QPA_PLATFORM"), QStringLiteral("offscreen"));
-        base.insert(QStringLiteral("MIXDESK_TALLY_HID_CAPTURE"), m_capture.path);
-        return base;
+        return windowEnvironment(std::move(base), path(), filePath(QStringLiteral("config")), m_capture.path);
     }
 
     // Starts the built window in environment; a start that fails fails the
